@@ -1,0 +1,55 @@
+# Everything that every target of ours is compiled with, in one place.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_AUTOMOC ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+# One folder for all programs: the launcher looks for its unpacker beside itself, and so do the tests.
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+
+# On for us, through the presets; off for those who package the launcher with a compiler that we have not met.
+option(WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
+set(SANITIZERS "" CACHE STRING "Sanitizers to build with, as in -fsanitize=: address,undefined or thread")
+
+add_library(common_options INTERFACE)
+
+# qcoro_enable_coroutines() is not called on purpose: GCC 12 needs no flag in C++20 mode, and the flag that it adds
+# is unknown to clang-tidy 14, which then refuses every file.
+target_compile_options(common_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
+    $<$<BOOL:${WARNINGS_AS_ERRORS}>:-Werror>)
+
+target_compile_definitions(common_options INTERFACE
+    QT_NO_CAST_FROM_ASCII
+    QT_NO_CAST_TO_ASCII
+    QT_NO_CAST_FROM_BYTEARRAY
+    QT_NO_URL_CAST_FROM_STRING
+    QT_NO_KEYWORDS
+    QT_NO_FOREACH
+    QT_NO_NARROWING_CONVERSIONS_IN_CONNECT
+    QT_NO_CONTEXTLESS_CONNECT
+    QT_STRICT_ITERATORS
+    QT_DISABLE_DEPRECATED_BEFORE=0x060400
+    $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
+
+if(SANITIZERS)
+    target_compile_options(common_options INTERFACE
+        -fsanitize=${SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(common_options INTERFACE -fsanitize=${SANITIZERS})
+    if(CMAKE_CXX_COMPILER_ID MATCHES "Clang" AND SANITIZERS MATCHES "undefined")
+        # Clang 14 takes every call of a coroutine's resume function for one through a wrong function type.
+        target_compile_options(common_options INTERFACE -fno-sanitize=function)
+    endif()
+endif()
+
+if(CMAKE_BUILD_TYPE STREQUAL "Release" OR CMAKE_BUILD_TYPE STREQUAL "RelWithDebInfo")
+    # The launcher runs what it downloaded: make its own memory errors end the program rather than go on.
+    set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+    target_compile_options(common_options INTERFACE -fstack-protector-strong)
+    target_compile_definitions(common_options INTERFACE _FORTIFY_SOURCE=2)
+    if(NOT APPLE)
+        target_link_options(common_options INTERFACE -pie -Wl,-z,relro -Wl,-z,now)
+    endif()
+endif()

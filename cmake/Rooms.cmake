@@ -1,0 +1,34 @@
+# A room is one folder under src/ and one static library. What it may see is the USES of its first line: only a room
+# that is linked puts its headers on the include path, so an arrow that is not drawn here does not compile.
+#
+#   add_room(process USES storage async QCoro6::Core SOURCES LogStore.cpp LogStore.h)
+function(add_room name)
+    cmake_parse_arguments(ROOM "" "" "USES;SOURCES" ${ARGN})
+    add_library(${name} STATIC ${ROOM_SOURCES})
+    target_include_directories(${name} PUBLIC "${CMAKE_CURRENT_SOURCE_DIR}")
+    target_link_libraries(${name} PUBLIC ${ROOM_USES} PRIVATE common_options)
+endfunction()
+
+# A test program of one subject. It may run for TIMEOUT seconds (60 unless told) and has no window of its own.
+# A program that cannot test anything here (its engine is not to be had) says why and ends with status 77.
+#
+#   add_subject_test(LineSplitterTest USES process)
+#
+# LABELS and ENVIRONMENT are CTest's own. RESOURCES names helper programs that must be built before the test runs.
+function(add_subject_test name)
+    cmake_parse_arguments(SUBJECT "" "TIMEOUT" "USES;SOURCES;LABELS;ENVIRONMENT;RESOURCES" ${ARGN})
+    if(NOT SUBJECT_TIMEOUT)
+        set(SUBJECT_TIMEOUT 60)
+    endif()
+    add_executable(${name} ${name}.cpp ${SUBJECT_SOURCES})
+    target_link_libraries(${name} PRIVATE ${SUBJECT_USES} test_support common_options Qt6::Test)
+    if(SUBJECT_RESOURCES)
+        add_dependencies(${name} ${SUBJECT_RESOURCES})
+    endif()
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES
+        TIMEOUT ${SUBJECT_TIMEOUT}
+        SKIP_RETURN_CODE 77
+        LABELS "${SUBJECT_LABELS}"
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;${SUBJECT_ENVIRONMENT}")
+endfunction()

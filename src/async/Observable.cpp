@@ -1,0 +1,3 @@
+#include "Observable.h"
+
+Observable::~Observable() = default;

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QString>
+
+/// How far a download has come.
+struct DownloadProgress {
+    /// Bytes written to disk so far.
+    qint64 received = 0;
+    /// Expected size in bytes, -1 when the server announced no positive length.
+    qint64 total = -1;
+    /// The last measured speed, 0 until the first measurement.
+    double bytesPerSecond = 0;
+
+    /// "3.2 MB of 48.1 MB · 1.5 MB/s", without what is unknown.
+    QString text() const;
+
+    bool operator==(const DownloadProgress &) const = default;
+};
+
+/// A size as the desktop's file browser writes it: decimal units, 1 kB = 1000 bytes ("12.3 MB").
+QString fileSizeText(qint64 bytes);

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "DownloadProgress.h"
+
+#include <QCoro/QCoroTask>
+#include <QUrl>
+
+#include <functional>
+#include <memory>
+#include <stop_token>
+
+class FileDownloader;
+class LogStore;
+
+/// Puts the game in place: downloads the repository's branch archive, unpacks it and moves the project that it holds
+/// to the game folder. Owned by the model, main thread only but where said otherwise.
+class RepoDownloader final {
+public:
+    /// The branch archive's address.
+    static QUrl zipURL();
+
+    /// Gives the installed project's folder. Throws AppError, FileError or CancellationError; then the game that was
+    /// there before is still there (but for a failure in the last move itself) and no scratch folder is left.
+    /// `onProgress` is called on the transfer's thread. `log` outlives the call.
+    QCoro::Task<QString> install(LogStore *log, std::function<void(DownloadProgress)> onProgress,
+                                 std::stop_token stop);
+
+    /// Ends the download in progress. Does not stop the unpacking.
+    void cancel();
+
+private:
+    std::shared_ptr<FileDownloader> m_downloader; // kept after the download: cancelling it then does nothing
+};

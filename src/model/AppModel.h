@@ -1,0 +1,126 @@
+#pragma once
+
+#include "AppState.h"
+#include "EngineManager.h"
+#include "GameRunner.h"
+#include "LogStore.h"
+#include "Observable.h"
+#include "ProjectInfo.h"
+#include "RepoDownloader.h"
+#include "WorkTask.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+#include <optional>
+#include <stop_token>
+
+class Pasteboard;
+class Preferences;
+class Workspace;
+
+/// Everything that the window shows, and every action that the player can take. The views read the published fields
+/// and call the verbs; they decide nothing. At most one action runs at a time. Main thread only.
+///
+/// What it is given (preferences, file browser, pasteboard) outlives it; the log, the runner, the downloaders and the
+/// running action are its own. It must not die while an action or the game runs: `stopEverything` first.
+class AppModel final : public Observable {
+    Q_OBJECT
+
+public:
+    /// Works the state out from the disk and reads the project facts in the background.
+    AppModel(Preferences &preferences, Workspace &workspace, Pasteboard &pasteboard);
+    ~AppModel() override;
+
+    /// Works `state` out from the disk: `ready` when game, engine and import marker are in place, else
+    /// `notDownloaded`. Does nothing while an action or the game runs or a failure is shown.
+    void refreshState();
+    /// Reads the project facts into `info` in the background, then refreshes the state.
+    void loadInfo();
+
+    /// Installs whatever is missing and starts the game. Ignored while an action or the game runs.
+    void play();
+    /// Asks the action in progress to stop; the game is not touched.
+    void cancel();
+    /// Downloads the game again; the engine and the saves stay. Ignored while an action or the game runs.
+    void updateGame();
+    /// Removes game and engine and plays. Ignored while an action or the game runs.
+    void reinstall();
+    /// Stops what runs and removes the launcher's whole folder. Ignored while the game runs.
+    void removeEverything();
+    /// Works `freeableBytes` out in the background.
+    void computeFreeableSize();
+    /// Shows the launcher's folder in the file browser.
+    void revealInFinder();
+    /// Opens the folder of the game's saves in the file browser, or the nearest one that exists.
+    void showSaves();
+    /// Puts the failure message and its lines on the pasteboard.
+    void copyFailure();
+    /// Asks a running game to end, without waiting: the player has confirmed to quit.
+    void stopForQuit();
+
+    /// Whether Play, Update or Reinstall runs.
+    bool isWorking() const { return workTask.has_value(); }
+
+    Published<AppState> state { this, AppState::notDownloaded() };
+    /// The current step's line; empty when no step runs.
+    Published<QString> stepText { this };
+    /// Download fraction from 0.0 to 1.0; none when it is not known.
+    Published<std::optional<double>> progress { this };
+    /// The download's bytes and speed.
+    Published<QString> progressDetail { this };
+    Published<std::optional<QString>> failureMessage { this };
+    /// The last log lines, shown under the failure message.
+    Published<QStringList> failureLines { this };
+    /// Facts of the downloaded game; none before the first download.
+    Published<std::optional<ProjectInfo>> info { this };
+    /// Whether the log panel is open. Only views change it.
+    Published<bool> showLog { this, false };
+    /// Size of the launcher's folder in bytes, as last worked out by `computeFreeableSize`.
+    Published<qint64> freeableBytes { this, 0 };
+    /// A short informational line.
+    Published<std::optional<QString>> notice { this };
+
+    LogStore log;
+    GameRunner runner;
+
+private:
+    enum class LastLines { Show, Leave };
+
+    // Failures, progress and state (AppModel.cpp)
+    void fail(const QString &message, LastLines lastLines);
+    void clearFailure();
+    void setProgress(DownloadProgress downloadProgress);
+    std::function<void(DownloadProgress)> progressOnMainThread();
+    QCoro::Task<> readInfo(QString projectFolder);
+
+    // The action slot and the road from nothing to a running game (InstallFlow.cpp)
+    bool startAction(QCoro::Task<> (AppModel::*body)(std::stop_token));
+    QCoro::Task<> runAction(QCoro::Task<> (AppModel::*body)(std::stop_token), std::stop_token stop);
+    QCoro::Task<> runFlow(std::stop_token stop);
+    QCoro::Task<> installAndLaunch(std::stop_token stop);
+    QCoro::Task<QString> provideGame(std::stop_token stop);
+    QCoro::Task<QString> provideEngine(EngineSpec spec, std::stop_token stop);
+    QCoro::Task<> provideImport(EngineSpec spec, QString executable, QString project, std::stop_token stop);
+    void enterStep(const AppState &newState, const QString &text);
+    void endCancelled();
+
+    // The game's start and end (GameLaunch.cpp)
+    void launch(const EngineSpec &spec, const QString &engine, const QString &project);
+    void gameEnded(const GameExit &exit);
+
+    // Update and removal (Maintenance.cpp)
+    QCoro::Task<> runUpdate(std::stop_token stop);
+
+    Preferences &m_preferences;
+    Workspace &m_workspace;
+    Pasteboard &m_pasteboard;
+
+    /// The one long-running action in progress.
+    std::optional<WorkTask> workTask;
+    RepoDownloader repo;
+    EngineManager engines;
+    /// The controller of the import pass while step 3 runs.
+    std::shared_ptr<ProcessController> importController;
+};

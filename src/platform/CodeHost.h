@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QUrl>
+
+/// The address of the code-hosting service that the game, the engine and the checksum list come from. One value, set
+/// once in main before the model exists: the shipped program sets the official one and offers no way to change it.
+namespace CodeHost {
+
+/// "https://github.com"
+QUrl official();
+
+/// What every address is made from; the official one until `setAddress`. Any thread.
+QUrl address();
+
+/// Main thread, before anything reads the address. `address` has no path: "http://127.0.0.1:8080".
+void setAddress(const QUrl &address);
+
+/// `address()` followed by `path`, which begins with "/". Not valid when the two make no valid address.
+QUrl url(const QString &path);
+
+}

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QString>
+
+/// The general pasteboard. Where the world begins. Main thread.
+class Pasteboard {
+public:
+    virtual ~Pasteboard();
+
+    /// Replaces what the pasteboard holds by `text`, as plain text.
+    virtual void setText(const QString &text) = 0;
+};
+
+/// The real one: the desktop's clipboard. Needs a QGuiApplication.
+class DesktopPasteboard final : public Pasteboard {
+public:
+    void setText(const QString &text) override;
+};

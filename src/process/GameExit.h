@@ -1,0 +1,15 @@
+#pragma once
+
+#include <QtGlobal>
+
+/// How one run of the game ended.
+struct GameExit {
+    /// The game's exit status, or one of ProcessController's two special results.
+    qint32 status = 0;
+    /// From the accepted launch to the end of the run, its last output included.
+    double seconds = 0;
+    /// The launcher itself stopped the game.
+    bool stoppedByUser = false;
+
+    bool operator==(const GameExit &) const = default;
+};

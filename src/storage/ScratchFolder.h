@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QString>
+
+/// A scratch folder under "Temp" that goes, with everything in it, when this object goes, whatever way the operation
+/// ends. A failure to remove it is ignored: the next start of the launcher empties "Temp".
+class ScratchFolder final {
+public:
+    /// Throws FileError.
+    ScratchFolder();
+    ~ScratchFolder();
+    ScratchFolder(const ScratchFolder &) = delete;
+    ScratchFolder &operator=(const ScratchFolder &) = delete;
+
+    const QString &path() const { return m_path; }
+    /// The path of `name` directly in the folder.
+    QString filePath(const QString &name) const;
+
+private:
+    QString m_path;
+};

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+/// Text as people write it: the game's project file, README and licence, and the lines of lists and logs. Any thread.
+namespace TextFile {
+
+/// The file's content, or none when it cannot be read or is not UTF-8. A byte order mark at its start is left out.
+std::optional<QString> read(const QString &path);
+
+/// Whether `character` ends a line: U+000A to U+000D, U+0085, U+2028, U+2029.
+bool isNewline(QChar character);
+
+/// `text` cut at every newline character, empty lines kept. "a\r\nb" is three lines, the middle one empty.
+QStringList lines(const QString &text);
+
+/// `text` without spaces and tabs (and nothing else) at both ends.
+QString trimmed(const QString &text);
+
+}
