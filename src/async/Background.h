@@ -8,13 +8,13 @@
 #include <type_traits>
 #include <variant>
 
-/// Runs `work` on the pool and resumes on the main thread with its value, or with the very exception that it threw.
-/// `work` is moved to the pool: it may hold values only, never a reference to the caller's frame.
+/// Runs `work` on the pool and resumes on the main thread with its value, or with the very exception that it
+/// threw. `work` is moved to the pool: it may hold values only, never a reference to the caller's frame.
 ///
-/// Not QtConcurrent: a QFuture loses the type of an exception, and awaiting a cancelled one crashes in QCoro 0.8.
-/// GCC 12 destroys a capturing lambda twice when it is written inside the co_await expression: name it first.
-template<typename Work>
-QCoro::Task<std::invoke_result_t<Work &>> runInBackground(Work work)
+/// Not QtConcurrent: a QFuture loses the type of an exception, and awaiting a cancelled one crashes in QCoro
+/// 0.8. GCC 12 destroys a capturing lambda twice when it is written inside the co_await expression: name it
+/// first.
+template <typename Work> QCoro::Task<std::invoke_result_t<Work &>> runInBackground(Work work)
 {
     using Value = std::invoke_result_t<Work &>;
     using Outcome = std::variant<Value, std::exception_ptr>;

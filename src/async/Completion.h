@@ -10,16 +10,17 @@
 /// One value, settled once, for one coroutine that waits for it. Whoever settles first wins.
 /// Copies share the same value. Main thread only: other threads settle through postToMainThread.
 ///
-/// Whoever makes one sees to it that every end settles it (success, failure, stop), else the waiter never resumes.
-template<typename T>
-class Completion final {
+/// Whoever makes one sees to it that every end settles it (success, failure, stop), else the waiter never
+/// resumes.
+template <typename T> class Completion final {
 public:
     void settle(T value) const
     {
         if (m_state->value)
             return;
         m_state->value = std::move(value);
-        // Never resume inside the caller: it may hold a lock, or be the very object that the coroutine deletes.
+        // Never resume inside the caller: it may hold a lock, or be the very object that the coroutine
+        // deletes.
         if (m_state->waiter)
             postToMainThread([state = m_state] { state->waiter.resume(); });
     }

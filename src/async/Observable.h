@@ -4,9 +4,9 @@
 
 #include <utility>
 
-/// An object whose published fields others watch. It announces a change before the change takes effect: a view marks
-/// itself stale on the announcement and reads the fields on a later turn of the event loop, so that a thousand
-/// changes cost one redraw. Main thread only.
+/// An object whose published fields others watch. It announces a change before the change takes effect: a
+/// view marks itself stale on the announcement and reads the fields on a later turn of the event loop, so
+/// that a thousand changes cost one redraw. Main thread only.
 class Observable : public QObject {
     Q_OBJECT
 
@@ -22,8 +22,7 @@ protected:
 };
 
 /// A field of an Observable: every assignment announces first and then stores, equal values included.
-template<typename T>
-class Published final {
+template <typename T> class Published final {
 public:
     explicit Published(Observable *owner, T initial = T())
         : m_owner(owner)
@@ -40,8 +39,7 @@ public:
     }
 
     /// Announces once and then lets `edit` change the value in place.
-    template<typename Edit>
-    void change(Edit &&edit)
+    template <typename Edit> void change(Edit &&edit)
     {
         Q_EMIT m_owner->willChange();
         std::forward<Edit>(edit)(m_value);

@@ -20,11 +20,11 @@ class Pasteboard;
 class Preferences;
 class Workspace;
 
-/// Everything that the window shows, and every action that the player can take. The views read the published fields
-/// and call the verbs; they decide nothing. At most one action runs at a time. Main thread only.
+/// Everything that the window shows, and every action that the player can take. The views read the published
+/// fields and call the verbs; they decide nothing. At most one action runs at a time. Main thread only.
 ///
-/// What it is given (preferences, file browser, pasteboard) outlives it; the log, the runner, the downloaders and the
-/// running action are its own. It must not die while an action or the game runs: `stopEverything` first.
+/// What it is given (preferences, file browser, pasteboard) outlives it; the log, the runner, the downloaders
+/// and the running action are its own. It must not die while an action runs.
 class AppModel final : public Observable {
     Q_OBJECT
 
@@ -94,17 +94,19 @@ private:
     void setProgress(DownloadProgress downloadProgress);
     std::function<void(DownloadProgress)> progressOnMainThread();
     QCoro::Task<> readInfo(QString projectFolder);
+    void forgetInfo();
 
     // The action slot and the road from nothing to a running game (InstallFlow.cpp)
-    bool startAction(QCoro::Task<> (AppModel::*body)(std::stop_token));
-    QCoro::Task<> runAction(QCoro::Task<> (AppModel::*body)(std::stop_token), std::stop_token stop);
+    using Action = QCoro::Task<> (AppModel::*)(std::stop_token);
+    void startAction(Action action);
+    QCoro::Task<> runAction(Action action, std::stop_token stop);
     QCoro::Task<> runFlow(std::stop_token stop);
     QCoro::Task<> installAndLaunch(std::stop_token stop);
     QCoro::Task<QString> provideGame(std::stop_token stop);
     QCoro::Task<QString> provideEngine(EngineSpec spec, std::stop_token stop);
     QCoro::Task<> provideImport(EngineSpec spec, QString executable, QString project, std::stop_token stop);
-    void enterStep(const AppState &newState, const QString &text);
-    void endCancelled();
+    void enterStep(const QString &text);
+    void endFlow(const std::exception &error, const std::stop_token &stop);
 
     // The game's start and end (GameLaunch.cpp)
     void launch(const EngineSpec &spec, const QString &engine, const QString &project);
@@ -112,6 +114,7 @@ private:
 
     // Update and removal (Maintenance.cpp)
     QCoro::Task<> runUpdate(std::stop_token stop);
+    QCoro::Task<> sumRoot();
 
     Preferences &m_preferences;
     Workspace &m_workspace;
@@ -123,4 +126,9 @@ private:
     EngineManager engines;
     /// The controller of the import pass while step 3 runs.
     std::shared_ptr<ProcessController> importController;
+
+    /// Counts the readings of the project facts, so that an overtaken one is dropped.
+    int m_infoReading = 0;
+    /// Everything was removed while an action ran: what it still wrote goes when it ends.
+    bool m_removeRootAgain = false;
 };

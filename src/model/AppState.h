@@ -6,13 +6,13 @@
 class AppState final {
 public:
     enum class Case {
-        Downloading,   ///< a download and unpack step runs; the text says of what
-        Needs,         ///< a failure is shown; the text is its message
+        Downloading, ///< a download and unpack step runs; the text says of what
+        Needs, ///< a failure is shown; the text is its message
         NotDownloaded, ///< game, engine or import is missing; Play starts the full flow
-        SettingUp,     ///< the first-time import runs
-        Ready,         ///< everything is in place; Play starts the game at once
-        Starting,      ///< the game was just started
-        Playing,       ///< the game has been running for at least 4 seconds
+        SettingUp, ///< the first-time import runs
+        Ready, ///< everything is in place; Play starts the game at once
+        Starting, ///< the game was just started
+        Playing, ///< the game has been running for at least 4 seconds
     };
 
     static AppState downloading(const QString &what) { return { Case::Downloading, what }; }

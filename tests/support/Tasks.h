@@ -13,20 +13,18 @@ namespace Tasks {
 
 namespace Detail {
 
-template<typename Value>
-struct Collected {
+template <typename Value> struct Collected {
     std::optional<Value> value;
     std::exception_ptr error;
     bool done = false;
 };
 
-template<>
-struct Collected<void> {
+template <> struct Collected<void> {
     std::exception_ptr error;
     bool done = false;
 };
 
-template<typename Value>
+template <typename Value>
 QCoro::Task<> collect(QCoro::Task<Value> task, std::shared_ptr<Collected<Value>> into)
 {
     try {
@@ -42,9 +40,9 @@ QCoro::Task<> collect(QCoro::Task<Value> task, std::shared_ptr<Collected<Value>>
 
 }
 
-/// Turns the event loop until `task` has ended, and gives its value or rethrows its exception. A task that has not
-/// ended within `limit` ends the test program: its frame may refer to the test's locals.
-template<typename Value>
+/// Turns the event loop until `task` has ended, and gives its value or rethrows its exception. A task that
+/// has not ended within `limit` ends the test program: its frame may refer to the test's locals.
+template <typename Value>
 Value finish(QCoro::Task<Value> task, std::chrono::milliseconds limit = std::chrono::seconds(20))
 {
     const auto collected = std::make_shared<Detail::Collected<Value>>();
@@ -58,8 +56,9 @@ Value finish(QCoro::Task<Value> task, std::chrono::milliseconds limit = std::chr
 }
 
 /// The exception of type `Error` that `task` ends with, or none when it ends in another way.
-template<typename Error, typename Value>
-std::optional<Error> failure(QCoro::Task<Value> task, std::chrono::milliseconds limit = std::chrono::seconds(20))
+template <typename Error, typename Value>
+std::optional<Error> failure(QCoro::Task<Value> task,
+                             std::chrono::milliseconds limit = std::chrono::seconds(20))
 {
     try {
         finish(std::move(task), limit);

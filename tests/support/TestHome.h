@@ -6,8 +6,9 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-/// A home folder of the test's own for as long as it lives: HOME, XDG_DATA_HOME and XDG_CONFIG_HOME point into a
-/// fresh temporary folder, so that nothing of the person who runs the tests is read or written. Main thread.
+/// A home folder of the test's own for as long as it lives: HOME, XDG_DATA_HOME and XDG_CONFIG_HOME point
+/// into a fresh temporary folder, so that nothing of the person who runs the tests is read or written. Main
+/// thread.
 class TestHome final {
 public:
     TestHome()
@@ -50,7 +51,8 @@ public:
 private:
     void set(const QByteArray &name, const QString &value)
     {
-        m_before.append({ name, qEnvironmentVariableIsSet(name.constData()) ? qgetenv(name.constData()) : QByteArray() });
+        m_before.append(
+            { name, qEnvironmentVariableIsSet(name.constData()) ? qgetenv(name.constData()) : QByteArray() });
         qputenv(name.constData(), QFile::encodeName(value));
     }
 

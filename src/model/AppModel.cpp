@@ -1,0 +1,126 @@
+#include "AppModel.h"
+
+#include "Background.h"
+#include "FileOperations.h"
+#include "MainThread.h"
+#include "Paths.h"
+#include "ProcessController.h"
+#include "ProjectInspector.h"
+
+#include <QPointer>
+
+#include <algorithm>
+
+namespace {
+
+/// How much of the log goes under a failure message.
+constexpr qsizetype failureLineCount = 30;
+
+}
+
+AppModel::AppModel(Preferences &preferences, Workspace &workspace, Pasteboard &pasteboard)
+    : m_preferences(preferences)
+    , m_workspace(workspace)
+    , m_pasteboard(pasteboard)
+{
+    refreshState();
+    loadInfo();
+}
+
+AppModel::~AppModel() { Q_ASSERT_X(!workTask, "AppModel", "an action still runs"); }
+
+void AppModel::refreshState()
+{
+    if (workTask || runner.isRunning || state->kind() == AppState::Case::Needs)
+        return;
+
+    const auto project = ProjectInspector::findProjectRoot(Paths::gameFolder());
+    if (!project) {
+        state = AppState::notDownloaded();
+        return;
+    }
+    const EngineSpec spec
+        = EngineManager::spec(info->has_value() ? **info : ProjectInspector::inspect(*project));
+    const bool isComplete
+        = EngineManager::executable(spec) && FileOperations::exists(EngineManager::markerURL(spec));
+    state = isComplete ? AppState::ready() : AppState::notDownloaded();
+}
+
+void AppModel::loadInfo()
+{
+    const auto project = ProjectInspector::findProjectRoot(Paths::gameFolder());
+    if (!project) {
+        forgetInfo();
+        return;
+    }
+    readInfo(*project);
+}
+
+QCoro::Task<> AppModel::readInfo(QString projectFolder)
+{
+    const QPointer<AppModel> self(this);
+    const int reading = ++m_infoReading;
+    auto inspect = [projectFolder] { return ProjectInspector::inspect(projectFolder); };
+    const ProjectInfo facts = co_await runInBackground(std::move(inspect));
+    // What was read of a game that was removed or read again meanwhile is no longer true.
+    if (!self || reading != m_infoReading)
+        co_return;
+    info = facts;
+    refreshState();
+}
+
+void AppModel::forgetInfo()
+{
+    ++m_infoReading;
+    info = std::nullopt;
+}
+
+void AppModel::cancel()
+{
+    repo.cancel();
+    engines.cancel();
+    if (importController)
+        importController->cancel();
+    if (workTask)
+        workTask->requestStop();
+}
+
+void AppModel::fail(const QString &message, LastLines lastLines)
+{
+    failureMessage = message;
+    failureLines = lastLines == LastLines::Show
+        ? log.lines->mid(std::max<qsizetype>(0, log.lines->size() - failureLineCount))
+        : QStringList();
+    state = AppState::needs(message);
+    progress = std::nullopt;
+}
+
+void AppModel::clearFailure()
+{
+    failureMessage = std::nullopt;
+    failureLines = QStringList();
+    notice = std::nullopt;
+    if (state->kind() == AppState::Case::Needs)
+        state = AppState::notDownloaded();
+}
+
+void AppModel::setProgress(DownloadProgress downloadProgress)
+{
+    if (downloadProgress.total < 1)
+        progress = std::nullopt;
+    else
+        progress = std::min(1.0,
+                            static_cast<double>(downloadProgress.received)
+                                / static_cast<double>(downloadProgress.total));
+    progressDetail = downloadProgress.text();
+}
+
+std::function<void(DownloadProgress)> AppModel::progressOnMainThread()
+{
+    return [self = QPointer<AppModel>(this)](DownloadProgress downloadProgress) {
+        postToMainThread([self, downloadProgress] {
+            if (self)
+                self->setProgress(downloadProgress);
+        });
+    };
+}

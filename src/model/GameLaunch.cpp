@@ -1,0 +1,51 @@
+// The game's start and end.
+
+#include "AppModel.h"
+
+#include "ExitReport.h"
+#include "GameArguments.h"
+#include "Preferences.h"
+#include "ProjectInspector.h"
+
+#include <QPointer>
+#include <QTimer>
+
+#include <chrono>
+
+namespace {
+
+/// A game that still runs after this time counts as playing.
+constexpr std::chrono::seconds startingTime { 4 };
+
+}
+
+void AppModel::launch(const EngineSpec &spec, const QString &engine, const QString &project)
+{
+    if (spec.major <= 3)
+        ProjectInspector::enableMouseAsTouch(project, log);
+
+    const QStringList arguments
+        = gameArguments(project, m_preferences.fullscreen(), m_preferences.resolution());
+    state = AppState::starting();
+    runner.launch(engine, arguments, log, [self = QPointer<AppModel>(this)](GameExit exit) {
+        if (self)
+            self->gameEnded(exit);
+    });
+    QTimer::singleShot(startingTime, this, [this] {
+        if (runner.isRunning && state->kind() == AppState::Case::Starting)
+            state = AppState::playing();
+    });
+}
+
+void AppModel::gameEnded(const GameExit &exit)
+{
+    stepText = QString();
+    const ExitReport report = exitReport(exit);
+    if (report.failure) {
+        fail(*report.failure, LastLines::Show);
+        return;
+    }
+    log.append(*report.logLine);
+    state = AppState::notDownloaded();
+    refreshState();
+}

@@ -1,0 +1,163 @@
+// The action slot, and the road from nothing to a running game: four steps, each skipped when what it makes
+// is there.
+
+#include "AppModel.h"
+
+#include "AppError.h"
+#include "Background.h"
+#include "CancellationError.h"
+#include "FileOperations.h"
+#include "MainThread.h"
+#include "Paths.h"
+#include "ProcessController.h"
+#include "ProjectInspector.h"
+
+void AppModel::play() { startAction(&AppModel::runFlow); }
+
+void AppModel::startAction(Action action)
+{
+    if (workTask || runner.isRunning)
+        return;
+    clearFailure();
+    log.lines = QStringList();
+    workTask.emplace();
+    workTask->keep(runAction(action, workTask->token()));
+}
+
+QCoro::Task<> AppModel::runAction(Action action, std::stop_token stop)
+{
+    // The action begins when the press has been handled, with its handle in place.
+    co_await nextTurn();
+    auto running = (this->*action)(stop);
+    co_await running;
+
+    workTask.reset();
+    if (m_removeRootAgain) {
+        m_removeRootAgain = false;
+        FileOperations::removeTreeIfPossible(Paths::root());
+    }
+    if (runner.isRunning)
+        co_return;
+    switch (state->kind()) {
+    case AppState::Case::Downloading:
+    case AppState::Case::SettingUp:
+    case AppState::Case::Starting:
+    case AppState::Case::Playing:
+        break;
+    case AppState::Case::Needs:
+    case AppState::Case::NotDownloaded:
+    case AppState::Case::Ready:
+        refreshState();
+    }
+}
+
+QCoro::Task<> AppModel::runFlow(std::stop_token stop)
+{
+    try {
+        auto installing = installAndLaunch(stop);
+        co_await installing;
+    } catch (const std::exception &error) {
+        endFlow(error, stop);
+    }
+}
+
+QCoro::Task<> AppModel::installAndLaunch(std::stop_token stop)
+{
+    auto providingGame = provideGame(stop);
+    const QString project = co_await providingGame;
+
+    auto inspect = [project] { return ProjectInspector::inspect(project); };
+    const ProjectInfo facts = co_await runInBackground(std::move(inspect));
+    ++m_infoReading; // newer than whatever the background may still be reading
+    info = facts;
+
+    const EngineSpec spec = EngineManager::spec(facts);
+    auto providingEngine = provideEngine(spec, stop);
+    const QString executable = co_await providingEngine;
+    if (facts.isCSharp)
+        log.append(QStringLiteral("This game uses C#; the .NET build of Godot was chosen. "
+                                  "It may also need the .NET SDK installed."));
+
+    auto providingImport = provideImport(spec, executable, project, stop);
+    co_await providingImport;
+
+    enterStep(QStringLiteral("Step 4 of 4: starting the game"));
+    launch(spec, executable, project);
+}
+
+QCoro::Task<QString> AppModel::provideGame(std::stop_token stop)
+{
+    if (const auto project = ProjectInspector::findProjectRoot(Paths::gameFolder()))
+        co_return *project;
+
+    state = AppState::downloading(QStringLiteral("the game"));
+    enterStep(QStringLiteral("Step 1 of 4: downloading the game"));
+    auto installing = repo.install(&log, progressOnMainThread(), stop);
+    co_await installing;
+    throwIfCancelled(stop);
+
+    const auto project = ProjectInspector::findProjectRoot(Paths::gameFolder());
+    if (!project)
+        throw AppError::message(QStringLiteral("The game files could not be found after downloading."));
+    co_return *project;
+}
+
+QCoro::Task<QString> AppModel::provideEngine(EngineSpec spec, std::stop_token stop)
+{
+    if (const auto executable = EngineManager::executable(spec)) {
+        throwIfCancelled(stop);
+        co_return *executable;
+    }
+
+    state = AppState::downloading(spec.displayName());
+    enterStep(QStringLiteral("Step 2 of 4: downloading ") + spec.displayName());
+    auto installing = engines.install(spec, &log, progressOnMainThread(), stop);
+    co_await installing;
+    throwIfCancelled(stop);
+
+    const auto executable = EngineManager::executable(spec);
+    if (!executable)
+        throw AppError::message(QStringLiteral("The Godot engine is missing."));
+    co_return *executable;
+}
+
+QCoro::Task<> AppModel::provideImport(EngineSpec spec, QString executable, QString project,
+                                      std::stop_token stop)
+{
+    if (FileOperations::exists(EngineManager::markerURL(spec)))
+        co_return;
+
+    state = AppState::settingUp();
+    enterStep(QStringLiteral("Step 3 of 4: first-time setup, this can take a minute or more"));
+    importController = ProcessController::create();
+    auto importing = engines.importProject(spec, executable, project, &log, importController);
+    const bool imported = co_await importing;
+    importController.reset();
+    throwIfCancelled(stop);
+    if (!imported)
+        log.append(QStringLiteral("Setup did not report imported files; trying to start the game anyway."));
+}
+
+void AppModel::enterStep(const QString &text)
+{
+    stepText = text;
+    progress = std::nullopt;
+    progressDetail = QString();
+}
+
+void AppModel::endFlow(const std::exception &error, const std::stop_token &stop)
+{
+    // Once the player has cancelled or removed everything, what fails afterwards fails because of that.
+    const bool cancelled = stop.stop_requested() || dynamic_cast<const CancellationError *>(&error);
+    if (!cancelled) {
+        fail(userFacingDescription(error), LastLines::Show);
+        return;
+    }
+    log.append(QStringLiteral("Cancelled."));
+    stepText = QString();
+    state = AppState::notDownloaded();
+    // The slot is empty for this one call, so that the player sees at once what is in place.
+    auto handle = std::exchange(workTask, std::nullopt);
+    refreshState();
+    workTask = std::move(handle);
+}

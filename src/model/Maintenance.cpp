@@ -1,0 +1,106 @@
+// What the player can do with what was downloaded, beside playing it.
+
+#include "AppModel.h"
+
+#include "AppError.h"
+#include "Background.h"
+#include "CancellationError.h"
+#include "DirectorySize.h"
+#include "FileOperations.h"
+#include "Pasteboard.h"
+#include "Paths.h"
+#include "ProcessController.h"
+#include "SaveFolder.h"
+#include "Workspace.h"
+
+#include <QPointer>
+
+void AppModel::updateGame() { startAction(&AppModel::runUpdate); }
+
+QCoro::Task<> AppModel::runUpdate(std::stop_token stop)
+{
+    try {
+        state = AppState::downloading(QStringLiteral("the game"));
+        enterStep(QStringLiteral("Updating the game (your save files are kept)"));
+        auto installing = repo.install(&log, progressOnMainThread(), stop);
+        co_await installing;
+        loadInfo();
+        notice = QStringLiteral("The game was updated.");
+        state = AppState::notDownloaded();
+    } catch (const std::exception &error) {
+        if (stop.stop_requested() || dynamic_cast<const CancellationError *>(&error)) {
+            log.append(QStringLiteral("Cancelled."));
+            state = AppState::notDownloaded();
+        } else {
+            fail(userFacingDescription(error), LastLines::Show);
+        }
+    }
+    stepText = QString();
+}
+
+void AppModel::reinstall()
+{
+    if (workTask || runner.isRunning)
+        return;
+    FileOperations::removeTreeIfPossible(Paths::gameFolder());
+    FileOperations::removeTreeIfPossible(Paths::engineFolder());
+    forgetInfo();
+    state = AppState::notDownloaded();
+    play();
+}
+
+void AppModel::removeEverything()
+{
+    if (runner.isRunning)
+        return;
+    cancel();
+    // An action that is still unpacking may put files back before it notices: what it leaves goes when it
+    // ends.
+    m_removeRootAgain = workTask.has_value();
+    FileOperations::removeTreeIfPossible(Paths::root());
+    forgetInfo();
+    failureMessage = std::nullopt;
+    failureLines = QStringList();
+    log.lines = QStringList();
+    state = AppState::notDownloaded();
+    notice = QStringLiteral("Everything was removed.");
+}
+
+void AppModel::computeFreeableSize() { sumRoot(); }
+
+QCoro::Task<> AppModel::sumRoot()
+{
+    const QPointer<AppModel> self(this);
+    auto sum = [root = Paths::root()] { return directorySize(root); };
+    const qint64 bytes = co_await runInBackground(std::move(sum));
+    if (self)
+        freeableBytes = bytes;
+}
+
+void AppModel::revealInFinder()
+{
+    if (FileOperations::exists(Paths::root()))
+        m_workspace.reveal(Paths::root());
+    else
+        notice = QStringLiteral("Nothing is downloaded yet.");
+}
+
+void AppModel::showSaves()
+{
+    const QString projectName = info->has_value() ? (*info)->name : ProjectInfo().name;
+    for (const QString &folder : saveFolderCandidates(Paths::godotData(), projectName)) {
+        if (FileOperations::exists(folder)) {
+            m_workspace.open(folder);
+            return;
+        }
+    }
+    notice = QStringLiteral("No save files yet. Godot creates them when the game first saves something.");
+}
+
+void AppModel::copyFailure()
+{
+    m_pasteboard.setText(failureMessage->value_or(QString()) + QLatin1Char('\n')
+                         + failureLines->join(QLatin1Char('\n')));
+}
+
+void AppModel::stopForQuit() { runner.stop(); }

@@ -1,0 +1,137 @@
+#include "Completion.h"
+#include "Background.h"
+#include "CancellationError.h"
+#include "MainThread.h"
+#include "Tasks.h"
+#include "WorkTask.h"
+
+#include <QTest>
+#include <QThread>
+
+#include <stdexcept>
+
+namespace {
+
+QCoro::Task<int> valueOf(Completion<int> completion)
+{
+    const int value = co_await completion;
+    co_return value;
+}
+
+QCoro::Task<> turnThenNote(QStringList *notes)
+{
+    notes->append(QStringLiteral("started"));
+    co_await nextTurn();
+    notes->append(QStringLiteral("next turn"));
+}
+
+QCoro::Task<> stopBetweenSteps(std::stop_token stop, int *steps)
+{
+    ++*steps;
+    co_await nextTurn();
+    throwIfCancelled(stop);
+    ++*steps;
+}
+
+}
+
+class CompletionTest final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aValueSettledBeforeTheWaitIsGivenAtOnce()
+    {
+        const Completion<int> completion;
+        completion.settle(7);
+        const auto task = valueOf(completion);
+        QVERIFY(task.isReady());
+        QCOMPARE(Tasks::finish(valueOf(completion)), 7);
+    }
+
+    void theWaiterResumesOnALaterTurnAndNeverInsideSettle()
+    {
+        const Completion<int> completion;
+        auto task = valueOf(completion);
+        completion.settle(7);
+        QVERIFY(!task.isReady());
+        QCOMPARE(Tasks::finish(std::move(task)), 7);
+    }
+
+    void whoeverSettlesFirstWins()
+    {
+        const Completion<int> completion;
+        completion.settle(1);
+        completion.settle(2);
+        QCOMPARE(Tasks::finish(valueOf(completion)), 1);
+    }
+
+    void nextTurnResumesAfterTheCallerHasReturned()
+    {
+        QStringList notes;
+        auto task = turnThenNote(&notes);
+        notes.append(QStringLiteral("returned"));
+        Tasks::finish(std::move(task));
+        QCOMPARE(notes,
+                 QStringList(
+                     { QStringLiteral("started"), QStringLiteral("returned"), QStringLiteral("next turn") }));
+    }
+
+    void workPostedFromAnotherThreadRunsOnTheMainThreadInOrder()
+    {
+        QList<int> seen;
+        const auto *const mainThread = QThread::currentThread();
+        bool alwaysOnMainThread = true;
+        const std::unique_ptr<QThread> thread(QThread::create([&] {
+            for (int i = 0; i < 100; ++i) {
+                postToMainThread([&, i] {
+                    alwaysOnMainThread = alwaysOnMainThread && QThread::currentThread() == mainThread;
+                    seen.append(i);
+                });
+            }
+        }));
+        thread->start();
+        QVERIFY(thread->wait());
+        QVERIFY(seen.isEmpty());
+        QTRY_COMPARE(seen.size(), 100);
+        QVERIFY(std::is_sorted(seen.cbegin(), seen.cend()));
+        QVERIFY(alwaysOnMainThread);
+    }
+
+    void backgroundWorkRunsOffTheMainThreadAndItsValueComesBackToIt()
+    {
+        const auto *const mainThread = QThread::currentThread();
+        auto work = [mainThread] { return QThread::currentThread() != mainThread; };
+        QVERIFY(Tasks::finish(runInBackground(std::move(work))));
+    }
+
+    void anExceptionOfBackgroundWorkKeepsItsType()
+    {
+        auto work = []() -> int { throw std::out_of_range("too far"); };
+        const auto error = Tasks::failure<std::out_of_range>(runInBackground(std::move(work)));
+        QVERIFY(error.has_value());
+        QCOMPARE(error->what(), "too far");
+    }
+
+    void anActionThatWasAskedToStopThrowsTheCancellationErrorAtItsNextCheck()
+    {
+        WorkTask handle;
+        int steps = 0;
+        auto task = stopBetweenSteps(handle.token(), &steps);
+        handle.requestStop();
+        QVERIFY(Tasks::failure<CancellationError>(std::move(task)).has_value());
+        QCOMPARE(steps, 1);
+    }
+
+    void anActionWhoseHandleIsDroppedRunsOn()
+    {
+        int steps = 0;
+        {
+            WorkTask handle;
+            handle.keep(stopBetweenSteps(handle.token(), &steps));
+        }
+        QTRY_COMPARE(steps, 2);
+    }
+};
+
+QTEST_GUILESS_MAIN(CompletionTest)
+#include "CompletionTest.moc"
