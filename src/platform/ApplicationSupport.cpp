@@ -1,0 +1,72 @@
+#include "Desktop.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <pwd.h>
+#include <unistd.h>
+
+namespace {
+
+bool isAbsolute(const QString &path) { return path.startsWith(QLatin1Char('/')); }
+
+/// Not QDir::homePath(): without $HOME that is the root of the file system, where nothing of a player's
+/// belongs.
+QString homeFolder()
+{
+    const QString named = QFile::decodeName(qgetenv("HOME"));
+    if (isAbsolute(named))
+        return QDir::cleanPath(named);
+
+    passwd entry = {};
+    passwd *found = nullptr;
+    QByteArray buffer(16 * 1024, Qt::Uninitialized);
+    if (getpwuid_r(getuid(), &entry, buffer.data(), static_cast<size_t>(buffer.size()), &found) != 0
+        || !found)
+        return QString();
+    const QString listed = QFile::decodeName(found->pw_dir);
+    return isAbsolute(listed) ? QDir::cleanPath(listed) : QString();
+}
+
+/// The folder in `parent` that is called `name` but for letter case, or none.
+std::optional<QString> folderInOtherLetterCase(const QString &parent, const QString &name)
+{
+    const QStringList folders
+        = QDir(parent).entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
+    // The engine's own spelling goes before any other.
+    if (folders.contains(name.toLower()))
+        return name.toLower();
+    for (const QString &folder : folders) {
+        if (folder.compare(name, Qt::CaseInsensitive) == 0)
+            return folder;
+    }
+    return std::nullopt;
+}
+
+}
+
+QStringList Desktop::applicationSupportFolders() const
+{
+    const QString home = homeFolder();
+    if (system == System::MacOS)
+        return home.isEmpty()
+            ? QStringList()
+            : QStringList(QDir(home).filePath(QStringLiteral("Library/Application Support")));
+
+    const QString dataHome = QFile::decodeName(qgetenv("XDG_DATA_HOME"));
+    if (isAbsolute(dataHome))
+        return { QDir::cleanPath(dataHome) };
+    return home.isEmpty() ? QStringList() : QStringList(QDir(home).filePath(QStringLiteral(".local/share")));
+}
+
+QString Desktop::engineDataFolder(const QString &applicationSupport) const
+{
+    const QString name = QStringLiteral("Godot");
+    const QDir parent(applicationSupport);
+    if (system == System::Linux && !QFileInfo(parent.filePath(name)).isDir()) {
+        if (const auto other = folderInOtherLetterCase(applicationSupport, name))
+            return parent.filePath(*other);
+    }
+    return parent.filePath(name);
+}

@@ -1,0 +1,3 @@
+#include "Workspace.h"
+
+Workspace::~Workspace() = default;
