@@ -4,11 +4,12 @@
 
 #include <exception>
 
-/// An error of the file system as the platform describes it, as one full sentence that names the file and the reason:
-/// "“master.zip” could not be moved: No space left on device."
+/// An error of the file system as the platform describes it, as one full sentence that names the file and the
+/// reason: "“master.zip” could not be moved: No space left on device."
 class FileError final : public std::exception {
 public:
-    /// `action` is what could not be done, in the past participle ("created", "moved"); `code` is an errno value.
+    /// `action` is what could not be done, in the past participle ("created", "moved"); `code` is an errno
+    /// value.
     FileError(const QString &path, const QString &action, int code);
 
     const QString &description() const { return m_description; }

@@ -3,8 +3,8 @@
 #include <QString>
 #include <QStringList>
 
-/// Where the launcher keeps what it writes, and where the engine keeps a game's saves. Every folder is computed anew
-/// on each call; nothing is cached. Any thread.
+/// Where the launcher keeps what it writes, and where the engine keeps a game's saves. Every folder is
+/// computed anew on each call; nothing is cached. Any thread.
 namespace Paths {
 
 /// The launcher's own folder, "Vantor Platformer" in the user's application-support folder. Not created here.
@@ -22,11 +22,12 @@ QString engineFolder();
 /// "Temp" under the root: scratch folders.
 QString tempFolder();
 
-/// Creates a new, empty folder named by a fresh upper-case UUID under "Temp" and returns it. Throws FileError.
+/// Creates a new, empty folder named by a fresh upper-case UUID under "Temp" and returns it. Throws
+/// FileError.
 QString newTempDir();
 
-/// The folder that application data goes to: the first of those that the platform `reported`, else the fixed place
-/// in `home`.
+/// The folder that application data goes to: the first of those that the platform `reported`, else the fixed
+/// place in `home`.
 QString applicationSupportBase(const QStringList &reported, const QString &home);
 
 }

@@ -5,10 +5,12 @@
 
 #include <optional>
 
-/// Text as people write it: the game's project file, README and licence, and the lines of lists and logs. Any thread.
+/// Text as people write it: the game's project file, README and licence, and the lines of lists and logs. Any
+/// thread.
 namespace TextFile {
 
-/// The file's content, or none when it cannot be read or is not UTF-8. A byte order mark at its start is left out.
+/// The file's content, or none when it cannot be read or is not UTF-8. A byte order mark at its start is left
+/// out.
 std::optional<QString> read(const QString &path);
 
 /// Whether `character` ends a line: U+000A to U+000D, U+0085, U+2028, U+2029.

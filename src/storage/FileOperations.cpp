@@ -1,0 +1,253 @@
+#include "FileOperations.h"
+
+#include "FileError.h"
+#include "FolderWalk.h"
+
+#include <QFile>
+#include <QUuid>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <optional>
+#include <vector>
+
+namespace {
+
+/// Creates the folder and those above it; an errno value, 0 for success.
+int makeFolder(const QByteArray &path)
+{
+    if (::mkdir(path.constData(), 0777) == 0)
+        return 0;
+    int error = errno;
+    const qsizetype slash = path.lastIndexOf('/');
+    if (error == ENOENT && slash > 0) {
+        error = makeFolder(path.left(slash));
+        if (error != 0 || ::mkdir(path.constData(), 0777) == 0)
+            return error;
+        error = errno;
+    }
+    // Systems differ in how they refuse to make a folder that is there ("/" or a mount point), and another
+    // thread may have made it first.
+    struct stat status = {};
+    return ::stat(path.constData(), &status) == 0 && S_ISDIR(status.st_mode) ? 0 : error;
+}
+
+/// The path without slashes at its end, which would make the system follow a link.
+QByteArray encoded(const QString &path)
+{
+    QByteArray bytes = QFile::encodeName(path);
+    while (bytes.size() > 1 && bytes.endsWith('/'))
+        bytes.chop(1);
+    return bytes;
+}
+
+/// The first thing that could not be removed.
+struct Failure {
+    QByteArray name;
+    int code = 0;
+
+    void note(const QByteArray &atName, int atCode)
+    {
+        // Gone already is what was wanted.
+        if (code == 0 && atCode != 0 && atCode != ENOENT) {
+            name = atName;
+            code = atCode;
+        }
+    }
+};
+
+/// Removes everything in the folder at `path`, and goes on when something cannot be removed.
+void emptyFolder(const QByteArray &path, Failure &failure)
+{
+    // A folder on the way, and its sub-folders that are still to be removed.
+    struct Level {
+        QByteArray name;
+        QList<QByteArray> folders;
+    };
+    FolderWalk walk(FolderWalk::Permissions::Claimed);
+    std::vector<Level> way;
+    const auto removeFilesHere = [&walk, &way, &failure](const QByteArray &here) {
+        QList<QByteArray> names;
+        Level level { here, {} };
+        failure.note(here, walk.list(names));
+        for (const QByteArray &name : std::as_const(names)) {
+            struct stat status = {};
+            const int error = walk.inspect(name, status);
+            if (error != 0)
+                failure.note(name, error);
+            else if (S_ISDIR(status.st_mode))
+                level.folders.append(name);
+            else
+                failure.note(name, walk.removeFile(name));
+        }
+        way.push_back(std::move(level));
+    };
+
+    if (const int error = walk.begin(path, FolderWalk::Start::NotThroughLink); error != 0) {
+        failure.note(path, error);
+        return;
+    }
+    removeFilesHere(path);
+    while (!way.empty()) {
+        if (!way.back().folders.isEmpty()) {
+            const QByteArray name = way.back().folders.takeLast();
+            const int error = walk.enter(name);
+            if (error == 0)
+                removeFilesHere(name);
+            else if (walk.removeFolder(name) != 0) // an empty one goes even when it cannot be entered
+                failure.note(name, error);
+            continue;
+        }
+        const QByteArray name = way.back().name;
+        way.pop_back();
+        if (const int error = walk.leave(); error != 0) {
+            failure.note(name, error);
+            return;
+        }
+        if (!way.empty())
+            failure.note(name, walk.removeFolder(name));
+    }
+}
+
+int writeAll(int descriptor, const QByteArray &content)
+{
+    qsizetype written = 0;
+    while (written < content.size()) {
+        const ssize_t count = ::write(descriptor, content.constData() + written,
+                                      static_cast<size_t>(content.size() - written));
+        if (count >= 0)
+            written += count;
+        else if (errno != EINTR)
+            return errno;
+    }
+    return ::fsync(descriptor) == 0 ? 0 : errno;
+}
+
+/// Whether `path` may be overwritten, and in `mode` the permissions of the file that is there.
+int checkWritable(const QByteArray &path, std::optional<mode_t> &mode)
+{
+    struct stat status = {};
+    if (::stat(path.constData(), &status) != 0)
+        return errno == ENOENT ? 0 : errno;
+    if (S_ISDIR(status.st_mode))
+        return EISDIR;
+    if (!S_ISREG(status.st_mode))
+        return EINVAL;
+    // A file that its owner made read-only stays as it is, also for the superuser, whom access() lets do
+    // everything.
+    if ((status.st_mode & S_IWUSR) == 0)
+        return EACCES;
+    if (::access(path.constData(), W_OK) != 0)
+        return errno;
+    mode = status.st_mode & 0777;
+    return 0;
+}
+
+int replaceFile(const QByteArray &path, const QByteArray &content)
+{
+    std::optional<mode_t> mode;
+    if (const int error = checkWritable(path, mode); error != 0)
+        return error;
+
+    const QByteArray folder = path.left(path.lastIndexOf('/') + 1);
+    const QByteArray temporary = folder + ".write-" + QUuid::createUuid().toByteArray(QUuid::WithoutBraces);
+    const int descriptor
+        = ::open(temporary.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
+    if (descriptor < 0)
+        return errno;
+    int error = writeAll(descriptor, content);
+    if (error == 0 && mode && ::fchmod(descriptor, *mode) != 0)
+        error = errno;
+    if (::close(descriptor) != 0 && error == 0)
+        error = errno;
+    if (error == 0 && ::rename(temporary.constData(), path.constData()) != 0)
+        error = errno;
+    if (error != 0)
+        ::unlink(temporary.constData());
+    return error;
+}
+
+/// Renames `from` to `to` in one step that fails when `to` exists.
+int renameToFreeName(const QByteArray &from, const QByteArray &to)
+{
+#if defined(Q_OS_DARWIN)
+    const int result = ::renamex_np(from.constData(), to.constData(), RENAME_EXCL);
+#else
+    const int result = ::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_NOREPLACE);
+#endif
+    if (result == 0)
+        return 0;
+    if (errno != EINVAL && errno != ENOTSUP && errno != ENOSYS)
+        return errno;
+    // A file system that does not know that step: look first and hope that nobody else is as quick.
+    struct stat status = {};
+    if (::lstat(to.constData(), &status) == 0)
+        return EEXIST;
+    return ::rename(from.constData(), to.constData()) == 0 ? 0 : errno;
+}
+
+}
+
+bool FileOperations::exists(const QString &path)
+{
+    struct stat status = {};
+    return ::lstat(encoded(path).constData(), &status) == 0;
+}
+
+void FileOperations::createFolder(const QString &folder)
+{
+    if (const int error = makeFolder(encoded(folder)); error != 0)
+        throw FileError(folder, QStringLiteral("created"), error);
+}
+
+void FileOperations::removeTree(const QString &path)
+{
+    const QString action = QStringLiteral("removed");
+    const QByteArray bytes = encoded(path);
+    const QByteArray name = bytes.mid(bytes.lastIndexOf('/') + 1);
+    if (name.isEmpty() || name == "." || name == "..")
+        throw FileError(path, action, EINVAL);
+
+    struct stat status = {};
+    if (::lstat(bytes.constData(), &status) != 0) {
+        if (errno == ENOENT)
+            return;
+        throw FileError(path, action, errno);
+    }
+    Failure failure;
+    if (S_ISDIR(status.st_mode)) {
+        emptyFolder(bytes, failure);
+        if (::rmdir(bytes.constData()) != 0)
+            failure.note(bytes, errno);
+    } else if (::unlink(bytes.constData()) != 0) {
+        failure.note(bytes, errno);
+    }
+    if (failure.code != 0)
+        throw FileError(QFile::decodeName(failure.name), action, failure.code);
+}
+
+bool FileOperations::removeTreeIfPossible(const QString &path) noexcept
+{
+    try {
+        removeTree(path);
+        return true;
+    } catch (const std::exception &) {
+        return false; // the caller has said that it can live with that
+    }
+}
+
+void FileOperations::move(const QString &from, const QString &to)
+{
+    if (const int error = renameToFreeName(encoded(from), encoded(to)); error != 0)
+        throw FileError(from, QStringLiteral("moved"), error);
+}
+
+void FileOperations::writeAtomically(const QString &path, const QByteArray &content)
+{
+    if (const int error = replaceFile(encoded(path), content); error != 0)
+        throw FileError(path, QStringLiteral("written"), error);
+}

@@ -1,0 +1,72 @@
+#include "TextFile.h"
+
+#include <QFile>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace {
+
+/// Far more than anybody writes by hand. What is larger is not text, and is not worth the memory.
+constexpr qint64 largestText = 256 * 1024 * 1024;
+
+bool isBlank(QChar character) { return character == u' ' || character == u'\t'; }
+
+}
+
+std::optional<QString> TextFile::read(const QString &path)
+{
+    // Not blocking: an archive can hold a pipe under the name of a text file, and opening one waits for a
+    // writer.
+    const int descriptor
+        = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+    if (descriptor < 0)
+        return std::nullopt;
+    QFile file;
+    if (!file.open(descriptor, QIODevice::ReadOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle)) {
+        ::close(descriptor);
+        return std::nullopt;
+    }
+    struct stat status = {};
+    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size > largestText)
+        return std::nullopt;
+
+    const QByteArray content = file.readAll();
+    if (file.error() != QFileDevice::NoError || !content.isValidUtf8())
+        return std::nullopt;
+    return QString::fromUtf8(content); // which also drops a byte order mark at the start
+}
+
+bool TextFile::isNewline(QChar character)
+{
+    const char16_t code = character.unicode();
+    return (code >= 0x0A && code <= 0x0D) || code == 0x85 || code == 0x2028 || code == 0x2029;
+}
+
+QStringList TextFile::lines(const QString &text)
+{
+    QStringList result;
+    qsizetype start = 0;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (isNewline(text.at(i))) {
+            result.append(text.mid(start, i - start));
+            start = i + 1;
+        }
+    }
+    result.append(text.mid(start));
+    return result;
+}
+
+QString TextFile::trimmed(const QString &text)
+{
+    qsizetype start = 0;
+    qsizetype end = text.size();
+    while (start < end && isBlank(text.at(start)))
+        ++start;
+    while (end > start && isBlank(text.at(end - 1)))
+        --end;
+    return text.mid(start, end - start);
+}
