@@ -1,0 +1,295 @@
+"""The stand-in of the code-hosting service, asked over real connections."""
+
+import contextlib
+import hashlib
+import http.client
+import io
+import os
+import platform
+import re
+import signal
+import stat
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+import zipfile
+from pathlib import Path
+
+CODE_HOST = Path(__file__).resolve().parents[2] / "tools" / "code-host"
+ARCHIVE = "/Kestrelwood/Vantor/archive/refs/heads/master.zip"
+MACHINE = "arm64" if platform.machine() in ("aarch64", "arm64") else "x86_64"
+
+
+def release(version, name):
+    return f"/godotengine/godot-builds/releases/download/{version}-stable/{name}"
+
+
+class CodeHostCase(unittest.TestCase):
+    def setUp(self):
+        self.folder = Path(self.enterContext(tempfile.TemporaryDirectory()))
+        self.game = self.folder / "game"
+        self.game.mkdir()
+        (self.game / "project.godot").write_text("config_version=5\n")
+        self.engine = self.folder / "it's an engine"
+        self.engine.write_text('#!/bin/sh\necho "engine got $*"\n')
+        self.engine.chmod(0o755)
+
+    if not hasattr(unittest.TestCase, "enterContext"):      # Python 3.10 and older
+        def enterContext(self, context):
+            value = context.__enter__()
+            self.addCleanup(context.__exit__, None, None, None)
+            return value
+
+    def start(self, *options, **how):
+        host = subprocess.Popen([sys.executable, CODE_HOST, "--game", self.game, "--engine", self.engine, *options],
+                                stdout=subprocess.PIPE, text=True, **how)
+        self.addCleanup(self.end, host)
+        line = host.stdout.readline()
+        self.port = int(re.fullmatch(r"Serving on http://127\.0\.0\.1:(\d+)\n", line)[1])
+        return host
+
+    @staticmethod
+    def end(host):
+        host.terminate()
+        host.wait(10)
+        for stream in (host.stdin, host.stdout, host.stderr):
+            if stream:
+                stream.close()
+
+    def ask(self, path, method="GET"):
+        connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=20)
+        with contextlib.closing(connection):
+            connection.request(method, path)
+            response = connection.getresponse()
+            return response, response.read()
+
+    def fetch(self, path):
+        """The body behind `path`, one redirect included."""
+        response, body = self.ask(path)
+        if response.status == 302:
+            response, body = self.ask(response.getheader("Location"))
+        self.assertEqual(response.status, 200, path)
+        return body
+
+    def archive(self, path):
+        return zipfile.ZipFile(io.BytesIO(self.fetch(path)))
+
+
+class GameArchive(CodeHostCase):
+    def test_everything_is_inside_the_wrapper_folder(self):
+        (self.game / "levels").mkdir()
+        (self.game / "levels" / "one.tscn").write_text("[gd_scene]")
+        self.start()
+        names = self.archive(ARCHIVE).namelist()
+        self.assertEqual(names, ["Vantor-master/", "Vantor-master/levels/", "Vantor-master/project.godot",
+                                 "Vantor-master/levels/one.tscn"])
+
+    def test_it_is_sent_in_pieces_without_a_length(self):
+        self.start()
+        response, body = self.ask(ARCHIVE)
+        self.assertIsNone(response.getheader("Content-Length"))
+        self.assertEqual(response.getheader("Transfer-Encoding"), "chunked")
+        self.assertIsNone(zipfile.ZipFile(io.BytesIO(body)).testzip())
+
+    def test_head_says_the_same_and_sends_nothing(self):
+        self.start()
+        response, body = self.ask(ARCHIVE, "HEAD")
+        self.assertEqual((response.status, body), (200, b""))
+        self.assertIsNone(response.getheader("Content-Length"))
+
+    def test_files_are_deflated(self):
+        self.start()
+        self.assertEqual(self.archive(ARCHIVE).getinfo("Vantor-master/project.godot").compress_type,
+                         zipfile.ZIP_DEFLATED)
+
+    def test_a_changed_game_is_served_at_the_next_request(self):
+        self.start()
+        self.fetch(ARCHIVE)
+        (self.game / "project.godot").write_text("config_version=4\n")
+        self.assertEqual(self.archive(ARCHIVE).read("Vantor-master/project.godot"), b"config_version=4\n")
+
+    def test_what_the_engine_and_git_leave_is_not_inside(self):
+        for name in (".git", ".godot", ".import"):
+            (self.game / name).mkdir()
+            (self.game / name / "inside").write_text("")
+        (self.game / "icon.png.import").write_text("")
+        (self.game / "icon.png").write_text("")
+        self.start()
+        self.assertEqual(self.archive(ARCHIVE).namelist(),
+                         ["Vantor-master/", "Vantor-master/icon.png", "Vantor-master/project.godot"])
+
+    def test_links_stay_links_and_programs_stay_programs(self):
+        (self.game / "outside").symlink_to("/etc")
+        (self.game / "tool").write_text("#!/bin/sh\n")
+        (self.game / "tool").chmod(0o755)
+        self.start()
+        archive = self.archive(ARCHIVE)
+        link = archive.getinfo("Vantor-master/outside")
+        self.assertTrue(stat.S_ISLNK(link.external_attr >> 16))
+        self.assertEqual(archive.read(link), b"/etc")
+        self.assertTrue(archive.getinfo("Vantor-master/tool").external_attr >> 16 & 0o100)
+
+
+class ReleaseFiles(CodeHostCase):
+    LAYOUTS_FOR_X86 = {
+        ("4.6", "_linux.x86_64.zip"): "Godot_v4.6-stable_linux.x86_64",
+        ("4.7.2", "_mono_linux_x86_64.zip"):
+            "Godot_v4.7.2-stable_mono_linux_x86_64/Godot_v4.7.2-stable_mono_linux.x86_64",
+        ("3.6.3", "_x11.64.zip"): "Godot_v3.6.3-stable_x11.64",
+        ("3.6.3", "_mono_x11_64.zip"): "Godot_v3.6.3-stable_mono_x11_64/Godot_v3.6.3-stable_mono_x11.64",
+    }
+    LAYOUTS_FOR_ARM = {
+        ("4.6", "_linux.arm64.zip"): "Godot_v4.6-stable_linux.arm64",
+        ("4.7.2", "_mono_linux_arm64.zip"):
+            "Godot_v4.7.2-stable_mono_linux_arm64/Godot_v4.7.2-stable_mono_linux.arm64",
+        ("3.6.3", "_linux.arm64.zip"): "Godot_v3.6.3-stable_linux.arm64",
+    }
+    LAYOUTS_FOR_MACOS = {
+        ("4.6", "_macos.universal.zip"): "Godot.app/Contents/MacOS/Godot",
+        ("4.6", "_mono_macos.universal.zip"): "Godot_mono.app/Contents/MacOS/Godot",
+        ("3.6.3", "_osx.universal.zip"): "Godot.app/Contents/MacOS/Godot",
+        ("3.6.3", "_mono_osx.universal.zip"): "Godot_mono.app/Contents/MacOS/Godot",
+    }
+
+    def layouts(self):
+        return self.LAYOUTS_FOR_MACOS | (self.LAYOUTS_FOR_ARM if MACHINE == "arm64" else self.LAYOUTS_FOR_X86)
+
+    def test_every_official_name_holds_the_program_where_it_belongs(self):
+        self.start()
+        for (version, ending), program in self.layouts().items():
+            with self.subTest(version=version, ending=ending):
+                archive = self.archive(release(version, f"Godot_v{version}-stable{ending}"))
+                self.assertIn(program, archive.namelist())
+                self.assertEqual(archive.getinfo(program).external_attr >> 16, stat.S_IFREG | 0o755)
+                programs = [name for name in archive.namelist() if name.split("/")[-1].startswith("Godot")
+                            and not name.endswith("/")]
+                self.assertEqual(programs, [program])
+
+    def test_net_builds_have_their_assemblies_folder_beside_the_program(self):
+        if MACHINE == "arm64":
+            self.skipTest("the name differs on this processor")
+        self.start()
+        stem = "Godot_v4.6-stable_mono_linux_x86_64"
+        self.assertIn(f"{stem}/GodotSharp/README", self.archive(release("4.6", stem + ".zip")).namelist())
+
+    def test_a_script_is_served_as_a_program_that_starts_it(self):
+        self.start()
+        name = "Godot_v4.6-stable_macos.universal.zip"
+        program = self.folder / "unpacked"
+        program.write_bytes(self.archive(release("4.6", name)).read("Godot.app/Contents/MacOS/Godot"))
+        program.chmod(0o755)
+        said = subprocess.run([program, "--path", "a b"], capture_output=True, text=True, check=True).stdout
+        self.assertEqual(said, "engine got --path a b\n")
+
+    def test_a_compiled_program_is_served_itself(self):
+        self.engine = Path("/bin/ls").resolve()
+        self.start()
+        ending = {"darwin": "_macos.universal.zip"}.get(sys.platform, f"_linux.{MACHINE}.zip")
+        archive = self.archive(release("4.6", "Godot_v4.6-stable" + ending))
+        self.assertIn(self.engine.read_bytes(), [archive.read(name) for name in archive.namelist()])
+
+    def test_a_release_file_is_redirected_once_and_has_a_length(self):
+        self.start()
+        for name in ("Godot_v4.6-stable_macos.universal.zip", "SHA512-SUMS.txt"):
+            with self.subTest(name):
+                first, body = self.ask(release("4.6", name))
+                self.assertEqual((first.status, body), (302, b""))
+                second, body = self.ask(first.getheader("Location"))
+                self.assertEqual((second.status, second.getheader("Content-Length")), (200, str(len(body))))
+
+    def test_the_sums_are_those_of_what_is_served(self):
+        self.start()
+        sums = dict(reversed(line.split("  ")) for line in self.fetch(release("4.6", "SHA512-SUMS.txt")).decode().splitlines())
+        checked = [name for (version, ending) in self.layouts() if version == "4.6"
+                   for name in [f"Godot_v4.6-stable{ending}"]]
+        self.assertEqual(len(checked), 3)
+        for name in checked:
+            self.assertEqual(sums[name], hashlib.sha512(self.fetch(release("4.6", name))).hexdigest(), name)
+
+    def test_the_sums_have_the_official_form(self):
+        self.start()
+        text = self.fetch(release("3.6.3", "SHA512-SUMS.txt")).decode()
+        self.assertTrue(text.endswith("\n") and "\r" not in text)
+        for line in text.splitlines():
+            self.assertRegex(line, r"\A[0-9a-f]{128}  [Gg]odot[^ /]+\Z")
+        for other in (".tar.xz", ".apk", ".tpz", ".aar"):
+            self.assertIn(other + "\n", text)
+        names = [line.split("  ")[1] for line in text.splitlines()]
+        self.assertEqual(len(names), len(set(names)))
+        self.assertLess(max(i for i, name in enumerate(names) if "_mono_" not in name),
+                        min(i for i, name in enumerate(names) if "_mono_" in name))
+
+    def test_an_archive_is_the_same_each_time(self):
+        self.start()
+        path = release("4.6", "Godot_v4.6-stable_macos.universal.zip")
+        self.assertEqual(self.fetch(path), self.fetch(path))
+
+    def test_names_that_no_release_has_are_not_found(self):
+        self.start()
+        for version, name in (("4.4.0", "Godot_v4.4.0-stable_macos.universal.zip"), ("4.6", "Godot_v4.5-stable_macos.universal.zip"),
+                              ("4.6", "Godot_v4.6-stable_osx.universal.zip"), ("3.6.3", "Godot_v3.6.3-stable_macos.universal.zip"),
+                              ("latest", "SHA512-SUMS.txt"), ("4.6", "win64.zip")):
+            with self.subTest(version=version, name=name):
+                self.assertEqual(self.ask(release(version, name))[0].status, 404)
+
+    def test_a_chosen_version_is_the_only_one(self):
+        self.start("--engine-version", "4.6")
+        self.fetch(release("4.6", "SHA512-SUMS.txt"))
+        self.assertEqual(self.ask(release("4.5", "SHA512-SUMS.txt"))[0].status, 404)
+
+
+class TheProgram(CodeHostCase):
+    def test_the_repository_has_a_page(self):
+        self.start()
+        response, body = self.ask("/Kestrelwood/Vantor")
+        self.assertIn("text/html", response.getheader("Content-Type"))
+        self.assertIn(b"Vantor", body)
+
+    def test_anything_else_is_not_found(self):
+        self.start()
+        for path in ("/", "/Kestrelwood", "/Kestrelwood/Vantor/archive/refs/heads/main.zip", "/../etc/passwd"):
+            self.assertEqual(self.ask(path)[0].status, 404, path)
+
+    def test_slow_is_as_slow_as_it_was_asked_to_be(self):
+        (self.game / "noise").write_bytes(os.urandom(20_000))
+        self.start("--slow", "20000")
+        begin = time.monotonic()
+        self.fetch(ARCHIVE)
+        self.assertGreater(time.monotonic() - begin, 0.9)
+
+    def test_a_client_that_leaves_does_no_harm(self):
+        (self.game / "noise").write_bytes(os.urandom(4_000_000))
+        host = self.start(stderr=subprocess.PIPE)
+        connection = http.client.HTTPConnection("127.0.0.1", self.port)
+        connection.request("GET", ARCHIVE)
+        connection.getresponse().read(10)
+        connection.close()
+        self.fetch(ARCHIVE)
+        host.terminate()
+        self.assertEqual(host.stderr.read(), "")
+
+    def test_it_ends_when_asked_to(self):
+        for number in (signal.SIGTERM, signal.SIGINT):
+            host = self.start()
+            host.send_signal(number)
+            self.assertEqual(host.wait(10), 0)
+
+    def test_it_ends_with_the_one_who_started_it(self):
+        host = self.start("--until-stdin-closes", stdin=subprocess.PIPE)
+        self.fetch("/Kestrelwood/Vantor")
+        host.stdin.close()
+        self.assertEqual(host.wait(10), 0)
+
+    def test_what_it_cannot_serve_is_refused_at_once(self):
+        for game, engine in ((self.folder / "none", self.engine), (self.game, self.folder / "none"),
+                             (self.game, self.game / "project.godot")):
+            run = subprocess.run([sys.executable, CODE_HOST, "--game", game, "--engine", engine],
+                                 capture_output=True, text=True, timeout=20)
+            self.assertEqual((run.returncode, run.stdout), (2, ""))
+            self.assertIn("code-host: error: ", run.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()
