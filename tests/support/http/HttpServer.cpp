@@ -1,0 +1,313 @@
+#include "HttpServer.h"
+
+#include "LoopbackPort.h"
+#include "Socket.h"
+
+#include <QFile>
+
+#include <condition_variable>
+#include <csignal>
+#include <fcntl.h>
+#include <list>
+#include <mutex>
+#include <poll.h>
+#include <sys/socket.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr qsizetype longestRequest = 64 * 1024;
+
+}
+
+/// What the accepting thread, the connections' threads and the test share.
+struct HttpServer::Shared {
+    // Set before any thread starts.
+    int listener = -1;
+    int wakeUp[2] = { -1, -1 };
+    quint16 port = 0;
+    TlsContext tls;
+
+    mutable std::mutex lock;
+    std::condition_variable changed; // stopping or released
+    bool stopping = false;
+    bool released = false;
+    QHash<QString, HttpReply> replies;
+    QList<HttpRequest> requests;
+    int accepted = 0;
+    int open = 0;
+    std::list<Connection> connections;
+
+    std::thread acceptor;
+};
+
+/// One connection and its thread.
+class HttpServer::Connection final {
+public:
+    Connection(Shared *shared, int descriptor)
+        : m_shared(shared)
+        , m_socket(std::make_unique<Socket>(descriptor, shared->tls))
+        , m_thread([this] { run(); })
+    {
+    }
+
+    /// Under the lock: the socket may be closed by its thread at any other moment.
+    void interrupt() const
+    {
+        if (m_socket)
+            m_socket->interrupt();
+    }
+
+    void join() { m_thread.join(); }
+
+private:
+    void run()
+    {
+        if (m_socket->greet()) {
+            if (const auto request = readRequest())
+                send(replyTo(*request));
+        }
+        // Moved out under the lock and closed outside it.
+        std::unique_ptr<Socket> socket;
+        {
+            const std::lock_guard guard(m_shared->lock);
+            socket = std::move(m_socket);
+        }
+        socket.reset();
+        const std::lock_guard guard(m_shared->lock);
+        --m_shared->open;
+    }
+
+    std::optional<HttpRequest> readRequest()
+    {
+        QByteArray bytes;
+        while (!bytes.contains("\r\n\r\n")) {
+            const QByteArray piece = m_socket->read();
+            bytes += piece;
+            if (piece.isEmpty() || bytes.size() > longestRequest)
+                return std::nullopt;
+        }
+        QByteArrayList lines = bytes.left(bytes.indexOf("\r\n\r\n")).split('\n');
+        const QByteArrayList words = lines.takeFirst().trimmed().split(' ');
+        if (words.size() != 3)
+            return std::nullopt;
+        HttpRequest request;
+        request.method = words[0];
+        const QByteArrayList target = words[1].split('?');
+        request.path = QUrl::fromPercentEncoding(target.first());
+        request.query = target.mid(1).join('?');
+        for (const QByteArray &line : lines) {
+            const auto colon = line.indexOf(':');
+            request.headers.insert(line.left(colon).toLower(), line.mid(colon + 1).trimmed());
+        }
+        return request;
+    }
+
+    HttpReply replyTo(const HttpRequest &request)
+    {
+        const std::lock_guard guard(m_shared->lock);
+        m_shared->requests.append(request);
+        return m_shared->replies.value(request.path, HttpReply::status(404, "There is nothing here."));
+    }
+
+    void send(const HttpReply &reply)
+    {
+        for (const HttpReply::Step &step : reply.m_steps) {
+            switch (step.kind) {
+            case HttpReply::Step::Kind::Send:
+                if (!m_socket->write(step.bytes))
+                    return;
+                break;
+            case HttpReply::Step::Kind::SendFile:
+                if (!sendFile(step.path))
+                    return;
+                break;
+            case HttpReply::Step::Kind::SendForever:
+                while (m_socket->write(step.bytes) && wait(step.time)) { }
+                return;
+            case HttpReply::Step::Kind::Pause:
+                if (!wait(step.time))
+                    return;
+                break;
+            case HttpReply::Step::Kind::Stall:
+                if (!wait(std::chrono::hours(1), Until::Release))
+                    return;
+                break;
+            case HttpReply::Step::Kind::Reset:
+                m_socket->resetOnClose();
+                return;
+            case HttpReply::Step::Kind::Cut:
+                return;
+            }
+        }
+        m_socket->finish();
+    }
+
+    bool sendFile(const QString &path)
+    {
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly))
+            qFatal("The test server cannot read %s.", qPrintable(path));
+        while (!file.atEnd()) {
+            if (!m_socket->write(file.read(256 * 1024)))
+                return false;
+        }
+        return true;
+    }
+
+    enum class Until { TimeIsOver, Release };
+
+    /// Waits for `time`, or for the release. False when the connection is to end: the client or the server
+    /// goes.
+    bool wait(std::chrono::milliseconds time, Until until = Until::TimeIsOver)
+    {
+        const auto end = std::chrono::steady_clock::now() + time;
+        std::unique_lock guard(m_shared->lock);
+        while (!m_shared->stopping && !m_socket->isAbandoned()) {
+            const auto left = end - std::chrono::steady_clock::now();
+            if (left <= 0s || (until == Until::Release && m_shared->released))
+                return true;
+            m_shared->changed.wait_for(guard, std::min<std::chrono::nanoseconds>(left, 20ms));
+        }
+        return false;
+    }
+
+    Shared *m_shared;
+    std::unique_ptr<Socket> m_socket;
+    std::thread m_thread;
+};
+
+HttpServer::HttpServer()
+    : HttpServer(std::optional<TestIdentity>())
+{
+}
+
+HttpServer::HttpServer(const TestIdentity &identity)
+    : HttpServer(std::optional(identity))
+{
+}
+
+HttpServer::HttpServer(const std::optional<TestIdentity> &identity)
+    : m_shared(std::make_shared<Shared>())
+{
+    if (identity)
+        m_shared->tls = makeTlsContext(identity->certificate, identity->key);
+    m_shared->listener = boundLoopbackSocket(&m_shared->port);
+    if (::listen(m_shared->listener, 64) != 0 || ::pipe(m_shared->wakeUp) != 0)
+        qFatal("The test server cannot listen.");
+    for (const int end : m_shared->wakeUp)
+        ::fcntl(end, F_SETFD, FD_CLOEXEC);
+
+    // A client that goes while we write must not end the program: the server's threads inherit this.
+    sigset_t brokenPipe;
+    sigset_t before;
+    sigemptyset(&brokenPipe);
+    sigaddset(&brokenPipe, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &brokenPipe, &before);
+    m_shared->acceptor = std::thread([this] { acceptConnections(); });
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
+HttpServer::~HttpServer()
+{
+    {
+        const std::lock_guard guard(m_shared->lock);
+        m_shared->stopping = true;
+    }
+    m_shared->changed.notify_all();
+    if (::write(m_shared->wakeUp[1], "!", 1) != 1)
+        qFatal("The test server cannot be stopped.");
+    m_shared->acceptor.join();
+    {
+        const std::lock_guard guard(m_shared->lock);
+        for (const Connection &connection : m_shared->connections)
+            connection.interrupt();
+    }
+    for (Connection &connection : m_shared->connections)
+        connection.join();
+    ::close(m_shared->wakeUp[0]);
+    ::close(m_shared->wakeUp[1]);
+    ::close(m_shared->listener);
+}
+
+void HttpServer::acceptConnections()
+{
+    while (true) {
+        pollfd events[] = { { m_shared->listener, POLLIN, 0 }, { m_shared->wakeUp[0], POLLIN, 0 } };
+        ::poll(events, 2, -1);
+        if (events[1].revents)
+            return;
+        const int descriptor = ::accept(m_shared->listener, nullptr, nullptr);
+        if (descriptor < 0)
+            continue;
+        ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+        const std::lock_guard guard(m_shared->lock);
+        ++m_shared->accepted;
+        ++m_shared->open;
+        m_shared->connections.emplace_back(m_shared.get(), descriptor);
+    }
+}
+
+void HttpServer::serve(const QString &path, const QByteArray &body) { serve(path, HttpReply::ok(body)); }
+
+void HttpServer::serve(const QString &path, const HttpReply &reply)
+{
+    const std::lock_guard guard(m_shared->lock);
+    m_shared->replies.insert(path, reply);
+}
+
+void HttpServer::serveFile(const QString &path, const QString &file) { serve(path, HttpReply::file(file)); }
+
+void HttpServer::release()
+{
+    {
+        const std::lock_guard guard(m_shared->lock);
+        m_shared->released = true;
+    }
+    m_shared->changed.notify_all();
+}
+
+QUrl HttpServer::address() const
+{
+    const QString host
+        = m_shared->tls ? QStringLiteral("https://localhost") : QStringLiteral("http://127.0.0.1");
+    return QUrl(host + u':' + QString::number(port()));
+}
+
+QUrl HttpServer::url(const QString &path) const
+{
+    QUrl url = address();
+    url.setPath(path);
+    return url;
+}
+
+quint16 HttpServer::port() const { return m_shared->port; }
+
+QList<HttpRequest> HttpServer::requests() const
+{
+    const std::lock_guard guard(m_shared->lock);
+    return m_shared->requests;
+}
+
+int HttpServer::requestCount(const QString &path) const
+{
+    int count = 0;
+    for (const HttpRequest &request : requests())
+        count += request.path == path;
+    return count;
+}
+
+int HttpServer::openConnections() const
+{
+    const std::lock_guard guard(m_shared->lock);
+    return m_shared->open;
+}
+
+int HttpServer::connectionCount() const
+{
+    const std::lock_guard guard(m_shared->lock);
+    return m_shared->accepted;
+}

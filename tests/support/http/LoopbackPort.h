@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QtGlobal>
+
+#include <vector>
+
+/// A TCP socket bound to a free port of the loopback interface, not listening. `port` receives the port.
+int boundLoopbackSocket(quint16 *port);
+
+/// A loopback port that refuses every connection for as long as the object lives.
+class RefusingPort final {
+public:
+    RefusingPort();
+    ~RefusingPort();
+    RefusingPort(const RefusingPort &) = delete;
+    RefusingPort &operator=(const RefusingPort &) = delete;
+    quint16 port() const { return m_port; }
+
+private:
+    int m_socket = -1;
+    quint16 m_port = 0;
+};
+
+/// A loopback port that never answers an attempt to connect, as a machine that is switched off.
+class SilentPort final {
+public:
+    SilentPort();
+    ~SilentPort();
+    SilentPort(const SilentPort &) = delete;
+    SilentPort &operator=(const SilentPort &) = delete;
+    quint16 port() const { return m_port; }
+
+private:
+    int m_socket = -1;
+    quint16 m_port = 0;
+    std::vector<int> m_fillers; // fill the queue of connections that nobody accepts
+};
