@@ -5,6 +5,7 @@
 #include "MainThread.h"
 #include "Paths.h"
 #include "ProcessController.h"
+#include "ProgressFraction.h"
 #include "ProjectInspector.h"
 
 #include <QPointer>
@@ -40,7 +41,7 @@ void AppModel::refreshState()
         return;
     }
     const EngineSpec spec
-        = EngineManager::spec(info->has_value() ? **info : ProjectInspector::inspect(*project));
+        = EngineManager::spec(info.get() ? *info.get() : ProjectInspector::inspect(*project));
     const bool isComplete
         = EngineManager::executable(spec) && FileOperations::exists(EngineManager::markerURL(spec));
     state = isComplete ? AppState::ready() : AppState::notDownloaded();
@@ -106,12 +107,7 @@ void AppModel::clearFailure()
 
 void AppModel::setProgress(DownloadProgress downloadProgress)
 {
-    if (downloadProgress.total < 1)
-        progress = std::nullopt;
-    else
-        progress = std::min(1.0,
-                            static_cast<double>(downloadProgress.received)
-                                / static_cast<double>(downloadProgress.total));
+    progress = progressFraction(downloadProgress);
     progressDetail = downloadProgress.text();
 }
 

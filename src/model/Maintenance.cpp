@@ -87,7 +87,7 @@ void AppModel::revealInFinder()
 
 void AppModel::showSaves()
 {
-    const QString projectName = info->has_value() ? (*info)->name : ProjectInfo().name;
+    const QString projectName = info.get() ? info.get()->name : ProjectInfo().name;
     for (const QString &folder : saveFolderCandidates(Paths::godotData(), projectName)) {
         if (FileOperations::exists(folder)) {
             m_workspace.open(folder);
