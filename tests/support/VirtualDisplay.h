@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QByteArray>
+#include <QProcess>
+
+#include <unistd.h>
+
+/// A display of the test's own, without a screen: Xvfb, and DISPLAY pointing at it, for as long as this
+/// object lives.
+class VirtualDisplay final {
+public:
+    VirtualDisplay()
+        : m_before(qgetenv("DISPLAY"))
+    {
+        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        // Xvfb itself picks a free number and says which on standard output, once it takes connections.
+        m_process.start(QStringLiteral("Xvfb"),
+                        { QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
+                          QStringLiteral("0"), QStringLiteral("1280x800x24"), QStringLiteral("-nolisten"),
+                          QStringLiteral("tcp") });
+        while (!m_process.canReadLine()) {
+            if (!m_process.waitForReadyRead(20000))
+                qFatal("Xvfb did not start: %s", qPrintable(m_process.errorString()));
+        }
+        qputenv("DISPLAY", ":" + m_process.readLine().trimmed());
+    }
+
+    ~VirtualDisplay()
+    {
+        if (m_before.isNull())
+            qunsetenv("DISPLAY");
+        else
+            qputenv("DISPLAY", m_before);
+        m_process.terminate();
+        m_process.waitForFinished();
+    }
+
+    VirtualDisplay(const VirtualDisplay &) = delete;
+    VirtualDisplay &operator=(const VirtualDisplay &) = delete;
+
+private:
+    QProcess m_process;
+    QByteArray m_before;
+};
