@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// `text` cut at every "/", empty pieces kept.
+std::vector<std::string> partsOf(std::string_view text);
+
+/// Throws UnpackError unless `name`, without a folder's "/" at its end, stays in the folder that it is
+/// unpacked into and can be written on every desktop: relative, without empty parts, "." and "..",
+/// backslashes and control characters, in UTF-8, no part longer than 255 bytes and the whole no longer than
+/// 1,024.
+void checkMemberName(const std::string &name);
+
+/// Throws UnpackError unless `target`, of the link called `link`, is a relative path without control
+/// characters, in UTF-8 and no longer than 1,024 bytes. Where it leads is another question.
+void checkLinkTarget(const std::string &link, const std::string &target);
+
+/// The same text for names that a file system may take for the same: those that differ in letter case or in
+/// Unicode's normal form only. `name` is in UTF-8.
+std::string comparisonKey(const std::string &name);
+
+/// `name` in quotation marks, fit for one line of a log whatever is in it.
+std::string quoted(const std::string &name);
+
+/// The checksum that zip archives use.
+std::uint32_t crc32(std::string_view bytes);

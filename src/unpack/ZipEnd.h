@@ -1,0 +1,14 @@
+#pragma once
+
+#include "ByteReader.h"
+
+/// What the records at the end of a zip archive say about its directory.
+struct ZipEnd {
+    std::uint64_t count = 0;
+    std::uint64_t directoryOffset = 0;
+    std::uint64_t directorySize = 0;
+};
+
+/// Finds and checks the end records, those of large archives (zip64) included. There must be exactly one end,
+/// and nothing between the directory and it, nor behind it. Throws UnpackError.
+ZipEnd findZipEnd(Bytes archive);

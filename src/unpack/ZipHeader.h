@@ -1,0 +1,29 @@
+#pragma once
+
+#include "ByteReader.h"
+
+/// What one member's header says, be it the one in the directory or the one in front of the member's data.
+struct ZipHeader {
+    static constexpr std::uint16_t encrypted = 1 << 0;
+    /// The checksum and the sizes stand behind the data, for a writer that did not know them in time.
+    static constexpr std::uint16_t sizesFollow = 1 << 3;
+    static constexpr std::uint16_t nameIsUtf8 = 1 << 11;
+
+    std::uint8_t writersSystem = 0; // directory only
+    std::uint16_t flags = 0;
+    std::uint16_t method = 0;
+    std::uint32_t crc = 0;
+    std::uint64_t packedSize = 0;
+    std::uint64_t size = 0;
+    std::uint32_t attributes = 0; // directory only
+    std::uint64_t offset = 0; // directory only: of the other header, from the start of the archive
+    std::string storedName;
+    /// The name that holds: that of Info-ZIP's Unicode field where there is one, else the stored one.
+    std::string name;
+};
+
+/// Reads the next header of the directory. Throws UnpackError.
+ZipHeader readDirectoryHeader(ByteReader &directory);
+
+/// Reads the header in front of a member's data, and leaves `archive` at that data. Throws UnpackError.
+ZipHeader readLocalHeader(ByteReader &archive);
