@@ -12,22 +12,28 @@
 class FileDownloader;
 class LogStore;
 
-/// Puts the game in place: downloads the repository's branch archive, unpacks it and moves the project that it holds
-/// to the game folder. Owned by the model, main thread only but where said otherwise.
+/// Puts the game in place: downloads the repository's branch archive, unpacks it and moves the project that
+/// it holds to the game folder. Owned by the model, main thread only but where said otherwise.
 class RepoDownloader final {
 public:
     /// The branch archive's address.
     static QUrl zipURL();
 
-    /// Gives the installed project's folder. Throws AppError, FileError or CancellationError; then the game that was
-    /// there before is still there (but for a failure in the last move itself) and no scratch folder is left.
-    /// `onProgress` is called on the transfer's thread. `log` outlives the call.
+    /// Gives the installed project's folder. Throws AppError, FileError or CancellationError; then the game
+    /// that was there before is still there (but for a failure in the last move itself) and no scratch folder
+    /// is left. `onProgress` is called on the transfer's thread. `log` outlives the call.
     QCoro::Task<QString> install(LogStore *log, std::function<void(DownloadProgress)> onProgress,
                                  std::stop_token stop);
 
-    /// Ends the download in progress. Does not stop the unpacking.
+    /// Ends the download in progress. Does not stop the unpacking. Any thread.
     void cancel();
 
 private:
-    std::shared_ptr<FileDownloader> m_downloader; // kept after the download: cancelling it then does nothing
+    /// Everything that `install` does but for the life of the folder `scratch`.
+    QCoro::Task<QString> installFrom(QString scratch, LogStore *log,
+                                     std::function<void(DownloadProgress)> onProgress, std::stop_token stop);
+
+    // Kept after the download: cancelling it then does nothing. Other threads come in through `cancel`, so it
+    // is only touched through std::atomic_load and std::atomic_store.
+    std::shared_ptr<FileDownloader> m_downloader;
 };

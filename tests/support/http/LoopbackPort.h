@@ -17,8 +17,8 @@ public:
     quint16 port() const { return m_port; }
 
 private:
-    int m_socket = -1;
     quint16 m_port = 0;
+    int m_socket = -1;
 };
 
 /// A loopback port that never answers an attempt to connect, as a machine that is switched off.
@@ -31,7 +31,7 @@ public:
     quint16 port() const { return m_port; }
 
 private:
-    int m_socket = -1;
     quint16 m_port = 0;
+    int m_socket = -1;
     std::vector<int> m_fillers; // fill the queue of connections that nobody accepts
 };

@@ -1,0 +1,204 @@
+#include "HttpExchange.h"
+
+#include "CancellationError.h"
+#include "SystemProxy.h"
+
+#include <algorithm>
+
+namespace {
+
+/// Far above what servers send, redirects included. libcurl bounds a single line, and later versions the
+/// whole.
+constexpr qint64 longestHeaders = 256 * 1024;
+
+StallWatch::Clock::time_point now() { return StallWatch::Clock::now(); }
+
+}
+
+HttpExchange::HttpExchange(CURLM *multi, const HttpTransfer::Request &request,
+                           const std::atomic<bool> &cancelled, const HttpTransfer::OnBody &onBody)
+    : m_multi(multi)
+    , m_easy(curl_easy_init())
+    , m_request(request)
+    , m_cancelled(cancelled)
+    , m_onBody(onBody)
+    , m_watch(now(), request.limits.silence, request.limits.slowestBytesPerSecond)
+{
+    if (!m_easy)
+        throw TransferError::couldNotBegin();
+}
+
+HttpExchange::~HttpExchange() { curl_easy_cleanup(m_easy); }
+
+void HttpExchange::setOptions(const QByteArray &url)
+{
+    const auto set = [this](CURLoption option, auto value) { curl_easy_setopt(m_easy, option, value); };
+    const TransferLimits &limits = m_request.limits;
+
+    set(CURLOPT_URL, url.constData());
+    set(CURLOPT_PROTOCOLS_STR, "http,https");
+    set(CURLOPT_HTTP_VERSION, long(CURL_HTTP_VERSION_1_1)); // one file per connection: nothing to multiplex
+    set(CURLOPT_USERAGENT, "VantorPlatformer/" LAUNCHER_VERSION);
+    // No Accept-Encoding: what the server has is what goes to disk and is compared with a checksum. A coding
+    // that it applies unasked stays as it came, and then the archive's own check refuses it.
+    set(CURLOPT_ACCEPT_ENCODING, static_cast<const char *>(nullptr));
+    set(CURLOPT_FOLLOWLOCATION, 0L); // the transfer follows, with rules of its own
+    set(CURLOPT_NETRC, long(CURL_NETRC_IGNORED));
+    set(CURLOPT_FORBID_REUSE, 1L);
+
+    // The desktop's proxy and no other: both options are given even when empty, else libcurl reads the
+    // environment.
+    const SystemProxy proxy = SystemProxy::forUrl(QUrl::fromEncoded(url));
+    set(CURLOPT_PROXY, proxy.address.constData());
+    set(CURLOPT_NOPROXY, "");
+    set(CURLOPT_PROXYUSERNAME, proxy.user.isEmpty() ? nullptr : proxy.user.constData());
+    set(CURLOPT_PROXYPASSWORD, proxy.user.isEmpty() ? nullptr : proxy.password.constData());
+    set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+
+    set(CURLOPT_SSL_VERIFYPEER, 1L);
+    set(CURLOPT_SSL_VERIFYHOST, 2L);
+    set(CURLOPT_SSLVERSION, long(CURL_SSLVERSION_TLSv1_2));
+    if (!m_request.trustedAuthorities.isEmpty()) {
+        curl_blob authorities { const_cast<char *>(m_request.trustedAuthorities.constData()),
+                                static_cast<size_t>(m_request.trustedAuthorities.size()), CURL_BLOB_COPY };
+        set(CURLOPT_CAINFO_BLOB, &authorities);
+    }
+
+    set(CURLOPT_NOSIGNAL, 1L);
+    set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(limits.connect.count()));
+    // A name lookup cannot be interrupted. Its thread is left behind then, rather than waited for.
+    set(CURLOPT_QUICK_EXIT, 1L);
+
+    set(CURLOPT_ERRORBUFFER, m_detail);
+    set(CURLOPT_HEADERFUNCTION, &HttpExchange::onHeaderLine);
+    set(CURLOPT_HEADERDATA, static_cast<void *>(this));
+    set(CURLOPT_WRITEFUNCTION, &HttpExchange::onPiece);
+    set(CURLOPT_WRITEDATA, static_cast<void *>(this));
+}
+
+HttpExchange::Answer HttpExchange::perform(const QByteArray &url)
+{
+    m_answer = {};
+    m_isComplete = false;
+    m_detail[0] = '\0';
+    setOptions(url);
+
+    if (curl_multi_add_handle(m_multi, m_easy) != CURLM_OK)
+        throw TransferError::couldNotBegin();
+    const auto remove = [this](CURL *easy) { curl_multi_remove_handle(m_multi, easy); };
+    const std::unique_ptr<CURL, decltype(remove)> added(m_easy, remove);
+
+    const CURLcode code = drive();
+    if (m_exception)
+        std::rethrow_exception(m_exception);
+    if (code != CURLE_OK && !m_isComplete)
+        throw failure(code);
+    // libcurl is content with a connection that ends inside the header.
+    if (m_answer.status == 0)
+        throw TransferError::fromCurl(CURLE_PARTIAL_FILE, {});
+    return m_answer;
+}
+
+CURLcode HttpExchange::drive()
+{
+    using namespace std::chrono;
+    while (true) {
+        int running = 0;
+        if (curl_multi_perform(m_multi, &running) != CURLM_OK)
+            throw TransferError::couldNotBegin();
+        if (const auto code = result())
+            return *code;
+        if (m_cancelled)
+            throw CancellationError();
+        const auto left = ceil<milliseconds>(m_watch.deadline() - now());
+        if (left <= milliseconds::zero())
+            throw TransferError::timedOut();
+        curl_multi_poll(m_multi, nullptr, 0,
+                        static_cast<int>(std::min<milliseconds>(left, seconds(1)).count()), nullptr);
+    }
+}
+
+std::optional<CURLcode> HttpExchange::result() const
+{
+    int left = 0;
+    while (const CURLMsg *message = curl_multi_info_read(m_multi, &left)) {
+        if (message->msg == CURLMSG_DONE)
+            return message->data.result;
+    }
+    return std::nullopt;
+}
+
+TransferError HttpExchange::failure(CURLcode code) const
+{
+    // A proxy that refuses to connect us has several results in libcurl's versions.
+    long proxyStatus = 0;
+    curl_easy_getinfo(m_easy, CURLINFO_HTTP_CONNECTCODE, &proxyStatus);
+    const bool refusedByProxy = proxyStatus != 0 && (proxyStatus < 200 || proxyStatus > 299);
+    return TransferError::fromCurl(refusedByProxy ? CURLE_PROXY : code, m_detail);
+}
+
+size_t HttpExchange::onHeaderLine(char *bytes, size_t size, size_t count, void *exchange)
+{
+    auto *self = static_cast<HttpExchange *>(exchange);
+    try {
+        self->takeHeaderLine(QByteArrayView(bytes, static_cast<qsizetype>(size * count)));
+    } catch (...) {
+        self->m_exception = std::current_exception();
+    }
+    const bool goesOn = !self->m_exception && !self->m_isComplete;
+    return goesOn ? size * count : CURL_WRITEFUNC_ERROR;
+}
+
+size_t HttpExchange::onPiece(char *bytes, size_t size, size_t count, void *exchange)
+{
+    auto *self = static_cast<HttpExchange *>(exchange);
+    try {
+        self->takePiece(QByteArrayView(bytes, static_cast<qsizetype>(size * count)));
+    } catch (...) {
+        self->m_exception = std::current_exception();
+    }
+    return self->m_exception ? CURL_WRITEFUNC_ERROR : size * count;
+}
+
+void HttpExchange::takeHeaderLine(QByteArrayView line)
+{
+    constexpr QByteArrayView locationName("location:");
+    m_headerBytes += line.size();
+    if (m_headerBytes > longestHeaders)
+        throw TransferError::notUnderstood();
+    if (line.startsWith("HTTP/"))
+        m_answer = {};
+    else if (line.first(std::min(line.size(), locationName.size())).compare(locationName, Qt::CaseInsensitive)
+             == 0)
+        m_answer.location = line.sliced(locationName.size()).trimmed().toByteArray();
+    else if (line.trimmed().isEmpty())
+        takeEndOfHead();
+}
+
+void HttpExchange::takeEndOfHead()
+{
+    long status = 0;
+    curl_easy_getinfo(m_easy, CURLINFO_RESPONSE_CODE, &status);
+    if (status < 200)
+        return; // another head follows
+    m_answer.status = static_cast<int>(status);
+    m_isComplete = !m_answer.isGood();
+    if (m_isComplete)
+        return;
+    curl_off_t length = -1;
+    curl_easy_getinfo(m_easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+    m_total = length;
+    if (m_total > m_request.limits.largestBody)
+        throw TransferError::tooLarge();
+}
+
+void HttpExchange::takePiece(QByteArrayView piece)
+{
+    if (m_cancelled)
+        throw CancellationError();
+    m_received += piece.size();
+    if (m_received > m_request.limits.largestBody)
+        throw TransferError::tooLarge();
+    m_watch.received(now(), m_received);
+    m_onBody(piece, m_total);
+}

@@ -1,0 +1,156 @@
+#include "HttpTransfer.h"
+
+#include "HttpExchange.h"
+#include "TransferError.h"
+
+#include <csignal>
+#include <system_error>
+#include <thread>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct UrlCleanup {
+    void operator()(CURLU *url) const { curl_url_cleanup(url); }
+};
+using Url = std::unique_ptr<CURLU, UrlCleanup>;
+
+struct MultiCleanup {
+    void operator()(CURLM *multi) const { curl_multi_cleanup(multi); }
+};
+using Multi = std::unique_ptr<CURLM, MultiCleanup>;
+
+QByteArray partOf(const Url &url, CURLUPart part)
+{
+    char *text = nullptr;
+    if (curl_url_get(url.get(), part, &text, 0) != CURLUE_OK)
+        return {};
+    const QByteArray copy(text);
+    curl_free(text);
+    return copy;
+}
+
+bool isRedirect(const HttpExchange::Answer &answer)
+{
+    switch (answer.status) {
+    case 301:
+    case 302:
+    case 303:
+    case 307:
+    case 308:
+        return !answer.location.isEmpty();
+    default:
+        return false;
+    }
+}
+
+/// Where `location` in an answer from `from` leads. The web only, never from HTTPS to HTTP, and without a
+/// name and password that the server may have put there.
+QByteArray redirected(const QByteArray &from, const QByteArray &location)
+{
+    const Url url(curl_url());
+    const bool isRead = url && curl_url_set(url.get(), CURLUPART_URL, from.constData(), 0) == CURLUE_OK
+        && curl_url_set(url.get(), CURLUPART_URL, location.constData(), CURLU_URLENCODE) == CURLUE_OK;
+    if (!isRead)
+        throw TransferError::notUnderstood();
+    for (const CURLUPart part : { CURLUPART_USER, CURLUPART_PASSWORD, CURLUPART_OPTIONS, CURLUPART_FRAGMENT })
+        curl_url_set(url.get(), part, nullptr, 0);
+
+    const QByteArray scheme = partOf(url, CURLUPART_SCHEME);
+    const bool isAllowed = scheme == "https" || (scheme == "http" && !from.startsWith("https:"));
+    if (!isAllowed)
+        throw TransferError(u"The server redirected to an unsafe address."_s);
+    return partOf(url, CURLUPART_URL);
+}
+
+/// Libraries below libcurl may write to a connection that is gone, which must not end the launcher.
+void ignoreBrokenPipesOnThisThread()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
+
+}
+
+struct HttpTransfer::Private {
+    Request request;
+    OnBody onBody;
+    OnEnd onEnd;
+    Multi multi;
+    std::atomic<bool> cancelled = false;
+    std::thread thread;
+
+    void run()
+    {
+        ignoreBrokenPipesOnThisThread();
+        Ending ending;
+        try {
+            ending.status = fetch();
+        } catch (...) {
+            ending.error = std::current_exception();
+        }
+        onEnd(std::move(ending));
+    }
+
+    int fetch()
+    {
+        const QString scheme = request.url.scheme();
+        if ((scheme != "http"_L1 && scheme != "https"_L1) || request.url.host().isEmpty())
+            throw TransferError::fromCurl(CURLE_URL_MALFORMAT, {});
+        QByteArray url = request.url.toEncoded(QUrl::RemoveUserInfo | QUrl::RemoveFragment);
+        HttpExchange exchange(multi.get(), request, cancelled, onBody);
+        for (int followed = 0;; ++followed) {
+            const HttpExchange::Answer answer = exchange.perform(url);
+            if (!isRedirect(answer))
+                return answer.status;
+            if (followed == request.limits.redirects)
+                throw TransferError(u"The server redirected too many times."_s);
+            url = redirected(url, answer.location);
+        }
+    }
+};
+
+HttpTransfer::HttpTransfer(Request request, OnBody onBody, OnEnd onEnd)
+    : m_private(std::make_unique<Private>())
+{
+    static const CURLcode ready
+        = curl_global_init(CURL_GLOBAL_DEFAULT); // never undone: other threads may be in it
+    Q_UNUSED(ready)
+
+    m_private->request = std::move(request);
+    m_private->onBody = std::move(onBody);
+    m_private->onEnd = std::move(onEnd);
+    m_private->multi.reset(curl_multi_init());
+#if LIBCURL_VERSION_NUM >= 0x081400
+    curl_multi_setopt(m_private->multi.get(), CURLMOPT_QUICK_EXIT,
+                      1L); // as for the exchange: do not wait for a lookup
+#endif
+}
+
+HttpTransfer::~HttpTransfer()
+{
+    cancel();
+    if (m_private->thread.joinable())
+        m_private->thread.join();
+}
+
+void HttpTransfer::start()
+{
+    if (!m_private->multi)
+        throw TransferError::couldNotBegin();
+    try {
+        m_private->thread = std::thread(&Private::run, m_private.get());
+    } catch (const std::system_error &) {
+        throw TransferError::couldNotBegin();
+    }
+}
+
+void HttpTransfer::cancel()
+{
+    m_private->cancelled = true;
+    if (m_private->multi)
+        curl_multi_wakeup(m_private->multi.get());
+}

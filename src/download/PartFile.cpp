@@ -1,0 +1,65 @@
+#include "PartFile.h"
+
+#include "FileError.h"
+#include "FileOperations.h"
+
+#include <QFile>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+
+PartFile::PartFile(const QString &destination)
+    : m_destination(destination)
+    , m_path(destination + QStringLiteral(".part"))
+{
+}
+
+PartFile::~PartFile() { discard(); }
+
+void PartFile::open()
+{
+    m_descriptor
+        = ::open(QFile::encodeName(m_path).constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    // Errors name the file that the player knows.
+    if (m_descriptor < 0)
+        throw FileError(m_destination, QStringLiteral("created"), errno);
+    m_exists = true;
+}
+
+void PartFile::close()
+{
+    // A full disk behind a network shows itself only now.
+    if (::close(std::exchange(m_descriptor, -1)) != 0)
+        throw FileError(m_destination, QStringLiteral("written"), errno);
+}
+
+void PartFile::write(QByteArrayView bytes)
+{
+    if (m_descriptor < 0)
+        open();
+    while (!bytes.isEmpty()) {
+        const ssize_t count = ::write(m_descriptor, bytes.data(), static_cast<size_t>(bytes.size()));
+        if (count >= 0)
+            bytes = bytes.sliced(count);
+        else if (errno != EINTR)
+            throw FileError(m_destination, QStringLiteral("written"), errno);
+    }
+}
+
+void PartFile::moveIntoPlace()
+{
+    write({}); // an empty body makes an empty file
+    close();
+    FileOperations::removeTree(m_destination);
+    FileOperations::move(m_path, m_destination);
+    m_exists = false;
+}
+
+void PartFile::discard() noexcept
+{
+    if (m_descriptor >= 0)
+        ::close(std::exchange(m_descriptor, -1));
+    if (std::exchange(m_exists, false))
+        ::unlink(QFile::encodeName(m_path).constData());
+}

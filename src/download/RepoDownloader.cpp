@@ -1,0 +1,98 @@
+#include "RepoDownloader.h"
+
+#include "AppError.h"
+#include "Archive.h"
+#include "Background.h"
+#include "CancellationError.h"
+#include "CodeHost.h"
+#include "FileDownloader.h"
+#include "FileOperations.h"
+#include "LogStore.h"
+#include "Paths.h"
+#include "ProjectInspector.h"
+#include "ScratchFolder.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Makes `project` the game folder. The old game goes to `previous` in one step, so that a launcher that is
+/// killed here leaves a whole game or none, never half of one that looks installed.
+void replaceGame(const QString &project, const QString &previous)
+{
+    const QString game = Paths::gameFolder();
+    const bool hadGame = FileOperations::exists(game);
+    if (hadGame)
+        FileOperations::move(game, previous);
+    FileOperations::createFolder(Paths::root());
+    try {
+        FileOperations::move(project, game);
+    } catch (...) {
+        if (hadGame)
+            FileOperations::move(previous, game);
+        throw;
+    }
+}
+
+}
+
+QUrl RepoDownloader::zipURL()
+{
+    return CodeHost::url(u"/Kestrelwood/Vantor/archive/refs/heads/master.zip"_s);
+}
+
+QCoro::Task<QString> RepoDownloader::install(LogStore *log, std::function<void(DownloadProgress)> onProgress,
+                                             std::stop_token stop)
+{
+    const ScratchFolder scratch;
+    const QString scratchPath = scratch.path();
+    QString folder;
+    std::exception_ptr error;
+    try {
+        folder = co_await installFrom(scratchPath, log, onProgress, stop);
+    } catch (...) {
+        error = std::current_exception();
+    }
+    // Many small files, the old game among them: not on the main thread. What fails to go is left to the
+    // guard.
+    auto removal = [scratchPath] { return FileOperations::removeTreeIfPossible(scratchPath); };
+    co_await runInBackground(std::move(removal));
+    if (error)
+        std::rethrow_exception(error);
+    co_return folder;
+}
+
+QCoro::Task<QString> RepoDownloader::installFrom(QString scratch, LogStore *log,
+                                                 std::function<void(DownloadProgress)> onProgress,
+                                                 std::stop_token stop)
+{
+    const QUrl url = zipURL();
+    log->append(u"Downloading the game from "_s + url.toString(QUrl::FullyEncoded));
+    const QString zipFile = scratch + u"/game.zip"_s;
+    const auto downloader = FileDownloader::create(url, zipFile, onProgress);
+    std::atomic_store(&m_downloader, downloader);
+    co_await downloader->start(stop);
+    throwIfCancelled(stop);
+
+    const QString extract = scratch + u"/extract"_s;
+    FileOperations::createFolder(extract);
+    log->append(u"Unpacking the game"_s);
+    co_await Archive::unzip(zipFile, extract, log);
+
+    const auto project = ProjectInspector::findProjectRoot(extract);
+    if (!project)
+        throw AppError::message(u"The downloaded game has no project.godot file, so it cannot be started."_s);
+    replaceGame(*project, scratch + u"/previous"_s);
+
+    const auto installed = ProjectInspector::findProjectRoot(Paths::gameFolder());
+    if (!installed)
+        throw AppError::message(u"The game was unpacked but project.godot was not found."_s);
+    log->append(u"Game ready in "_s + *installed);
+    co_return *installed;
+}
+
+void RepoDownloader::cancel()
+{
+    if (const auto downloader = std::atomic_load(&m_downloader))
+        downloader->cancel();
+}

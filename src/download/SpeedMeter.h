@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QtGlobal>
+
+#include <chrono>
+
+/// The speed of a download: the plain average over the last interval of at least half a second, without
+/// smoothing. It does not know the clock. Not shared between threads.
+class SpeedMeter final {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    /// The first interval begins at `now`.
+    explicit SpeedMeter(Clock::time_point now)
+        : m_lastTime(now)
+    {
+    }
+
+    /// Bytes per second, 0 until the first interval has closed. `totalBytes` have come since the start.
+    double measure(Clock::time_point now, qint64 totalBytes)
+    {
+        const std::chrono::duration<double> elapsed = now - m_lastTime;
+        if (elapsed >= shortestInterval) {
+            m_speed = static_cast<double>(totalBytes - m_lastBytes) / elapsed.count();
+            m_lastTime = now;
+            m_lastBytes = totalBytes;
+        }
+        return m_speed;
+    }
+
+private:
+    static constexpr std::chrono::milliseconds shortestInterval { 500 };
+
+    Clock::time_point m_lastTime;
+    qint64 m_lastBytes = 0;
+    double m_speed = 0;
+};

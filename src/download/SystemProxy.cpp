@@ -1,0 +1,41 @@
+#include "SystemProxy.h"
+
+#include <QNetworkProxy>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// libcurl's name for `type`, empty for a kind that does not carry HTTP.
+QString schemeOf(QNetworkProxy::ProxyType type)
+{
+    switch (type) {
+    case QNetworkProxy::HttpProxy:
+    case QNetworkProxy::HttpCachingProxy:
+        return u"http"_s;
+    case QNetworkProxy::Socks5Proxy:
+        return u"socks5h"_s; // the proxy looks the name up, as Qt has it
+    default:
+        return {};
+    }
+}
+
+}
+
+SystemProxy SystemProxy::forUrl(const QUrl &url)
+{
+    const QNetworkProxyQuery query(url);
+    const auto proxies = QNetworkProxyFactory::systemProxyForQuery(query);
+    for (const QNetworkProxy &proxy : proxies) {
+        if (proxy.type() == QNetworkProxy::NoProxy)
+            break;
+        QUrl address;
+        address.setScheme(schemeOf(proxy.type()));
+        if (address.scheme().isEmpty())
+            continue;
+        address.setHost(proxy.hostName());
+        address.setPort(proxy.port());
+        return { address.toEncoded(), proxy.user().toUtf8(), proxy.password().toUtf8() };
+    }
+    return {};
+}

@@ -1,0 +1,78 @@
+#include "TransferError.h"
+
+#include <curl/curl.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// `text` as the end of a sentence: without the full stop that some of libcurl's texts have and others have
+/// not.
+QString withoutFullStop(const QByteArray &text)
+{
+    QString trimmed = QString::fromUtf8(text).simplified();
+    while (trimmed.endsWith(u'.'))
+        trimmed.chop(1);
+    return trimmed;
+}
+
+QString insecure(const QByteArray &detail)
+{
+    const QString sentence = u"A secure connection to the server could not be made"_s;
+    const QString reason = withoutFullStop(detail);
+    return reason.isEmpty() ? sentence + u'.' : sentence + u" ("_s + reason + u")."_s;
+}
+
+}
+
+TransferError TransferError::fromCurl(int code, const QByteArray &detail)
+{
+    switch (code) {
+    case CURLE_COULDNT_RESOLVE_HOST:
+        return TransferError(u"The server could not be found."_s);
+    case CURLE_COULDNT_RESOLVE_PROXY:
+        return TransferError(u"The proxy server could not be found."_s);
+    case CURLE_PROXY:
+        return TransferError(u"The proxy server refused the connection."_s);
+    case CURLE_COULDNT_CONNECT:
+        return TransferError(u"Could not connect to the server."_s);
+    case CURLE_SEND_ERROR:
+    case CURLE_RECV_ERROR:
+    case CURLE_PARTIAL_FILE:
+    case CURLE_GOT_NOTHING:
+        return TransferError(u"The connection was lost."_s);
+    case CURLE_OPERATION_TIMEDOUT:
+        return timedOut();
+    case CURLE_SSL_CONNECT_ERROR:
+    case CURLE_SSL_CIPHER:
+    case CURLE_SSL_CERTPROBLEM:
+    case CURLE_SSL_CACERT_BADFILE:
+    case CURLE_SSL_ISSUER_ERROR:
+    case CURLE_SSL_INVALIDCERTSTATUS:
+    case CURLE_PEER_FAILED_VERIFICATION:
+        return TransferError(insecure(detail));
+    case CURLE_UNSUPPORTED_PROTOCOL:
+    case CURLE_WEIRD_SERVER_REPLY:
+        return notUnderstood();
+    case CURLE_URL_MALFORMAT:
+        return TransferError(u"The address is not a web address."_s);
+    case CURLE_OUT_OF_MEMORY:
+        return TransferError(u"There is not enough memory."_s);
+    default:
+        return TransferError(withoutFullStop(curl_easy_strerror(static_cast<CURLcode>(code))) + u'.');
+    }
+}
+
+TransferError TransferError::timedOut() { return TransferError(u"The request timed out."_s); }
+
+TransferError TransferError::tooLarge() { return TransferError(u"The file is larger than expected."_s); }
+
+TransferError TransferError::notUnderstood()
+{
+    return TransferError(u"The server's answer could not be understood."_s);
+}
+
+TransferError TransferError::couldNotBegin()
+{
+    return TransferError(u"The system has no room for another transfer."_s);
+}
