@@ -10,8 +10,9 @@
 
 class ChildProcess;
 
-/// One run of one child process, its standard output and standard error merged and handed on line by line as they
-/// come. A controller serves one run; a cancelled one is spent. Shared, because the run outlives the call.
+/// One run of one child process, its standard output and standard error merged and handed on line by line as
+/// they come. A controller serves one run; a cancelled one is spent. Shared, because the run outlives the
+/// call.
 class ProcessController final : public std::enable_shared_from_this<ProcessController> {
 public:
     /// The results of `run` that are not a termination status.
@@ -23,12 +24,13 @@ public:
     ProcessController(const ProcessController &) = delete;
     ProcessController &operator=(const ProcessController &) = delete;
 
-    /// Runs `executable` with `arguments` to its end, in the launcher's own environment and working directory, with
-    /// nothing to read on standard input, and gives its exit status (the signal's number for a child that a signal
-    /// ended), `couldNotStart` or `cancelledBeforeLaunch`. Never throws. A child that could not be started gives one
-    /// line that says why. Call it on the main thread, which it also resumes on; `onLine` is called on background
-    /// threads.
-    QCoro::Task<qint32> run(QString executable, QStringList arguments, std::function<void(const QString &)> onLine);
+    /// Runs `executable` with `arguments` to its end, in the launcher's own environment and working
+    /// directory, with nothing to read on standard input, and gives its exit status (the signal's number for
+    /// a child that a signal ended), `couldNotStart` or `cancelledBeforeLaunch`. Never throws. A child that
+    /// could not be started gives one line that says why. Call it on the main thread, which it also resumes
+    /// on; `onLine` is called on background threads, and never again once the run is over.
+    QCoro::Task<qint32> run(QString executable, QStringList arguments,
+                            std::function<void(const QString &)> onLine);
 
     /// Asks the child to end (SIGTERM), now or before its launch. Never waits. Any thread.
     void cancel();
@@ -39,7 +41,12 @@ public:
 private:
     ProcessController();
 
+    qint32 runToEnd(const QString &executable, const QStringList &arguments,
+                    std::function<void(const QString &)> onLine);
+    bool admit(std::shared_ptr<ChildProcess> process);
+    void release();
+
     mutable std::mutex m_lock;
     std::shared_ptr<ChildProcess> m_process; // guarded by m_lock; none until the run is about to launch it
-    bool m_cancelled = false;                // guarded by m_lock
+    bool m_cancelled = false; // guarded by m_lock
 };

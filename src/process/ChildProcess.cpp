@@ -1,0 +1,139 @@
+#include "ChildProcess.h"
+
+#include <QByteArrayList>
+#include <QFile>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <vector>
+
+extern char **environ;
+
+namespace {
+
+/// What the child's end is called when the system will not say.
+constexpr qint32 unknownStatus = 255;
+
+class Attributes final {
+public:
+    Attributes()
+    {
+        ::posix_spawnattr_init(&m_value);
+        // What the launcher blocks or ignores for itself would be inherited, and most programs do not undo
+        // it. What the player's shell chose (as nohup does) stays.
+        sigset_t signals;
+        sigemptyset(&signals);
+        ::posix_spawnattr_setsigmask(&m_value, &signals);
+        for (const int signal : { SIGPIPE, SIGTERM, SIGCHLD })
+            sigaddset(&signals, signal);
+        ::posix_spawnattr_setsigdefault(&m_value, &signals);
+        int flags = POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF;
+#ifdef Q_OS_DARWIN
+        flags |= POSIX_SPAWN_CLOEXEC_DEFAULT;
+#endif
+        ::posix_spawnattr_setflags(&m_value, static_cast<short>(flags));
+    }
+    ~Attributes() { ::posix_spawnattr_destroy(&m_value); }
+    Q_DISABLE_COPY_MOVE(Attributes)
+
+    const posix_spawnattr_t *get() const { return &m_value; }
+
+private:
+    posix_spawnattr_t m_value;
+};
+
+class FileActions final {
+public:
+    FileActions() { ::posix_spawn_file_actions_init(&m_value); }
+    ~FileActions() { ::posix_spawn_file_actions_destroy(&m_value); }
+    Q_DISABLE_COPY_MOVE(FileActions)
+
+    /// An errno value, 0 for success.
+    int setStreams(int output)
+    {
+        int error = ::posix_spawn_file_actions_addopen(&m_value, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+        if (error == 0)
+            error = ::posix_spawn_file_actions_adddup2(&m_value, output, STDOUT_FILENO);
+        if (error == 0)
+            error = ::posix_spawn_file_actions_adddup2(&m_value, output, STDERR_FILENO);
+#ifndef Q_OS_DARWIN
+        if (error == 0)
+            error = ::posix_spawn_file_actions_addclosefrom_np(&m_value, STDERR_FILENO + 1);
+#endif
+        return error;
+    }
+
+    const posix_spawn_file_actions_t *get() const { return &m_value; }
+
+private:
+    posix_spawn_file_actions_t m_value;
+};
+
+/// Whoever started the launcher may have left SIGCHLD ignored, and then the system forgets a child as it
+/// ends: its status would be lost, and its number free for a stranger.
+void keepEndedChildren()
+{
+    struct sigaction action = {};
+    if (::sigaction(SIGCHLD, nullptr, &action) != 0)
+        return;
+    if (action.sa_handler == SIG_IGN || (action.sa_flags & SA_NOCLDWAIT) != 0) {
+        action = {};
+        action.sa_handler = SIG_DFL;
+        ::sigaction(SIGCHLD, &action, nullptr);
+    }
+}
+
+}
+
+ChildProcess::~ChildProcess()
+{
+    const pid_t pid = m_pid;
+    while (pid > 0 && ::waitpid(pid, nullptr, 0) < 0 && errno == EINTR) { }
+}
+
+int ChildProcess::launch(const QString &executable, const QStringList &arguments, int output)
+{
+    QByteArrayList words { QFile::encodeName(executable) };
+    for (const QString &argument : arguments)
+        words.append(argument.toLocal8Bit());
+    std::vector<char *> pointers;
+    for (QByteArray &word : words)
+        pointers.push_back(word.data());
+    pointers.push_back(nullptr);
+
+    FileActions actions;
+    if (const int error = actions.setStreams(output); error != 0)
+        return error;
+    const Attributes attributes;
+    keepEndedChildren();
+    pid_t pid = 0;
+    const int error
+        = ::posix_spawn(&pid, pointers.front(), actions.get(), attributes.get(), pointers.data(), environ);
+    if (error == 0)
+        m_pid = pid;
+    return error;
+}
+
+qint32 ChildProcess::waitForEnd()
+{
+    siginfo_t info = {};
+    // Learns of the end and leaves the child to be reaped.
+    while (::waitid(P_PID, static_cast<id_t>(m_pid.load()), &info, WEXITED | WNOWAIT) != 0) {
+        if (errno != EINTR) {
+            m_pid = 0; // somebody else has reaped it: its number is not ours any more
+            return unknownStatus;
+        }
+    }
+    return info.si_status;
+}
+
+void ChildProcess::terminate() const
+{
+    if (const pid_t pid = m_pid; pid > 0)
+        ::kill(pid, SIGTERM);
+}

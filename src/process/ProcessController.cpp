@@ -1,0 +1,120 @@
+#include "ProcessController.h"
+
+#include "ChildProcess.h"
+#include "Completion.h"
+#include "OutputReader.h"
+
+#include <QFileInfo>
+
+#include <system_error>
+#include <thread>
+
+namespace {
+
+QString couldNotStartLine(const QString &executable, int error)
+{
+    return QStringLiteral("Could not start %1: %2")
+        .arg(QFileInfo(executable).fileName(), qt_error_string(error));
+}
+
+/// An errno value, 0 for success.
+///
+/// Not a thread of a pool: a run keeps its thread for the game's whole life, a pool's other work would wait
+/// for it, and so would the end of the program, for a game that will not end.
+template <typename Work> int startOwnThread(Work work)
+{
+    try {
+        std::thread(std::move(work)).detach();
+    } catch (const std::system_error &noThread) {
+        return noThread.code().value();
+    }
+    return 0;
+}
+
+}
+
+std::shared_ptr<ProcessController> ProcessController::create()
+{
+    return std::shared_ptr<ProcessController>(new ProcessController);
+}
+
+ProcessController::ProcessController() = default;
+ProcessController::~ProcessController() = default;
+
+QCoro::Task<qint32> ProcessController::run(QString executable, QStringList arguments,
+                                           std::function<void(const QString &)> onLine)
+{
+    const Completion<qint32> completion;
+    const int error
+        = startOwnThread([self = shared_from_this(), executable, arguments, onLine, completion]() mutable {
+              const qint32 status = self->runToEnd(executable, arguments, std::move(onLine));
+              self.reset();
+              postToMainThread([completion, status] { completion.settle(status); });
+          });
+    if (error != 0) {
+        onLine(couldNotStartLine(executable, error));
+        co_return couldNotStart;
+    }
+    const qint32 status = co_await completion;
+    co_return status;
+}
+
+void ProcessController::cancel()
+{
+    std::shared_ptr<ChildProcess> process;
+    {
+        const std::lock_guard lock(m_lock);
+        m_cancelled = true;
+        process = m_process;
+    }
+    if (process)
+        process->terminate();
+}
+
+bool ProcessController::isCancelled() const
+{
+    const std::lock_guard lock(m_lock);
+    return m_cancelled;
+}
+
+/// The whole life of the child, on the run's own thread.
+qint32 ProcessController::runToEnd(const QString &executable, const QStringList &arguments,
+                                   std::function<void(const QString &)> onLine)
+{
+    OutputReader reader(onLine);
+    int error = reader.start();
+
+    const auto process = std::make_shared<ChildProcess>();
+    if (!admit(process))
+        return cancelledBeforeLaunch;
+    if (error == 0)
+        error = process->launch(executable, arguments, reader.childEnd());
+    reader.closeChildEnd();
+    if (error != 0) {
+        release();
+        onLine(couldNotStartLine(executable, error));
+        return couldNotStart;
+    }
+    const qint32 status = process->waitForEnd();
+    reader.finish();
+    release();
+    return status;
+}
+
+/// Makes `process` the one that `cancel` reaches. False when the run was cancelled already.
+bool ProcessController::admit(std::shared_ptr<ChildProcess> process)
+{
+    const std::lock_guard lock(m_lock);
+    if (m_cancelled)
+        return false;
+    m_process = std::move(process);
+    return true;
+}
+
+/// From here on `cancel` reaches nothing.
+void ProcessController::release()
+{
+    std::shared_ptr<ChildProcess> ended; // destroyed after the lock is let go
+    const std::lock_guard lock(m_lock);
+    ended.swap(m_process);
+}
