@@ -162,8 +162,10 @@ private:
 
     [[noreturn]] void fail(const std::string &what) const
     {
-        const char *reason = m_archive ? archive_error_string(m_archive.get()) : nullptr;
-        throw UnpackError(reason ? what + ": " + reason + "." : what + ".");
+        const char *text = m_archive ? archive_error_string(m_archive.get()) : nullptr;
+        std::string reason = text ? text : "";
+        reason = reason.substr(0, reason.find('\n')); // some of libarchive's end with one
+        throw UnpackError(reason.empty() ? what + "." : what + ": " + reason + ".");
     }
 
     struct Free {
@@ -180,6 +182,8 @@ using Targets = std::map<std::string, std::string>;
 Targets readTargets(const ArchiveFile &file, const std::vector<ZipMember> &members)
 {
     Targets targets;
+    if (members.empty())
+        return targets; // to libarchive, such an archive is none
     MemberTree tree(ZipLimits().members);
     MemberReader reader(file);
     for (const ZipMember &member : members) {
@@ -204,6 +208,8 @@ void unpack(const std::string &archive, const std::string &folder)
     const Targets targets = readTargets(file, members);
 
     FolderWriter writer(folder);
+    if (members.empty())
+        return;
     MemberReader reader(file);
     std::vector<std::pair<std::string, std::time_t>> folderTimes;
     for (const ZipMember &member : members) {

@@ -129,6 +129,8 @@ void checkPlaces(Bytes archive, const std::vector<ZipHeader> &headers, std::uint
     const std::uint64_t first = headers.empty() ? directoryOffset : headers.front().offset;
     if (first != 0)
         throw UnpackError("The archive cannot be trusted: something stands in front of its beginning.");
+    if (!headers.empty() && headers.back().offset >= directoryOffset)
+        throw UnpackError("The archive is damaged: its list of contents names a place where nothing begins.");
     for (std::size_t index = 0; index < headers.size(); ++index) {
         const std::uint64_t next = index + 1 < headers.size() ? headers[index + 1].offset : directoryOffset;
         if (next <= headers[index].offset)

@@ -1,0 +1,181 @@
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+
+#include <optional>
+
+/// One member of a zip archive, as ZipBuilder writes it. What is not set is what a sound archive would hold;
+/// the two headers of a member can be made to say different things.
+struct ZipEntry {
+    static constexpr quint16 stored = 0;
+    static constexpr quint16 deflated = 8;
+
+    QByteArray name;
+    QByteArray content;
+    quint16 method = stored;
+    quint16 flags = 1 << 11; // the name is UTF-8
+    quint32 mode = 0100644;
+    quint8 writersSystem = 3; // Unix
+
+    std::optional<QByteArray> localName;
+    std::optional<quint16> localFlags;
+    std::optional<quint16> localMethod;
+    std::optional<quint32> crc, localCrc;
+    std::optional<quint32> size, localSize;
+    std::optional<quint32> packedSize, localPackedSize;
+    std::optional<quint32> offset;
+    std::optional<QByteArray> packed; // the data as it stands in the archive
+    QByteArray extra, localExtra;
+    quint16 disk = 0;
+    QByteArray before; // hidden bytes in front of the member
+    QByteArray after; // behind its data: a data descriptor, or hidden bytes
+
+    static ZipEntry file(const QByteArray &name, const QByteArray &content)
+    {
+        ZipEntry entry;
+        entry.name = name;
+        entry.content = content;
+        return entry;
+    }
+
+    static ZipEntry folder(const QByteArray &name)
+    {
+        ZipEntry entry = file(name, QByteArray());
+        entry.mode = 0040755;
+        return entry;
+    }
+
+    static ZipEntry link(const QByteArray &name, const QByteArray &target)
+    {
+        ZipEntry entry = file(name, target);
+        entry.mode = 0120777;
+        return entry;
+    }
+
+    static ZipEntry program(const QByteArray &name, const QByteArray &content)
+    {
+        ZipEntry entry = file(name, content);
+        entry.mode = 0100755;
+        return entry;
+    }
+};
+
+/// Writes a zip archive byte by byte, sound unless told otherwise.
+class ZipBuilder final {
+public:
+    ZipBuilder() = default;
+    ZipBuilder(std::initializer_list<ZipEntry> members)
+        : entries(members)
+    {
+    }
+
+    QList<ZipEntry> entries;
+    QByteArray comment;
+    QByteArray beforeDirectory, afterDirectory, afterEnd;
+    std::optional<quint16> count, countOnDisk, commentSize;
+    std::optional<quint32> directoryOffset, directorySize;
+    quint16 disk = 0;
+    /// Writes the end records of large archives too, and fills the plain one up.
+    bool isLarge = false;
+    std::optional<quint64> largeCount, largePosition, largeDirectoryOffset;
+
+    QByteArray bytes() const
+    {
+        QByteArray archive;
+        QByteArray directory;
+        for (const ZipEntry &entry : entries)
+            append(entry, archive, directory);
+        archive += beforeDirectory;
+        const auto offset = static_cast<quint32>(archive.size());
+        archive += directory + afterDirectory;
+        const auto size = static_cast<quint32>(directory.size() + afterDirectory.size());
+        if (isLarge)
+            archive += largeEnd(static_cast<quint64>(archive.size()), offset, size);
+
+        const auto entryCount = static_cast<quint16>(isLarge ? 0xffff : entries.size());
+        archive += QByteArray("PK\5\6", 4) + u16(disk) + u16(disk)
+            + u16(countOnDisk.value_or(count.value_or(entryCount))) + u16(count.value_or(entryCount))
+            + u32(directorySize.value_or(isLarge ? 0xffffffff : size))
+            + u32(directoryOffset.value_or(isLarge ? 0xffffffff : offset))
+            + u16(commentSize.value_or(static_cast<quint16>(comment.size()))) + comment + afterEnd;
+        return archive;
+    }
+
+    static QByteArray u16(quint64 value) { return littleEndian(value, 2); }
+    static QByteArray u32(quint64 value) { return littleEndian(value, 4); }
+    static QByteArray u64(quint64 value) { return littleEndian(value, 8); }
+
+    /// An extra field.
+    static QByteArray field(quint16 id, const QByteArray &content)
+    {
+        return u16(id) + u16(static_cast<quint64>(content.size())) + content;
+    }
+
+    /// What stands behind the data of a member whose sizes were not known in time.
+    static QByteArray descriptor(const QByteArray &content, quint64 packedSize)
+    {
+        return QByteArray("PK\7\10", 4) + u32(crc32(content)) + u32(packedSize)
+            + u32(static_cast<quint64>(content.size()));
+    }
+
+    static QByteArray deflate(const QByteArray &content)
+    {
+        // Qt's length and zlib's header stand in front, zlib's checksum behind.
+        const QByteArray wrapped = qCompress(content, 9);
+        return wrapped.mid(6, wrapped.size() - 10);
+    }
+
+    static quint32 crc32(const QByteArray &bytes)
+    {
+        quint32 crc = 0xffffffff;
+        for (const char byte : bytes) {
+            crc ^= static_cast<unsigned char>(byte);
+            for (int bit = 0; bit < 8; ++bit)
+                crc = (crc >> 1) ^ ((crc & 1) != 0 ? 0xedb88320U : 0U);
+        }
+        return ~crc;
+    }
+
+private:
+    static QByteArray littleEndian(quint64 value, int size)
+    {
+        QByteArray bytes;
+        for (int index = 0; index < size; ++index)
+            bytes.append(static_cast<char>(value >> (8 * index) & 0xff));
+        return bytes;
+    }
+
+    static void append(const ZipEntry &entry, QByteArray &archive, QByteArray &directory)
+    {
+        archive += entry.before;
+        const auto offset = static_cast<quint32>(archive.size());
+        const QByteArray whole = entry.method == ZipEntry::deflated ? deflate(entry.content) : entry.content;
+        const QByteArray packed = entry.packed.value_or(whole);
+        const quint32 crc = entry.crc.value_or(crc32(entry.content));
+        const quint32 size = entry.size.value_or(static_cast<quint32>(entry.content.size()));
+        const quint32 packedSize = entry.packedSize.value_or(static_cast<quint32>(packed.size()));
+        const QByteArray localName = entry.localName.value_or(entry.name);
+        const QByteArray time = u32(0x58214000);
+        const auto length = [](const QByteArray &text) { return u16(static_cast<quint64>(text.size())); };
+
+        archive += QByteArray("PK\3\4", 4) + u16(20) + u16(entry.localFlags.value_or(entry.flags))
+            + u16(entry.localMethod.value_or(entry.method)) + time + u32(entry.localCrc.value_or(crc))
+            + u32(entry.localPackedSize.value_or(packedSize)) + u32(entry.localSize.value_or(size))
+            + length(localName) + length(entry.localExtra) + localName + entry.localExtra + packed
+            + entry.after;
+        directory += QByteArray("PK\1\2", 4) + u16(20U | static_cast<unsigned>(entry.writersSystem) << 8)
+            + u16(20) + u16(entry.flags) + u16(entry.method) + time + u32(crc) + u32(packedSize) + u32(size)
+            + length(entry.name) + length(entry.extra) + u16(0) + u16(entry.disk) + u16(0)
+            + u32(static_cast<quint64>(entry.mode) << 16) + u32(entry.offset.value_or(offset)) + entry.name
+            + entry.extra;
+    }
+
+    QByteArray largeEnd(quint64 position, quint64 offset, quint64 size) const
+    {
+        const quint64 entryCount = largeCount.value_or(static_cast<quint64>(entries.size()));
+        return QByteArray("PK\6\6", 4) + u64(44) + u16(45) + u16(45) + u32(0) + u32(0) + u64(entryCount)
+            + u64(entryCount) + u64(size) + u64(largeDirectoryOffset.value_or(offset))
+            + QByteArray("PK\6\7", 4) + u32(0) + u64(largePosition.value_or(position)) + u32(1);
+    }
+};

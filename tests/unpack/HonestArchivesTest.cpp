@@ -1,0 +1,257 @@
+#include "TestHome.h"
+#include "Unpacker.h"
+#include "ZipBuilder.h"
+
+#include <QDirIterator>
+#include <QMap>
+#include <QRandomGenerator>
+#include <QStandardPaths>
+
+namespace {
+
+/// What a folder tree holds, comparable: per path the kind, the execute bit and the content or the target.
+using Tree = QMap<QString, QByteArray>;
+
+enum class Links { Kept, Followed };
+
+Tree treeOf(const QString &folder, Links links = Links::Kept)
+{
+    Tree tree;
+    QDirIterator entries(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                         QDirIterator::Subdirectories);
+    while (entries.hasNext()) {
+        const QFileInfo info(entries.next());
+        const QString name = QDir(folder).relativeFilePath(info.filePath());
+        QByteArray what;
+        if (info.isSymLink() && links == Links::Kept) {
+            what
+                = "link to " + QFile::encodeName(info.symLinkTarget()).replace(QFile::encodeName(folder), "");
+        } else if (info.isDir()) {
+            what = "folder";
+        } else {
+            QFile file(info.filePath());
+            if (!file.open(QIODevice::ReadOnly))
+                qFatal("%s could not be read.", qPrintable(info.filePath()));
+            what = (info.isExecutable() ? "program " : "file ") + file.readAll();
+        }
+        tree.insert(name, what);
+    }
+    return tree;
+}
+
+}
+
+/// Archives by the tools that people use. Every one must come out as it went in.
+class HonestArchivesTest final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        m_home = std::make_unique<TestHome>();
+        m_home->write(QStringLiteral("tree/wrap/project.godot"), "config_version=5\n");
+        m_home->write(QStringLiteral("tree/wrap/.hidden/file"), "hidden");
+        m_home->write(QStringLiteral("tree/wrap/empty"), QByteArray());
+        m_home->write(QStringLiteral("tree/wrap/Ünï cödé/ä 🎮.txt"), "unicode");
+        m_home->write(QStringLiteral("tree/wrap/text"),
+                      QByteArray("some text that packs well\n").repeated(20000));
+        QByteArray noise(300'000, '\0');
+        for (char &byte : noise)
+            byte = static_cast<char>(QRandomGenerator::global()->generate());
+        m_home->write(QStringLiteral("tree/wrap/noise"), noise);
+        const QString program = m_home->write(QStringLiteral("tree/wrap/run"), "#!/bin/sh\n");
+        QFile::setPermissions(
+            program, QFile::permissions(program) | QFile::ExeOwner | QFile::ExeGroup | QFile::ExeOther);
+        QDir().mkpath(m_home->filePath(QStringLiteral("tree/wrap/nothing in here")));
+        QFile::link(QStringLiteral("../run"), m_home->filePath(QStringLiteral("tree/wrap/.hidden/link")));
+    }
+    void cleanup() { m_home.reset(); }
+
+    void everyToolsArchiveComesOutAsItWentIn_data()
+    {
+        QTest::addColumn<QString>("tool");
+        QTest::addColumn<QString>("command");
+        const auto row = [](const char *name, const char *tool, const char *command) {
+            QTest::newRow(name) << QString::fromLatin1(tool) << QString::fromUtf8(command);
+        };
+        row("zip to a file", "zip", "zip -qry ../archive.zip wrap");
+        row("zip to a pipe", "zip", "zip -qry - wrap | cat > ../archive.zip");
+        row("zip without packing", "zip", "zip -qry0 ../archive.zip wrap");
+        row("zip packing hard", "zip", "zip -qry9 ../archive.zip wrap");
+        row("zip with large records", "zip", "zip -qry -fz ../archive.zip wrap");
+        row("zip that knows UTF-8", "zip", "LC_ALL=C.UTF-8 zip -qry ../archive.zip wrap");
+        row("zip that knows no UTF-8", "zip", "LC_ALL=C zip -qry ../archive.zip wrap");
+        row("zip with a comment", "zip", "echo a comment | zip -qryz ../archive.zip wrap");
+        row("zip without folders' own entries", "zip",
+            "zip -qryD ../archive.zip wrap && zip -qr ../archive.zip "
+            "'wrap/nothing in here'");
+        row("bsdtar to a file", "bsdtar", "LC_ALL=C.UTF-8 bsdtar --format zip -cf ../archive.zip wrap");
+        row("bsdtar to a pipe", "bsdtar",
+            "LC_ALL=C.UTF-8 bsdtar --format zip -cf - wrap | cat > ../archive.zip");
+        row("bsdtar without packing", "bsdtar",
+            "LC_ALL=C.UTF-8 bsdtar --format zip --options zip:compression=store -cf ../archive.zip wrap");
+    }
+
+    void everyToolsArchiveComesOutAsItWentIn()
+    {
+        QFETCH(QString, tool);
+        QFETCH(QString, command);
+        if (isMissing(tool))
+            QSKIP(qPrintable(tool + QStringLiteral(" is not installed here.")));
+        runIn(QStringLiteral("tree"), command);
+        unpack();
+        QCOMPARE(treeOf(m_home->filePath(QStringLiteral("out"))),
+                 treeOf(m_home->filePath(QStringLiteral("tree"))));
+    }
+
+    void aBranchArchiveComesOutInItsWrapperFolder_data()
+    {
+        QTest::addColumn<QString>("options");
+        QTest::newRow("packed") << QString();
+        QTest::newRow("not packed") << QStringLiteral("-0");
+        QTest::newRow("packed hard") << QStringLiteral("-9");
+    }
+
+    void aBranchArchiveComesOutInItsWrapperFolder()
+    {
+        QFETCH(QString, options);
+        if (isMissing(QStringLiteral("git")))
+            QSKIP("git is not installed here.");
+        // Git knows no empty folders, and leaves the times out of this comparison.
+        QDir().rmdir(m_home->filePath(QStringLiteral("tree/wrap/nothing in here")));
+        runIn(
+            QStringLiteral("tree/wrap"),
+            QStringLiteral(
+                "git init -q . && git add -A && git -c user.name=a -c user.email=a@example.org commit -qm x "
+                "&& git archive --format=zip %1 --prefix=wrap/ HEAD > ../../archive.zip && rm -rf .git")
+                .arg(options));
+        unpack();
+        QCOMPARE(treeOf(m_home->filePath(QStringLiteral("out"))),
+                 treeOf(m_home->filePath(QStringLiteral("tree"))));
+    }
+
+    void aJavaArchiveComesOutWithItsLinksFollowed_data()
+    {
+        QTest::addColumn<QString>("options");
+        QTest::newRow("packed") << QStringLiteral("cfM");
+        QTest::newRow("not packed") << QStringLiteral("c0fM");
+    }
+
+    void aJavaArchiveComesOutWithItsLinksFollowed()
+    {
+        QFETCH(QString, options);
+        if (isMissing(QStringLiteral("jar")))
+            QSKIP("jar is not installed here.");
+        runIn(QStringLiteral("tree"),
+              QStringLiteral("LC_ALL=C.UTF-8 jar %1 ../archive.zip wrap").arg(options));
+        unpack();
+        // Java keeps no execute bits.
+        Tree expected = treeOf(m_home->filePath(QStringLiteral("tree")), Links::Followed);
+        for (QByteArray &what : expected) {
+            if (what.startsWith("program "))
+                what.replace(0, 7, "file");
+        }
+        QCOMPARE(treeOf(m_home->filePath(QStringLiteral("out"))), expected);
+    }
+
+    void pythonsArchivesComeOutAsTheyWentIn_data()
+    {
+        QTest::addColumn<QString>("script");
+        const auto row
+            = [](const char *name, const char *script) { QTest::newRow(name) << QString::fromUtf8(script); };
+        row("packed", "with zipfile.ZipFile('../archive.zip', 'w', zipfile.ZIP_DEFLATED) as z: fill(z)");
+        row("not packed", "with zipfile.ZipFile('../archive.zip', 'w') as z: fill(z)");
+        row("with a comment",
+            "with zipfile.ZipFile('../archive.zip', 'w') as z:\n fill(z)\n z.comment = b'c' * 40");
+        row("with the longest comment that is found",
+            "with zipfile.ZipFile('../archive.zip', 'w') as z:\n fill(z)\n"
+            " z.comment = b'c' * 16000");
+        row("with large records",
+            "with zipfile.ZipFile('../archive.zip', 'w', zipfile.ZIP_DEFLATED) as z:\n"
+            " for name in names():\n"
+            "  i = zipfile.ZipInfo.from_file(name)\n"
+            "  i.compress_type = zipfile.ZIP_DEFLATED\n"
+            "  if i.is_dir(): z.write(name)\n"
+            "  else:\n"
+            "   with z.open(i, 'w', force_zip64=True) as f: f.write(open(name, 'rb').read())");
+        row("to a pipe", "with zipfile.ZipFile(Pipe(), 'w', zipfile.ZIP_DEFLATED) as z: fill(z)");
+        row("to a pipe with large records",
+            "with zipfile.ZipFile(Pipe(), 'w', zipfile.ZIP_DEFLATED) as z:\n"
+            " for name in names():\n"
+            "  i = zipfile.ZipInfo.from_file(name)\n"
+            "  i.compress_type = zipfile.ZIP_DEFLATED\n"
+            "  if i.is_dir(): z.write(name)\n"
+            "  else:\n"
+            "   with z.open(i, 'w', force_zip64=True) as f: f.write(open(name, 'rb').read())");
+    }
+
+    void pythonsArchivesComeOutAsTheyWentIn()
+    {
+        QFETCH(QString, script);
+        if (isMissing(QStringLiteral("python3")))
+            QSKIP("python3 is not installed here.");
+        QFile::remove(m_home->filePath(QStringLiteral("tree/wrap/.hidden/link"))); // Python follows links
+        const char *const helpers = "import io, os, zipfile\n"
+                                    "def names():\n"
+                                    " for folder, folders, files in os.walk('wrap'):\n"
+                                    "  yield folder\n"
+                                    "  for file in files: yield os.path.join(folder, file)\n"
+                                    "def fill(z):\n"
+                                    " for name in names(): z.write(name)\n"
+                                    "class Pipe(io.RawIOBase):\n"
+                                    " def __init__(self): self.file = open('../archive.zip', 'wb')\n"
+                                    " def writable(self): return True\n"
+                                    " def write(self, data): return self.file.write(data)\n"
+                                    " def flush(self): self.file.flush()\n";
+        m_home->write(QStringLiteral("script.py"), helpers + script.toUtf8() + "\n");
+        runIn(QStringLiteral("tree"), QStringLiteral("python3 -X utf8 ../script.py"));
+        unpack();
+        QCOMPARE(treeOf(m_home->filePath(QStringLiteral("out"))),
+                 treeOf(m_home->filePath(QStringLiteral("tree"))));
+    }
+
+    void moreMembersThanThePlainRecordsCount()
+    {
+        if (isMissing(QStringLiteral("python3")))
+            QSKIP("python3 is not installed here.");
+        m_home->write(QStringLiteral("script.py"),
+                      "import zipfile\n"
+                      "with zipfile.ZipFile('../archive.zip', 'w') as z:\n"
+                      " for i in range(70000): z.writestr('d/%d' % i, b'')\n");
+        runIn(QStringLiteral("tree"), QStringLiteral("python3 ../script.py"));
+        unpack();
+        QCOMPARE(QDir(m_home->filePath(QStringLiteral("out/d"))).count(), 70000U + 2);
+    }
+
+    void anArchiveWithoutMembersIsUnpacked()
+    {
+        m_home->write(QStringLiteral("archive.zip"), ZipBuilder().bytes());
+        unpack();
+        QVERIFY(QDir(m_home->filePath(QStringLiteral("out"))).isEmpty());
+    }
+
+private:
+    static bool isMissing(const QString &tool) { return QStandardPaths::findExecutable(tool).isEmpty(); }
+
+    void runIn(const QString &folder, const QString &command) const
+    {
+        QProcess process;
+        process.setWorkingDirectory(m_home->filePath(folder));
+        process.start(QStringLiteral("/bin/sh"), { QStringLiteral("-ec"), command });
+        if (!process.waitForFinished() || process.exitCode() != 0)
+            qFatal("“%s” failed: %s", qPrintable(command), process.readAllStandardError().constData());
+    }
+
+    void unpack() const
+    {
+        const Unpacker result = Unpacker::unpack(m_home->filePath(QStringLiteral("archive.zip")),
+                                                 m_home->filePath(QStringLiteral("out")));
+        QCOMPARE(result.problems, QString());
+        QCOMPARE(result.status, 0);
+    }
+
+    std::unique_ptr<TestHome> m_home;
+};
+
+QTEST_GUILESS_MAIN(HonestArchivesTest)
+#include "HonestArchivesTest.moc"

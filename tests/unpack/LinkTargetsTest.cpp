@@ -1,0 +1,99 @@
+#include "MemberTree.h"
+
+#include <QTest>
+
+namespace {
+
+using Link = std::pair<std::string, std::string>;
+
+/// Whether a tree with these links stays in itself.
+bool isTrusted(const std::vector<Link> &links)
+{
+    try {
+        MemberTree tree(1000);
+        for (const auto &[name, target] : links) {
+            ZipMember member;
+            member.name = name;
+            member.kind = ZipMember::Kind::Link;
+            tree.add(member);
+            tree.setTarget(name, target);
+        }
+        tree.checkLinks();
+    } catch (const UnpackError &) {
+        return false;
+    }
+    return true;
+}
+
+}
+
+class LinkTargetsTest final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void targetsInsideTheFolderAreFine()
+    {
+        QVERIFY(isTrusted({ { "a", "b" } }));
+        QVERIFY(isTrusted({ { "a", "." } }));
+        QVERIFY(isTrusted({ { "d/a", ".." } }));
+        QVERIFY(isTrusted({ { "d/a", "../b/c" } }));
+        QVERIFY(isTrusted({ { "d/e/a", "../../x/../y" } }));
+        QVERIFY(isTrusted({ { "d/a", "b//c/./d/" } }));
+        QVERIFY(isTrusted({ { "a", "..." } }));
+        QVERIFY(isTrusted({ { "a", "..b/c" } }));
+    }
+
+    void aBundlesUsualLinksAreFine()
+    {
+        QVERIFY(isTrusted({ { "F.framework/Versions/Current", "A" },
+                            { "F.framework/Headers", "Versions/Current/Headers" },
+                            { "F.framework/F", "Versions/Current/F" } }));
+    }
+
+    void targetsOutsideTheFolderAreNot()
+    {
+        QVERIFY(!isTrusted({ { "a", ".." } }));
+        QVERIFY(!isTrusted({ { "a", "../" } }));
+        QVERIFY(!isTrusted({ { "a", "../a" } }));
+        QVERIFY(!isTrusted({ { "d/a", "../../d/a" } }));
+        QVERIFY(!isTrusted({ { "a", "b/../.." } }));
+        QVERIFY(!isTrusted({ { "a", "./.." } }));
+        QVERIFY(!isTrusted({ { "a", "/" } }));
+        QVERIFY(!isTrusted({ { "a", "/tmp" } }));
+        QVERIFY(!isTrusted({ { "a", "" } }));
+    }
+
+    void aWayThroughAnotherLinkIsFollowed()
+    {
+        QVERIFY(isTrusted({ { "up/here", ".." }, { "a", "up/here/b" } }));
+        QVERIFY(!isTrusted({ { "up/here", ".." }, { "a", "up/here/../b" } }));
+        // By its letters this stays inside: the link makes it two folders less deep.
+        QVERIFY(!isTrusted({ { "p/q/r", "../.." }, { "x/y/a", "../../p/q/r/../b" } }));
+    }
+
+    void aLinkIsFoundWhateverItsLetterCase()
+    {
+        QVERIFY(!isTrusted({ { "up/Here", ".." }, { "a", "UP/hERE/../b" } }));
+    }
+
+    void circlesAreNotFine()
+    {
+        QVERIFY(!isTrusted({ { "a", "a" } }));
+        QVERIFY(!isTrusted({ { "a", "b" }, { "b", "c" }, { "c", "a" } }));
+        QVERIFY(!isTrusted({ { "a", "a/b" } }));
+    }
+
+    void aLongChainEndsWhereTheSystemEndsIt()
+    {
+        std::vector<Link> links;
+        for (int index = 0; index < 40; ++index)
+            links.emplace_back("l" + std::to_string(index), "l" + std::to_string(index + 1));
+        QVERIFY(isTrusted(links));
+        links.emplace_back("l40", "l41");
+        links.emplace_back("l41", "l42");
+        QVERIFY(!isTrusted(links));
+    }
+};
+
+QTEST_GUILESS_MAIN(LinkTargetsTest)
+#include "LinkTargetsTest.moc"

@@ -1,0 +1,312 @@
+#include "TestHome.h"
+#include "Unpacker.h"
+#include "ZipBuilder.h"
+
+#include <QDateTime>
+#include <QElapsedTimer>
+#include <QStandardPaths>
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+class UnpackProgramTest final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { m_home = std::make_unique<TestHome>(); }
+    void cleanup() { m_home.reset(); }
+
+    void aWrongCallSaysHowItIsCalled_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        const auto row = [](const char *name, const char *arguments) {
+            QTest::newRow(name) << QString::fromLatin1(arguments).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+        };
+        row("nothing", "");
+        row("too few", "-x -k a");
+        row("too many", "-x -k a b c");
+        row("another order", "-k -x a b");
+        row("another option", "-c -k a b");
+    }
+
+    void aWrongCallSaysHowItIsCalled()
+    {
+        QFETCH(QStringList, arguments);
+        const Unpacker result = Unpacker::run(arguments);
+        QCOMPARE(result.status, 1);
+        QCOMPARE(result.problems, QStringLiteral("usage: vantor-unpack -x -k ARCHIVE FOLDER\n"));
+    }
+
+    void anArchiveIsUnpackedWithoutAWord()
+    {
+        const Unpacker result = unpack({ ZipEntry::folder("game/"), ZipEntry::file("game/a", "content") });
+        QCOMPARE(result.problems, QString());
+        QCOMPARE(result.output, QString());
+        QCOMPARE(result.status, 0);
+        QCOMPARE(content(QStringLiteral("game/a")), QByteArray("content"));
+    }
+
+    void theFolderMayExistAlready()
+    {
+        QDir().mkpath(folder());
+        QCOMPARE(unpack({ ZipEntry::file("a", "content") }).status, 0);
+        QCOMPARE(content(QStringLiteral("a")), QByteArray("content"));
+    }
+
+    void aMissingArchiveIsAProblem()
+    {
+        const Unpacker result = Unpacker::unpack(m_home->filePath(QStringLiteral("none.zip")), folder());
+        QCOMPARE(result.status, 1);
+        QCOMPARE(result.problems,
+                 QStringLiteral("The archive could not be opened: No such file or directory.\n"));
+        QVERIFY(!QFileInfo::exists(folder()));
+    }
+
+    void aFolderIsNoArchive()
+    {
+        const Unpacker result = Unpacker::unpack(m_home->path(), folder());
+        QCOMPARE(result.status, 1);
+        QCOMPARE(result.problems, QStringLiteral("The file is not a zip archive.\n"));
+    }
+
+    void aFolderThatCannotBeMadeIsAProblem()
+    {
+        m_home->write(QStringLiteral("folder"), "a file");
+        const Unpacker result = unpack({ ZipEntry::file("a", "content") });
+        QCOMPARE(result.status, 1);
+        QVERIFY2(result.problems.endsWith(QStringLiteral("could not be opened: Not a directory.\n")),
+                 qPrintable(result.problems));
+    }
+
+    void aFileThatIsThereIsNotOverwritten()
+    {
+        m_home->write(QStringLiteral("folder/a"), "before");
+        const Unpacker result = unpack({ ZipEntry::file("a", "content") });
+        QCOMPARE(result.status, 1);
+        QCOMPARE(result.problems, QStringLiteral("“a” could not be created: File exists.\n"));
+        QCOMPARE(content(QStringLiteral("a")), QByteArray("before"));
+    }
+
+    void nothingIsWrittenThroughALinkThatIsThere()
+    {
+        QDir().mkpath(folder());
+        QDir().mkpath(m_home->filePath(QStringLiteral("elsewhere")));
+        QVERIFY(
+            QFile::link(m_home->filePath(QStringLiteral("elsewhere")), folder() + QStringLiteral("/game")));
+        const Unpacker result = unpack({ ZipEntry::file("game/a", "content") });
+        QCOMPARE(result.status, 1);
+        QVERIFY(QDir(m_home->filePath(QStringLiteral("elsewhere"))).isEmpty());
+    }
+
+    void modesAreThoseOfProgramsAndOfPlainFilesOnly_data()
+    {
+        QTest::addColumn<quint32>("mode");
+        QTest::addColumn<int>("unpacked");
+        QTest::newRow("0644") << quint32(0100644) << 0644;
+        QTest::newRow("0600") << quint32(0100600) << 0644;
+        QTest::newRow("0000") << quint32(0100000) << 0644;
+        QTest::newRow("0666") << quint32(0100666) << 0644;
+        QTest::newRow("0755") << quint32(0100755) << 0755;
+        QTest::newRow("0700") << quint32(0100700) << 0755;
+        QTest::newRow("set user id") << quint32(0104755) << 0755;
+        QTest::newRow("set group id") << quint32(0102777) << 0755;
+        QTest::newRow("no type") << quint32(0755) << 0755;
+    }
+
+    void modesAreThoseOfProgramsAndOfPlainFilesOnly()
+    {
+        QFETCH(quint32, mode);
+        ZipEntry entry = ZipEntry::file("a", "content");
+        entry.mode = mode;
+        const mode_t before = umask(077);
+        const Unpacker result = unpack({ entry });
+        umask(before);
+        QCOMPARE(result.status, 0);
+        struct stat info = {};
+        QCOMPARE(stat(qPrintable(folder() + QStringLiteral("/a")), &info), 0);
+        QTEST(static_cast<int>(info.st_mode & 07777), "unpacked");
+    }
+
+    void linksAreMade()
+    {
+        QCOMPARE(unpack({ ZipEntry::link("game/link", "../other/a"), ZipEntry::file("other/a", "content") })
+                     .status,
+                 0);
+        QCOMPARE(content(QStringLiteral("game/link")), QByteArray("content"));
+        QVERIFY(QFileInfo(folder() + QStringLiteral("/game/link")).isSymLink());
+    }
+
+    void timesAreKept()
+    {
+        ZipEntry entry = ZipEntry::file("game/a", "content");
+        const qint64 time = 1'500'000'000;
+        entry.localExtra = ZipBuilder::field(0x5455, QByteArray(1, 1) + ZipBuilder::u32(time));
+        ZipEntry gameFolder = ZipEntry::folder("game/");
+        gameFolder.localExtra = entry.localExtra;
+        QCOMPARE(unpack({ gameFolder, entry }).status, 0);
+        QCOMPARE(QFileInfo(folder() + QStringLiteral("/game/a")).lastModified().toSecsSinceEpoch(), time);
+        QCOMPARE(QFileInfo(folder() + QStringLiteral("/game")).lastModified().toSecsSinceEpoch(), time);
+    }
+
+    void damagedDataIsAProblem_data()
+    {
+        QTest::addColumn<ZipEntry>("entry");
+        ZipEntry wrongChecksum = ZipEntry::file("a", "content");
+        wrongChecksum.crc = 1;
+        QTest::newRow("wrong checksum") << wrongChecksum;
+
+        ZipEntry packed = ZipEntry::file("a", QByteArray("content").repeated(1000));
+        packed.method = ZipEntry::deflated;
+        ZipEntry packedChecksum = packed;
+        packedChecksum.crc = 1;
+        QTest::newRow("wrong checksum, packed") << packedChecksum;
+        ZipEntry shorter = packed;
+        shorter.size = 7001;
+        QTest::newRow("shorter than it says") << shorter;
+        ZipEntry longer = packed;
+        longer.size = 6999;
+        QTest::newRow("longer than it says") << longer;
+        ZipEntry noise = packed;
+        noise.packed = QByteArray("\xff\xff\xff\xff noise");
+        QTest::newRow("no packed data at all") << noise;
+        ZipEntry cut = packed;
+        cut.packed = ZipBuilder::deflate(packed.content).chopped(4);
+        QTest::newRow("cut off") << cut;
+        ZipEntry more = packed;
+        more.packed = ZipBuilder::deflate(packed.content) + "more";
+        QTest::newRow("more behind the packed data") << more;
+    }
+
+    void damagedDataIsAProblem()
+    {
+        QFETCH(ZipEntry, entry);
+        const Unpacker result = unpack({ entry });
+        QCOMPARE(result.status, 1);
+        QVERIFY2(result.problems.contains(QStringLiteral("“a”")), qPrintable(result.problems));
+        QCOMPARE(result.problems.count(QLatin1Char('\n')), 1);
+    }
+
+    void namesAreUtf8WhateverTheEnvironmentSays_data()
+    {
+        QTest::addColumn<QByteArray>("locale");
+        QTest::newRow("C") << QByteArray("C");
+        QTest::newRow("unknown") << QByteArray("xx_XX.ISO-8859-15");
+        QTest::newRow("UTF-8") << QByteArray("C.UTF-8");
+    }
+
+    void namesAreUtf8WhateverTheEnvironmentSays()
+    {
+        QFETCH(QByteArray, locale);
+        const QByteArray before = qgetenv("LC_ALL");
+        qputenv("LC_ALL", locale);
+        const Unpacker result = unpack({ ZipEntry::file("\xc3\x9cn\xc3\xaf/\xf0\x9f\x8e\xae", "content") });
+        before.isNull() ? qunsetenv("LC_ALL") : qputenv("LC_ALL", before);
+        QCOMPARE(result.problems, QString());
+        QCOMPARE(content(QStringLiteral("Ünï/🎮")), QByteArray("content"));
+    }
+
+    void aRequestToEndIsFollowedAtOnce()
+    {
+        QProcess process;
+        startOnALargeArchive(process);
+        QTRY_VERIFY(QFileInfo::exists(folder() + QStringLiteral("/large")));
+        process.terminate();
+        QVERIFY(process.waitForFinished(5000));
+        QCOMPARE(process.exitStatus(), QProcess::CrashExit);
+        QCOMPARE(process.exitCode(), SIGTERM);
+    }
+
+    void aRequestToEndIsFollowedEvenWhereItWasIgnoredBefore()
+    {
+        signal(SIGTERM, SIG_IGN);
+        QProcess process;
+        startOnALargeArchive(process);
+        signal(SIGTERM, SIG_DFL);
+        QTRY_VERIFY(QFileInfo::exists(folder() + QStringLiteral("/large")));
+        process.terminate();
+        QVERIFY(process.waitForFinished(5000));
+        QCOMPARE(process.exitCode(), SIGTERM);
+    }
+
+    void theUnpackerEndsWithTheProgramThatStartedIt()
+    {
+        // A shell starts it, says its number and is killed.
+        writeLargeArchive();
+        QProcess shell;
+        shell.start(QStringLiteral("/bin/sh"),
+                    { QStringLiteral("-c"), QStringLiteral("\"$1\" -x -k \"$2\" \"$3\" & echo $!; wait"),
+                      QStringLiteral("sh"), Unpacker::program(), archive(), folder() });
+        QVERIFY(shell.waitForReadyRead());
+        const auto unpacker = static_cast<pid_t>(shell.readLine().trimmed().toInt());
+        QTRY_VERIFY(QFileInfo::exists(folder() + QStringLiteral("/large")));
+        QCOMPARE(kill(unpacker, 0), 0);
+        shell.kill();
+        QVERIFY(shell.waitForFinished());
+        QTRY_VERIFY2_WITH_TIMEOUT(isGone(unpacker), "The unpacker outlived the program that started it.",
+                                  2000);
+        const qint64 written = QFileInfo(folder() + QStringLiteral("/large")).size();
+        QVERIFY2(written < largeSize, "It was not stopped but had finished.");
+    }
+
+private:
+    static constexpr qint64 largeSize = 2000LL * 1024 * 1024;
+
+    static bool isGone(pid_t process)
+    {
+        // Whoever inherits it may not have collected it yet.
+        QFile status(QStringLiteral("/proc/%1/stat").arg(process));
+        return !status.open(QIODevice::ReadOnly) || status.readAll().contains(") Z ");
+    }
+
+    QString archive() const { return m_home->filePath(QStringLiteral("archive.zip")); }
+    QString folder() const { return m_home->filePath(QStringLiteral("folder")); }
+
+    Unpacker unpack(const ZipBuilder &builder) const
+    {
+        m_home->write(QStringLiteral("archive.zip"), builder.bytes());
+        return Unpacker::unpack(archive(), folder());
+    }
+
+    QByteArray content(const QString &name) const
+    {
+        QFile file(folder() + QLatin1Char('/') + name);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+    /// An archive of one file that takes seconds to unpack and no room on the disk itself: the file is a
+    /// hole.
+    void writeLargeArchive() const
+    {
+        ZipEntry entry = ZipEntry::file("large", QByteArray());
+        entry.packed = QByteArray();
+        entry.size = entry.packedSize = static_cast<quint32>(largeSize);
+        entry.crc = 1; // never found out
+        const QByteArray frame = ZipBuilder { entry }.bytes();
+        const qsizetype head = 30 + 5;
+        QFile file(archive());
+        if (!file.open(QIODevice::WriteOnly) || file.write(frame.first(head)) != head
+            || !file.resize(head + largeSize) || !file.seek(head + largeSize))
+            qFatal("The large archive could not be written.");
+        QByteArray tail = frame.mid(head);
+        tail.replace(tail.size() - 6, 4, ZipBuilder::u32(static_cast<quint64>(head + largeSize)));
+        file.write(tail);
+    }
+
+    void startOnALargeArchive(QProcess &process) const
+    {
+        writeLargeArchive();
+        process.start(Unpacker::program(),
+                      { QStringLiteral("-x"), QStringLiteral("-k"), archive(), folder() });
+        if (!process.waitForStarted())
+            qFatal("The unpack program did not start.");
+    }
+
+    std::unique_ptr<TestHome> m_home;
+};
+
+Q_DECLARE_METATYPE(ZipEntry)
+
+QTEST_GUILESS_MAIN(UnpackProgramTest)
+#include "UnpackProgramTest.moc"
