@@ -1,0 +1,136 @@
+#include "AppDelegate.h"
+
+#include "AppModel.h"
+#include "MainThread.h"
+#include "Question.h"
+
+#include <QEvent>
+#include <QGuiApplication>
+#include <QPushButton>
+#include <QSessionManager>
+#include <QTimer>
+#include <QWidget>
+
+#include <chrono>
+
+namespace {
+
+/// However long what still runs takes to unwind: the program is gone within a second of the player's leaving.
+constexpr std::chrono::milliseconds longestFarewell { 900 };
+
+}
+
+AppDelegate::AppDelegate(std::function<void()> end, QObject *parent)
+    : QObject(parent)
+    , m_end(std::move(end))
+{
+    // The window is gone before the program is: what still runs unwinds in between.
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    connect(qGuiApp, &QGuiApplication::commitDataRequest, this, &AppDelegate::answerSession,
+            Qt::DirectConnection);
+}
+
+void AppDelegate::attach(AppModel &model, QWidget &window)
+{
+    m_attached = &model;
+    m_window = &window;
+    window.installEventFilter(this);
+}
+
+bool AppDelegate::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched != m_window)
+        return QObject::eventFilter(watched, event);
+    if (event->type() == QEvent::Show)
+        m_model = m_attached;
+    if (event->type() == QEvent::Close && !m_isLeaving) {
+        event->ignore();
+        requestQuit();
+        return true;
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void AppDelegate::requestQuit()
+{
+    if (m_isLeaving || m_question)
+        return;
+    if (m_model && m_model->runner.isRunning)
+        ask();
+    else
+        leave();
+}
+
+QMessageBox *AppDelegate::makeQuitQuestion()
+{
+    QMessageBox *question = makeQuestion(m_window, QStringLiteral("The game is still running"),
+                                         QStringLiteral("Quitting will close the game too. Quit anyway?"));
+    m_quitAnswer = question->addButton(QStringLiteral("Quit"), QMessageBox::AcceptRole);
+    QPushButton *keep = question->addButton(QStringLiteral("Keep Playing"), QMessageBox::RejectRole);
+    question->setDefaultButton(m_quitAnswer);
+    question->setEscapeButton(keep);
+    return question;
+}
+
+void AppDelegate::ask()
+{
+    m_question = makeQuitQuestion();
+    connect(m_quitAnswer, &QPushButton::clicked, this, [this] {
+        m_model->stopForQuit();
+        leave();
+    });
+    m_question->open();
+}
+
+void AppDelegate::answerSession(QSessionManager &manager)
+{
+    if (m_isLeaving || !m_model || !m_model->runner.isRunning || !manager.allowsInteraction())
+        return;
+    // The session waits for the answer inside this call: the one question that cannot be asked in passing.
+    delete m_question;
+    QMessageBox *question = makeQuitQuestion();
+    question->setAttribute(Qt::WA_DeleteOnClose, false);
+    question->exec();
+    const bool quits = question->clickedButton() == m_quitAnswer;
+    delete question;
+    manager.release();
+    if (!quits) {
+        manager.cancel();
+        return;
+    }
+    m_model->stopForQuit();
+    leave();
+}
+
+void AppDelegate::leave()
+{
+    m_isLeaving = true;
+    if (m_window)
+        m_window->hide();
+    if (!m_model) {
+        end();
+        return;
+    }
+    QTimer::singleShot(longestFarewell, this, &AppDelegate::end);
+    windDown();
+}
+
+QCoro::Task<> AppDelegate::windDown()
+{
+    const QPointer<AppDelegate> self(this);
+    m_model->cancel();
+    while (m_model->isWorking() || m_model->runner.isRunning) {
+        auto turn = nextTurn();
+        co_await turn;
+    }
+    if (self)
+        end();
+}
+
+void AppDelegate::end()
+{
+    if (m_hasEnded)
+        return;
+    m_hasEnded = true;
+    m_end();
+}

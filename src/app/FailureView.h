@@ -1,0 +1,28 @@
+#pragma once
+
+#include "RefreshOnce.h"
+
+#include <QWidget>
+
+class AppModel;
+class LogText;
+class Panel;
+class TextLabel;
+
+/// Why the last action or game run failed: one sentence, the last lines of the log, and a button that copies
+/// both. Shown only while there is a failure.
+class FailureView final : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit FailureView(AppModel &model, QWidget *parent = nullptr);
+
+private:
+    void refresh();
+
+    AppModel &m_model;
+    TextLabel *m_message = nullptr;
+    Panel *m_box = nullptr;
+    LogText *m_lines = nullptr;
+    RefreshOnce m_refresh;
+};

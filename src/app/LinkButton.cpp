@@ -1,0 +1,41 @@
+#include "LinkButton.h"
+
+#include "Shades.h"
+
+#include <QDesktopServices>
+#include <QPainter>
+#include <QStyleOptionButton>
+
+namespace {
+
+constexpr int focusMargin = 3;
+
+}
+
+LinkButton::LinkButton(const QUrl &address, QWidget *parent)
+    : QPushButton(address.toString(), parent)
+{
+    setAutoDefault(false);
+    setCursor(Qt::PointingHandCursor);
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    setAccessibleDescription(QStringLiteral("Opens the web page of the game"));
+    connect(this, &QPushButton::clicked, this, [address] { QDesktopServices::openUrl(address); });
+}
+
+QSize LinkButton::sizeHint() const { return fontMetrics().size(0, text()) + QSize(1, 2 * focusMargin); }
+
+bool LinkButton::hitButton(const QPoint &position) const { return rect().contains(position); }
+
+void LinkButton::paintEvent(QPaintEvent *)
+{
+    QStyleOptionButton option;
+    initStyleOption(&option);
+    QPainter painter(this);
+    QFont underlined = font();
+    underlined.setUnderline(true);
+    painter.setFont(underlined);
+    painter.setPen(Shades::link(palette()));
+    painter.drawText(rect(), Qt::AlignLeft | Qt::AlignVCenter, text());
+    if (hasFocus() && (option.state & QStyle::State_KeyboardFocusChange))
+        painter.drawRect(rect().adjusted(0, 0, -1, -1));
+}

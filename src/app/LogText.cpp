@@ -1,0 +1,238 @@
+#include "LogText.h"
+
+#include "HarmlessText.h"
+#include "TypeScale.h"
+
+#include <QAbstractTextDocumentLayout>
+#include <QMimeData>
+#include <QScrollBar>
+#include <QTextBlock>
+#include <QTextDocument>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr double padding = 8;
+
+/// The most that is laid out in one piece. Laying out takes longer than a line is long, and a game may print
+/// a million characters without ever ending one.
+constexpr qsizetype longestPiece = 2048;
+
+/// What a block shows, where it is not what it stands for.
+class ExactText final : public QTextBlockUserData {
+public:
+    explicit ExactText(const QString &exact)
+        : text(exact)
+    {
+    }
+
+    const QString text;
+};
+
+/// The state of a block that goes on with the line of the block above.
+constexpr int continuesLine = 1;
+
+struct Piece {
+    QString exact;
+    bool continues = false;
+};
+
+/// Cuts a line where it has line feeds of its own and where it is too long.
+QList<Piece> pieces(const QString &line)
+{
+    QList<Piece> result;
+    qsizetype at = 0;
+    bool continues = false;
+    for (;;) {
+        const qsizetype lineFeed = line.indexOf(u'\n', at);
+        const qsizetype end = lineFeed < 0 ? line.size() : lineFeed;
+        qsizetype length = std::min(end - at, longestPiece);
+        // A character of two halves stays in one piece.
+        if (length < end - at && line.at(at + length - 1).isHighSurrogate())
+            --length;
+        result.append({ line.mid(at, length), continues });
+        at += length;
+        continues = at < end;
+        if (continues)
+            continue;
+        if (lineFeed < 0)
+            return result;
+        ++at;
+    }
+}
+
+/// Whether the two are one text in memory: the store moves its lines, it does not copy them.
+bool isSame(const QString &one, const QString &other)
+{
+    return one.constData() == other.constData() && one.size() == other.size();
+}
+
+/// How many of the `before` lines have gone at the front, when the rest of them begin `now`; all, when
+/// nothing stayed.
+qsizetype droppedLines(const QStringList &before, const QStringList &now)
+{
+    for (qsizetype dropped = 0; dropped < before.size(); ++dropped) {
+        const qsizetype kept = before.size() - dropped;
+        if (kept <= now.size() && std::equal(before.cbegin() + dropped, before.cend(), now.cbegin(), isSame))
+            return dropped;
+    }
+    return before.size();
+}
+
+QString exactText(const QTextBlock &block)
+{
+    const auto *exact = static_cast<const ExactText *>(block.userData());
+    return exact ? exact->text : block.text();
+}
+
+}
+
+LogText::LogText(QWidget *parent)
+    : QPlainTextEdit(parent)
+{
+    setReadOnly(true);
+    setUndoRedoEnabled(false);
+    setTabChangesFocus(true);
+    setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    setFrameShape(QFrame::NoFrame);
+    setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setFont(TypeScale::fixedWidth());
+    document()->setDocumentMargin(padding);
+
+    // A line in a script that runs from right to left stays on the left like the others.
+    QTextOption option = document()->defaultTextOption();
+    option.setAlignment(Qt::AlignLeft);
+    option.setTextDirection(Qt::LeftToRight);
+    document()->setDefaultTextOption(option);
+
+    // New lines do not become part of what the player has selected.
+    QTextCursor cursor = textCursor();
+    cursor.setKeepPositionOnInsert(true);
+    setTextCursor(cursor);
+    // The panel below is the ground.
+    viewport()->setAutoFillBackground(false);
+}
+
+void LogText::showLines(const QStringList &lines)
+{
+    const int position = verticalScrollBar()->value();
+    const qsizetype dropped = droppedLines(m_shown, lines);
+    const qsizetype kept = m_shown.size() - dropped;
+    if (kept == 0) {
+        clear();
+        m_blockCounts.clear();
+    } else {
+        dropLines(dropped);
+    }
+    appendLines(lines, kept);
+    m_shown = lines;
+    fitHeight();
+    verticalScrollBar()->setValue(position);
+}
+
+void LogText::showNotice(const QString &text)
+{
+    m_shown.clear();
+    m_blockCounts.clear();
+    if (text != toPlainText())
+        setPlainText(text);
+    fitHeight();
+}
+
+void LogText::scrollToEnd() { verticalScrollBar()->setValue(verticalScrollBar()->maximum()); }
+
+void LogText::growUpTo(int height)
+{
+    m_tallest = height;
+    fitHeight();
+}
+
+QSize LogText::minimumSizeHint() const { return { 1, fontMetrics().lineSpacing() }; }
+
+void LogText::resizeEvent(QResizeEvent *event)
+{
+    QPlainTextEdit::resizeEvent(event);
+    fitHeight();
+}
+
+QMimeData *LogText::createMimeDataFromSelection() const
+{
+    const QTextCursor cursor = textCursor();
+    QString exact;
+    const QTextBlock last = document()->findBlock(cursor.selectionEnd());
+    for (QTextBlock block = document()->findBlock(cursor.selectionStart()); block.isValid();
+         block = block.next()) {
+        const qsizetype from = std::max(0, cursor.selectionStart() - block.position());
+        const QString text = exactText(block);
+        if (block == last) {
+            exact += text.mid(from, cursor.selectionEnd() - block.position() - from);
+            break;
+        }
+        exact += text.mid(from);
+        if (block.next().userState() != continuesLine)
+            exact += u'\n';
+    }
+    auto *copied = new QMimeData;
+    copied->setText(exact);
+    return copied;
+}
+
+void LogText::appendLines(const QStringList &lines, qsizetype from)
+{
+    if (from == lines.size())
+        return;
+
+    QList<Piece> added;
+    QString shown;
+    for (qsizetype line = from; line < lines.size(); ++line) {
+        const QList<Piece> parts = pieces(lines.at(line));
+        m_blockCounts.append(static_cast<int>(parts.size()));
+        for (const Piece &piece : parts) {
+            if (!added.isEmpty() || from > 0)
+                shown += u'\n';
+            shown += harmlessText(piece.exact);
+            added.append(piece);
+        }
+    }
+
+    int number = from > 0 ? document()->blockCount() : 0;
+    QTextCursor end(document());
+    end.movePosition(QTextCursor::End);
+    end.insertText(shown);
+
+    for (QTextBlock block = document()->findBlockByNumber(number); block.isValid(); block = block.next()) {
+        const Piece &piece = added.at(block.blockNumber() - number);
+        block.setUserState(piece.continues ? continuesLine : 0);
+        if (block.text() != piece.exact)
+            block.setUserData(new ExactText(piece.exact));
+    }
+}
+
+void LogText::dropLines(qsizetype count)
+{
+    if (count == 0)
+        return;
+    int blocks = 0;
+    for (qsizetype line = 0; line < count; ++line)
+        blocks += m_blockCounts.at(line);
+    m_blockCounts.remove(0, count);
+    QTextCursor front(document());
+    front.movePosition(QTextCursor::NextBlock, QTextCursor::KeepAnchor, blocks);
+    front.removeSelectedText();
+}
+
+void LogText::fitHeight()
+{
+    if (m_tallest == 0)
+        return;
+    double wanted = 2 * padding;
+    // Laying out stops where the box stops growing.
+    for (QTextBlock block = document()->begin(); block.isValid() && wanted < m_tallest; block = block.next())
+        wanted += document()->documentLayout()->blockBoundingRect(block).height();
+    const int height = std::min(m_tallest, static_cast<int>(std::ceil(wanted)));
+    if (height != this->height())
+        setFixedHeight(height);
+}

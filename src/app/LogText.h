@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QPlainTextEdit>
+#include <QStringList>
+
+/// Lines of a log, to be read, selected and copied. What could harm the display is shown as a sign of its own
+/// and very long lines are laid out in pieces; what is copied is the exact text. Takes up new lines without
+/// laying out the old ones again.
+class LogText final : public QPlainTextEdit {
+    Q_OBJECT
+
+public:
+    explicit LogText(QWidget *parent = nullptr);
+
+    /// Shows `lines`, each on a line of its own. The scroll position stays where it is.
+    void showLines(const QStringList &lines);
+    /// Shows one text where there are no lines to show.
+    void showNotice(const QString &text);
+
+    void scrollToEnd();
+
+    /// Makes the box as high as its text, at most `height` points; without it the layout decides.
+    void growUpTo(int height);
+
+    QSize minimumSizeHint() const override;
+
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+    QMimeData *createMimeDataFromSelection() const override;
+
+private:
+    void appendLines(const QStringList &lines, qsizetype from);
+    void dropLines(qsizetype count);
+    void fitHeight();
+
+    QStringList m_shown;
+    /// How many blocks of the document each shown line takes.
+    QList<int> m_blockCounts;
+    int m_tallest = 0;
+};

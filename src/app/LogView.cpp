@@ -1,0 +1,63 @@
+#include "LogView.h"
+
+#include "LogStore.h"
+#include "LogText.h"
+#include "Panel.h"
+#include "Shades.h"
+
+#include <QVBoxLayout>
+
+namespace {
+
+constexpr int viewHeight = 180;
+constexpr double cornerRadius = 6;
+constexpr std::chrono::milliseconds redrawPause { 33 };
+
+}
+
+LogView::LogView(const LogStore &log, QWidget *parent)
+    : QWidget(parent)
+    , m_log(log)
+    , m_text(new LogText)
+    , m_refresh(
+          this, [this] { refresh(); }, redrawPause)
+{
+    setFixedHeight(viewHeight);
+    m_text->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
+    m_text->setAccessibleName(QStringLiteral("Log"));
+
+    auto *panel = new Panel(Shades::well(), cornerRadius);
+    auto *inside = new QVBoxLayout(panel);
+    inside->setContentsMargins(0, 0, 0, 0);
+    inside->addWidget(m_text);
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(panel);
+
+    m_refresh.watch(m_log);
+}
+
+void LogView::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    // Once it has its size: only then is it known where the end is.
+    m_lineCount = -1;
+    m_refresh.schedule();
+}
+
+void LogView::refresh()
+{
+    if (!isVisible())
+        return;
+    const QStringList &lines = m_log.lines;
+    if (lines.isEmpty())
+        m_text->showNotice(QStringLiteral("The log is empty."));
+    else
+        m_text->showLines(lines);
+
+    // A full log that drops a line for each new one keeps its count, and the player's place in it.
+    if (lines.size() != m_lineCount) {
+        m_lineCount = lines.size();
+        m_text->scrollToEnd();
+    }
+}

@@ -1,0 +1,73 @@
+#include "MainWindow.h"
+
+#include "AppModel.h"
+#include "ContentView.h"
+#include "Desktop.h"
+
+#include <QAction>
+#include <QMenuBar>
+#include <QScreen>
+
+#include <algorithm>
+
+namespace {
+
+constexpr QSize smallestSize(560, 640);
+
+}
+
+MainWindow::MainWindow(AppModel &model, Preferences &preferences)
+    : m_content(new ContentView(model, preferences))
+{
+    setWindowTitle(QStringLiteral("2D Platformer"));
+    setCentralWidget(m_content);
+    // On a screen that has not even that, the content scrolls.
+    setMinimumSize(smallestSize.boundedTo(screen()->availableSize()));
+    resize(m_content->sizeHint().boundedTo(screen()->availableSize()));
+
+    m_about = makeAction(QStringLiteral("About 2D Platformer"), {});
+    m_settings
+        = makeAction(QStringLiteral("Settings\u2026"),
+                     { QKeySequence(QKeySequence::Preferences), QKeySequence(Qt::CTRL | Qt::Key_Comma) });
+    m_close = makeAction(QStringLiteral("Close"), QKeySequence::keyBindings(QKeySequence::Close));
+    m_quit = makeAction(QStringLiteral("Quit"),
+                        { QKeySequence(QKeySequence::Quit), QKeySequence(Qt::CTRL | Qt::Key_Q) });
+    m_copy = makeAction(QStringLiteral("Copy"), QKeySequence::keyBindings(QKeySequence::Copy));
+    connect(m_about, &QAction::triggered, m_content, &ContentView::showAbout);
+    connect(m_settings, &QAction::triggered, m_content, &ContentView::showSettings);
+    connect(m_close, &QAction::triggered, this, &QWidget::close);
+    connect(m_quit, &QAction::triggered, this, &QWidget::close);
+    // Where a text has the focus the text itself is copied, without this.
+    connect(m_copy, &QAction::triggered, this, [&model] {
+        if (model.failureMessage->has_value())
+            model.copyFailure();
+    });
+
+    if (Desktop::current().system == Desktop::System::MacOS)
+        addMenus();
+}
+
+QAction *MainWindow::makeAction(const QString &text, const QList<QKeySequence> &shortcuts)
+{
+    auto *action = new QAction(text, this);
+    QList<QKeySequence> distinct;
+    for (const QKeySequence &shortcut : shortcuts) {
+        if (!shortcut.isEmpty() && !distinct.contains(shortcut))
+            distinct.append(shortcut);
+    }
+    action->setShortcuts(distinct);
+    addAction(action);
+    return action;
+}
+
+void MainWindow::addMenus()
+{
+    m_about->setMenuRole(QAction::AboutRole);
+    m_settings->setMenuRole(QAction::PreferencesRole);
+    m_quit->setMenuRole(QAction::QuitRole);
+
+    QMenu *file = menuBar()->addMenu(QStringLiteral("File"));
+    file->addActions({ m_about, m_settings, m_close, m_quit });
+    QMenu *edit = menuBar()->addMenu(QStringLiteral("Edit"));
+    edit->addAction(m_copy);
+}

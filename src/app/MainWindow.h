@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QMainWindow>
+
+class AppModel;
+class ContentView;
+class Preferences;
+
+/// The launcher's one window: its title, its size limits, the usual shortcuts and, where the desktop has one,
+/// the menu bar.
+class MainWindow final : public QMainWindow {
+    Q_OBJECT
+
+public:
+    MainWindow(AppModel &model, Preferences &preferences);
+
+private:
+    QAction *makeAction(const QString &text, const QList<QKeySequence> &shortcuts);
+    void addMenus();
+
+    ContentView *m_content = nullptr;
+    QAction *m_about = nullptr;
+    QAction *m_settings = nullptr;
+    QAction *m_close = nullptr;
+    QAction *m_quit = nullptr;
+    QAction *m_copy = nullptr;
+};

@@ -1,0 +1,155 @@
+#include "OneLauncher.h"
+
+#include "FileError.h"
+#include "FileOperations.h"
+
+#include <QCryptographicHash>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QThread>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace {
+
+const QByteArray request = "come forward";
+const QByteArray reply = "came forward\n";
+constexpr qint64 longestRequest = 4096;
+
+/// Between two attempts while the other launcher is just starting or just ending.
+constexpr unsigned long pauseInMilliseconds = 20;
+
+/// Where the two launchers meet. Not in the launcher's folder, which may be removed while the first one runs.
+QString socketPath(const QString &root)
+{
+    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    const bool isUsable = QDir::isAbsolutePath(runtime) && QFileInfo(runtime).isDir();
+    const QByteArray digest = QCryptographicHash::hash(QFile::encodeName(root), QCryptographicHash::Sha256);
+    return QStringLiteral("%1/vantor-platformer-%2-%3")
+        .arg(isUsable ? runtime : QDir::tempPath(), QString::number(::getuid()),
+             QString::fromLatin1(digest.toHex().left(16)));
+}
+
+/// What the desktop gave this process to take the focus with, for the other one to use.
+QByteArray ownActivationToken()
+{
+    const QByteArray token = qgetenv("XDG_ACTIVATION_TOKEN");
+    return token.isEmpty() ? qgetenv("DESKTOP_STARTUP_ID") : token;
+}
+
+}
+
+OneLauncher::OneLauncher(const QString &root)
+    : m_folder(QFileInfo(root).path())
+    , m_socketPath(socketPath(root))
+{
+    m_server.setSocketOptions(QLocalServer::UserAccessOption);
+    connect(&m_server, &QLocalServer::newConnection, this, [this] {
+        while (QLocalSocket *other = m_server.nextPendingConnection()) {
+            connect(other, &QLocalSocket::disconnected, other, &QObject::deleteLater);
+            connect(other, &QLocalSocket::readyRead, this, [this, other] { answer(other); });
+            answer(other);
+        }
+    });
+}
+
+OneLauncher::~OneLauncher()
+{
+    stopAnswering();
+    if (m_lock >= 0)
+        ::close(m_lock);
+}
+
+OneLauncher::Outcome OneLauncher::begin(std::chrono::milliseconds patience)
+{
+    const QDeadlineTimer deadline(patience);
+    do {
+        switch (takeLock()) {
+        case Lock::Taken:
+            listen();
+            return Outcome::Holds;
+        case Lock::Unavailable:
+            return Outcome::CannotHold;
+        case Lock::HeldByOther:
+            break;
+        }
+        if (askOther(std::chrono::milliseconds(deadline.remainingTime())))
+            return Outcome::OtherCameForward;
+        QThread::msleep(pauseInMilliseconds);
+    } while (!deadline.hasExpired());
+    return Outcome::OtherIsSilent;
+}
+
+void OneLauncher::stopAnswering() { m_server.close(); }
+
+OneLauncher::Lock OneLauncher::takeLock()
+{
+    try {
+        FileOperations::createFolder(m_folder);
+    } catch (const FileError &) {
+        return Lock::Unavailable; // whatever the player does next will name the reason
+    }
+    const int descriptor
+        = ::open(QFile::encodeName(m_folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0)
+        return Lock::Unavailable;
+    int error = 0;
+    do {
+        error = ::flock(descriptor, LOCK_EX | LOCK_NB) == 0 ? 0 : errno;
+    } while (error == EINTR);
+    if (error != 0) {
+        ::close(descriptor);
+        return error == EWOULDBLOCK ? Lock::HeldByOther : Lock::Unavailable;
+    }
+    m_lock = descriptor;
+    return Lock::Taken;
+}
+
+void OneLauncher::listen()
+{
+    // What is there was left by a launcher that was killed: this one holds the lock. Without a place to
+    // listen at, this launcher works all the same; a second one then says that it is open.
+    QLocalServer::removeServer(m_socketPath);
+    m_server.listen(m_socketPath);
+}
+
+void OneLauncher::answer(QLocalSocket *other)
+{
+    if (!other->canReadLine()) {
+        if (other->bytesAvailable() > longestRequest)
+            other->abort();
+        return;
+    }
+    const QByteArray line = other->readLine(longestRequest).trimmed();
+    if (line.startsWith(request))
+        Q_EMIT cameForward(line.mid(request.size()).trimmed());
+    other->write(reply);
+    other->disconnectFromServer();
+}
+
+bool OneLauncher::askOther(std::chrono::milliseconds patience) const
+{
+    const QDeadlineTimer deadline(patience);
+    QLocalSocket socket;
+    socket.connectToServer(m_socketPath);
+    if (!socket.waitForConnected(static_cast<int>(deadline.remainingTime())))
+        return false;
+    // A token has neither spaces nor line feeds; anything else is no token.
+    QByteArray token = ownActivationToken();
+    if (token.size() > longestRequest / 2 || token.contains(' ') || token.contains('\n'))
+        token.clear();
+    socket.write(request + ' ' + token + '\n');
+    QByteArray received;
+    while (!received.contains(reply)) {
+        if (!socket.waitForReadyRead(static_cast<int>(deadline.remainingTime())))
+            return false;
+        received += socket.readAll();
+    }
+    return true;
+}

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QColor>
+#include <QWidget>
+
+/// A ground with soft corners, laid over whatever is below it.
+class Panel final : public QWidget {
+    Q_OBJECT
+
+public:
+    Panel(const QColor &ground, double cornerRadius, QWidget *parent = nullptr);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    const QColor m_ground;
+    const double m_cornerRadius = 0;
+};

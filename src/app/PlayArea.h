@@ -1,0 +1,39 @@
+#pragma once
+
+#include "RefreshOnce.h"
+#include "StateFace.h"
+
+#include <QWidget>
+
+class AppModel;
+class PlayButton;
+class ProgressBlock;
+class QStackedWidget;
+class StateDot;
+class TextLabel;
+
+/// The launcher's state and the one action that goes with it: Play, progress with Cancel, or Stop. Keeps the
+/// height of the tallest of the three, so that nothing below it moves when the state changes.
+class PlayArea final : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit PlayArea(AppModel &model, QWidget *parent = nullptr);
+
+private:
+    QWidget *makeStatusLine();
+    QWidget *makePlayPage();
+    QWidget *makeProgressPage();
+    QWidget *makeStopPage();
+    void refresh();
+    void stop();
+
+    AppModel &m_model;
+    StateDot *m_dot = nullptr;
+    TextLabel *m_label = nullptr;
+    TextLabel *m_needs = nullptr;
+    QStackedWidget *m_action = nullptr;
+    TextLabel *m_hint = nullptr;
+    ProgressBlock *m_progress = nullptr;
+    RefreshOnce m_refresh;
+};

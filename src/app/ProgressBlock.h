@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QWidget>
+
+#include <optional>
+
+class QProgressBar;
+class QPushButton;
+class TextLabel;
+
+/// What an action is doing and how far it is, with Cancel. Passive: it shows what it is given.
+class ProgressBlock final : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit ProgressBlock(QWidget *parent = nullptr);
+
+    /// `fraction` from 0 to 1; none makes the bar move without an end in sight.
+    void display(const QString &step, std::optional<double> fraction, const QString &detail);
+
+Q_SIGNALS:
+    void cancelPressed();
+
+private:
+    TextLabel *m_step = nullptr;
+    QProgressBar *m_bar = nullptr;
+    TextLabel *m_detail = nullptr;
+};

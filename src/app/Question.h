@@ -1,0 +1,7 @@
+#pragma once
+
+#include <QMessageBox>
+
+/// A question over `parent`'s window, with its title said in the question itself too. The caller adds the
+/// buttons and opens it; it is gone for good once it is answered.
+QMessageBox *makeQuestion(QWidget *parent, const QString &title, const QString &message);

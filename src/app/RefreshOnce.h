@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QTimer>
+
+#include <chrono>
+#include <functional>
+
+class Observable;
+
+/// Turns any number of announced changes into one redraw on a later turn of the event loop, when the fields
+/// hold their new values. Belongs to the view that it redraws. Main thread.
+class RefreshOnce final : public QObject {
+    Q_OBJECT
+
+public:
+    /// Between two redraws lies at least `pause`; the first one comes on the next turn.
+    RefreshOnce(QObject *view, std::function<void()> refresh,
+                std::chrono::milliseconds pause = std::chrono::milliseconds(0));
+
+    void watch(const Observable &observable);
+    /// Marks the view stale.
+    void schedule();
+
+private:
+    const std::function<void()> m_refresh;
+    const std::chrono::milliseconds m_pause;
+    QElapsedTimer m_sinceRefresh;
+    QTimer m_timer;
+};

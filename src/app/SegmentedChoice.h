@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QWidget>
+
+class QButtonGroup;
+
+/// A choice between a few entries that are all in sight: exclusive buttons that look like one control. Tab
+/// comes to the chosen one, the arrow keys go along, each is a radio button to whoever does not see it.
+class SegmentedChoice final : public QWidget {
+    Q_OBJECT
+
+public:
+    SegmentedChoice(const QStringList &entries, int chosen, QWidget *parent = nullptr);
+
+Q_SIGNALS:
+    /// The player chose the entry with this index.
+    void chosen(int index);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    QButtonGroup *m_group = nullptr;
+};

@@ -1,0 +1,155 @@
+#include "SettingsView.h"
+
+#include "AppModel.h"
+#include "DownloadProgress.h"
+#include "HarmlessText.h"
+#include "Preferences.h"
+#include "Question.h"
+#include "SegmentedChoice.h"
+#include "StateFace.h"
+#include "TextLabel.h"
+
+#include <QComboBox>
+#include <QGridLayout>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace {
+
+constexpr int spacing = 14;
+constexpr int fullscreenEntry = 1;
+/// A stored size of whatever length leaves the choice as wide as the usual ones.
+constexpr int charactersOfSize = 14;
+
+}
+
+SettingsView::SettingsView(AppModel &model, Preferences &preferences, QWidget *parent)
+    : Sheet(QStringLiteral("Settings"), spacing, parent)
+    , m_model(model)
+    , m_preferences(preferences)
+    , m_refresh(this, [this] { refresh(); })
+{
+    auto *title = new TextLabel(TextStyle::Title);
+    title->display(QStringLiteral("Settings"));
+    column()->addWidget(title);
+    addWindowChoices();
+    addDivider();
+    addMaintenance();
+    addDoneRow();
+
+    m_refresh.watch(m_model);
+    m_refresh.watch(m_model.runner);
+    refresh();
+}
+
+void SettingsView::addWindowChoices()
+{
+    const bool fullscreen = m_preferences.fullscreen();
+    auto *window = new SegmentedChoice({ QStringLiteral("Windowed"), QStringLiteral("Fullscreen") },
+                                       fullscreen ? fullscreenEntry : 0);
+    window->setAccessibleName(QStringLiteral("Window"));
+    connect(window, &SegmentedChoice::chosen, this, [this](int entry) {
+        m_preferences.setFullscreen(entry == fullscreenEntry);
+        m_size->setEnabled(entry != fullscreenEntry);
+    });
+
+    m_size = new QComboBox;
+    m_size->setAccessibleName(QStringLiteral("Window size"));
+    m_size->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    m_size->setMinimumContentsLength(charactersOfSize);
+    m_size->setEnabled(!fullscreen);
+    fillSizes();
+    connect(m_size, &QComboBox::activated, this,
+            [this](int entry) { m_preferences.setResolution(m_size->itemData(entry).toString()); });
+
+    auto *windowLabel = new TextLabel(TextStyle::Body);
+    windowLabel->display(QStringLiteral("Window"));
+    auto *sizeLabel = new TextLabel(TextStyle::Body);
+    sizeLabel->display(QStringLiteral("Window size"));
+
+    auto *grid = new QGridLayout;
+    grid->setHorizontalSpacing(spacing);
+    grid->setVerticalSpacing(spacing);
+    grid->addWidget(windowLabel, 0, 0, Qt::AlignVCenter);
+    grid->addWidget(window, 0, 1);
+    grid->addWidget(sizeLabel, 1, 0, Qt::AlignVCenter);
+    grid->addWidget(m_size, 1, 1);
+    grid->setColumnStretch(1, 1);
+    column()->addLayout(grid);
+}
+
+void SettingsView::fillSizes()
+{
+    m_size->addItem(QStringLiteral("Game default"), QStringLiteral("default"));
+    for (const QString &size :
+         { QStringLiteral("1280x720"), QStringLiteral("1600x900"), QStringLiteral("1920x1080") })
+        m_size->addItem(size, size);
+
+    // A size that nobody offers here is the player's own and stays until another one is chosen.
+    const QString stored = m_preferences.resolution();
+    if (m_size->findData(stored) < 0)
+        m_size->addItem(harmlessText(stored), stored);
+    m_size->setCurrentIndex(m_size->findData(stored));
+}
+
+void SettingsView::addMaintenance()
+{
+    m_update = new QPushButton(QStringLiteral("Update the game"));
+    m_reinstall = new QPushButton(QStringLiteral("Reinstall"));
+    connect(m_update, &QPushButton::clicked, this, [this] { closeAnd(&AppModel::updateGame); });
+    connect(m_reinstall, &QPushButton::clicked, this, [this] { closeAnd(&AppModel::reinstall); });
+    addButtons({ m_update, m_reinstall });
+
+    auto *note = new TextLabel(TextStyle::Caption, Ink::Secondary);
+    note->display(QStringLiteral("Updating downloads the game again. Your save files are kept "
+                                 "(they live in Godot's own folder)."));
+    column()->addWidget(note);
+
+    auto *reveal = new QPushButton(QStringLiteral("Reveal in Finder"));
+    auto *saves = new QPushButton(QStringLiteral("Show saves"));
+    connect(reveal, &QPushButton::clicked, this, [this] { m_model.revealInFinder(); });
+    connect(saves, &QPushButton::clicked, this, [this] { m_model.showSaves(); });
+    addButtons({ reveal, saves });
+
+    m_remove = new QPushButton(QStringLiteral("Remove everything\u2026"));
+    connect(m_remove, &QPushButton::clicked, this, &SettingsView::confirmRemove);
+    addButtons({ m_remove });
+}
+
+void SettingsView::closeAnd(void (AppModel::*verb)())
+{
+    AppModel &model = m_model;
+    accept();
+    (model.*verb)();
+}
+
+void SettingsView::confirmRemove()
+{
+    m_model.computeFreeableSize();
+    m_question
+        = makeQuestion(this, QStringLiteral("Remove the game and the engine?"),
+                       QStringLiteral("This deletes the downloaded game and engine. Save files are kept."));
+    m_removeForGood = m_question->addButton(QString(), QMessageBox::DestructiveRole);
+    QPushButton *cancel = m_question->addButton(QStringLiteral("Cancel"), QMessageBox::RejectRole);
+    m_question->setDefaultButton(cancel);
+    m_question->setEscapeButton(cancel);
+    connect(m_removeForGood, &QPushButton::clicked, this, [this] {
+        m_model.removeEverything();
+        accept();
+    });
+    refresh();
+    m_question->open();
+}
+
+void SettingsView::refresh()
+{
+    const MaintenanceFace face = maintenanceFace(m_model.runner.isRunning, m_model.isWorking());
+    m_update->setEnabled(face.canReplace);
+    m_reinstall->setEnabled(face.canReplace);
+    m_remove->setEnabled(face.canRemove);
+    if (m_removeForGood) {
+        m_removeForGood->setText(
+            QStringLiteral("Remove (frees %1)").arg(fileSizeText(m_model.freeableBytes)));
+        m_removeForGood->setEnabled(face.canRemove);
+    }
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "RefreshOnce.h"
+#include "Sheet.h"
+
+#include <QPointer>
+
+class AppModel;
+class Preferences;
+class QComboBox;
+class QMessageBox;
+class QPushButton;
+
+/// The sheet with the game's window and the maintenance of what was downloaded. A preference is stored as
+/// soon as it is chosen. The model and the preferences outlive it.
+class SettingsView final : public Sheet {
+    Q_OBJECT
+
+public:
+    SettingsView(AppModel &model, Preferences &preferences, QWidget *parent);
+
+private:
+    void addWindowChoices();
+    void fillSizes();
+    void addMaintenance();
+    void closeAnd(void (AppModel::*verb)());
+    void confirmRemove();
+    void refresh();
+
+    AppModel &m_model;
+    Preferences &m_preferences;
+    QComboBox *m_size = nullptr;
+    QPushButton *m_update = nullptr;
+    QPushButton *m_reinstall = nullptr;
+    QPushButton *m_remove = nullptr;
+    QPointer<QMessageBox> m_question;
+    QPointer<QPushButton> m_removeForGood;
+    RefreshOnce m_refresh;
+};

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QPushButton>
+
+/// A button that may be replaced by another one as soon as it is pressed. One press is one press: neither the
+/// second half of a double click nor a key that is held down presses what has taken the button's place.
+class SteadyButton : public QPushButton {
+    Q_OBJECT
+
+public:
+    explicit SteadyButton(const QString &text, QWidget *parent = nullptr);
+
+protected:
+    void mouseDoubleClickEvent(QMouseEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+};

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QIcon>
+#include <QPainterPath>
+#include <QRectF>
+
+/// The launcher's own drawings, as outlines: sharp in every size and on every screen.
+namespace Symbols {
+
+/// A triangle that points to the right, and a square, both with soft corners, inside `box`.
+QPainterPath play(const QRectF &box);
+QPainterPath stop(const QRectF &box);
+/// A running figure inside `box`, which it fills from top to bottom when `box` is a square.
+QPainterPath runner(const QRectF &box);
+
+/// The stop sign in the colour of the desktop's button texts.
+QIcon stopIcon();
+
+}

@@ -1,0 +1,84 @@
+#pragma once
+
+#include "MainWindow.h"
+#include "Player.h"
+
+#include <QAbstractButton>
+#include <QTest>
+
+#include <memory>
+
+/// The launcher's window on a real model in a home folder of its own. A test that wants to see a state at
+/// once assigns the model's published fields.
+class Stage final {
+public:
+    Stage()
+        : model(player.startModel())
+    {
+    }
+
+    ~Stage()
+    {
+        window.reset();
+        // A game that only a test's assignment made run.
+        if (!model.runner.controller())
+            model.runner.isRunning = false;
+    }
+
+    /// Shows the window in `size` and waits until it is drawn.
+    MainWindow &open(QSize size = QSize(600, 720))
+    {
+        window = std::make_unique<MainWindow>(model, player.preferences);
+        window->resize(size);
+        window->show();
+        if (!QTest::qWaitForWindowExposed(window.get()))
+            qFatal("The window was not shown.");
+        settle();
+        return *window;
+    }
+
+    /// Lets the views take up what was announced and the layouts what the views then want.
+    static void settle()
+    {
+        for (int turn = 0; turn < 5; ++turn) {
+            QTest::qWait(1);
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+        }
+    }
+
+    /// The button with this text that the player can see in `where`, or none.
+    static QAbstractButton *button(const QWidget &where, const QString &text)
+    {
+        const auto buttons = where.findChildren<QAbstractButton *>();
+        for (QAbstractButton *button : buttons) {
+            if (button->text() == text && button->isVisible())
+                return button;
+        }
+        return nullptr;
+    }
+
+    /// Clicks it in its middle; ends the test program when it is not there.
+    static void click(const QWidget &where, const QString &text)
+    {
+        QAbstractButton *target = button(where, text);
+        if (!target)
+            qFatal("There is no button \"%s\".", qPrintable(text));
+        QTest::mouseClick(target, Qt::LeftButton);
+        settle();
+    }
+
+    /// The view of this class that the player can see in the window, or none.
+    template <typename View> View *visible() const
+    {
+        const auto views = window->findChildren<View *>();
+        for (View *view : views) {
+            if (view->isVisible())
+                return view;
+        }
+        return nullptr;
+    }
+
+    Player player;
+    AppModel &model;
+    std::unique_ptr<MainWindow> window;
+};

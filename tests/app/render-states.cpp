@@ -1,0 +1,191 @@
+// Draws everything that the launcher can show into PNG files, to be looked at.
+//
+//   render-states FOLDER
+
+#include "AppDelegate.h"
+#include "ContentView.h"
+#include "Samples.h"
+#include "Stage.h"
+
+#include <QApplication>
+#include <QDialog>
+#include <QDir>
+#include <QPainter>
+#include <QProcess>
+#include <QPushButton>
+#include <QStyle>
+
+#include <cstdio>
+
+namespace {
+
+constexpr auto scaleVariable = "QT_SCALE_FACTOR";
+const QStringList scales { QStringLiteral("1"), QStringLiteral("1.5"), QStringLiteral("2") };
+
+struct Scheme {
+    QString name;
+    QPalette palette;
+};
+
+QPalette darkPalette()
+{
+    QPalette palette;
+    const QColor ground(0x2a, 0x2b, 0x2e);
+    const QColor text(0xee, 0xee, 0xf0);
+    palette = QPalette(QColor(0x3a, 0x3b, 0x3f), ground);
+    palette.setColor(QPalette::Base, QColor(0x1f, 0x20, 0x23));
+    palette.setColor(QPalette::Highlight, QColor(0x3d, 0x8e, 0xc9));
+    palette.setColor(QPalette::HighlightedText, Qt::white);
+    palette.setColor(QPalette::Link, QColor(0x4d, 0xa3, 0xff));
+    for (const auto role : { QPalette::WindowText, QPalette::Text, QPalette::ButtonText })
+        palette.setColor(role, text);
+    for (const auto role : { QPalette::WindowText, QPalette::Text, QPalette::ButtonText })
+        palette.setColor(QPalette::Disabled, role, QColor(0x80, 0x80, 0x84));
+    return palette;
+}
+
+QList<Scheme> schemes()
+{
+    return { { QStringLiteral("light"), QApplication::style()->standardPalette() },
+             { QStringLiteral("dark"), darkPalette() } };
+}
+
+QList<QSize> sizes()
+{
+    // The narrow and the whole screen say nothing new at other scales.
+    if (qEnvironmentVariable(scaleVariable) == QLatin1StringView("1"))
+        return { { 560, 640 }, { 600, 720 }, { 1920, 1080 } };
+    return { { 600, 720 } };
+}
+
+class Studio final {
+public:
+    explicit Studio(const QString &folder)
+        : m_folder(folder)
+    {
+    }
+
+    void take(const QString &scene, const Scheme &scheme, QWidget &window)
+    {
+        Stage::settle();
+        QTest::qWait(40); // the log redraws at its own pace
+        QPixmap picture = window.grab();
+        if (QWidget *sheet = topSheet()) {
+            QPainter painter(&picture);
+            const QRect ground(QPoint(0, 0), window.size());
+            painter.fillRect(ground, QColor(0, 0, 0, 60));
+            const QPixmap onTop = sheet->grab();
+            QRect place(QPoint(0, 0), sheet->size());
+            place.moveCenter(ground.center());
+            painter.drawPixmap(place, onTop);
+        }
+        const QString name = QStringLiteral("%1-%2-%3x%4@%5.png")
+                                 .arg(scene, scheme.name)
+                                 .arg(window.width())
+                                 .arg(window.height())
+                                 .arg(qEnvironmentVariable(scaleVariable));
+        if (!picture.save(QDir(m_folder).filePath(name)))
+            qFatal("%s could not be written.", qPrintable(name));
+    }
+
+    void takeStates(const Scheme &scheme)
+    {
+        const auto scenes = Samples::scenes();
+        for (const Samples::Scene &scene : scenes) {
+            for (const QSize &size : sizes()) {
+                Stage stage;
+                scene.set(stage.model);
+                take(scene.name, scheme, stage.open(size));
+            }
+        }
+    }
+
+    void takeSheets(const Scheme &scheme)
+    {
+        Stage stage;
+        stage.model.info = Samples::game();
+        stage.model.state = AppState::ready();
+        MainWindow &window = stage.open();
+        auto *content = window.findChild<ContentView *>();
+
+        content->showAbout();
+        take(QStringLiteral("about"), scheme, window);
+        topSheet()->close();
+        Stage::settle();
+
+        content->showSettings();
+        take(QStringLiteral("settings"), scheme, window);
+        stage.player.preferences.setFullscreen(true);
+        Stage::click(*topSheet(), QStringLiteral("Fullscreen"));
+        take(QStringLiteral("settings-fullscreen"), scheme, window);
+        Stage::click(*topSheet(), QStringLiteral("Remove everything\u2026"));
+        stage.model.freeableBytes = 187'300'000;
+        take(QStringLiteral("remove"), scheme, window);
+        topSheet()->close();
+        Stage::settle();
+        topSheet()->close();
+        Stage::settle();
+
+        AppDelegate delegate([] {});
+        delegate.attach(stage.model, window);
+        window.hide();
+        window.show();
+        stage.model.runner.isRunning = true;
+        stage.model.state = AppState::playing();
+        window.close();
+        take(QStringLiteral("quit"), scheme, window);
+        topSheet()->close();
+        Stage::settle();
+    }
+
+private:
+    static QWidget *topSheet() { return QApplication::activeModalWidget(); }
+
+    QString m_folder;
+};
+
+int takeAll(const QString &folder)
+{
+    QApplication::setStyle(QStringLiteral("fusion"));
+    Studio studio(folder);
+    for (const Scheme &scheme : schemes()) {
+        QApplication::setPalette(scheme.palette);
+        studio.takeStates(scheme);
+        studio.takeSheets(scheme);
+    }
+    return 0;
+}
+
+/// One process for each scale: a process has but one.
+int startAll(const QString &program, const QString &folder)
+{
+    for (const QString &scale : scales) {
+        QProcess process;
+        process.setProcessChannelMode(QProcess::ForwardedChannels);
+        auto environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QLatin1StringView(scaleVariable), scale);
+        process.setProcessEnvironment(environment);
+        process.start(program, { folder });
+        if (!process.waitForFinished(-1) || process.exitCode() != 0)
+            return 1;
+    }
+    return 0;
+}
+
+}
+
+int main(int argc, char *argv[])
+{
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.size() != 2 || !QDir().mkpath(arguments.at(1))) {
+        std::fputs("render-states FOLDER\nDraws everything that the launcher can show into PNG files.\n",
+                   stderr);
+        return 2;
+    }
+    if (qEnvironmentVariableIsSet(scaleVariable))
+        return takeAll(arguments.at(1));
+    return startAll(QCoreApplication::applicationFilePath(), arguments.at(1));
+}
