@@ -3,7 +3,8 @@
 #include <QString>
 #include <QStringList>
 
-/// The facts that the launcher reads from a game project: what it needs to choose an engine, and what it shows.
+/// The facts that the launcher reads from a game project: what it needs to choose an engine, and what it
+/// shows.
 struct ProjectInfo {
     /// The folder that holds project.godot.
     QString root;
