@@ -1,0 +1,162 @@
+#include "EngineManager.h"
+
+#include "AppError.h"
+#include "Archive.h"
+#include "Background.h"
+#include "CancellationError.h"
+#include "ChecksumList.h"
+#include "Desktop.h"
+#include "FileDownloader.h"
+#include "FileIdentity.h"
+#include "FileOperations.h"
+#include "HttpFetch.h"
+#include "LogStore.h"
+#include "Paths.h"
+#include "ProcessController.h"
+#include "ScratchFolder.h"
+
+namespace {
+
+AppError doesNotMatch()
+{
+    return AppError::message(QStringLiteral(
+        "The Godot download did not match its official checksum, so it was thrown away. Please try again."));
+}
+
+QUrl addressOf(const EngineSpec &spec, const QString &fileName)
+{
+    const QUrl url(spec.baseURL() + fileName, QUrl::StrictMode);
+    if (!url.isValid())
+        throw AppError::message(QStringLiteral("Could not build the Godot download address."));
+    return url;
+}
+
+/// Takes a build that no longer works out of the way in one step, so that a launcher that is killed here
+/// leaves none rather than half of one.
+void makeRoom(const QString &target, const QString &previous)
+{
+    if (FileOperations::exists(target))
+        FileOperations::move(target, previous);
+    FileOperations::createFolder(Paths::engineFolder());
+}
+
+/// Programs from the network open with a warning on macOS, and headless not at all. The build was verified,
+/// so that the flag may go; where that fails, the warning is all that comes of it.
+QCoro::Task<> clearQuarantine(QString folder, LogStore *log)
+{
+    log->append(QStringLiteral(
+        "Clearing the macOS download flag on the verified engine (so it can open without a warning)"));
+    const QString tool = Desktop::current().quarantineTool;
+    if (tool.isEmpty())
+        co_return;
+
+    const auto controller = ProcessController::create();
+    const QStringList arguments { QStringLiteral("-dr"), QStringLiteral("com.apple.quarantine"), folder };
+    const std::function<void(const QString &)> appendToLog
+        = [log](const QString &line) { log->append(line); };
+    const qint32 status = co_await controller->run(tool, arguments, appendToLog);
+    if (status != 0)
+        log->append(QStringLiteral("xattr finished with code %1 (usually harmless)").arg(status));
+}
+
+}
+
+QCoro::Task<QString> EngineManager::install(EngineSpec spec, LogStore *log,
+                                            std::function<void(DownloadProgress)> onProgress,
+                                            std::stop_token stop)
+{
+    const QUrl archiveURL = addressOf(spec, spec.fileName());
+    const QUrl sumsURL = addressOf(spec, QStringLiteral("SHA512-SUMS.txt"));
+    const ScratchFolder scratch;
+    const QString scratchPath = scratch.path();
+
+    QString program;
+    std::exception_ptr error;
+    try {
+        const QString archive = scratch.filePath(spec.fileName());
+        auto fetching = fetchArchive(spec, archiveURL, sumsURL, archive, log, onProgress, stop);
+        const QString checksum = co_await fetching;
+        auto placing = verifyAndUnpack(spec, archive, checksum, scratchPath, log);
+        program = co_await placing;
+    } catch (...) {
+        error = std::current_exception();
+    }
+
+    // Hundreds of megabytes, or thousands of small files: not on the main thread. What fails to go now is
+    // left to the guard.
+    auto removal = [scratchPath] { return FileOperations::removeTreeIfPossible(scratchPath); };
+    co_await runInBackground(std::move(removal));
+    if (error)
+        std::rethrow_exception(error);
+    co_return program;
+}
+
+/// Downloads the build's archive to `archive` and gives the checksum that it must have.
+QCoro::Task<QString> EngineManager::fetchArchive(EngineSpec spec, QUrl archiveURL, QUrl sumsURL,
+                                                 QString archive, LogStore *log,
+                                                 std::function<void(DownloadProgress)> onProgress,
+                                                 std::stop_token stop)
+{
+    log->append(QStringLiteral("Looking up the official checksum for ") + spec.fileName());
+    auto lookup = expectedChecksum(sumsURL, spec.fileName(), stop);
+    const QString checksum = co_await lookup;
+
+    log->append(QStringLiteral("Downloading ") + spec.displayName() + QStringLiteral(" from ")
+                + archiveURL.toString(QUrl::FullyEncoded));
+    m_downloader = FileDownloader::create(archiveURL, archive, onProgress);
+    const auto downloader = m_downloader;
+    co_await downloader->start(stop);
+    m_downloader.reset();
+    throwIfCancelled(stop);
+    co_return checksum;
+}
+
+/// Puts the build that `archive` holds in place, and gives its program.
+QCoro::Task<QString> EngineManager::verifyAndUnpack(EngineSpec spec, QString archive, QString checksum,
+                                                    QString scratch, LogStore *log)
+{
+    log->append(QStringLiteral("Checking the download against the official SHA-512 checksum"));
+    const FileIdentity checked(archive);
+    auto hash = [archive] { return sha512(archive); };
+    const QString computed = co_await runInBackground(std::move(hash));
+    if (computed.toLower() != checksum.toLower())
+        throw doesNotMatch();
+    log->append(QStringLiteral("Checksum matches"));
+
+    const QString target = folder(spec);
+    makeRoom(target, scratch + QStringLiteral("/previous"));
+    log->append(QStringLiteral("Unpacking the engine"));
+    const QString unpacked = scratch + QStringLiteral("/engine");
+    FileOperations::createFolder(unpacked);
+    co_await Archive::unzip(archive, unpacked, log);
+    // The unpack tool opened the archive by its name: only now is it certain that it was the one that was
+    // checked.
+    if (FileIdentity(archive) != checked)
+        throw doesNotMatch();
+    FileOperations::move(unpacked, target);
+
+    co_await clearQuarantine(target, log);
+    const auto program = executable(spec);
+    if (!program) {
+        auto removal = [target] { return FileOperations::removeTreeIfPossible(target); };
+        co_await runInBackground(std::move(removal));
+        throw AppError::message(
+            QStringLiteral("The engine was unpacked but no Godot program was found inside it."));
+    }
+    co_return *program;
+}
+
+QCoro::Task<QString> EngineManager::expectedChecksum(QUrl sumsURL, QString fileName, std::stop_token stop)
+{
+    constexpr qint64 largestList = 4 * 1024 * 1024; // the real ones are some 20 kB
+
+    const HttpResponse response = co_await fetchData(sumsURL, largestList, stop);
+    if (response.status < 200 || response.status > 299)
+        throw AppError::message(
+            QStringLiteral("Could not get the checksum list (server error %1).").arg(response.status));
+    const auto hash = ChecksumList::hash(QString::fromUtf8(response.body), fileName);
+    if (!hash)
+        throw AppError::message(QStringLiteral("The official checksum list has no entry for ") + fileName
+                                + QStringLiteral("."));
+    co_return *hash;
+}
