@@ -13,10 +13,7 @@ class BrokenTransferTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        withoutProxies();
-    }
+    void initTestCase() { withoutProxies(); }
 
     void aServerThatDoesNotExistIsNotFound()
     {

@@ -301,7 +301,7 @@ private:
     static QCoro::Task<> countResumptions(std::shared_ptr<FileDownloader> download, int *resumed)
     {
         co_await download->start();
-        if (QThread::currentThread() == qApp->thread())
+        if (QThread::currentThread() == QCoreApplication::instance()->thread())
             ++*resumed;
     }
 

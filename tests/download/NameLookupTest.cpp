@@ -44,10 +44,7 @@ class NameLookupTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        withoutProxies();
-    }
+    void initTestCase() { withoutProxies(); }
 
     void cleanup()
     {

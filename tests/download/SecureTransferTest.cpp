@@ -11,10 +11,7 @@ class SecureTransferTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        withoutProxies();
-    }
+    void initTestCase() { withoutProxies(); }
 
     void aTrustedServerIsHeard()
     {

@@ -14,10 +14,7 @@ class SilentServerTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        withoutProxies();
-    }
+    void initTestCase() { withoutProxies(); }
 
     void aBodyThatFallsSilentEndsInAnErrorWithinAMinute()
     {

@@ -1,0 +1,130 @@
+#include "Archive.h"
+#include "AppError.h"
+#include "Desktop.h"
+#include "LogStore.h"
+#include "Tasks.h"
+#include "ZipArchive.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+class ArchiveTest final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        m_folder.emplace();
+        m_log.emplace();
+        QVERIFY(QDir().mkpath(destination()));
+    }
+
+    void cleanup() { Desktop::use(std::nullopt); }
+
+    void anArchiveIsUnpacked()
+    {
+        write(zipFile(), ZipArchive().file("Game/project.godot", "x").file("run", "y", 0755).bytes());
+        Tasks::finish(Archive::unzip(zipFile(), destination(), &*m_log));
+        QVERIFY(QFile::exists(destination() + u"/Game/project.godot"_s));
+        QVERIFY(QFileInfo(destination() + u"/run"_s).isExecutable());
+    }
+
+    void theToolGetsExactlyItsFourArguments()
+    {
+        useTool("for argument in \"$@\"; do echo \"[$argument]\"; done");
+        Tasks::finish(Archive::unzip(zipFile(), destination(), &*m_log));
+        QTRY_COMPARE(
+            m_log->lines.get(),
+            (QStringList { u"[-x]"_s, u"[-k]"_s, u'[' + zipFile() + u']', u'[' + destination() + u']' }));
+    }
+
+    void theToolsLinesGoToTheLog()
+    {
+        useTool("echo one; echo two >&2");
+        Tasks::finish(Archive::unzip(zipFile(), destination(), &*m_log));
+        QTRY_COMPARE(m_log->lines.get(), (QStringList { u"one"_s, u"two"_s }));
+    }
+
+    void aToolThatFailsIsAnErrorWithItsStatus_data()
+    {
+        QTest::addColumn<QByteArray>("script");
+        QTest::addColumn<int>("status");
+        QTest::newRow("1") << QByteArray("exit 1") << 1;
+        QTest::newRow("77") << QByteArray("exit 77") << 77;
+        QTest::newRow("a signal") << QByteArray("kill -KILL $$") << 9;
+    }
+
+    void aToolThatFailsIsAnErrorWithItsStatus()
+    {
+        QFETCH(QByteArray, script);
+        QFETCH(int, status);
+        useTool(script);
+        QCOMPARE(failure(),
+                 u"Could not unpack game.zip (ditto exit code "_s + QString::number(status) + u")."_s);
+    }
+
+    void aToolThatIsMissingIsAnErrorAndALine()
+    {
+        Desktop desktop = Desktop::current();
+        desktop.unpackTool = m_folder->filePath(u"nowhere"_s);
+        Desktop::use(desktop);
+        QCOMPARE(failure(), u"Could not unpack game.zip (ditto exit code -1)."_s);
+        QTRY_COMPARE(m_log->lines->size(), 1);
+        QVERIFY(m_log->lines->first().startsWith("Could not start nowhere: "_L1));
+    }
+
+    void whatIsNoArchiveIsAnError_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        const QByteArray whole = ZipArchive().file("Game/project.godot", QByteArray(10'000, 'x')).bytes();
+        QTest::newRow("nothing") << QByteArray();
+        QTest::newRow("a web page") << QByteArray("<!DOCTYPE html><html><body>Sign in</body></html>");
+        QTest::newRow("half an archive") << whole.first(whole.size() / 2);
+        QTest::newRow("an archive without its beginning") << whole.sliced(40);
+    }
+
+    void whatIsNoArchiveIsAnError()
+    {
+        QFETCH(QByteArray, content);
+        write(zipFile(), content);
+        QCOMPARE(failure(), u"Could not unpack game.zip (ditto exit code 1)."_s);
+        QTRY_VERIFY(!m_log->lines->isEmpty());
+    }
+
+private:
+    QString failure()
+    {
+        const auto error = Tasks::failure<AppError>(Archive::unzip(zipFile(), destination(), &*m_log));
+        return error ? error->errorDescription() : QString();
+    }
+
+    /// Makes the desktop's unpack tool a shell script.
+    void useTool(const QByteArray &script)
+    {
+        Desktop desktop = Desktop::current();
+        desktop.unpackTool = m_folder->filePath(u"tool"_s);
+        write(desktop.unpackTool, "#!/bin/sh\n" + script + "\n");
+        QFile::setPermissions(desktop.unpackTool, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        Desktop::use(desktop);
+    }
+
+    static void write(const QString &path, const QByteArray &content)
+    {
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write(content), content.size());
+    }
+
+    QString zipFile() const { return m_folder->filePath(u"game.zip"_s); }
+    QString destination() const { return m_folder->filePath(u"to here"_s); }
+
+    std::optional<QTemporaryDir> m_folder;
+    std::optional<LogStore> m_log;
+};
+
+QTEST_GUILESS_MAIN(ArchiveTest)
+#include "ArchiveTest.moc"
