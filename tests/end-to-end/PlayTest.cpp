@@ -63,8 +63,12 @@ private Q_SLOTS:
     void cleanup()
     {
         m_model->cancel();
-        m_model->stopForQuit();
-        QVERIFY(waitUntilIdle());
+        QVERIFY(QTest::qWaitFor(
+            [this] {
+                m_model->stopForQuit();
+                return !m_model->isWorking() && !m_model->runner.isRunning;
+            },
+            engineTime));
         m_model.reset();
         m_host.reset();
         m_home.reset();

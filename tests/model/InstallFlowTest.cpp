@@ -200,9 +200,10 @@ private Q_SLOTS:
         AppModel &model = player.startModel();
         QVERIFY(player.install());
         QVERIFY(QDir(Paths::engineFolder()).removeRecursively());
-        player.startHost({ QStringLiteral("--slow"), QStringLiteral("60") });
+        player.startHost({ QStringLiteral("--slow"), QStringLiteral("400") });
         model.play();
-        QTRY_VERIFY(!model.progressDetail->isEmpty());
+        // The list comes first, as slowly.
+        QTRY_VERIFY_WITH_TIMEOUT(!model.progressDetail->isEmpty(), 20000);
         model.cancel();
         QVERIFY(player.waitUntilIdle());
         QCOMPARE(model.log.lines->last(), QStringLiteral("Cancelled."));

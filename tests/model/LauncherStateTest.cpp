@@ -173,8 +173,9 @@ private Q_SLOTS:
         Diary diary(model);
         QVERIFY(player.playToRunning());
         QVERIFY(diary.fractions().size() >= 2);
-        QVERIFY(!diary.fractions().first()); // the branch archive comes without a length
-        QCOMPARE(diary.fractions().last(), std::optional(1.0)); // the engine's archive with one
+        // The branch archive comes without a length, the engine's archive with one.
+        QVERIFY(!diary.fractions().first());
+        QVERIFY(diary.fractions().contains(std::optional(1.0)));
     }
 
     void cancelWithNothingRunningHasNoEffect()

@@ -36,13 +36,13 @@ public:
 
 /// Writes down every value that the state and the step's line take, in order. An announcement comes before
 /// its change, so each one shows the value that the change before it left.
-class Diary final {
+class Diary final : public QObject {
 public:
     explicit Diary(AppModel &model)
         : m_model(model)
         , m_lastState(model.state)
     {
-        QObject::connect(&model, &Observable::willChange, &model, [this] { look(); });
+        connect(&model, &Observable::willChange, this, [this] { look(); });
     }
 
     QStringList steps()
@@ -111,8 +111,7 @@ if [ "$import" ]; then . ./import.sh; else . ./play.sh; fi
         if (!model)
             return;
         model->cancel();
-        model->stopForQuit();
-        if (!QTest::qWaitFor([this] { return !model->isWorking() && !model->runner.isRunning; }, 20000))
+        if (!stopGame() || !waitUntilIdle())
             qFatal("What the model runs did not end.");
     }
 
@@ -146,11 +145,16 @@ if [ "$import" ]; then . ./import.sh; else . ./play.sh; fi
             && model->runner.isRunning;
     }
 
-    /// Presses Stop and waits until the state has settled.
+    /// Presses Stop and waits until the state has settled. A press that comes while the child is only about
+    /// to be launched reaches nothing, so it is pressed until the game ends.
     bool stopGame()
     {
-        model->runner.stop();
-        return QTest::qWaitFor([this] { return !model->runner.isRunning; }, 20000);
+        return QTest::qWaitFor(
+            [this] {
+                model->runner.stop();
+                return !model->runner.isRunning;
+            },
+            20000);
     }
 
     /// Installs everything, so that the model is ready.
