@@ -3,10 +3,10 @@
 #include "AppModel.h"
 #include "MainThread.h"
 #include "Question.h"
+#include "TextButton.h"
 
 #include <QEvent>
 #include <QGuiApplication>
-#include <QPushButton>
 #include <QSessionManager>
 #include <QTimer>
 #include <QWidget>
@@ -53,7 +53,8 @@ bool AppDelegate::eventFilter(QObject *watched, QEvent *event)
 
 void AppDelegate::requestQuit()
 {
-    if (m_isLeaving || m_question)
+    const bool isAsking = m_question && m_question->isVisible();
+    if (m_isLeaving || isAsking)
         return;
     if (m_model && m_model->runner.isRunning)
         ask();
@@ -61,12 +62,24 @@ void AppDelegate::requestQuit()
         leave();
 }
 
+void AppDelegate::quitAtOnce()
+{
+    if (m_isLeaving)
+        return;
+    delete m_question;
+    if (m_model)
+        m_model->stopForQuit();
+    leave();
+}
+
 QMessageBox *AppDelegate::makeQuitQuestion()
 {
     QMessageBox *question = makeQuestion(m_window, QStringLiteral("The game is still running"),
                                          QStringLiteral("Quitting will close the game too. Quit anyway?"));
-    m_quitAnswer = question->addButton(QStringLiteral("Quit"), QMessageBox::AcceptRole);
-    QPushButton *keep = question->addButton(QStringLiteral("Keep Playing"), QMessageBox::RejectRole);
+    m_quitAnswer = new TextButton(QStringLiteral("Quit"));
+    auto *keep = new TextButton(QStringLiteral("Keep Playing"));
+    question->addButton(m_quitAnswer, QMessageBox::AcceptRole);
+    question->addButton(keep, QMessageBox::RejectRole);
     question->setDefaultButton(m_quitAnswer);
     question->setEscapeButton(keep);
     return question;
@@ -105,6 +118,7 @@ void AppDelegate::answerSession(QSessionManager &manager)
 void AppDelegate::leave()
 {
     m_isLeaving = true;
+    Q_EMIT leaving();
     if (m_window)
         m_window->hide();
     if (!m_model) {

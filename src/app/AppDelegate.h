@@ -31,6 +31,13 @@ public:
     /// changes nothing.
     void requestQuit();
 
+    /// Ends the program without a question, and the game with it: nobody is there to answer.
+    void quitAtOnce();
+
+Q_SIGNALS:
+    /// The program ends now; what still runs is asked to unwind.
+    void leaving();
+
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 

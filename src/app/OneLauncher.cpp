@@ -113,9 +113,8 @@ OneLauncher::Lock OneLauncher::takeLock()
 
 void OneLauncher::listen()
 {
-    // What is there was left by a launcher that was killed: this one holds the lock. Without a place to
-    // listen at, this launcher works all the same; a second one then says that it is open.
-    QLocalServer::removeServer(m_socketPath);
+    // Takes the place of a socket that a killed launcher left. Without a place to listen at, this launcher
+    // works all the same; a second one then says that it is open.
     m_server.listen(m_socketPath);
 }
 

@@ -1,0 +1,126 @@
+#include "Launcher.h"
+
+#include "AppDelegate.h"
+#include "AppModel.h"
+#include "CodeHost.h"
+#include "FileOperations.h"
+#include "MainWindow.h"
+#include "OneLauncher.h"
+#include "Pasteboard.h"
+#include "Paths.h"
+#include "Preferences.h"
+#include "TerminationSignals.h"
+#include "Workspace.h"
+
+#include <QApplication>
+#include <QIcon>
+#include <QMessageBox>
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+/// Where no window can be opened Qt explains itself and then ends the program as if it had crashed. The
+/// explanation is enough.
+void endWithoutCrash(QtMsgType type, const QMessageLogContext & /*context*/, const QString &message)
+{
+    std::fprintf(stderr, "%s\n", qPrintable(message));
+    if (type == QtFatalMsg)
+        std::_Exit(EXIT_FAILURE);
+}
+
+/// Qt's application object, alone, with its messages handled for as long as it is being made.
+class Application final {
+public:
+    explicit Application(char *program)
+        : m_arguments { program, nullptr }
+        , m_handlerBefore(qInstallMessageHandler(endWithoutCrash))
+        , m_application(m_argumentCount, m_arguments)
+    {
+        qInstallMessageHandler(m_handlerBefore);
+        QApplication::setApplicationName(QStringLiteral("vantor-platformer"));
+        QGuiApplication::setDesktopFileName(QStringLiteral("vantor-platformer"));
+        QIcon icon;
+        for (const int size : { 16, 24, 32, 48, 64, 128, 256 })
+            icon.addFile(QStringLiteral(":/icons/vantor-platformer-%1.png").arg(size), QSize(size, size));
+        QApplication::setWindowIcon(icon);
+    }
+
+private:
+    int m_argumentCount = 1;
+    char *m_arguments[2];
+    QtMessageHandler m_handlerBefore;
+    QApplication m_application;
+};
+
+void bringForward(QWidget &window, const QByteArray &activationToken)
+{
+    // Where Wayland's windows look for it. The game, which inherits the environment, has no use for it.
+    const QByteArray name = "XDG_ACTIVATION_TOKEN";
+    qputenv(name.constData(), activationToken);
+    window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
+    window.show();
+    window.raise();
+    window.activateWindow();
+    qunsetenv(name.constData());
+}
+
+void sayThatTheOtherIsSilent()
+{
+    const QString sentence
+        = QStringLiteral("2D Platformer is already open, but does not answer. End it and start it again.");
+    std::fprintf(stderr, "%s\n", qPrintable(sentence));
+    QMessageBox box(QMessageBox::Warning, QStringLiteral("2D Platformer"), sentence, QMessageBox::Ok);
+    box.exec();
+}
+
+/// The window on its model, from the first to the last turn of the event loop.
+int showWindow(OneLauncher &one)
+{
+    Preferences preferences;
+    DesktopWorkspace workspace;
+    DesktopPasteboard pasteboard;
+    AppModel model(preferences, workspace, pasteboard);
+    MainWindow window(model, preferences);
+    AppDelegate delegate([] { QCoreApplication::exit(EXIT_SUCCESS); });
+    const TerminationSignals signalsOfTheSystem;
+
+    delegate.attach(model, window);
+    QObject::connect(&one, &OneLauncher::cameForward, &window,
+                     [&window](const QByteArray &token) { bringForward(window, token); });
+    QObject::connect(&delegate, &AppDelegate::leaving, &one, &OneLauncher::stopAnswering);
+    QObject::connect(&signalsOfTheSystem, &TerminationSignals::received, &delegate, &AppDelegate::quitAtOnce);
+
+    window.show();
+    const int status = QApplication::exec();
+    // What has not unwound by now, a game that ignores being asked to end for one, still uses the model and
+    // the threads that a return from here would wait for.
+    if (model.isWorking() || model.runner.isRunning)
+        std::_Exit(status);
+    return status;
+}
+
+}
+
+int Launcher::run(char *program, const QUrl &codeHost)
+{
+    const Application application(program);
+    OneLauncher one(Paths::root());
+    switch (one.begin()) {
+    case OneLauncher::Outcome::OtherCameForward:
+        return EXIT_SUCCESS;
+    case OneLauncher::Outcome::OtherIsSilent:
+        sayThatTheOtherIsSilent();
+        return EXIT_FAILURE;
+    case OneLauncher::Outcome::Holds:
+        // A launcher that was killed could not clear up; no other one is at work in there.
+        FileOperations::removeTreeIfPossible(Paths::tempFolder());
+        break;
+    case OneLauncher::Outcome::CannotHold:
+        // Where nothing can be written there is nothing to guard, and Play says why it cannot.
+        break;
+    }
+    CodeHost::setAddress(codeHost);
+    return showWindow(one);
+}

@@ -1,0 +1,68 @@
+// A process that tries to be the one launcher of a folder, for OneLauncherTest:
+//
+//     one_launcher_process ROOT PATIENCE [silent] [with-child]
+//
+// prints what came of it. The one that holds the folder goes on until its standard input ends, and prints
+// whenever it is asked to come forward; told to be silent, it holds the folder and never answers. With a
+// child, it first prints the number of a process that it has started and that outlives it.
+
+#include "OneLauncher.h"
+
+#include <QCoreApplication>
+#include <QProcess>
+#include <QSocketNotifier>
+
+#include <cstdio>
+
+#include <unistd.h>
+
+namespace {
+
+void say(const QByteArray &line)
+{
+    std::puts(line.constData());
+    std::fflush(stdout);
+}
+
+void waitForEndOfInput()
+{
+    char byte = 0;
+    while (::read(STDIN_FILENO, &byte, 1) > 0) { }
+}
+
+}
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    OneLauncher one(arguments.at(1));
+    QObject::connect(&one, &OneLauncher::cameForward, &one,
+                     [](const QByteArray &token) { say("came forward [" + token + "]"); });
+    switch (one.begin(std::chrono::milliseconds(arguments.at(2).toInt()))) {
+    case OneLauncher::Outcome::CannotHold:
+        say("cannot hold");
+        return 0;
+    case OneLauncher::Outcome::OtherCameForward:
+        say("other came forward");
+        return 0;
+    case OneLauncher::Outcome::OtherIsSilent:
+        say("other is silent");
+        return 0;
+    case OneLauncher::Outcome::Holds:
+        if (arguments.contains(QStringLiteral("with-child"))) {
+            qint64 child = 0;
+            QProcess::startDetached(QStringLiteral("sleep"), { QStringLiteral("60") }, QString(), &child);
+            say(QByteArray::number(child));
+        }
+        say("holds");
+        break;
+    }
+    if (arguments.contains(QStringLiteral("silent"))) {
+        waitForEndOfInput();
+        return 0;
+    }
+    QSocketNotifier end(STDIN_FILENO, QSocketNotifier::Read);
+    QObject::connect(&end, &QSocketNotifier::activated, &application, [] { QCoreApplication::quit(); });
+    return QCoreApplication::exec();
+}
