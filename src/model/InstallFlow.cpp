@@ -133,6 +133,10 @@ QCoro::Task<> AppModel::provideImport(EngineSpec spec, QString executable, QStri
     auto importing = engines.importProject(spec, executable, project, &log, importController);
     const bool imported = co_await importing;
     importController.reset();
+    // A pass that was cut short may have left half of the files, and they look like all of them from outside:
+    // the next Play imports again.
+    if (stop.stop_requested())
+        FileOperations::removeTreeIfPossible(EngineManager::markerURL(spec));
     throwIfCancelled(stop);
     if (!imported)
         log.append(QStringLiteral("Setup did not report imported files; trying to start the game anyway."));
