@@ -133,7 +133,7 @@ QCoro::Task<> AppDelegate::windDown()
 {
     const QPointer<AppDelegate> self(this);
     m_model->cancel();
-    while (m_model->isWorking() || m_model->runner.isRunning) {
+    while (self && (m_model->isWorking() || m_model->runner.isRunning)) {
         auto turn = nextTurn();
         co_await turn;
     }

@@ -17,11 +17,12 @@ constexpr double shadowOpacity = 0.33;
 /// A blur without pixels: outlines of growing width laid over each other, together as dark as the shadow is.
 void paintShadow(QPainter &painter, const QPainterPath &figure)
 {
-    constexpr int layers = 8;
+    constexpr int layers = 12;
     QColor shade = Qt::black;
     shade.setAlphaF(static_cast<float>(shadowOpacity / layers));
     for (int layer = 0; layer < layers; ++layer) {
-        const double spread = shadowRadius * layer / (layers - 1);
+        // A blur of this radius fades out over somewhat more than the radius.
+        const double spread = 1.6 * shadowRadius * layer / (layers - 1);
         const QPen pen(shade, 2 * spread, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin);
         painter.setPen(layer == 0 ? QPen(Qt::NoPen) : pen);
         painter.setBrush(shade);

@@ -9,10 +9,10 @@
 #include "PlayButton.h"
 #include "ScrollColumn.h"
 #include "SettingsView.h"
+#include "TextButton.h"
 #include "TextLabel.h"
 
 #include <QHBoxLayout>
-#include <QPushButton>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -56,7 +56,7 @@ ContentView::ContentView(AppModel &model, Preferences &preferences, QWidget *par
 
 void ContentView::showSettings()
 {
-    if (m_settings)
+    if (m_settings && m_settings->isVisible())
         return;
     m_settings = new SettingsView(m_model, m_preferences, this);
     m_settings->open();
@@ -64,7 +64,7 @@ void ContentView::showSettings()
 
 void ContentView::showAbout()
 {
-    if (m_about)
+    if (m_about && m_about->isVisible())
         return;
     m_about = new AboutView(m_model, this);
     m_about->open();
@@ -82,9 +82,9 @@ void ContentView::showEvent(QShowEvent *event)
 
 QWidget *ContentView::makeButtonRow()
 {
-    m_logButton = new QPushButton;
-    auto *settings = new QPushButton(QStringLiteral("Settings\u2026"));
-    auto *about = new QPushButton(QStringLiteral("About"));
+    m_logButton = new TextButton;
+    QPushButton *settings = new TextButton(QStringLiteral("Settings\u2026"));
+    QPushButton *about = new TextButton(QStringLiteral("About"));
     connect(m_logButton, &QPushButton::clicked, this, [this] { m_model.showLog = !m_model.showLog.get(); });
     connect(settings, &QPushButton::clicked, this, &ContentView::showSettings);
     connect(about, &QPushButton::clicked, this, &ContentView::showAbout);

@@ -4,9 +4,9 @@
 #include "LogText.h"
 #include "Panel.h"
 #include "Shades.h"
+#include "TextButton.h"
 #include "TextLabel.h"
 
-#include <QPushButton>
 #include <QVBoxLayout>
 
 namespace {
@@ -17,7 +17,7 @@ constexpr double panelRadius = 10;
 constexpr double boxRadius = 6;
 /// Thirty lines of a log are more than belongs between the Play button and the rest: the box scrolls from
 /// here on.
-constexpr int tallestBox = 240;
+constexpr int mostLines = 12;
 
 }
 
@@ -30,12 +30,12 @@ FailureView::FailureView(AppModel &model, QWidget *parent)
     , m_refresh(this, [this] { refresh(); })
 {
     m_lines->setAccessibleName(QStringLiteral("Last lines of the log"));
-    m_lines->growUpTo(tallestBox);
+    m_lines->growUpTo(mostLines);
     auto *inBox = new QVBoxLayout(m_box);
     inBox->setContentsMargins(0, 0, 0, 0);
     inBox->addWidget(m_lines);
 
-    auto *copy = new QPushButton(QStringLiteral("Copy"));
+    auto *copy = new TextButton(QStringLiteral("Copy"));
     copy->setAutoDefault(true);
     copy->setAccessibleDescription(QStringLiteral("Copies the message and the lines below it"));
     connect(copy, &QPushButton::clicked, this, [this] { m_model.copyFailure(); });
@@ -61,4 +61,6 @@ void FailureView::refresh()
     const QStringList &lines = m_model.failureLines;
     m_box->setVisible(!lines.isEmpty());
     m_lines->showLines(lines);
+    // What went wrong stands mostly in the last of them.
+    m_lines->scrollToEnd();
 }

@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr double padding = 8;
+constexpr int padding = 8;
 
 /// The most that is laid out in one piece. Laying out takes longer than a line is long, and a game may print
 /// a million characters without ever ending one.
@@ -100,7 +100,8 @@ LogText::LogText(QWidget *parent)
     setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setFont(TypeScale::fixedWidth());
-    document()->setDocumentMargin(padding);
+    document()->setDocumentMargin(0);
+    setViewportMargins(padding, padding, padding, padding);
 
     // A line in a script that runs from right to left stays on the left like the others.
     QTextOption option = document()->defaultTextOption();
@@ -108,10 +109,6 @@ LogText::LogText(QWidget *parent)
     option.setTextDirection(Qt::LeftToRight);
     document()->setDefaultTextOption(option);
 
-    // New lines do not become part of what the player has selected.
-    QTextCursor cursor = textCursor();
-    cursor.setKeepPositionOnInsert(true);
-    setTextCursor(cursor);
     // The panel below is the ground.
     viewport()->setAutoFillBackground(false);
 }
@@ -144,9 +141,9 @@ void LogText::showNotice(const QString &text)
 
 void LogText::scrollToEnd() { verticalScrollBar()->setValue(verticalScrollBar()->maximum()); }
 
-void LogText::growUpTo(int height)
+void LogText::growUpTo(int lines)
 {
-    m_tallest = height;
+    m_mostLines = lines;
     fitHeight();
 }
 
@@ -199,9 +196,17 @@ void LogText::appendLines(const QStringList &lines, qsizetype from)
     }
 
     int number = from > 0 ? document()->blockCount() : 0;
+    const int anchor = textCursor().anchor();
+    const int position = textCursor().position();
     QTextCursor end(document());
     end.movePosition(QTextCursor::End);
     end.insertText(shown);
+    // What the player has selected does not grow by what comes after it.
+    if (QTextCursor cursor = textCursor(); cursor.anchor() != anchor || cursor.position() != position) {
+        cursor.setPosition(anchor);
+        cursor.setPosition(position, QTextCursor::KeepAnchor);
+        setTextCursor(cursor);
+    }
 
     for (QTextBlock block = document()->findBlockByNumber(number); block.isValid(); block = block.next()) {
         const Piece &piece = added.at(block.blockNumber() - number);
@@ -226,13 +231,19 @@ void LogText::dropLines(qsizetype count)
 
 void LogText::fitHeight()
 {
-    if (m_tallest == 0)
+    if (m_mostLines == 0)
         return;
-    double wanted = 2 * padding;
+    const QTextBlock first = document()->begin();
+    const double lineHeight = document()->documentLayout()->blockBoundingRect(first).height()
+        / std::max(1, first.layout()->lineCount());
+    const double most = m_mostLines * lineHeight;
+    double wanted = 0;
     // Laying out stops where the box stops growing.
-    for (QTextBlock block = document()->begin(); block.isValid() && wanted < m_tallest; block = block.next())
+    for (QTextBlock block = first; block.isValid() && wanted < most; block = block.next())
         wanted += document()->documentLayout()->blockBoundingRect(block).height();
-    const int height = std::min(m_tallest, static_cast<int>(std::ceil(wanted)));
+    // The text box counts a line that ends on its last pixel as one that does not fit.
+    constexpr int spare = 2;
+    const int height = static_cast<int>(std::ceil(std::min(wanted, most))) + spare + 2 * padding;
     if (height != this->height())
         setFixedHeight(height);
 }

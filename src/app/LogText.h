@@ -19,8 +19,8 @@ public:
 
     void scrollToEnd();
 
-    /// Makes the box as high as its text, at most `height` points; without it the layout decides.
-    void growUpTo(int height);
+    /// Makes the box as high as its text, at most as high as `lines` lines; without it the layout decides.
+    void growUpTo(int lines);
 
     QSize minimumSizeHint() const override;
 
@@ -36,5 +36,5 @@ private:
     QStringList m_shown;
     /// How many blocks of the document each shown line takes.
     QList<int> m_blockCounts;
-    int m_tallest = 0;
+    int m_mostLines = 0;
 };

@@ -94,6 +94,9 @@ QWidget *PlayArea::makeStopPage()
     auto *button = new SteadyButton(QStringLiteral("Stop"));
     button->setIcon(Symbols::stopIcon());
     button->setFixedSize(stopWidth, stopHeight);
+    QFont bold;
+    bold.setBold(true);
+    button->setFont(bold);
     connect(button, &QPushButton::clicked, this, &PlayArea::stop);
 
     auto *widget = new QWidget;

@@ -37,6 +37,8 @@ PlayButton::PlayButton(QWidget *parent)
 
 QSize PlayButton::sizeHint() const { return { buttonWidth, buttonHeight }; }
 
+QSize PlayButton::minimumSizeHint() const { return sizeHint(); }
+
 bool PlayButton::hitButton(const QPoint &position) const { return rect().contains(position); }
 
 void PlayButton::paintEvent(QPaintEvent *)

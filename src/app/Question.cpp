@@ -9,6 +9,7 @@ QMessageBox *makeQuestion(QWidget *parent, const QString &title, const QString &
     auto *question = new QMessageBox(parent);
     question->setAttribute(Qt::WA_DeleteOnClose);
     question->setWindowModality(Qt::WindowModal);
+    question->setIcon(QMessageBox::Warning);
     question->setWindowTitle(title);
     question->setText(title);
     question->setInformativeText(message);

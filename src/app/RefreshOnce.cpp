@@ -4,15 +4,25 @@
 
 #include <algorithm>
 
+namespace {
+
+/// A redraw is followed by a pause of so many times what it took.
+constexpr int pauseFactor = 2;
+
+}
+
 RefreshOnce::RefreshOnce(QObject *view, std::function<void()> refresh, std::chrono::milliseconds pause)
     : QObject(view)
     , m_refresh(std::move(refresh))
+    , m_leastPause(pause)
     , m_pause(pause)
 {
     m_timer.setSingleShot(true);
     connect(&m_timer, &QTimer::timeout, this, [this] {
         m_sinceRefresh.start();
         m_refresh();
+        const std::chrono::milliseconds taken(m_sinceRefresh.restart());
+        m_pause = std::max(m_leastPause, pauseFactor * taken);
     });
 }
 

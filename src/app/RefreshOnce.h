@@ -15,7 +15,8 @@ class RefreshOnce final : public QObject {
     Q_OBJECT
 
 public:
-    /// Between two redraws lies at least `pause`; the first one comes on the next turn.
+    /// Between two redraws lies at least `pause`, and longer when a redraw takes long: whatever happens, most
+    /// of the time is left to the rest of the window. The first redraw comes on the next turn.
     RefreshOnce(QObject *view, std::function<void()> refresh,
                 std::chrono::milliseconds pause = std::chrono::milliseconds(0));
 
@@ -25,7 +26,8 @@ public:
 
 private:
     const std::function<void()> m_refresh;
-    const std::chrono::milliseconds m_pause;
+    const std::chrono::milliseconds m_leastPause;
+    std::chrono::milliseconds m_pause;
     QElapsedTimer m_sinceRefresh;
     QTimer m_timer;
 };

@@ -7,11 +7,11 @@
 #include "Question.h"
 #include "SegmentedChoice.h"
 #include "StateFace.h"
+#include "TextButton.h"
 #include "TextLabel.h"
 
 #include <QComboBox>
 #include <QGridLayout>
-#include <QPushButton>
 #include <QVBoxLayout>
 
 namespace {
@@ -94,8 +94,8 @@ void SettingsView::fillSizes()
 
 void SettingsView::addMaintenance()
 {
-    m_update = new QPushButton(QStringLiteral("Update the game"));
-    m_reinstall = new QPushButton(QStringLiteral("Reinstall"));
+    m_update = new TextButton(QStringLiteral("Update the game"));
+    m_reinstall = new TextButton(QStringLiteral("Reinstall"));
     connect(m_update, &QPushButton::clicked, this, [this] { closeAnd(&AppModel::updateGame); });
     connect(m_reinstall, &QPushButton::clicked, this, [this] { closeAnd(&AppModel::reinstall); });
     addButtons({ m_update, m_reinstall });
@@ -105,13 +105,13 @@ void SettingsView::addMaintenance()
                                  "(they live in Godot's own folder)."));
     column()->addWidget(note);
 
-    auto *reveal = new QPushButton(QStringLiteral("Reveal in Finder"));
-    auto *saves = new QPushButton(QStringLiteral("Show saves"));
+    auto *reveal = new TextButton(QStringLiteral("Reveal in Finder"));
+    auto *saves = new TextButton(QStringLiteral("Show saves"));
     connect(reveal, &QPushButton::clicked, this, [this] { m_model.revealInFinder(); });
     connect(saves, &QPushButton::clicked, this, [this] { m_model.showSaves(); });
     addButtons({ reveal, saves });
 
-    m_remove = new QPushButton(QStringLiteral("Remove everything\u2026"));
+    m_remove = new TextButton(QStringLiteral("Remove everything\u2026"));
     connect(m_remove, &QPushButton::clicked, this, &SettingsView::confirmRemove);
     addButtons({ m_remove });
 }
@@ -129,8 +129,10 @@ void SettingsView::confirmRemove()
     m_question
         = makeQuestion(this, QStringLiteral("Remove the game and the engine?"),
                        QStringLiteral("This deletes the downloaded game and engine. Save files are kept."));
-    m_removeForGood = m_question->addButton(QString(), QMessageBox::DestructiveRole);
-    QPushButton *cancel = m_question->addButton(QStringLiteral("Cancel"), QMessageBox::RejectRole);
+    m_removeForGood = new TextButton;
+    auto *cancel = new TextButton(QStringLiteral("Cancel"));
+    m_question->addButton(m_removeForGood, QMessageBox::DestructiveRole);
+    m_question->addButton(cancel, QMessageBox::RejectRole);
     m_question->setDefaultButton(cancel);
     m_question->setEscapeButton(cancel);
     connect(m_removeForGood, &QPushButton::clicked, this, [this] {

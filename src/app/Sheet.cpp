@@ -1,11 +1,11 @@
 #include "Sheet.h"
 
 #include "ScrollColumn.h"
+#include "TextButton.h"
 
 #include <QEvent>
-#include <QFrame>
 #include <QHBoxLayout>
-#include <QPushButton>
+#include <QPainter>
 #include <QScreen>
 #include <QVBoxLayout>
 
@@ -15,6 +15,20 @@ namespace {
 
 constexpr int sheetWidth = 440;
 constexpr int padding = 20;
+/// A thin line, a little darker or lighter than its ground.
+class Divider final : public QWidget {
+public:
+    Divider() { setFixedHeight(1); }
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QColor colour = palette().color(QPalette::WindowText);
+        colour.setAlphaF(0.2F);
+        QPainter(this).fillRect(rect(), colour);
+    }
+};
+
 /// How much of the screen's height a sheet may take before it scrolls.
 constexpr double shareOfScreen = 0.9;
 
@@ -37,7 +51,7 @@ QVBoxLayout *Sheet::column() const { return m_column->column(); }
 
 void Sheet::addDoneRow()
 {
-    auto *done = new QPushButton(QStringLiteral("Done"));
+    auto *done = new TextButton(QStringLiteral("Done"));
     connect(done, &QPushButton::clicked, this, &QDialog::accept);
     auto *row = new QHBoxLayout;
     row->addStretch();
@@ -47,13 +61,7 @@ void Sheet::addDoneRow()
     done->setFocus();
 }
 
-void Sheet::addDivider()
-{
-    auto *line = new QFrame;
-    line->setFrameShape(QFrame::HLine);
-    line->setFrameShadow(QFrame::Sunken);
-    column()->addWidget(line);
-}
+void Sheet::addDivider() { column()->addWidget(new Divider); }
 
 void Sheet::addButtons(const QList<QPushButton *> &buttons)
 {

@@ -4,7 +4,7 @@
 #include <QMouseEvent>
 
 SteadyButton::SteadyButton(const QString &text, QWidget *parent)
-    : QPushButton(text, parent)
+    : TextButton(text, parent)
 {
     // Return presses the button that has the focus, in a window as in a dialog.
     setAutoDefault(true);
@@ -17,5 +17,5 @@ void SteadyButton::keyPressEvent(QKeyEvent *event)
     if (event->isAutoRepeat())
         event->accept();
     else
-        QPushButton::keyPressEvent(event);
+        TextButton::keyPressEvent(event);
 }

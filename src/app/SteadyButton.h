@@ -1,10 +1,10 @@
 #pragma once
 
-#include <QPushButton>
+#include "TextButton.h"
 
 /// A button that may be replaced by another one as soon as it is pressed. One press is one press: neither the
 /// second half of a double click nor a key that is held down presses what has taken the button's place.
-class SteadyButton : public QPushButton {
+class SteadyButton : public TextButton {
     Q_OBJECT
 
 public:

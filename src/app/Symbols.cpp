@@ -88,8 +88,8 @@ QPainterPath Symbols::runner(const QRectF &box)
     figure.addEllipse(QPointF(43, 7.5), 6, 6);
     figure = figure.united(limb({ shoulder, hip }, 9));
     // Arms: one drawn back, one swung forward, both bent.
-    figure = figure.united(limb({ shoulder, { 23, 18.5 }, { 16.5, 28.5 } }, 5));
-    figure = figure.united(limb({ shoulder, { 42.5, 30.5 }, { 53, 29 } }, 5));
+    figure = figure.united(limb({ { 35.5, 18 }, { 23.5, 18 }, { 16.5, 28 } }, 5));
+    figure = figure.united(limb({ { 38, 20.5 }, { 44, 30.5 }, { 54, 28.5 } }, 5));
     // Legs: one pushing off behind, one with its knee lifted in front.
     figure = figure.united(limb({ hip, { 23.5, 49 }, { 9, 52 } }, 6));
     figure = figure.united(limb({ hip, { 42, 42.5 }, { 39, 59.5 } }, 6));

@@ -7,11 +7,16 @@
 #include <QPainter>
 
 #include <algorithm>
+#include <cmath>
 
 namespace {
 
 /// Longer lines are hard to read: on a whole screen the text stays a column.
 constexpr int charactersInLine = 110;
+
+/// More is no text to be read here, and would take long to lay out.
+constexpr qsizetype mostCharacters = 3000;
+constexpr char16_t ellipsis = 0x2026;
 
 }
 
@@ -29,9 +34,13 @@ TextLabel::TextLabel(TextStyle style, Ink ink, QWidget *parent)
 
 void TextLabel::display(const QString &text)
 {
-    const QString shown = harmlessText(text);
-    if (shown != this->text())
-        setText(shown);
+    QString shown = harmlessText(text.left(mostCharacters));
+    if (text.size() > mostCharacters)
+        shown += QChar(ellipsis);
+    if (shown == this->text())
+        return;
+    forgetLayout();
+    setText(shown);
 }
 
 void TextLabel::reserveLines(int lines)
@@ -50,32 +59,33 @@ QSize TextLabel::minimumSizeHint() const { return { 1, m_reservedLines * fontMet
 
 int TextLabel::heightForWidth(int width) const
 {
-    const QRect room(0, 0, std::min(width, widestLine()), QWIDGETSIZE_MAX);
-    const int wanted = fontMetrics().boundingRect(room, flags(), text()).height();
+    const int wanted = static_cast<int>(std::ceil(layOut(width)));
     return std::max(wanted, m_reservedLines * fontMetrics().lineSpacing());
 }
 
 void TextLabel::changeEvent(QEvent *event)
 {
+    if (event->type() == QEvent::FontChange)
+        forgetLayout();
     QLabel::changeEvent(event);
+}
+
+bool TextLabel::event(QEvent *event)
+{
     if (event->type() == QEvent::ApplicationFontChange)
         setFont(TypeScale::font(m_style));
+    return QLabel::event(event);
 }
 
 void TextLabel::paintEvent(QPaintEvent *)
 {
-    QRect room = rect();
-    if (room.width() > widestLine()) {
-        const int spare = room.width() - widestLine();
-        if (alignment() & Qt::AlignHCenter)
-            room.adjust(spare / 2, 0, spare / 2 - spare, 0);
-        else
-            room.adjust(0, 0, -spare, 0);
-    }
+    const double textHeight = layOut(width());
+    const int spareWidth = std::max(0, width() - widestLine());
+    const double left = alignment() & Qt::AlignHCenter ? spareWidth / 2.0 : 0;
+    const double top = alignment() & Qt::AlignBottom ? height() - textHeight : 0;
     QPainter painter(this);
-    painter.setFont(font());
     painter.setPen(colour());
-    painter.drawText(room, flags(), text());
+    m_layout.draw(&painter, { left, top });
 }
 
 QColor TextLabel::colour() const
@@ -91,9 +101,30 @@ QColor TextLabel::colour() const
     return palette().color(QPalette::WindowText);
 }
 
-int TextLabel::flags() const
+int TextLabel::widestLine() const { return fontMetrics().averageCharWidth() * charactersInLine; }
+
+double TextLabel::layOut(int width) const
 {
-    return static_cast<int>(alignment()) | Qt::TextWordWrap | Qt::TextWrapAnywhere;
+    const int lineWidth = std::min(width, widestLine());
+    if (lineWidth == m_laidOutWidth)
+        return m_height;
+
+    // Not QLabel's own layout: that one never breaks a word, and cuts one that is wider than the window.
+    QTextOption option(alignment() & Qt::AlignHorizontal_Mask);
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    m_layout.setFont(font());
+    m_layout.setText(QString(text()).replace(u'\n', QChar::LineSeparator));
+    m_layout.setTextOption(option);
+    m_laidOutWidth = lineWidth;
+    m_height = 0;
+    m_layout.beginLayout();
+    for (QTextLine line = m_layout.createLine(); line.isValid(); line = m_layout.createLine()) {
+        line.setLineWidth(lineWidth);
+        line.setPosition({ 0, m_height });
+        m_height += line.height();
+    }
+    m_layout.endLayout();
+    return m_height;
 }
 
-int TextLabel::widestLine() const { return fontMetrics().averageCharWidth() * charactersInLine; }
+void TextLabel::forgetLayout() { m_laidOutWidth = -1; }

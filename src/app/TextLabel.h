@@ -3,6 +3,7 @@
 #include "TypeScale.h"
 
 #include <QLabel>
+#include <QTextLayout>
 
 /// What a text is painted with; worked out from the palette at paint time.
 enum class Ink { Primary, Secondary, Failure };
@@ -15,7 +16,7 @@ class TextLabel final : public QLabel {
 public:
     explicit TextLabel(TextStyle style, Ink ink = Ink::Primary, QWidget *parent = nullptr);
 
-    /// Shows `text`. An empty text keeps the height of one line.
+    /// Shows `text`, of an endless one its beginning. An empty text keeps the height of one line.
     void display(const QString &text);
 
     /// Keeps room for `lines` lines, so that a text that comes and goes moves nothing below it.
@@ -26,15 +27,21 @@ public:
     int heightForWidth(int width) const override;
 
 protected:
+    bool event(QEvent *event) override;
     void changeEvent(QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
 
 private:
     QColor colour() const;
-    int flags() const;
     int widestLine() const;
+    /// Lays the text out for `width`, unless it is laid out so already, and gives its height.
+    double layOut(int width) const;
+    void forgetLayout();
 
     TextStyle m_style = TextStyle::Body;
     Ink m_ink = Ink::Primary;
     int m_reservedLines = 1;
+    mutable QTextLayout m_layout;
+    mutable int m_laidOutWidth = -1;
+    mutable double m_height = 0;
 };

@@ -147,6 +147,8 @@ private:
 int takeAll(const QString &folder)
 {
     QApplication::setStyle(QStringLiteral("fusion"));
+    // The size that most desktops begin with; the family only where it is there.
+    QApplication::setFont(QFont(QStringLiteral("Inter"), 10));
     Studio studio(folder);
     for (const Scheme &scheme : schemes()) {
         QApplication::setPalette(scheme.palette);

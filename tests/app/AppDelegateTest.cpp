@@ -1,0 +1,216 @@
+#include "AppDelegate.h"
+
+#include "PlayButton.h"
+#include "Stage.h"
+
+#include <QElapsedTimer>
+#include <QMessageBox>
+
+namespace {
+
+/// A window whose every way out goes through the delegate.
+class Running final {
+public:
+    Running()
+    {
+        delegate.attach(stage.model, stage.open());
+        stage.window->hide();
+        stage.window->show();
+        Stage::settle();
+    }
+
+    void startGame(const QString &script)
+    {
+        stage.model.runner.launch(QStringLiteral("/bin/sh"), { QStringLiteral("-c"), script },
+                                  stage.model.log, [](GameExit) {});
+        if (!QTest::qWaitFor([this] { return stage.model.log.lines->contains(QStringLiteral("playing")); }))
+            qFatal("The game did not start.");
+    }
+
+    void close() const
+    {
+        stage.window->close();
+        Stage::settle();
+    }
+
+    QMessageBox *question() const { return stage.visible<QMessageBox>(); }
+
+    Stage stage;
+    int ended = 0;
+    AppDelegate delegate { [this] { ++ended; } };
+};
+
+const QString game = QStringLiteral("echo playing; exec sleep 60");
+
+}
+
+class AppDelegateTest final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void beforeTheWindowIsShownQuittingEndsAtOnce();
+    void closingTheWindowWhileNoGameRunsEndsWithoutAQuestion();
+    void closingWhileTheGameRunsAsksOnce();
+    void keepPlayingLeavesTheGameAndTheWindow();
+    void escapeKeepsPlaying();
+    void quitStopsTheGameAndEnds();
+    void returnQuits();
+    void theDesktopsOwnQuitAsksToo();
+    void anActionThatRunsIsEndedFirst();
+    void aGameThatIgnoresTheRequestDoesNotHoldTheLauncher();
+    void theProgramEndsOnlyOnce();
+    void aGameThatEndsDuringTheQuestionLeavesTheAnswerToThePlayer();
+};
+
+void AppDelegateTest::beforeTheWindowIsShownQuittingEndsAtOnce()
+{
+    Stage stage;
+    MainWindow window(stage.model, stage.player.preferences);
+    int ended = 0;
+    AppDelegate delegate([&ended] { ++ended; });
+    delegate.attach(stage.model, window);
+    delegate.requestQuit();
+    QCOMPARE(ended, 1);
+}
+
+void AppDelegateTest::closingTheWindowWhileNoGameRunsEndsWithoutAQuestion()
+{
+    Running running;
+    running.stage.window->close();
+    QVERIFY(!running.question());
+    QVERIFY(!running.stage.window->isVisible());
+    QTRY_COMPARE(running.ended, 1);
+}
+
+void AppDelegateTest::closingWhileTheGameRunsAsksOnce()
+{
+    Running running;
+    running.startGame(game);
+    running.close();
+    running.close();
+    running.delegate.requestQuit();
+    const auto questions = running.stage.window->findChildren<QMessageBox *>();
+    QCOMPARE(questions.size(), 1);
+    const auto *question = questions.first();
+    QVERIFY(question->isVisible());
+    QCOMPARE(question->text(), QStringLiteral("The game is still running"));
+    QCOMPARE(question->windowTitle(), QStringLiteral("The game is still running"));
+    QCOMPARE(question->informativeText(), QStringLiteral("Quitting will close the game too. Quit anyway?"));
+    QCOMPARE(question->defaultButton()->text(), QStringLiteral("Quit"));
+    QVERIFY(Stage::button(*question, QStringLiteral("Keep Playing")));
+    QVERIFY(running.stage.window->isVisible());
+    QCOMPARE(running.ended, 0);
+}
+
+void AppDelegateTest::keepPlayingLeavesTheGameAndTheWindow()
+{
+    Running running;
+    running.startGame(game);
+    running.close();
+    Stage::click(*running.question(), QStringLiteral("Keep Playing"));
+    QVERIFY(!running.question());
+    QVERIFY(running.stage.window->isVisible());
+    QVERIFY(running.stage.model.runner.isRunning);
+    QTest::qWait(50);
+    QCOMPARE(running.ended, 0);
+    // The next close asks again.
+    running.close();
+    QVERIFY(running.question());
+}
+
+void AppDelegateTest::escapeKeepsPlaying()
+{
+    Running running;
+    running.startGame(game);
+    running.close();
+    QTest::keyClick(running.question(), Qt::Key_Escape);
+    Stage::settle();
+    QVERIFY(!running.question());
+    QVERIFY(running.stage.model.runner.isRunning);
+    QCOMPARE(running.ended, 0);
+}
+
+void AppDelegateTest::quitStopsTheGameAndEnds()
+{
+    Running running;
+    running.startGame(game);
+    running.close();
+    Stage::click(*running.question(), QStringLiteral("Quit"));
+    QVERIFY(!running.stage.window->isVisible());
+    QTRY_COMPARE(running.ended, 1);
+    QVERIFY(!running.stage.model.runner.isRunning);
+}
+
+void AppDelegateTest::returnQuits()
+{
+    Running running;
+    running.startGame(game);
+    running.close();
+    QTest::keyClick(running.question(), Qt::Key_Return);
+    QTRY_COMPARE(running.ended, 1);
+}
+
+void AppDelegateTest::theDesktopsOwnQuitAsksToo()
+{
+    Running running;
+    running.startGame(game);
+    QEvent quit(QEvent::Quit);
+    QCoreApplication::sendEvent(qApp, &quit);
+    Stage::settle();
+    QVERIFY(running.question());
+    QCOMPARE(running.ended, 0);
+}
+
+void AppDelegateTest::anActionThatRunsIsEndedFirst()
+{
+    Running running;
+    running.stage.player.startHost({ QStringLiteral("--slow"), QStringLiteral("1") });
+    running.stage.model.play();
+    QTRY_VERIFY(running.stage.model.state->kind() == AppState::Case::Downloading);
+    QElapsedTimer timer;
+    timer.start();
+    running.close();
+    QVERIFY(!running.question());
+    QTRY_COMPARE(running.ended, 1);
+    QVERIFY(timer.elapsed() < 1000);
+    QVERIFY(!running.stage.model.isWorking());
+    QVERIFY(Player::scratch().isEmpty());
+}
+
+void AppDelegateTest::aGameThatIgnoresTheRequestDoesNotHoldTheLauncher()
+{
+    Running running;
+    running.startGame(QStringLiteral("trap '' TERM; echo playing; sleep 3"));
+    running.close();
+    QElapsedTimer timer;
+    timer.start();
+    Stage::click(*running.question(), QStringLiteral("Quit"));
+    QTRY_COMPARE_WITH_TIMEOUT(running.ended, 1, 3000);
+    QVERIFY(timer.elapsed() < 1500);
+    QVERIFY(running.stage.model.runner.isRunning);
+}
+
+void AppDelegateTest::theProgramEndsOnlyOnce()
+{
+    Running running;
+    running.close();
+    running.delegate.requestQuit();
+    QTRY_COMPARE(running.ended, 1);
+    QTest::qWait(1000);
+    QCOMPARE(running.ended, 1);
+}
+
+void AppDelegateTest::aGameThatEndsDuringTheQuestionLeavesTheAnswerToThePlayer()
+{
+    Running running;
+    running.startGame(game);
+    running.close();
+    running.stage.model.runner.stop();
+    QTRY_VERIFY(!running.stage.model.runner.isRunning);
+    QVERIFY(running.question());
+    Stage::click(*running.question(), QStringLiteral("Quit"));
+    QTRY_COMPARE(running.ended, 1);
+}
+
+QTEST_MAIN(AppDelegateTest)
+#include "AppDelegateTest.moc"
