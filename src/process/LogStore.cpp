@@ -85,13 +85,13 @@ private:
     /// The lines in the order in which they came.
     QStringList takeAll()
     {
-        QStringList lines;
+        QStringList arrived;
         for (Node *node = m_newest.exchange(nullptr); node;) {
-            lines.append(std::move(node->line));
+            arrived.append(std::move(node->line));
             delete std::exchange(node, node->next);
         }
-        std::reverse(lines.begin(), lines.end());
-        return lines;
+        std::reverse(arrived.begin(), arrived.end());
+        return arrived;
     }
 
     LogStore *m_store; // main thread only
