@@ -108,8 +108,7 @@ private Q_SLOTS:
 
     void aStoreFullOfGarbageGivesTheDefaults()
     {
-        m_home->write(QStringLiteral("settings.ini"),
-                      QByteArray("\x00\xff[[[==\n\x01\x02]]\nfullscreen", 25));
+        m_home->write(QStringLiteral("settings.ini"), QByteArray("\xff[[[==\n\x01\x02]]\nfullscreen"));
         const Preferences preferences(file());
         QCOMPARE(preferences.fullscreen(), false);
         QCOMPARE(preferences.resolution(), QStringLiteral("default"));

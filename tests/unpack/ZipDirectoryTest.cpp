@@ -223,7 +223,7 @@ private Q_SLOTS:
         builder.isLarge = true;
         const QByteArray archive = builder.bytes();
         std::mt19937 random(20240613);
-        for (int round = 0; round < 20000; ++round) {
+        for (int round = 0; round < 5000; ++round) {
             QByteArray damaged = archive;
             for (auto count = random() % 6 + 1; count > 0; --count)
                 damaged[static_cast<qsizetype>(random()) % damaged.size()] = static_cast<char>(random());
