@@ -1,7 +1,6 @@
 #include "AppDelegate.h"
 
 #include "AppModel.h"
-#include "MainThread.h"
 #include "Question.h"
 #include "TextButton.h"
 
@@ -132,11 +131,8 @@ void AppDelegate::leave()
 QCoro::Task<> AppDelegate::windDown()
 {
     const QPointer<AppDelegate> self(this);
-    m_model->cancel();
-    while (self && (m_model->isWorking() || m_model->runner.isRunning)) {
-        auto turn = nextTurn();
-        co_await turn;
-    }
+    auto unwinding = m_model->windDown();
+    co_await unwinding;
     if (self)
         end();
 }

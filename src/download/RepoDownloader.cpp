@@ -36,6 +36,11 @@ void replaceGame(const QString &project, const QString &previous)
 
 }
 
+RepoDownloader::RepoDownloader(std::stop_token end)
+    : m_end(std::move(end))
+{
+}
+
 QUrl RepoDownloader::zipURL()
 {
     return CodeHost::url(u"/Kestrelwood/Vantor/archive/refs/heads/master.zip"_s);
@@ -77,7 +82,7 @@ QCoro::Task<QString> RepoDownloader::installFrom(QString scratch, LogStore *log,
     const QString extract = scratch + u"/extract"_s;
     FileOperations::createFolder(extract);
     log->append(u"Unpacking the game"_s);
-    co_await Archive::unzip(zipFile, extract, log);
+    co_await Archive::unzip(zipFile, extract, log, m_end);
 
     const auto project = ProjectInspector::findProjectRoot(extract);
     if (!project)

@@ -16,6 +16,9 @@ class LogStore;
 /// it holds to the game folder. Owned by the model, main thread only but where said otherwise.
 class RepoDownloader final {
 public:
+    /// `end` is requested when the launcher itself ends, which stops the unpacking too.
+    explicit RepoDownloader(std::stop_token end = {});
+
     /// The branch archive's address.
     static QUrl zipURL();
 
@@ -25,7 +28,8 @@ public:
     QCoro::Task<QString> install(LogStore *log, std::function<void(DownloadProgress)> onProgress,
                                  std::stop_token stop);
 
-    /// Ends the download in progress. Does not stop the unpacking. Any thread.
+    /// Ends the download in progress. Does not stop the unpacking: a player's Cancel waits for it. Any
+    /// thread.
     void cancel();
 
 private:
@@ -33,6 +37,7 @@ private:
     QCoro::Task<QString> installFrom(QString scratch, LogStore *log,
                                      std::function<void(DownloadProgress)> onProgress, std::stop_token stop);
 
+    const std::stop_token m_end;
     // Kept after the download: cancelling it then does nothing. Other threads come in through `cancel`, so it
     // is only touched through std::atomic_load and std::atomic_store.
     std::shared_ptr<FileDownloader> m_downloader;

@@ -117,7 +117,7 @@ QCoro::Task<QString> EngineManager::verifyAndUnpack(EngineSpec spec, QString arc
 {
     log->append(QStringLiteral("Checking the download against the official SHA-512 checksum"));
     const FileIdentity checked(archive);
-    auto hash = [archive] { return sha512(archive); };
+    auto hash = [archive, end = m_end] { return sha512(archive, end); };
     const QString computed = co_await runInBackground(std::move(hash));
     if (computed.toLower() != checksum.toLower())
         throw doesNotMatch();
@@ -128,7 +128,7 @@ QCoro::Task<QString> EngineManager::verifyAndUnpack(EngineSpec spec, QString arc
     log->append(QStringLiteral("Unpacking the engine"));
     const QString unpacked = scratch + QStringLiteral("/engine");
     FileOperations::createFolder(unpacked);
-    co_await Archive::unzip(archive, unpacked, log);
+    co_await Archive::unzip(archive, unpacked, log, m_end);
     // The unpack tool opened the archive by its name: only now is it certain that it was the one that was
     // checked.
     if (FileIdentity(archive) != checked)

@@ -35,6 +35,11 @@ QString nameOf(const EngineSpec &spec)
 
 }
 
+EngineManager::EngineManager(std::stop_token end)
+    : m_end(std::move(end))
+{
+}
+
 EngineSpec EngineManager::spec(const ProjectInfo &info)
 {
     if (info.configVersion < 5)

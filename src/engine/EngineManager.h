@@ -22,6 +22,9 @@ struct ProjectInfo;
 /// thread.
 class EngineManager final {
 public:
+    /// `end` is requested when the launcher itself ends, which stops hashing and unpacking too.
+    explicit EngineManager(std::stop_token end = {});
+
     /// The build that a project wants.
     static EngineSpec spec(const ProjectInfo &info);
     /// Where the build is unpacked: "Engine/4.3-mono". Not created here.
@@ -32,13 +35,13 @@ public:
     /// The build's program, or none when it is not installed. Looks at the disk.
     static std::optional<QString> executable(const EngineSpec &spec);
 
-    /// Downloads, verifies, unpacks and unlocks the build, and gives its program. Throws AppError, FileError
-    /// or CancellationError; then no archive and no half-unpacked engine is left. `onProgress` is called on
-    /// the transfer's thread. `log` outlives the call.
+    /// Downloads, verifies, unpacks and unlocks the build, and gives its program. Throws AppError, FileError,
+    /// TransferError or CancellationError; then no archive and no half-unpacked engine is left. `onProgress`
+    /// is called on the transfer's thread. `log` outlives the call.
     QCoro::Task<QString> install(EngineSpec spec, LogStore *log,
                                  std::function<void(DownloadProgress)> onProgress, std::stop_token stop);
 
-    /// Ends the download in progress. Does not stop hashing or unpacking.
+    /// Ends the download in progress. Does not stop hashing or unpacking: a player's Cancel waits for them.
     void cancel();
 
     /// Has the engine import the project's files without a window, in at most two passes. Gives whether
@@ -47,13 +50,13 @@ public:
     QCoro::Task<bool> importProject(EngineSpec spec, QString executable, QString project, LogStore *log,
                                     std::shared_ptr<ProcessController> controller);
 
-    /// The hash that the list at `sumsURL` gives for `fileName`, as it stands there. Throws AppError or
-    /// CancellationError.
+    /// The hash that the list at `sumsURL` gives for `fileName`, as it stands there. Throws AppError,
+    /// TransferError or CancellationError.
     static QCoro::Task<QString> expectedChecksum(QUrl sumsURL, QString fileName, std::stop_token stop = {});
 
-    /// The SHA-512 of `file` in lower-case hexadecimal, read in pieces of 4 MiB. Throws FileError. Any
-    /// thread.
-    static QString sha512(const QString &file);
+    /// The SHA-512 of `file` in lower-case hexadecimal, read in pieces of 4 MiB. Throws FileError, and
+    /// CancellationError once `end` is requested. Any thread.
+    static QString sha512(const QString &file, const std::stop_token &end = {});
 
 private:
     QCoro::Task<QString> fetchArchive(EngineSpec spec, QUrl archiveURL, QUrl sumsURL, QString archive,
@@ -62,6 +65,7 @@ private:
     QCoro::Task<QString> verifyAndUnpack(EngineSpec spec, QString archive, QString checksum, QString scratch,
                                          LogStore *log);
 
+    const std::stop_token m_end;
     std::shared_ptr<FileDownloader>
         m_downloader; // kept after a failed download: cancelling it then does nothing
 };

@@ -1,6 +1,7 @@
 #include "EngineManager.h"
 
 #include "AppError.h"
+#include "CancellationError.h"
 #include "FileError.h"
 
 #include <QByteArray>
@@ -84,7 +85,7 @@ struct Close {
 
 }
 
-QString EngineManager::sha512(const QString &file)
+QString EngineManager::sha512(const QString &file, const std::stop_token &end)
 {
     constexpr qsizetype pieceSize = 4 * 1024 * 1024;
 
@@ -103,6 +104,7 @@ QString EngineManager::sha512(const QString &file)
         if (count == 0)
             break;
         hash.add(piece.constData(), count);
+        throwIfCancelled(end);
     }
     return QString::fromLatin1(hash.finish().toHex());
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "AppState.h"
+#include "Completion.h"
 #include "EngineManager.h"
 #include "GameRunner.h"
 #include "LogStore.h"
@@ -59,6 +60,10 @@ public:
     void copyFailure();
     /// Asks a running game to end, without waiting: the player has confirmed to quit.
     void stopForQuit();
+    /// Ends the action in progress for the launcher's own end, hashing and unpacking included, and resumes
+    /// when it has unwound: its child has ended and its scratch folder is gone. No action starts from then
+    /// on. Once.
+    QCoro::Task<> windDown();
 
     /// Whether Play, Update or Reinstall runs.
     bool isWorking() const { return workTask.has_value(); }
@@ -120,10 +125,15 @@ private:
     Workspace &m_workspace;
     Pasteboard &m_pasteboard;
 
+    /// Requested when the launcher itself ends.
+    std::stop_source m_end;
+    /// Settled when the action that the end met has unwound.
+    Completion<bool> m_unwound;
+
     /// The one long-running action in progress.
     std::optional<WorkTask> workTask;
-    RepoDownloader repo;
-    EngineManager engines;
+    RepoDownloader repo { m_end.get_token() };
+    EngineManager engines { m_end.get_token() };
     /// The controller of the import pass while step 3 runs.
     std::shared_ptr<ProcessController> importController;
 

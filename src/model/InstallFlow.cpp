@@ -16,7 +16,7 @@ void AppModel::play() { startAction(&AppModel::runFlow); }
 
 void AppModel::startAction(Action action)
 {
-    if (workTask || runner.isRunning)
+    if (workTask || runner.isRunning || m_end.stop_requested())
         return;
     clearFailure();
     log.lines = QStringList();
@@ -32,6 +32,8 @@ QCoro::Task<> AppModel::runAction(Action action, std::stop_token stop)
     co_await running;
 
     workTask.reset();
+    if (m_end.stop_requested())
+        m_unwound.settle(true);
     if (m_removeRootAgain) {
         m_removeRootAgain = false;
         FileOperations::removeTreeIfPossible(Paths::root());

@@ -104,3 +104,11 @@ void AppModel::copyFailure()
 }
 
 void AppModel::stopForQuit() { runner.stop(); }
+
+QCoro::Task<> AppModel::windDown()
+{
+    m_end.request_stop();
+    cancel();
+    if (workTask)
+        co_await m_unwound;
+}

@@ -1,6 +1,8 @@
+#include "Desktop.h"
 #include "DirectorySize.h"
 #include "EngineManager.h"
 #include "Player.h"
+#include "Tasks.h"
 
 #include <QTest>
 
@@ -240,6 +242,48 @@ private Q_SLOTS:
         QVERIFY(!QFileInfo::exists(Paths::root()));
         QCOMPARE(model.state.get(), AppState::notDownloaded());
         QVERIFY(!model.failureMessage.get());
+    }
+
+    void theLaunchersEndStopsADownloadAtOnceAndNothingStartsAfterwards()
+    {
+        Player player;
+        player.startHost({ QStringLiteral("--slow"), QStringLiteral("300") });
+        AppModel &model = player.startModel();
+        model.play();
+        QTRY_VERIFY(!model.progressDetail->isEmpty());
+        Tasks::finish(model.windDown());
+        QVERIFY(!model.isWorking());
+        QCOMPARE(Player::scratch(), QStringList());
+        model.play();
+        QVERIFY(!model.isWorking());
+    }
+
+    void theLaunchersEndStopsTheUnpackTool()
+    {
+        Player player;
+        player.startHost();
+        // An unpack tool that takes its time, so that the end certainly meets it.
+        const QString tool
+            = player.home.write(QStringLiteral("slow-tool"), "#!/bin/sh\necho unpacking; exec sleep 60\n");
+        QVERIFY(QFile::setPermissions(tool, QFile::permissions(tool) | QFileDevice::ExeOwner));
+        Desktop desktop = Desktop::current();
+        desktop.unpackTool = tool;
+        Desktop::use(desktop);
+        AppModel &model = player.startModel();
+        model.play();
+        QTRY_VERIFY(model.log.lines->contains(QStringLiteral("unpacking")));
+        Tasks::finish(model.windDown(), std::chrono::seconds(5));
+        Desktop::use(std::nullopt);
+        QVERIFY(!model.isWorking());
+        QVERIFY(!model.failureMessage.get());
+        QCOMPARE(Player::scratch(), QStringList());
+        QCOMPARE(player.startModel().state.get(), AppState::notDownloaded());
+    }
+
+    void theLaunchersEndWithNothingRunningIsOverAtOnce()
+    {
+        Player player;
+        QVERIFY(player.startModel().windDown().isReady());
     }
 
     void theFreeableSizeIsThatOfTheLaunchersFolder()
