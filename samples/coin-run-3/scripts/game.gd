@@ -1,0 +1,155 @@
+extends Node2D
+# The game itself: builds the levels, counts coins and seconds, keeps the best times.
+
+const Levels = preload("res://scripts/levels.gd")
+const Player = preload("res://scripts/player.gd")
+const Backdrop = preload("res://scripts/backdrop.gd")
+const SoilPicture = preload("res://pictures/soil.png")
+const GroundPicture = preload("res://pictures/ground.png")
+const CoinPicture = preload("res://pictures/coin.png")
+const FlagPicture = preload("res://pictures/flag.png")
+const TILE = 64.0
+const SAVE = "user://progress.cfg"
+
+var level = 0
+var coins_left = 0
+var coins_found = 0
+var seconds = 0.0
+var finished = false
+var progress = ConfigFile.new()
+var stage = null
+var player = null
+var headline = Label.new()
+var hint = Label.new()
+
+
+func _ready():
+	progress.load(SAVE)
+	progress.set_value("player", "starts", int(progress.get_value("player", "starts", 0)) + 1)
+	progress.save(SAVE)
+	var sky = CanvasLayer.new()
+	sky.layer = -1
+	var backdrop = Backdrop.new()
+	backdrop.game = self
+	sky.add_child(backdrop)
+	add_child(sky)
+	_add_captions()
+	_start_level(0)
+
+
+func _process(delta):
+	if Input.is_action_just_pressed("ui_cancel"):
+		get_tree().quit()
+	if finished:
+		if Input.is_action_just_pressed("ui_accept"):
+			_start_level((level + 1) % Levels.ALL.size())
+		return
+	seconds += delta
+	headline.text = "Level %d   Coins %d of %d   %.1f s" % [
+		level + 1, coins_found, coins_found + coins_left, seconds]
+	if player.position.y > 1400.0:
+		_start_level(level)
+
+
+func _start_level(number):
+	level = number
+	coins_left = 0
+	coins_found = 0
+	seconds = 0.0
+	finished = false
+	hint.text = "Arrow keys run and jump. Collect every coin, then touch the flag."
+	if stage:
+		stage.queue_free()
+	stage = Node2D.new()
+	add_child(stage)
+	var rows = Levels.ALL[number]
+	for y in rows.size():
+		for x in rows[y].length():
+			_place(rows[y][x], Vector2(x, y) * TILE, y > 0 and rows[y - 1][x] == "#")
+	print("Level %d of %d" % [level + 1, Levels.ALL.size()])
+
+
+func _place(kind, at, is_covered):
+	match kind:
+		"#":
+			_add_ground(at, SoilPicture if is_covered else GroundPicture)
+		"o":
+			coins_left += 1
+			var coin = _add_area(CoinPicture, at)
+			coin.connect("body_entered", self, "_take", [coin])
+		"G":
+			_add_area(FlagPicture, at).connect("body_entered", self, "_reach_flag")
+		"P":
+			player = Player.new()
+			player.position = at + Vector2(TILE, TILE) / 2.0
+			stage.add_child(player)
+
+
+func _add_ground(at, texture):
+	var body = StaticBody2D.new()
+	body.position = at
+	body.add_child(_box(Vector2(TILE, TILE)))
+	body.add_child(_picture(texture))
+	stage.add_child(body)
+
+
+func _add_area(texture, at):
+	var area = Area2D.new()
+	area.position = at
+	area.add_child(_box(Vector2(TILE, TILE) * 0.9))
+	area.add_child(_picture(texture))
+	stage.add_child(area)
+	return area
+
+
+func _box(size):
+	var shape = CollisionShape2D.new()
+	var rectangle = RectangleShape2D.new()
+	rectangle.extents = size / 2.0
+	shape.shape = rectangle
+	shape.position = Vector2(TILE, TILE) / 2.0
+	return shape
+
+
+func _picture(texture):
+	var sprite = Sprite.new()
+	sprite.texture = texture
+	sprite.centered = false
+	return sprite
+
+
+func _take(_body, coin):
+	coin.queue_free()
+	coins_left -= 1
+	coins_found += 1
+
+
+func _reach_flag(_body):
+	if finished:
+		return
+	if coins_left > 0:
+		hint.text = "%d coin%s still out there." % [coins_left, "" if coins_left == 1 else "s"]
+		return
+	finished = true
+	player.set_physics_process(false)
+	var key = "level_%d" % (level + 1)
+	var best = progress.get_value("best", key, INF)
+	if seconds < best:
+		progress.set_value("best", key, seconds)
+		progress.save(SAVE)
+	hint.text = "Done in %.1f s, best %.1f s. Space goes on." % [seconds, min(seconds, best)]
+	print("Level %d done in %.1f s" % [level + 1, seconds])
+
+
+func _add_captions():
+	var layer = CanvasLayer.new()
+	var ink = Color(0.11, 0.19, 0.33)
+	headline.rect_position = Vector2(24, 16)
+	headline.rect_scale = Vector2(2, 2)
+	headline.add_color_override("font_color", ink)
+	hint.rect_position = Vector2(24, 56)
+	hint.rect_scale = Vector2(1.3, 1.3)
+	hint.add_color_override("font_color", ink)
+	layer.add_child(headline)
+	layer.add_child(hint)
+	add_child(layer)
