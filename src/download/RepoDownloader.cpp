@@ -50,7 +50,7 @@ QCoro::Task<QString> RepoDownloader::install(LogStore *log, std::function<void(D
                                              std::stop_token stop)
 {
     const ScratchFolder scratch;
-    const QString scratchPath = scratch.path();
+    const QString &scratchPath = scratch.path();
     QString folder;
     std::exception_ptr error;
     try {

@@ -23,8 +23,8 @@ public:
     static QUrl zipURL();
 
     /// Gives the installed project's folder. Throws AppError, FileError or CancellationError; then the game
-    /// that was there before is still there (but for a failure in the last move itself) and no scratch folder
-    /// is left. `onProgress` is called on the transfer's thread. `log` outlives the call.
+    /// that was there before is still there, whole, and no scratch folder is left. `onProgress` is called on
+    /// the transfer's thread. `log` outlives the call.
     QCoro::Task<QString> install(LogStore *log, std::function<void(DownloadProgress)> onProgress,
                                  std::stop_token stop);
 

@@ -3,7 +3,7 @@
 #include "Desktop.h"
 #include "LogStore.h"
 #include "Tasks.h"
-#include "ZipArchive.h"
+#include "ZipBuilder.h"
 
 #include <QDir>
 #include <QFile>
@@ -27,7 +27,9 @@ private Q_SLOTS:
 
     void anArchiveIsUnpacked()
     {
-        write(zipFile(), ZipArchive().file("Game/project.godot", "x").file("run", "y", 0755).bytes());
+        write(
+            zipFile(),
+            ZipBuilder { ZipEntry::file("Game/project.godot", "x"), ZipEntry::program("run", "y") }.bytes());
         Tasks::finish(Archive::unzip(zipFile(), destination(), &*m_log));
         QVERIFY(QFile::exists(destination() + u"/Game/project.godot"_s));
         QVERIFY(QFileInfo(destination() + u"/run"_s).isExecutable());
@@ -80,7 +82,8 @@ private Q_SLOTS:
     void whatIsNoArchiveIsAnError_data()
     {
         QTest::addColumn<QByteArray>("content");
-        const QByteArray whole = ZipArchive().file("Game/project.godot", QByteArray(10'000, 'x')).bytes();
+        const QByteArray whole
+            = ZipBuilder { ZipEntry::file("Game/project.godot", QByteArray(10'000, 'x')) }.bytes();
         QTest::newRow("nothing") << QByteArray();
         QTest::newRow("a web page") << QByteArray("<!DOCTYPE html><html><body>Sign in</body></html>");
         QTest::newRow("half an archive") << whole.first(whole.size() / 2);

@@ -9,7 +9,7 @@
 #include "Paths.h"
 #include "TestHome.h"
 #include "TransferTesting.h"
-#include "ZipArchive.h"
+#include "ZipBuilder.h"
 
 #include <QDir>
 #include <QTest>
@@ -54,9 +54,8 @@ private Q_SLOTS:
 
     void aProjectInAWrapperFolderEndsUpDirectlyInTheGameFolder()
     {
-        serve(ZipArchive()
-                  .file("Vantor-master/project.godot", "new")
-                  .file("Vantor-master/art/a.png", "picture"));
+        serve({ ZipEntry::file("Vantor-master/project.godot", "new"),
+                ZipEntry::file("Vantor-master/art/a.png", "picture") });
         QCOMPARE(install(), Paths::gameFolder());
         QCOMPARE(filesIn(Paths::gameFolder()), (QStringList { u"art"_s, u"project.godot"_s }));
         QCOMPARE(read(u"project.godot"_s), "new");
@@ -65,16 +64,15 @@ private Q_SLOTS:
 
     void aProjectWithoutAWrapperFolderIsInstalledToo()
     {
-        serve(ZipArchive().file("project.godot", "new").file("main.tscn", "scene"));
+        serve({ ZipEntry::file("project.godot", "new"), ZipEntry::file("main.tscn", "scene") });
         QCOMPARE(install(), Paths::gameFolder());
         QCOMPARE(filesIn(Paths::gameFolder()), (QStringList { u"main.tscn"_s, u"project.godot"_s }));
     }
 
     void whatLiesBesideTheProjectIsLeftOut()
     {
-        serve(ZipArchive()
-                  .file("Vantor-master/README.md", "x")
-                  .file("Vantor-master/game/project.godot", "new"));
+        serve({ ZipEntry::file("Vantor-master/README.md", "x"),
+                ZipEntry::file("Vantor-master/game/project.godot", "new") });
         QCOMPARE(install(), Paths::gameFolder());
         QCOMPARE(filesIn(Paths::gameFolder()), QStringList { u"project.godot"_s });
     }
@@ -135,7 +133,7 @@ private Q_SLOTS:
     void anArchiveWithoutAProjectKeepsThePreviousGame()
     {
         writeOldGame();
-        serve(ZipArchive().file("Vantor-master/README.md", "no game here"));
+        serve({ ZipEntry::file("Vantor-master/README.md", "no game here") });
         QCOMPARE(failure(), u"The downloaded game has no project.godot file, so it cannot be started."_s);
         QVERIFY(isOldGameThere());
     }
@@ -147,8 +145,8 @@ private Q_SLOTS:
         QTest::newRow("nothing") << QByteArray();
         QTest::newRow("a web page") << QByteArray("<!DOCTYPE html><html><body>Sign in</body></html>");
         QTest::newRow("half an archive") << whole.first(whole.size() / 2);
-        QTest::newRow("a file outside") << wholeGame().file("../../../outside", "x").bytes();
-        QTest::newRow("a way out") << wholeGame().link("Vantor-master/out", "/etc").bytes();
+        QTest::newRow("a file outside") << wholeGameWith(ZipEntry::file("../../../outside", "x"));
+        QTest::newRow("a way out") << wholeGameWith(ZipEntry::link("Vantor-master/out", "/etc"));
     }
 
     void anArchiveThatCannotBeUnpackedKeepsThePreviousGame()
@@ -311,13 +309,16 @@ private Q_SLOTS:
     }
 
 private:
-    static ZipArchive wholeGame()
+    static ZipBuilder wholeGame() { return { ZipEntry::file("Vantor-master/project.godot", "new") }; }
+
+    static QByteArray wholeGameWith(const ZipEntry &member)
     {
-        return std::move(ZipArchive().file("Vantor-master/project.godot", "new"));
+        ZipBuilder archive = wholeGame();
+        archive.entries.append(member);
+        return archive.bytes();
     }
 
-    void serve(ZipArchive &&archive) { m_server->serve(path, archive.bytes()); }
-    void serve(ZipArchive &archive) { m_server->serve(path, archive.bytes()); }
+    void serve(const ZipBuilder &archive) { m_server->serve(path, archive.bytes()); }
 
     QString install() { return Tasks::finish(m_repository->install(&*m_log, nullptr, {})); }
 
