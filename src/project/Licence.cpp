@@ -37,8 +37,8 @@ QStringView withoutLeadingYears(QStringView text)
 QString authorOf(QStringView copyrightLine)
 {
     QString holder = copyrightLine.sliced(copyrightWord.size()).toString();
-    holder = TextLines::without(holder, u"(c)", Qt::CaseInsensitive);
-    holder = TextLines::without(holder, u"\u00a9");
+    holder.remove(QLatin1StringView("(c)"), Qt::CaseInsensitive);
+    holder.remove(u'\u00a9');
     return TextLines::trimmed(withoutLeadingYears(holder)).toString();
 }
 

@@ -17,20 +17,10 @@ QStringView TextLines::trimmed(QStringView line)
 
 QString TextLines::withoutMarkdown(QStringView line)
 {
-    QString text = without(line, u"**");
-    text = without(text, u"__");
-    text = without(text, u"`");
-    text = without(text, u"#");
+    QString text = line.toString();
+    text.remove(QLatin1StringView("**"));
+    text.remove(QLatin1StringView("__"));
+    text.remove(u'`');
+    text.remove(u'#');
     return trimmed(text).toString();
-}
-
-QString TextLines::without(QStringView text, QStringView what, Qt::CaseSensitivity sensitivity)
-{
-    QString rest;
-    qsizetype start = 0;
-    for (qsizetype found = 0; (found = text.indexOf(what, start, sensitivity)) >= 0;
-         start = found + what.size())
-        rest += text.sliced(start, found - start);
-    rest += text.sliced(start);
-    return rest;
 }

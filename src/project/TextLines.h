@@ -29,8 +29,4 @@ QStringView trimmed(QStringView line);
 /// every "__", then every "`", then every "#".
 QString withoutMarkdown(QStringView line);
 
-/// `text` without every `what`, found from the left. In one pass, unlike QString::remove, whose time grows
-/// with the square of the length.
-QString without(QStringView text, QStringView what, Qt::CaseSensitivity sensitivity = Qt::CaseSensitive);
-
 }

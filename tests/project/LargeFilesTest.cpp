@@ -56,11 +56,11 @@ void LargeFilesTest::aLargeProjectFileIsReadQuickly()
     QFETCH(QByteArray, piece);
     const TestHome home;
     home.write(QStringLiteral("project.godot"),
-               "config_version=5\nconfig_version=" + repeated(piece, 20 * megabyte)
+               "config_version=5\nconfig_version=" + repeated(piece, 10 * megabyte)
                    + "\nrun/main_scene=\"res://last.tscn\"\n");
     m_timer.start();
     const ProjectInfo info = ProjectInspector::inspect(home.path());
-    report("A project file of 20 MB");
+    report("A project file of 10 MB");
     QCOMPARE(info.configVersion, 5);
     QCOMPARE(info.mainScene, QStringLiteral("res://last.tscn"));
     QVERIFY(m_timer.elapsed() < limit);
@@ -86,14 +86,14 @@ void LargeFilesTest::randomBytesGiveTheDefaults()
 void LargeFilesTest::aReadmeOnOneLineIsReadQuickly_data()
 {
     QTest::addColumn<QByteArray>("readme");
-    QTest::newRow("a sentence") << repeated("word ", 5 * megabyte);
-    QTest::newRow("one word") << repeated("x", 5 * megabyte);
-    QTest::newRow("signs between letters") << repeated("`a", 5 * megabyte);
-    QTest::newRow("bold letters") << repeated("**a__b", 5 * megabyte);
-    QTest::newRow("a heading of signs") << repeated("#", 5 * megabyte);
-    QTest::newRow("a control") << "# Controls\n-" + repeated("`a#", 5 * megabyte);
-    QTest::newRow("bullets without a word") << "# Controls\n" + repeated("- **\n", 5 * megabyte);
-    QTest::newRow("short lines") << repeated("a b\n", 5 * megabyte);
+    QTest::newRow("a sentence") << repeated("word ", 2 * megabyte);
+    QTest::newRow("one word") << repeated("x", 2 * megabyte);
+    QTest::newRow("signs between letters") << repeated("`a", 2 * megabyte);
+    QTest::newRow("bold letters") << repeated("**a__b", 2 * megabyte);
+    QTest::newRow("a heading of signs") << repeated("#", 2 * megabyte);
+    QTest::newRow("a control") << "# Controls\n-" + repeated("`a#", 2 * megabyte);
+    QTest::newRow("bullets without a word") << "# Controls\n" + repeated("- **\n", 2 * megabyte);
+    QTest::newRow("short lines") << repeated("a b\n", 2 * megabyte);
 }
 
 void LargeFilesTest::aReadmeOnOneLineIsReadQuickly()
@@ -104,17 +104,17 @@ void LargeFilesTest::aReadmeOnOneLineIsReadQuickly()
     m_timer.start();
     QVERIFY(!blurb(text, QStringLiteral("Name")).isNull());
     QVERIFY(!controlsList(text, home.path()).controls.isEmpty());
-    report("A README of 5 MB");
+    report("A README of 2 MB");
     QVERIFY(m_timer.elapsed() < limit);
 }
 
 void LargeFilesTest::aLargeLicenceIsReadQuickly()
 {
-    const QString signs = QString::fromUtf8(repeated("(c)\xc2\xa9 2020, ", 5 * megabyte));
+    const QString signs = QString::fromUtf8(repeated("(c)\xc2\xa9 2020, ", 2 * megabyte));
     m_timer.start();
     QCOMPARE(LicenseInfo::parse(QStringLiteral("MIT\nCopyright ") + signs + QStringLiteral("Jane")).author,
              QStringLiteral("Jane"));
-    report("A licence of 5 MB");
+    report("A licence of 2 MB");
     QVERIFY(m_timer.elapsed() < limit);
 }
 
@@ -134,10 +134,10 @@ void LargeFilesTest::aLargeProjectFileIsEditedQuickly()
 {
     const TestHome home;
     LogStore log;
-    home.write(QStringLiteral("project.godot"), repeated("some=\"line\"\n", 20 * megabyte));
+    home.write(QStringLiteral("project.godot"), repeated("some=\"line\"\n", 10 * megabyte));
     m_timer.start();
     ProjectInspector::enableMouseAsTouch(home.path(), log);
-    report("The edit of a project file of 20 MB");
+    report("The edit of a project file of 10 MB");
     QCOMPARE(log.lines->size(), 1);
     QVERIFY(m_timer.elapsed() < limit);
 }

@@ -99,7 +99,10 @@ void ProjectFileTest::theVersionIsAnOptionalSignAndDigitsOnly()
 
 void ProjectFileTest::aVersionThatIsNoNumberKeepsTheOneBefore()
 {
-    QCOMPARE(ProjectFile::parse(u"config_version=5\nconfig_version=abc\nconfig_version=").configVersion, 5);
+    QCOMPARE(ProjectFile::parse(u"config_version=5\nconfig_version=abc\nconfig_version=\n"
+                                "config_version=9223372036854775808")
+                 .configVersion,
+             5);
 }
 
 void ProjectFileTest::aNameIsCutAtItsFirstEscapedQuote()

@@ -93,7 +93,6 @@ void TextLinesTest::whatTheRemovalJoinsIsNotRemovedAgain()
     QCOMPARE(TextLines::withoutMarkdown(u"*`*a"), QStringLiteral("**a"));
     // But the underscores are looked for after the asterisks.
     QCOMPARE(TextLines::withoutMarkdown(u"_**_a"), QStringLiteral("a"));
-    QCOMPARE(TextLines::without(u"((c)c)x(C)", u"(c)", Qt::CaseInsensitive), QStringLiteral("(c)x"));
 }
 
 QTEST_GUILESS_MAIN(TextLinesTest)
