@@ -1,0 +1,170 @@
+"""A new player's way through: the real window, used from outside over the accessibility bus, a real engine and a real game.
+ENGINE_LINE in the environment says which engine line: 3 or 4."""
+
+import os
+import re
+import shutil
+import subprocess
+import sys
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "program"))
+from launcher_process import LONG, PROJECT, LauncherCase, children_of, main, wait_for
+
+LINE = os.environ.get("ENGINE_LINE", "4")
+ENGINE = subprocess.run([PROJECT / "tools" / "get-engine", LINE], stdout=subprocess.PIPE, text=True).stdout.strip()
+
+ENDING = """extends Node
+func _ready():
+\t{wait}
+\tprint("The end of the test game, \u2603 and all.")
+\tget_tree().quit(3)
+"""
+WAIT = {"3": 'yield(get_tree().create_timer(2), "timeout")', "4": "await get_tree().create_timer(2).timeout"}
+
+
+class NewPlayer(LauncherCase):
+    def setUp(self):
+        super().setUp()
+        shutil.rmtree(self.game)
+        shutil.copytree(PROJECT / "samples" / f"coin-run-{LINE}", self.game)
+        self.engine = ENGINE
+
+    def game_command(self):
+        """The command line of the running game."""
+        def find():
+            return next((command for command in children_of(self.launcher.pid).values()
+                         if "--path" in command and ("--windowed" in command or "--fullscreen" in command)), None)
+        return wait_for(find)
+
+    def stop(self):
+        """Presses Stop until the game has ended: a press that comes before the engine listens reaches nothing."""
+        def ended():
+            if self.driver.state() == "Ready":
+                return True
+            if button := self.driver.find("Stop"):
+                button.press()
+            return False
+        wait_for(ended)
+        self.assertEqual(children_of(self.launcher.pid), {})
+
+    def log(self):
+        return self.driver.find("Log").text.split("\n")
+
+    def test_from_the_first_start_over_every_button_to_the_removal(self):
+        # A window size of an earlier installation.
+        self.write(self.home / "config" / "vantor-platformer" / "vantor-platformer.conf",
+                   "[General]\nresolution=1280x720\n")
+        self.start_host("--slow", "10000")
+
+        # A first look, and a change of mind.
+        self.assertEqual(self.open(), "Not downloaded")
+        self.assertIn("Downloads the game and the Godot engine once, about 60 MB. Nothing to type.",
+                      self.driver.texts())
+        self.press("Play")
+        self.see("Step 1 of 4: downloading the game")
+        self.assertEqual(self.driver.state(), "Downloading")
+        self.assertIsNone(self.driver.find("Play"))
+        wait_for(lambda: any(" at " in text or "/s" in text for text in self.driver.texts()))
+        self.press("Cancel")
+        self.see("Not downloaded")
+        self.assertEqual(self.scratch(), [])
+
+        # Play, from nothing to a game on the screen.
+        port = self.address.rpartition(":")[2]
+        self.start_host("--port", port)
+        self.press("Play")
+        self.assertEqual(self.driver.follow("Playing", "Needs something", seconds=2 * LONG), "Playing")
+        self.assertRegex(self.game_command(), r"--path .*/Game --windowed --resolution 1280x720 $")
+        self.assertTrue(wait_for(lambda: [window for window in self.screen.stack()
+                                          if self.screen.owner(window) in children_of(self.launcher.pid)]))
+        self.stop()
+        self.press("Show log")
+        self.see("Hide log")
+        self.assertEqual(self.log()[-1], "Game stopped.")
+        self.press("Hide log")
+
+        # Full screen: the size cannot be chosen, is kept, and is not passed on.
+        self.press("Settings…")
+        self.assertEqual(self.see("Window size"), "Window size")
+        size = wait_for(lambda: self.driver.find("Window size", "combo box"))
+        self.assertTrue(size.is_enabled)
+        self.press("Fullscreen")
+        wait_for(lambda: not size.is_enabled)
+        self.press("Done")
+        self.driver.wait_gone("Done", LONG)
+        self.press("Play")
+        self.see("Playing")
+        command = self.game_command()
+        self.assertRegex(command, r"--path .*/Game --fullscreen $")
+        self.stop()
+        self.press("Settings…")
+        size = wait_for(lambda: self.driver.find("Window size", "combo box"))
+        self.assertFalse(size.is_enabled)
+        self.press("Windowed")
+        wait_for(lambda: size.is_enabled)
+        self.assertIn("resolution=1280x720",
+                      (self.home / "config" / "vantor-platformer" / "vantor-platformer.conf").read_text())
+
+        # Update: the sheet is gone before the work starts.
+        self.press("Update the game")
+        self.driver.wait_gone("Done", LONG)
+        self.see("The game was updated.")
+        self.see("Not downloaded")
+
+        # About, with what the game says about itself.
+        self.press("About")
+        self.see("The game belongs to its author; this app only downloads and starts it.")
+        self.assertTrue(any(re.match(r"Game by (?!its author).*\. Licence: MIT", text)
+                            for text in self.driver.texts()), self.driver.texts())
+        self.press("Done")
+        self.driver.wait_gone("Done", LONG)
+
+        # Remove everything: asked with the size, called off, then confirmed.
+        self.press("Settings…")
+        self.press("Remove everything…")
+        self.see("Remove the game and the engine?")
+        button = wait_for(lambda: next((control for control in self.driver.showing()
+                                        if re.fullmatch(r"Remove \(frees (?!0 bytes|Zero).+\)", control.name)), None))
+        self.press("Cancel")
+        self.driver.wait_gone("Remove the game and the engine?", LONG)
+        self.assertTrue(self.root.exists())
+        self.assertIn("Done", self.driver.texts())
+        self.press("Remove everything…")
+        button = wait_for(lambda: next((control for control in self.driver.showing()
+                                        if re.fullmatch(r"Remove \(frees (?!0 bytes|Zero).+\)", control.name)), None))
+        button.press()
+        self.see("Everything was removed.")
+        self.driver.wait_gone("Done", LONG)
+        self.assertFalse(self.root.exists())
+        self.assertEqual(self.driver.state(), "Not downloaded")
+        saves = [path for path in (self.home / "data").rglob("progress.cfg")]
+        self.assertTrue(saves, "the player's progress is gone")
+        self.press("About")
+        self.see("Game by its author. Licence: see the repository")
+        self.press("Done")
+        self.assertEqual(self.printed(), "")
+
+    def test_a_game_that_fails_is_reported_in_a_sentence_with_lines_that_can_be_copied(self):
+        self.write(self.game / "the_end.gd", ENDING.format(wait=WAIT[LINE]))
+        with open(self.game / "project.godot", "a") as project:
+            project.write('\n[autoload]\n\nTheEnd="*res://the_end.gd"\n')
+        self.start_host()
+        self.open()
+        self.press("Play")
+        self.driver.wait("Needs something", seconds=2 * LONG)
+        sentence = re.compile(r"The game closed after only \d+ seconds? \(exit code 3\), so it did not start properly\. "
+                              r"These are the last lines of its log:")
+        message = wait_for(lambda: next((text for text in self.driver.texts() if sentence.fullmatch(text)), None))
+        lines = wait_for(lambda: next((control.text for control in self.driver.showing()
+                                       if "The end of the test game, \u2603 and all." in control.text), None))
+        self.assertLessEqual(len(lines.split("\n")), 30)
+        self.press("Copy")
+        self.assertEqual(self.screen.clipboard(), message + "\n" + lines)
+
+
+if __name__ == "__main__":
+    if not ENGINE:
+        print(f"Skipped: there is no engine of the {LINE} line here.", file=sys.stderr)
+        sys.exit(77)
+    main()

@@ -1,0 +1,231 @@
+"""The launcher as a process of its own, used from outside over the accessibility bus: what the tests in this folder and
+the end-to-end tests share."""
+
+import contextlib
+import importlib.machinery
+import importlib.util
+import os
+import shutil
+import signal
+import subprocess
+import tempfile
+import time
+import unittest
+from pathlib import Path
+
+from Xlib import X, display, error
+from Xlib.protocol.event import ClientMessage
+
+PROJECT = Path(__file__).resolve().parents[2]
+PROGRAMS = Path(os.environ.get("LAUNCHER_PROGRAMS", PROJECT / "build" / "dev" / "bin"))
+LONG = 120     # seconds for anything, on a slow and busy machine
+
+
+def load_driver():
+    path = str(PROJECT / "tools" / "at-spi")
+    loader = importlib.machinery.SourceFileLoader("at_spi", path)
+    module = importlib.util.module_from_spec(importlib.util.spec_from_loader("at_spi", loader))
+    loader.exec_module(module)
+    return module
+
+
+at_spi = load_driver()
+
+STANDING_ENGINE = """#!/bin/sh
+for argument; do
+    [ "$previous" = --path ] && project=$argument
+    case $argument in --import|--no-window) import=yes;; esac
+    previous=$argument
+done
+cd "$project" || exit 9
+if [ "$import" ]; then . ./import.sh; else . ./play.sh; fi
+"""
+PROJECT_FILE = """config_version=5
+[application]
+config/name="Hill Run"
+config/features=PackedStringArray("4.6")
+"""
+
+
+def children_of(process):
+    """The command lines of everything below `process` that is alive, by number."""
+    parents, commands = {}, {}
+    for folder in Path("/proc").glob("[0-9]*"):
+        with contextlib.suppress(OSError):
+            fields = (folder / "stat").read_text().rpartition(")")[2].split()
+            if fields[0] != "Z":
+                parents[int(folder.name)] = int(fields[1])
+                commands[int(folder.name)] = (folder / "cmdline").read_text().replace("\0", " ")
+    below, found = {process}, {}
+    while new := {child for child, parent in parents.items() if parent in below and child not in below}:
+        below |= new
+        found.update((child, commands[child]) for child in new)
+    return found
+
+
+def is_alive(process):
+    try:
+        return Path(f"/proc/{process}/stat").read_text().rpartition(")")[2].split()[0] != "Z"
+    except OSError:
+        return False
+
+
+def wait_for(question, seconds=LONG):
+    end = time.monotonic() + seconds
+    while not (answer := question()):
+        if time.monotonic() > end:
+            raise AssertionError(f"{question} was not answered within {seconds} seconds")
+        time.sleep(0.02)
+    return answer
+
+
+class Screen:
+    """The display that the test runs on, without a window manager."""
+
+    def __init__(self):
+        self.display = display.Display()
+        self.root = self.display.screen().root
+
+    def windows(self, process):
+        """The windows of `process` that are to be seen, the lowest first."""
+        return [window for window in self.stack() if self.owner(window) == process]
+
+    def stack(self):
+        """Every window that is to be seen, the lowest first."""
+        seen = []
+        for window in self.root.query_tree().children:
+            with contextlib.suppress(error.BadWindow):
+                if window.get_attributes().map_state == X.IsViewable:
+                    seen.append(window)
+        return seen
+
+    def owner(self, window):
+        with contextlib.suppress(error.BadWindow):
+            number = window.get_full_property(self.display.get_atom("_NET_WM_PID"), X.AnyPropertyType)
+            return number.value[0] if number else None
+
+    def close(self, window):
+        request = (self.display.get_atom("WM_DELETE_WINDOW"), X.CurrentTime, 0, 0, 0)
+        window.send_event(ClientMessage(window=window, client_type=self.display.get_atom("WM_PROTOCOLS"),
+                                        data=(32, request)))
+        self.display.flush()
+
+    def cover(self):
+        """A window over everything else."""
+        window = self.root.create_window(0, 0, 1280, 800, 0, X.CopyFromParent)
+        window.map()
+        self.display.sync()
+        return window
+
+    def clipboard(self):
+        """The text that was copied, as another program gets it."""
+        names = [self.display.get_atom(name) for name in ("CLIPBOARD", "UTF8_STRING", "PASTED")]
+        window = self.root.create_window(0, 0, 1, 1, 0, X.CopyFromParent)
+        window.convert_selection(*names, X.CurrentTime)
+        while True:
+            event = self.display.next_event()
+            if event.type == X.SelectionNotify:
+                break
+        content = window.get_full_property(names[2], X.AnyPropertyType)
+        window.destroy()
+        return content.value.decode() if content else None
+
+    def disconnect(self):
+        self.display.close()
+
+
+class LauncherCase(unittest.TestCase):
+    """A player at a fresh machine, with a game and an engine of the test's own unless it brings real ones."""
+
+    def setUp(self):
+        self.home = Path(tempfile.mkdtemp())
+        self.addCleanup(shutil.rmtree, self.home, ignore_errors=True)
+        self.environment = dict(os.environ, HOME=str(self.home), XDG_DATA_HOME=str(self.home / "data"),
+                                XDG_CONFIG_HOME=str(self.home / "config"), XDG_CACHE_HOME=str(self.home / "cache"))
+        self.root = self.home / "data" / "Vantor Platformer"
+        self.game = self.home / "repository"
+        self.engine = self.home / "standing-engine"
+        self.write(self.game / "project.godot", PROJECT_FILE)
+        self.write(self.game / "import.sh", "mkdir -p .godot; echo imported; touch .godot/imported\n")
+        self.write(self.game / "play.sh", 'echo playing "$@"; exec sleep 60\n')
+        self.write(self.engine, STANDING_ENGINE)
+        self.engine.chmod(0o755)
+        self.host = None
+        self.launchers = []
+        self.driver = at_spi.Launcher()
+        self.screen = Screen()
+        self.addCleanup(self.screen.disconnect)
+
+    def write(self, path, content):
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_text(content)
+
+    # The code host and the launcher
+
+    def start_host(self, *options):
+        self.stop_host()
+        self.host = subprocess.Popen([PROJECT / "tools" / "code-host", "--game", self.game, "--engine", self.engine,
+                                      *options], stdout=subprocess.PIPE, text=True)
+        self.addCleanup(self.stop_host)
+        self.address = self.host.stdout.readline().removeprefix("Serving on ").strip()
+
+    def stop_host(self):
+        if self.host:
+            self.host.terminate()
+            self.host.wait()
+            self.host.stdout.close()
+            self.host = None
+
+    def start(self, environment=None, **more):
+        """Starts the launcher. What it prints is kept."""
+        printed = tempfile.TemporaryFile(mode="w+")
+        self.addCleanup(printed.close)
+        launcher = subprocess.Popen([PROGRAMS / "vantor-platformer-local", self.address],
+                                    env=environment or self.environment, stdin=subprocess.DEVNULL,
+                                    stdout=printed, stderr=subprocess.STDOUT, **more)
+        launcher.printed = printed
+        self.addCleanup(self.end, launcher)
+        self.launcher = launcher
+        return launcher
+
+    def open(self, **more):
+        """Starts the launcher and waits for its window."""
+        self.start(**more)
+        return self.driver.wait(*at_spi.STATES, seconds=LONG)
+
+    def printed(self, launcher=None):
+        file = (launcher or self.launcher).printed
+        file.seek(0)
+        return file.read()
+
+    @staticmethod
+    def end(launcher):
+        for child in children_of(launcher.pid):
+            with contextlib.suppress(OSError):
+                os.kill(child, signal.SIGKILL)
+        if launcher.poll() is None:
+            launcher.kill()
+        launcher.wait()
+
+    # What a person does and sees
+
+    def press(self, name):
+        self.driver.press(name, LONG)
+
+    def see(self, *texts):
+        return self.driver.wait(*texts, seconds=LONG)
+
+    def play(self):
+        self.press("Play")
+        return self.see("Playing", "Needs something")
+
+    def close_window(self):
+        """Asks the window to close, as a window manager does."""
+        self.screen.close(self.screen.windows(self.launcher.pid)[0])
+
+    def scratch(self):
+        return sorted((self.root / "Temp").glob("*")) if (self.root / "Temp").is_dir() else []
+
+
+def main():
+    unittest.main(verbosity=2, warnings="ignore")    # the bindings of the accessibility bus warn of themselves

@@ -1,0 +1,160 @@
+"""How the launcher starts: alone, a second time, and on desktops that lack something."""
+
+import os
+import shutil
+import signal
+import subprocess
+import time
+
+from launcher_process import LONG, PROGRAMS, LauncherCase, children_of, main, wait_for
+
+
+class Start(LauncherCase):
+    def setUp(self):
+        super().setUp()
+        self.start_host()
+
+    def test_nothing_is_printed_from_the_first_play_to_the_end(self):
+        self.open()
+        self.assertEqual(self.play(), "Playing")
+        self.press("Stop")
+        self.see("Ready")
+        for sheet in ("Settings…", "About"):
+            self.press(sheet)
+            self.press("Done")
+            self.driver.wait_gone("Done", LONG)
+        self.press("Show log")
+        self.see("Hide log")
+        self.launcher.terminate()
+        self.assertEqual(self.launcher.wait(LONG), 0)
+        self.assertEqual(self.printed(), "")
+
+    def test_a_second_start_ends_and_leaves_the_first_alone(self):
+        self.open()
+        first = self.launcher
+        second = self.start()
+        self.assertEqual(second.wait(LONG), 0)
+        self.assertEqual(self.printed(second), "")
+        self.assertIsNone(first.poll())
+
+    def test_a_second_start_brings_the_first_window_to_the_front(self):
+        self.open()
+        first = self.launcher
+        window = self.screen.windows(first.pid)[0]
+        cover = self.screen.cover()
+        self.assertEqual(self.screen.stack()[-1], cover)
+        self.assertEqual(self.start().wait(LONG), 0)
+        wait_for(lambda: self.screen.stack()[-1] == window)
+        cover.destroy()
+
+    def test_a_first_launcher_that_hangs_is_named_in_a_sentence(self):
+        self.open()
+        first = self.launcher
+        first.send_signal(signal.SIGSTOP)
+        try:
+            second = self.start()
+            begin = time.monotonic()
+            wait_for(lambda: self.printed(second))
+            self.assertLess(time.monotonic() - begin, 15)
+            self.assertEqual(self.printed(second), "2D Platformer is already open, but does not answer. "
+                                                   "End it and start it again.\n")
+        finally:
+            first.send_signal(signal.SIGCONT)
+
+    def test_what_a_killed_launcher_left_in_temp_goes_and_nothing_through_a_link(self):
+        outside = self.home / "outside"
+        self.write(outside / "precious", "mine")
+        self.write(self.root / "Temp" / "OLD" / "file", "left over")
+        (self.root / "Temp" / "link").symlink_to(outside)
+        self.open()
+        self.assertEqual(self.scratch(), [])
+        self.launcher.terminate()
+        self.launcher.wait(LONG)
+
+        shutil.rmtree(self.root / "Temp", ignore_errors=True)
+        (self.root / "Temp").symlink_to(outside)
+        self.open()
+        self.assertTrue((outside / "precious").exists())
+
+    def test_a_home_that_cannot_be_written_gives_one_sentence(self):
+        self.write(self.home / "file", "")
+        for data in (self.home / "file" / "data", "/proc/nobody/data"):
+            with self.subTest(str(data)):
+                self.open(environment=dict(self.environment, XDG_DATA_HOME=str(data)))
+                self.assertEqual(self.play(), "Needs something")
+                self.assertIsNone(self.launcher.poll())
+                sentences = [text for text in self.driver.texts() if "could not be created" in text]
+                self.assertEqual(len(sentences), 1, self.driver.texts())
+                self.launcher.terminate()
+                self.assertEqual(self.launcher.wait(LONG), 0)
+
+    def test_a_window_size_that_nobody_offers_is_shown_and_passed_on(self):
+        self.write(self.home / "config" / "vantor-platformer" / "vantor-platformer.conf",
+                   "[General]\nresolution=3x\xb5\\a wide\n")
+        self.write(self.game / "play.sh", 'printf "%s|" "$@" >arguments; exec sleep 60\n')
+        self.open()
+        self.press("Settings…")
+        self.press("Done")
+        self.driver.wait_gone("Done", LONG)
+        self.assertEqual(self.play(), "Playing")
+        self.assertEqual((self.root / "Game" / "arguments").read_text(),
+                         f"--path|{self.root}/Game|--windowed|--resolution|3x\xb5\a wide|")
+
+    def test_no_session_bus_and_no_runtime_folder_are_no_trouble(self):
+        environment = dict(self.environment, DBUS_SESSION_BUS_ADDRESS="unix:path=/nonexistent")
+        for name in ("XDG_RUNTIME_DIR", "QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "AT_SPI_BUS_ADDRESS"):
+            environment.pop(name, None)
+        first = self.start(environment)
+        self.wait_for_window(first)
+        second = self.start(environment)
+        self.assertEqual(second.wait(LONG), 0)
+        self.assertIsNone(first.poll())
+        first.terminate()
+        self.assertEqual(first.wait(LONG), 0)
+
+    def test_a_display_that_goes_away_ends_the_launcher(self):
+        for moment in ("doing nothing", "downloading"):
+            with self.subTest(moment):
+                self.write(self.game / "level", os.urandom(200000).hex())
+                self.start_host("--slow", "20000")
+                screen, display = self.start_screen()
+                self.start(dict(self.environment, DISPLAY=display))
+                self.see("Not downloaded")
+                if moment == "downloading":
+                    self.press("Play")
+                    wait_for(self.scratch)
+                screen.kill()
+                status = self.launcher.wait(10)
+                self.assertGreaterEqual(status, 0, self.printed())      # an end, not a crash
+                self.assertEqual(children_of(self.launcher.pid), {})
+
+    def test_without_a_display_it_ends_with_an_explanation_and_no_crash(self):
+        environment = dict(self.environment, DISPLAY=":987")
+        self.assertEqual(self.start(environment).wait(LONG), 1)
+        self.assertIn("display", self.printed())
+
+    def test_the_local_launcher_takes_exactly_one_address(self):
+        for arguments in ([], ["a", "b"], ["not an address"], ["127.0.0.1:80"], ["file:///tmp"],
+                          ["http://127.0.0.1:80/path"], ["http://"], ["http://127.0.0.1:80?a"], [""]):
+            with self.subTest(arguments):
+                ended = subprocess.run([PROGRAMS / "vantor-platformer-local", *arguments], env=self.environment,
+                                       stderr=subprocess.PIPE, text=True, timeout=LONG)
+                self.assertEqual(ended.returncode, 2)
+                self.assertEqual(ended.stderr, "Usage: vantor-platformer-local http://127.0.0.1:PORT\n")
+
+    def start_screen(self):
+        read, write = os.pipe()
+        screen = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-screen", "0", "1280x800x24", "-nolisten", "tcp"],
+                                  pass_fds=[write], stderr=subprocess.DEVNULL)
+        os.close(write)
+        self.addCleanup(screen.wait)
+        self.addCleanup(screen.kill)
+        with os.fdopen(read) as answer:
+            return screen, ":" + answer.readline().strip()
+
+    def wait_for_window(self, launcher):
+        wait_for(lambda: self.screen.windows(launcher.pid))
+
+
+if __name__ == "__main__":
+    main()

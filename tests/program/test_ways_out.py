@@ -1,0 +1,146 @@
+"""Every way out of the launcher, at every moment: it is gone within a second, with what it runs and what it left behind."""
+
+import os
+import signal
+import time
+
+from launcher_process import LONG, LauncherCase, children_of, is_alive, main, wait_for
+
+SOON = 1.0 + 0.5     # a second, and what the test itself needs to see it
+
+
+class WaysOut(LauncherCase):
+    def verify_gone_soon(self, leave):
+        """Leaves, and verifies what is left: nothing."""
+        children = children_of(self.launcher.pid)
+        begin = time.monotonic()
+        leave()
+        status = self.launcher.wait(LONG)
+        self.assertLess(time.monotonic() - begin, SOON)
+        self.assertEqual(status, 0)
+        self.assertEqual([command for child, command in children.items() if is_alive(child)], [])
+        self.assertEqual(self.scratch(), [])
+        self.assertEqual(self.printed(), "")
+
+    def verify_next_start(self, state):
+        self.assertEqual(self.open(), state)
+
+    def both_ways(self, reach, state):
+        for way in ("closing the window", "SIGTERM", "SIGINT", "SIGHUP"):
+            with self.subTest(way):
+                self.open()
+                reach()
+                if way == "closing the window":
+                    self.verify_gone_soon(self.close_window)
+                else:
+                    self.verify_gone_soon(lambda: self.launcher.send_signal(getattr(signal, way)))
+        self.verify_next_start(state)
+
+    def test_with_nothing_to_do(self):
+        self.start_host()
+        self.both_ways(lambda: None, "Not downloaded")
+
+    def test_while_the_game_downloads(self):
+        self.write(self.game / "level", os.urandom(200000).hex())
+        self.start_host("--slow", "20000")
+
+        def reach():
+            self.press("Play")
+            self.see("Step 1 of 4: downloading the game")
+            wait_for(self.scratch)
+        self.both_ways(reach, "Not downloaded")
+        self.assertFalse((self.root / "Game").exists())
+
+    def test_while_the_engine_downloads(self):
+        self.write(self.engine, "not a script\n" + os.urandom(400000).hex())
+        self.start_host("--slow", "100000")
+
+        def reach():
+            self.press("Play")
+            self.see("Step 2 of 4: downloading Godot 4.6")
+            wait_for(self.scratch)
+        self.both_ways(reach, "Not downloaded")
+        self.assertFalse((self.root / "Engine").exists() and any((self.root / "Engine").iterdir()))
+
+    def test_while_the_engine_is_unpacked(self):
+        with open(self.engine, "wb") as engine:     # short as an archive, long on the disk
+            engine.truncate(1 << 30)
+        self.start_host()
+
+        def reach():
+            self.press("Play")
+            wait_for(lambda: any("vantor-unpack" in command and "Godot_v" in command
+                                 for command in children_of(self.launcher.pid).values()))
+        self.open()
+        reach()
+        self.verify_gone_soon(self.close_window)
+        self.verify_next_start("Not downloaded")
+        self.assertFalse((self.root / "Engine").exists() and any((self.root / "Engine").iterdir()))
+
+    def test_while_the_game_is_imported(self):
+        self.write(self.game / "import.sh", "mkdir -p .godot; exec sleep 60\n")
+        self.start_host()
+
+        def reach():
+            self.press("Play")
+            self.see("Setting up")
+            wait_for(lambda: any("sleep" in command for command in children_of(self.launcher.pid).values()))
+        self.both_ways(reach, "Not downloaded")
+        self.assertEqual(list((self.root / "Game").glob(".imported-*")), [])
+
+    def test_a_signal_while_the_game_runs_asks_nobody(self):
+        self.start_host()
+        self.open()
+        self.assertEqual(self.play(), "Playing")
+        self.verify_gone_soon(self.launcher.terminate)
+        self.verify_next_start("Ready")
+
+    def test_a_game_that_does_not_end_keeps_nobody(self):
+        self.write(self.game / "play.sh", "trap '' TERM; while :; do sleep 1; done\n")
+        self.start_host()
+        self.open()
+        self.assertEqual(self.play(), "Playing")
+        children = children_of(self.launcher.pid)
+        begin = time.monotonic()
+        self.launcher.terminate()
+        self.assertEqual(self.launcher.wait(LONG), 0)
+        self.assertLess(time.monotonic() - begin, SOON)
+        for child in children:
+            if is_alive(child):
+                os.kill(child, signal.SIGKILL)
+
+    def test_closing_while_the_game_runs_asks_once_and_keep_playing_keeps_it(self):
+        self.start_host()
+        self.open()
+        self.assertEqual(self.play(), "Playing")
+        self.close_window()
+        self.see("The game is still running")
+        self.assertIn("Quitting will close the game too. Quit anyway?", self.driver.texts())
+        self.close_window()      # asks nothing more
+        self.press("Keep Playing")
+        self.driver.wait_gone("The game is still running", LONG)
+        self.assertIsNone(self.launcher.poll())
+        self.assertEqual(self.driver.state(), "Playing")
+        self.assertTrue(children_of(self.launcher.pid))
+
+        self.close_window()
+        self.see("Quit")
+        self.verify_gone_soon(lambda: self.press("Quit"))
+        self.verify_next_start("Ready")
+
+    def test_a_killed_launcher_leaves_nothing_that_the_next_one_takes_for_done(self):
+        self.write(self.game / "level", os.urandom(200000).hex())
+        self.start_host("--slow", "20000")
+        self.open()
+        self.press("Play")
+        wait_for(self.scratch)
+        self.launcher.kill()
+        self.launcher.wait()
+        self.assertNotEqual(self.scratch(), [])
+        self.assertEqual(self.open(), "Not downloaded")
+        self.assertEqual(self.scratch(), [])
+        self.start_host()
+
+
+if __name__ == "__main__":
+    main()
