@@ -24,6 +24,9 @@ public:
     /// Marks the view stale.
     void schedule();
 
+    /// Whether a redraw is still to come.
+    bool isPending() const { return m_timer.isActive(); }
+
 private:
     const std::function<void()> m_refresh;
     const std::chrono::milliseconds m_leastPause;

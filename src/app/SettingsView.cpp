@@ -67,6 +67,8 @@ void SettingsView::addWindowChoices()
     auto *sizeLabel = new TextLabel(TextStyle::Body);
     sizeLabel->display(QStringLiteral("Window size"));
 
+    sizeLabel->setBuddy(m_size);
+
     auto *grid = new QGridLayout;
     grid->setHorizontalSpacing(spacing);
     grid->setVerticalSpacing(spacing);

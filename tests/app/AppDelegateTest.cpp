@@ -138,7 +138,7 @@ void AppDelegateTest::quitStopsTheGameAndEnds()
     Stage::click(*running.question(), QStringLiteral("Quit"));
     QVERIFY(!running.stage.window->isVisible());
     QTRY_COMPARE(running.ended, 1);
-    QVERIFY(!running.stage.model.runner.isRunning);
+    QTRY_VERIFY(!running.stage.model.runner.isRunning);
 }
 
 void AppDelegateTest::returnQuits()

@@ -29,8 +29,14 @@ public:
         settle();
     }
 
-    /// Longer than the pause between two redraws.
-    static void settle() { QTest::qWait(60); }
+    /// Until the view has taken up everything: it redraws at its own pace.
+    void settle() const
+    {
+        const auto *refresh = view.findChild<RefreshOnce *>();
+        if (!QTest::qWaitFor([refresh] { return !refresh->isPending(); }, 20000))
+            qFatal("The view did not come to rest.");
+        QTest::qWait(5);
+    }
 
     QScrollBar *bar() const { return text->verticalScrollBar(); }
 
@@ -114,7 +120,7 @@ void LogViewTest::newLinesKeepTheViewAtTheEnd()
     for (int round = 0; round < 5; ++round) {
         for (int line = 0; line < 50; ++line)
             shown.log.append(QStringLiteral("round %1 line %2").arg(round).arg(line));
-        Shown::settle();
+        shown.settle();
         QVERIFY(shown.bar()->maximum() > 0);
         QCOMPARE(shown.bar()->value(), shown.bar()->maximum());
         // The player looks at something else; the next line calls back to the end.
@@ -138,10 +144,10 @@ void LogViewTest::aLineThatReplacesTheOldestOneLeavesTheScrollPosition()
 {
     Shown shown;
     shown.log.lines = Samples::lines(LogStore::maxLines);
-    Shown::settle();
+    shown.settle();
     shown.bar()->setValue(1000);
     shown.log.append(QStringLiteral("one more"));
-    Shown::settle();
+    shown.settle();
     QCOMPARE(shown.log.lines->size(), LogStore::maxLines);
     QCOMPARE(shown.bar()->value(), 1000);
     QVERIFY(shown.text->toPlainText().endsWith(QStringLiteral("\none more")));
@@ -152,12 +158,12 @@ void LogViewTest::aLogThatIsEmptiedSaysSoAgain()
 {
     Shown shown;
     shown.log.lines = Samples::lines(10);
-    Shown::settle();
+    shown.settle();
     shown.log.lines = QStringList();
-    Shown::settle();
+    shown.settle();
     QCOMPARE(shown.text->toPlainText(), QStringLiteral("The log is empty."));
     shown.log.append(QStringLiteral("again"));
-    Shown::settle();
+    shown.settle();
     QCOMPARE(shown.text->toPlainText(), QStringLiteral("again"));
 }
 
@@ -167,7 +173,7 @@ void LogViewTest::linesTakenAwayAtTheFrontGoFromTheFront()
     for (int round = 0; round < 20; ++round) {
         for (int line = 0; line < 700; ++line)
             shown.log.append(QStringLiteral("%1.%2").arg(round).arg(line));
-        Shown::settle();
+        shown.settle();
         QCOMPARE(shown.text->toPlainText(), shown.log.lines->join(u'\n'));
     }
 }
@@ -178,7 +184,7 @@ void LogViewTest::equalLinesAreNotMistakenForEachOther()
     for (int round = 0; round < 8; ++round) {
         for (int line = 0; line < 600; ++line)
             shown.log.append(line % 7 == 0 ? QString() : QStringLiteral("the same"));
-        Shown::settle();
+        shown.settle();
         QCOMPARE(shown.text->toPlainText(), shown.log.lines->join(u'\n'));
     }
 }
@@ -187,10 +193,10 @@ void LogViewTest::theSelectionStaysWhenLinesCome()
 {
     Shown shown;
     shown.log.lines = QStringList { QStringLiteral("first"), QStringLiteral("last") };
-    Shown::settle();
+    shown.settle();
     shown.text->selectAll();
     shown.log.append(QStringLiteral("later"));
-    Shown::settle();
+    shown.settle();
     QCOMPARE(shown.text->textCursor().selectedText(), QStringLiteral("first\u2029last"));
 }
 
@@ -198,9 +204,9 @@ void LogViewTest::nothingIsSelectedUnlessThePlayerSelects()
 {
     Shown shown;
     shown.log.lines = Samples::lines(20);
-    Shown::settle();
+    shown.settle();
     shown.log.append(QStringLiteral("later"));
-    Shown::settle();
+    shown.settle();
     QVERIFY(!shown.text->textCursor().hasSelection());
 }
 
@@ -208,12 +214,12 @@ void LogViewTest::theCopiedTextIsExactWhateverItHolds()
 {
     Shown shown;
     shown.log.lines = Samples::oddLines();
-    Shown::settle();
+    shown.settle();
     // A clipboard cannot carry half a character; everything else comes back as it went in.
     QStringList lines = Samples::oddLines();
     lines.removeAt(6);
     shown.log.lines = lines;
-    Shown::settle();
+    shown.settle();
     QCOMPARE(shown.copied(), lines.join(u'\n'));
     QVERIFY(shown.text->toPlainText() != lines.join(u'\n'));
 }
@@ -225,7 +231,7 @@ void LogViewTest::aPartOfALongLineIsCopiedExactly()
     for (int number = 0; line.size() < 20000; ++number)
         line += QString::number(number) + QChar(u'\a');
     shown.log.append(line);
-    Shown::settle();
+    shown.settle();
     QVERIFY(shown.text->document()->blockCount() > 1);
 
     // The document has one mark more for each piece; count what comes before in the line itself.
@@ -271,7 +277,7 @@ void LogViewTest::aLineOfAnotherScriptStaysOnTheLeft()
 {
     Shown shown;
     shown.log.append(QStringLiteral("\u05e9\u05dc\u05d5\u05dd"));
-    Shown::settle();
+    shown.settle();
     const QTextBlock block = shown.text->document()->firstBlock();
     QVERIFY(block.layout()->lineCount() > 0);
     QVERIFY(block.layout()->lineAt(0).naturalTextRect().left() < 20);
@@ -338,10 +344,10 @@ void LogViewTest::aHiddenViewDoesNoWork()
 {
     Shown shown;
     shown.log.append(QStringLiteral("seen"));
-    Shown::settle();
+    shown.settle();
     shown.view.hide();
     shown.log.append(QStringLiteral("unseen"));
-    Shown::settle();
+    shown.settle();
     QCOMPARE(shown.text->toPlainText(), QStringLiteral("seen"));
 }
 
@@ -350,9 +356,9 @@ void LogViewTest::aViewThatIsShownLaterTakesUpTheLog()
     Shown shown;
     shown.view.hide();
     shown.log.lines = Samples::lines(100);
-    Shown::settle();
+    shown.settle();
     shown.view.show();
-    Shown::settle();
+    shown.settle();
     QCOMPARE(shown.text->toPlainText(), shown.log.lines->join(u'\n'));
     QCOMPARE(shown.bar()->value(), shown.bar()->maximum());
 }

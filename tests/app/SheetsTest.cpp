@@ -276,7 +276,7 @@ void SheetsTest::updateClosesTheSheetBeforeTheWorkStarts()
     stage.player.startHost({ QStringLiteral("--slow"), QStringLiteral("1") });
     auto *sheet = openSettings(stage);
     bool wasOpenAtStart = false;
-    QObject::connect(&stage.model, &Observable::willChange, &stage.model,
+    QObject::connect(&stage.model, &Observable::willChange, stage.window.get(),
                      [&] { wasOpenAtStart |= stage.visible<SettingsView>() != nullptr; });
     Stage::click(*sheet, QStringLiteral("Update the game"));
     QVERIFY(stage.model.isWorking());
@@ -291,7 +291,7 @@ void SheetsTest::reinstallClosesTheSheetBeforeTheWorkStarts()
     stage.player.startHost({ QStringLiteral("--slow"), QStringLiteral("1") });
     auto *sheet = openSettings(stage);
     bool wasOpenAtStart = false;
-    QObject::connect(&stage.model, &Observable::willChange, &stage.model,
+    QObject::connect(&stage.model, &Observable::willChange, stage.window.get(),
                      [&] { wasOpenAtStart |= stage.visible<SettingsView>() != nullptr; });
     Stage::click(*sheet, QStringLiteral("Reinstall"));
     QTRY_COMPARE(stage.model.stepText.get(), QStringLiteral("Step 1 of 4: downloading the game"));
