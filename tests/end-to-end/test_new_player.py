@@ -86,11 +86,11 @@ class NewPlayer(LauncherCase):
 
         # Full screen: the size cannot be chosen, is kept, and is not passed on.
         self.press("Settings…")
-        self.assertEqual(self.see("Window size"), "Window size")
-        size = wait_for(lambda: self.driver.find("Window size", "combo box"))
+        size = wait_for(lambda: self.driver.find("1280x720", "combo box"))
         self.assertTrue(size.is_enabled)
         self.press("Fullscreen")
         wait_for(lambda: not size.is_enabled)
+        self.assertEqual(size.name, "1280x720")
         self.press("Done")
         self.driver.wait_gone("Done", LONG)
         self.press("Play")
@@ -99,7 +99,7 @@ class NewPlayer(LauncherCase):
         self.assertRegex(command, r"--path .*/Game --fullscreen $")
         self.stop()
         self.press("Settings…")
-        size = wait_for(lambda: self.driver.find("Window size", "combo box"))
+        size = wait_for(lambda: self.driver.find("1280x720", "combo box"))
         self.assertFalse(size.is_enabled)
         self.press("Windowed")
         wait_for(lambda: size.is_enabled)
@@ -160,7 +160,11 @@ class NewPlayer(LauncherCase):
                                        if "The end of the test game, \u2603 and all." in control.text), None))
         self.assertLessEqual(len(lines.split("\n")), 30)
         self.press("Copy")
-        self.assertEqual(self.screen.clipboard(), message + "\n" + lines)
+        # The window shows a sign for each control character; what is copied is the exact text.
+        copied = wait_for(self.screen.clipboard)
+        self.assertEqual(re.sub("[\0-\x08\x0b-\x1f]", lambda found: chr(0x2400 + ord(found[0])), copied),
+                         message + "\n" + lines)
+        self.assertEqual("\x1b[" in copied, LINE == "4")
 
 
 if __name__ == "__main__":

@@ -64,7 +64,8 @@ class WaysOut(LauncherCase):
 
     def test_while_the_engine_is_unpacked(self):
         with open(self.engine, "wb") as engine:     # short as an archive, long on the disk
-            engine.truncate(1 << 30)
+            for _ in range(64):
+                engine.write(os.urandom(1 << 19) + bytes(7 << 20))
         self.start_host()
 
         def reach():
