@@ -3,7 +3,7 @@ extends KinematicBody2D
 
 const SPEED = 300.0
 const ACCELERATION = 2600.0
-const JUMP = 700.0
+const JUMP = 900.0
 const GRAVITY = 1900.0
 # How long after the edge, and before the ground, a jump still counts.
 const FORGIVENESS = 0.12
@@ -37,8 +37,6 @@ func _physics_process(delta):
 	velocity.y += GRAVITY * delta
 	since_ground = 0.0 if is_on_floor() else since_ground + delta
 	since_jump_key += delta
-	if Input.is_action_just_pressed("ui_up") or Input.is_action_just_pressed("ui_accept"):
-		since_jump_key = 0.0
 	if since_jump_key < FORGIVENESS and since_ground < FORGIVENESS:
 		velocity.y = -JUMP
 		since_jump_key = 1.0
@@ -48,6 +46,11 @@ func _physics_process(delta):
 	stride += abs(velocity.x) * delta * 0.045
 	velocity = move_and_slide(velocity, Vector2.UP)
 	update()
+
+
+func _unhandled_input(event):
+	if event.is_action_pressed("ui_up") or event.is_action_pressed("ui_accept"):
+		since_jump_key = 0.0
 
 
 func _draw():
