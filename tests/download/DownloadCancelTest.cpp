@@ -65,7 +65,7 @@ private Q_SLOTS:
         const auto download = downloader(m_server->url(path));
         auto task = download->start();
         QTRY_COMPARE(m_server->requestCount(path), 1);
-        QTest::qWait(50); // into the step that the row names
+        QTest::qWait(intoTheWait);
 
         QElapsedTimer time;
         time.start();
@@ -93,7 +93,7 @@ private Q_SLOTS:
         const auto download
             = downloader(QUrl(u"http://127.0.0.1:"_s + QString::number(port.port()) + u"/master.zip"_s));
         auto task = download->start();
-        QTest::qWait(100);
+        QTest::qWait(intoTheWait);
         QElapsedTimer time;
         time.start();
         download->cancel();
@@ -166,6 +166,10 @@ private Q_SLOTS:
     }
 
 private:
+    /// Until the transfer waits for the server and nothing else: libcurl's own first timers, which wake it up
+    /// too, are over by then.
+    static constexpr int intoTheWait = 450;
+
     std::shared_ptr<FileDownloader> downloader(const QUrl &url) const
     {
         return FileDownloader::create(url, destination(), nullptr);
