@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <initializer_list>
 #include <optional>
 
 class FileOperationsTest final : public QObject {
@@ -196,7 +197,7 @@ void FileOperationsTest::anExistingFileIsReplacedAndKeepsItsPermissions()
 {
     const TestHome home;
     const QString path = home.write(QStringLiteral("project.godot"), "old and longer");
-    for (const mode_t mode : { 0600, 0644, 0755, 0666 }) {
+    for (const mode_t mode : std::initializer_list<mode_t> { 0600, 0644, 0755, 0666 }) {
         QCOMPARE(::chmod(QFile::encodeName(path).constData(), mode), 0);
         FileOperations::writeAtomically(path, "new");
         QCOMPARE(contentOf(path), QByteArray("new"));
