@@ -102,7 +102,7 @@ void AppDelegate::answerSession(QSessionManager &manager)
     delete m_question;
     QMessageBox *question = makeQuitQuestion();
     question->setAttribute(Qt::WA_DeleteOnClose, false);
-    question->exec();
+    question->exec(); // gate: allowed, because the session waits inside this call
     const bool quits = question->clickedButton() == m_quitAnswer;
     delete question;
     manager.release();

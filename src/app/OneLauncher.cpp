@@ -137,7 +137,8 @@ bool OneLauncher::askOther(std::chrono::milliseconds patience) const
     const QDeadlineTimer deadline(patience);
     QLocalSocket socket;
     socket.connectToServer(m_socketPath);
-    if (!socket.waitForConnected(static_cast<int>(deadline.remainingTime())))
+    int left = static_cast<int>(deadline.remainingTime());
+    if (!socket.waitForConnected(left)) // gate: allowed, because no event loop runs yet
         return false;
     // A token has neither spaces nor line feeds; anything else is no token.
     QByteArray token = ownActivationToken();
@@ -146,7 +147,8 @@ bool OneLauncher::askOther(std::chrono::milliseconds patience) const
     socket.write(request + ' ' + token + '\n');
     QByteArray received;
     while (!received.contains(reply)) {
-        if (!socket.waitForReadyRead(static_cast<int>(deadline.remainingTime())))
+        left = static_cast<int>(deadline.remainingTime());
+        if (!socket.waitForReadyRead(left)) // gate: allowed, because no event loop runs yet
             return false;
         received += socket.readAll();
     }

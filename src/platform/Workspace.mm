@@ -4,7 +4,8 @@
 
 void DesktopWorkspace::reveal(const QString &folder)
 {
-    [NSWorkspace.sharedWorkspace activateFileViewerSelectingURLs:@[ [NSURL fileURLWithPath:folder.toNSString()] ]];
+    [NSWorkspace.sharedWorkspace
+        activateFileViewerSelectingURLs:@[ [NSURL fileURLWithPath:folder.toNSString()] ]];
 }
 
 void DesktopWorkspace::open(const QString &folder)
