@@ -32,7 +32,8 @@ AboutView::AboutView(AppModel &model, QWidget *parent)
     add(TextStyle::Body, Ink::Primary,
         QStringLiteral("The game belongs to its author; this app only downloads and starts it."));
     add(TextStyle::Callout, Ink::Primary, QStringLiteral("Based on Kestrelwood/Vantor, MIT License."));
-    if (const QUrl page = CodeHost::url(QStringLiteral("/Kestrelwood/Vantor")); page.isValid())
+    if (const QUrl page = CodeHost::url(QStringLiteral("/Kestrelwood/Vantor"));
+        page.isValid() && !page.isRelative())
         column()->addWidget(new LinkButton(page), 0, Qt::AlignLeft);
     addDivider();
     add(TextStyle::Caption, Ink::Secondary,

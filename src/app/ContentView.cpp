@@ -118,12 +118,12 @@ void ContentView::refresh()
     if (showsLog != !m_log->isHidden()) {
         m_log->setVisible(showsLog);
         if (showsLog)
-            reveal(m_log);
+            reveal(m_logButton); // the log with it, which stands right above
     }
 }
 
 void ContentView::reveal(QWidget *view)
 {
     // Once the column has given it its place.
-    QTimer::singleShot(0, view, [this, view] { m_column->ensureWidgetVisible(view, 0, spacing); });
+    QTimer::singleShot(0, view, [this, view] { m_column->ensureWidgetVisible(view, 0, padding); });
 }

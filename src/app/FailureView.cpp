@@ -60,7 +60,8 @@ void FailureView::refresh()
     m_message->display(m_model.failureMessage->value_or(QString()));
     const QStringList &lines = m_model.failureLines;
     m_box->setVisible(!lines.isEmpty());
-    m_lines->showLines(lines);
+    if (!m_lines->showLines(lines))
+        m_refresh.schedule();
     // What went wrong stands mostly in the last of them.
     m_lines->scrollToEnd();
 }

@@ -20,6 +20,9 @@ constexpr int padding = 8;
 /// a million characters without ever ending one.
 constexpr qsizetype longestPiece = 2048;
 
+/// How much new text is taken up in one turn of the event loop.
+constexpr qsizetype mostAtOnce = 512 * 1024;
+
 /// What a block shows, where it is not what it stands for.
 class ExactText final : public QTextBlockUserData {
 public:
@@ -113,7 +116,7 @@ LogText::LogText(QWidget *parent)
     viewport()->setAutoFillBackground(false);
 }
 
-void LogText::showLines(const QStringList &lines)
+bool LogText::showLines(const QStringList &lines)
 {
     const int position = verticalScrollBar()->value();
     const qsizetype dropped = droppedLines(m_shown, lines);
@@ -124,10 +127,15 @@ void LogText::showLines(const QStringList &lines)
     } else {
         dropLines(dropped);
     }
-    appendLines(lines, kept);
-    m_shown = lines;
+
+    qsizetype end = kept;
+    for (qsizetype length = 0; end < lines.size() && length < mostAtOnce; ++end)
+        length += lines.at(end).size();
+    appendLines(lines, kept, end);
+    m_shown = lines.mid(0, end);
     fitHeight();
     verticalScrollBar()->setValue(position);
+    return end == lines.size();
 }
 
 void LogText::showNotice(const QString &text)
@@ -177,14 +185,14 @@ QMimeData *LogText::createMimeDataFromSelection() const
     return copied;
 }
 
-void LogText::appendLines(const QStringList &lines, qsizetype from)
+void LogText::appendLines(const QStringList &lines, qsizetype from, qsizetype end)
 {
-    if (from == lines.size())
+    if (from == end)
         return;
 
     QList<Piece> added;
     QString shown;
-    for (qsizetype line = from; line < lines.size(); ++line) {
+    for (qsizetype line = from; line < end; ++line) {
         const QList<Piece> parts = pieces(lines.at(line));
         m_blockCounts.append(static_cast<int>(parts.size()));
         for (const Piece &piece : parts) {
@@ -198,9 +206,9 @@ void LogText::appendLines(const QStringList &lines, qsizetype from)
     int number = from > 0 ? document()->blockCount() : 0;
     const int anchor = textCursor().anchor();
     const int position = textCursor().position();
-    QTextCursor end(document());
-    end.movePosition(QTextCursor::End);
-    end.insertText(shown);
+    QTextCursor tail(document());
+    tail.movePosition(QTextCursor::End);
+    tail.insertText(shown);
     // What the player has selected does not grow by what comes after it.
     if (QTextCursor cursor = textCursor(); cursor.anchor() != anchor || cursor.position() != position) {
         cursor.setPosition(anchor);

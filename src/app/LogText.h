@@ -12,8 +12,10 @@ class LogText final : public QPlainTextEdit {
 public:
     explicit LogText(QWidget *parent = nullptr);
 
-    /// Shows `lines`, each on a line of its own. The scroll position stays where it is.
-    void showLines(const QStringList &lines);
+    /// Shows `lines`, each on a line of its own. The scroll position stays where it is. Of very much new text
+    /// it takes up a part, from the oldest on, and gives false: then it wants to be called again on a later
+    /// turn.
+    [[nodiscard]] bool showLines(const QStringList &lines);
     /// Shows one text where there are no lines to show.
     void showNotice(const QString &text);
 
@@ -29,7 +31,7 @@ protected:
     QMimeData *createMimeDataFromSelection() const override;
 
 private:
-    void appendLines(const QStringList &lines, qsizetype from);
+    void appendLines(const QStringList &lines, qsizetype from, qsizetype end);
     void dropLines(qsizetype count);
     void fitHeight();
 

@@ -50,14 +50,17 @@ void LogView::refresh()
     if (!isVisible())
         return;
     const QStringList &lines = m_log.lines;
+    bool isComplete = true;
     if (lines.isEmpty())
         m_text->showNotice(QStringLiteral("The log is empty."));
     else
-        m_text->showLines(lines);
+        isComplete = m_text->showLines(lines);
 
     // A full log that drops a line for each new one keeps its count, and the player's place in it.
-    if (lines.size() != m_lineCount) {
-        m_lineCount = lines.size();
+    if (lines.size() != m_lineCount)
         m_text->scrollToEnd();
-    }
+    if (isComplete)
+        m_lineCount = lines.size();
+    else
+        m_refresh.schedule();
 }

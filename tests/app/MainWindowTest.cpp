@@ -72,6 +72,7 @@ private Q_SLOTS:
     void theMenusAreThereOnMacOnly();
     void markupInTheGamesTextsIsShownAsItIs();
     void aFailureThatLiesBelowTheWindowIsBroughtIntoView();
+    void anOpenedLogIsInViewWithTheButtonThatClosesIt();
 };
 
 void MainWindowTest::theWindowHasItsTitleAndItsSizes()
@@ -558,6 +559,20 @@ void MainWindowTest::aFailureThatLiesBelowTheWindowIsBroughtIntoView()
     const auto *failure = stage.visible<FailureView>();
     const QRect place(failure->mapTo(stage.window.get(), QPoint(0, 0)), failure->size());
     QVERIFY(stage.window->rect().contains(place));
+}
+
+void MainWindowTest::anOpenedLogIsInViewWithTheButtonThatClosesIt()
+{
+    Stage stage;
+    stage.model.info = Samples::wordyGame();
+    stage.open(QSize(560, 640));
+    stage.model.showLog = true;
+    Stage::settle();
+    for (const QWidget *view :
+         { static_cast<QWidget *>(stage.visible<LogView>()),
+           static_cast<QWidget *>(Stage::button(*stage.window, QStringLiteral("Hide log"))) })
+        QVERIFY(stage.window->rect().contains(
+            QRect(view->mapTo(stage.window.get(), QPoint(0, 0)), view->size())));
 }
 
 QTEST_MAIN(MainWindowTest)
