@@ -2,8 +2,9 @@
 
 #include <QUrl>
 
-/// The address of the code-hosting service that the game, the engine and the checksum list come from. One value, set
-/// once in main before the model exists: the shipped program sets the official one and offers no way to change it.
+/// The address of the code-hosting service that the game, the engine and the checksum list come from. One
+/// value, set once in main before the model exists: the shipped program sets the official one and offers no
+/// way to change it.
 namespace CodeHost {
 
 /// "https://github.com"

@@ -5,8 +5,8 @@
 
 #include <memory>
 
-/// The player's two settings, in the desktop's own store: user defaults on macOS, QSettings' file elsewhere. Nothing
-/// is cached: a value written by the settings sheet is what the next start reads. Main thread.
+/// The player's two settings, in the desktop's own store: user defaults on macOS, QSettings' file elsewhere.
+/// Nothing is cached: a value written by the settings sheet is what the next start reads. Main thread.
 class Preferences final {
 public:
     /// The store of the player who runs the launcher.
@@ -18,7 +18,8 @@ public:
     bool fullscreen() const;
     void setFullscreen(bool fullscreen);
 
-    /// "resolution": the game's window size as "1280x720", or "default" (also when missing). Passed on as stored.
+    /// "resolution": the game's window size as "1280x720", or "default" (also when missing). Passed on as
+    /// stored.
     QString resolution() const;
     void setResolution(const QString &resolution);
 

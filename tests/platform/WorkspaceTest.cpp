@@ -18,11 +18,12 @@ namespace {
 /// A session bus of the test's own.
 class SessionBus final {
 public:
-    SessionBus()
+    /// Its socket lies in `folder`.
+    explicit SessionBus(const QString &folder)
     {
-        m_daemon.start(
-            QStringLiteral("dbus-daemon"),
-            { QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--print-address") });
+        m_daemon.start(QStringLiteral("dbus-daemon"),
+                       { QStringLiteral("--session"), QStringLiteral("--nofork"),
+                         QStringLiteral("--print-address"), QStringLiteral("--address=unix:dir=") + folder });
         while (m_daemon.state() != QProcess::NotRunning && !m_daemon.canReadLine())
             m_daemon.waitForReadyRead(5000);
         m_address = QString::fromUtf8(m_daemon.readLine()).trimmed();
@@ -115,7 +116,7 @@ private Q_SLOTS:
 
     void theFileManagerIsAskedToShowTheFolder()
     {
-        const SessionBus bus;
+        const SessionBus bus(m_home->path());
         const FileManager fileManager(bus);
         DesktopWorkspace().reveal(folder());
         QTRY_COMPARE(fileManager.shown.size(), 1);
@@ -127,7 +128,7 @@ private Q_SLOTS:
 
     void twoRequestsAreBothShown()
     {
-        const SessionBus bus;
+        const SessionBus bus(m_home->path());
         const FileManager fileManager(bus);
         DesktopWorkspace().reveal(folder());
         DesktopWorkspace().reveal(folder());
@@ -136,7 +137,7 @@ private Q_SLOTS:
 
     void aFileManagerThatRefusesGivesWayToTheOpener()
     {
-        const SessionBus bus;
+        const SessionBus bus(m_home->path());
         FileManager fileManager(bus);
         fileManager.refuses = true;
         DesktopWorkspace().reveal(folder());
@@ -146,7 +147,7 @@ private Q_SLOTS:
 
     void aBusWithoutAFileManagerGivesWayToTheOpener()
     {
-        const SessionBus bus;
+        const SessionBus bus(m_home->path());
         DesktopWorkspace().reveal(folder());
         QTRY_COMPARE(m_opened, parentOnly());
     }

@@ -113,9 +113,9 @@ public:
     }
 
     /// What stands behind the data of a member whose sizes were not known in time.
-    static QByteArray descriptor(const QByteArray &content, quint64 packedSize)
+    static QByteArray descriptor(const QByteArray &content, qsizetype packedSize)
     {
-        return QByteArray("PK\7\10", 4) + u32(crc32(content)) + u32(packedSize)
+        return QByteArray("PK\7\10", 4) + u32(crc32(content)) + u32(static_cast<quint64>(packedSize))
             + u32(static_cast<quint64>(content.size()));
     }
 

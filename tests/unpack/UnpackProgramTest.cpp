@@ -306,7 +306,5 @@ private:
     std::unique_ptr<TestHome> m_home;
 };
 
-Q_DECLARE_METATYPE(ZipEntry)
-
 QTEST_GUILESS_MAIN(UnpackProgramTest)
 #include "UnpackProgramTest.moc"
