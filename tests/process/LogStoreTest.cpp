@@ -305,24 +305,29 @@ void LogStoreTest::everyThreadsLinesComeInItsOwnOrder()
 
 void LogStoreTest::whatAThreadPostsAfterItsLinesComesAfterThem()
 {
-    // Two threads at once, so that each finds the inbox in every state that the other leaves it in.
-    LogStore log;
-    int ended = 0;
-    bool areStored = true;
-    const auto work = [&](const QString &name) {
-        for (int i = 0; i < 1400; ++i) {
-            const QString line = name + QString::number(i);
-            log.append(line);
-            postToMainThread([&, line] {
-                areStored = areStored && log.lines->contains(line);
-                ++ended;
+    // Many threads at once, so that each finds the inbox in every state that the others leave it in.
+    constexpr int threadCount = 16;
+    constexpr int lineCount = 150;
+    for (int round = 0; round < 10; ++round) {
+        LogStore log;
+        int ended = 0;
+        bool areStored = true;
+        std::vector<std::jthread> threads;
+        for (int thread = 0; thread < threadCount; ++thread) {
+            threads.emplace_back([&, thread] {
+                for (int i = 0; i < lineCount; ++i) {
+                    const QString line = QStringLiteral("%1 %2").arg(thread).arg(i);
+                    log.append(line);
+                    postToMainThread([&, line] {
+                        areStored = areStored && log.lines->contains(line);
+                        ++ended;
+                    });
+                }
             });
         }
-    };
-    const std::jthread first(work, QStringLiteral("a"));
-    const std::jthread second(work, QStringLiteral("b"));
-    QTRY_COMPARE_WITH_TIMEOUT(ended, 2800, 30'000);
-    QVERIFY(areStored);
+        QTRY_COMPARE_WITH_TIMEOUT(ended, threadCount * lineCount, 30'000);
+        QVERIFY(areStored);
+    }
 }
 
 QTEST_GUILESS_MAIN(LogStoreTest)
