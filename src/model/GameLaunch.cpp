@@ -31,7 +31,8 @@ void AppModel::launch(const EngineSpec &spec, const QString &engine, const QStri
         if (self)
             self->gameEnded(exit);
     });
-    QTimer::singleShot(startingTime, this, [this] {
+    // A coarse timer may come a fifth of a second early.
+    QTimer::singleShot(startingTime, Qt::PreciseTimer, this, [this] {
         if (runner.isRunning && state->kind() == AppState::Case::Starting)
             state = AppState::playing();
     });
