@@ -31,8 +31,9 @@ const QColor red = QColor::fromRgb(0xd7, 0x2a, 0x2a);
 
 double Shades::contrast(const QColor &one, const QColor &other)
 {
-    const auto [darker, lighter] = std::minmax(luminance(one), luminance(other));
-    return (lighter + 0.05) / (darker + 0.05);
+    const double first = luminance(one);
+    const double second = luminance(other);
+    return (std::max(first, second) + 0.05) / (std::min(first, second) + 0.05);
 }
 
 QColor Shades::over(const QColor &top, const QColor &bottom)
