@@ -42,13 +42,16 @@ private Q_SLOTS:
         Player player;
         player.startHost();
         AppModel &model = player.startModel();
-        QVERIFY(player.install());
-        QElapsedTimer sincePress;
-        sincePress.start();
+        // A first game: the timer of an earlier one would be under way.
+        QElapsedTimer sinceStart;
+        connect(&model, &Observable::willChange, this, [&] {
+            if (model.stepText->startsWith(QStringLiteral("Step 4")) && !sinceStart.isValid())
+                sinceStart.start();
+        });
         QVERIFY(player.playToRunning());
         QCOMPARE(model.state.get(), AppState::starting());
         QTRY_COMPARE_WITH_TIMEOUT(model.state.get(), AppState::playing(), 10000);
-        QVERIFY(sincePress.elapsed() >= 4000);
+        QVERIFY(sinceStart.elapsed() >= 4000);
         QCOMPARE(model.stepText.get(), QStringLiteral("Step 4 of 4: starting the game"));
     }
 

@@ -10,8 +10,8 @@
 #include "Workspace.h"
 
 #include <QDirIterator>
-#include <QPointer>
 #include <QTest>
+#include <QThreadPool>
 
 #include <memory>
 #include <optional>
@@ -113,6 +113,11 @@ if [ "$import" ]; then . ./import.sh; else . ./play.sh; fi
         model->cancel();
         if (!stopGame() || !waitUntilIdle())
             qFatal("What the model runs did not end.");
+        // What is still being read in the background comes back before the model goes, and no frame is left
+        // over.
+        QThreadPool::globalInstance()->waitForDone();
+        QCoreApplication::processEvents();
+        QCoreApplication::processEvents();
     }
 
     /// Writes a file of the game as the code host has it.
