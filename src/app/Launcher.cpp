@@ -94,8 +94,7 @@ int showWindow(OneLauncher &one)
 
     window.show();
     const int status = QApplication::exec();
-    // What has not unwound by now, a game that ignores being asked to end for one, still uses the model and
-    // the threads that a return from here would wait for.
+    // What has not unwound by now, an engine that ignores being asked to end for one, still uses the model.
     if (model.isWorking() || model.runner.isRunning)
         std::_Exit(status);
     return status;

@@ -190,8 +190,13 @@ class LauncherCase(unittest.TestCase):
 
     def open(self, **more):
         """Starts the launcher and waits for its window."""
-        self.start(**more)
-        return self.driver.wait(*at_spi.STATES, seconds=LONG)
+        launcher = self.start(**more)
+
+        def state():
+            if launcher.poll() is not None:
+                self.fail(f"The launcher ended with status {launcher.returncode}: {self.printed()}")
+            return self.driver.state()
+        return wait_for(state)
 
     def printed(self, launcher=None):
         file = (launcher or self.launcher).printed

@@ -1,6 +1,7 @@
 """Every way out of the launcher, at every moment: it is gone within a second, with what it runs and what it left behind."""
 
 import os
+import shutil
 import signal
 import time
 
@@ -96,19 +97,25 @@ class WaysOut(LauncherCase):
         self.verify_gone_soon(self.launcher.terminate)
         self.verify_next_start("Ready")
 
-    def test_a_game_that_does_not_end_keeps_nobody(self):
-        self.write(self.game / "play.sh", "trap '' TERM; while :; do sleep 1; done\n")
-        self.start_host()
-        self.open()
-        self.assertEqual(self.play(), "Playing")
-        children = children_of(self.launcher.pid)
-        begin = time.monotonic()
-        self.launcher.terminate()
-        self.assertEqual(self.launcher.wait(LONG), 0)
-        self.assertLess(time.monotonic() - begin, SOON)
-        for child in children:
-            if is_alive(child):
-                os.kill(child, signal.SIGKILL)
+    def test_an_engine_that_does_not_end_keeps_nobody(self):
+        stubborn = "trap '' TERM; while :; do sleep 1; done\n"
+        for script, state in (("import.sh", "Setting up"), ("play.sh", "Playing")):
+            with self.subTest(state):
+                self.write(self.game / script, stubborn)
+                self.start_host()
+                self.open()
+                self.press("Play")
+                self.see(state)
+                children = wait_for(lambda: children_of(self.launcher.pid))
+                begin = time.monotonic()
+                self.launcher.terminate()
+                self.assertEqual(self.launcher.wait(LONG), 0)
+                self.assertLess(time.monotonic() - begin, SOON)
+                self.assertEqual(self.printed(), "")
+                for child in filter(is_alive, children):
+                    os.kill(child, signal.SIGKILL)
+                self.write(self.game / script, "mkdir -p .godot/imported\n")
+                shutil.rmtree(self.root)
 
     def test_closing_while_the_game_runs_asks_once_and_keep_playing_keeps_it(self):
         self.start_host()
