@@ -68,7 +68,7 @@ QCoro::Task<QString> EngineManager::install(EngineSpec spec, LogStore *log,
     const QUrl archiveURL = addressOf(spec, spec.fileName());
     const QUrl sumsURL = addressOf(spec, QStringLiteral("SHA512-SUMS.txt"));
     const ScratchFolder scratch;
-    const QString scratchPath = scratch.path();
+    const QString &scratchPath = scratch.path();
 
     QString program;
     std::exception_ptr error;
