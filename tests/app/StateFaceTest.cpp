@@ -80,8 +80,5 @@ void StateFaceTest::maintenanceWaitsForTheGameAndForTheRunningAction()
     QVERIFY((maintenanceFace(true, true) == MaintenanceFace { .canReplace = false, .canRemove = false }));
 }
 
-Q_DECLARE_METATYPE(AppState)
-Q_DECLARE_METATYPE(StateFace)
-
 QTEST_GUILESS_MAIN(StateFaceTest)
 #include "StateFaceTest.moc"
