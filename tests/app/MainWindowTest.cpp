@@ -1,10 +1,8 @@
 #include "AboutView.h"
 #include "Banner.h"
 #include "ContentView.h"
-#include "Desktop.h"
 #include "FailureView.h"
 #include "HeaderView.h"
-#include "LogText.h"
 #include "LogView.h"
 #include "PlayArea.h"
 #include "PlayButton.h"
@@ -14,25 +12,10 @@
 #include "Stage.h"
 #include "TextLabel.h"
 
-#include <QAction>
-#include <QMenuBar>
 #include <QProgressBar>
 #include <QScreen>
-#include <QSignalSpy>
 
 namespace {
-
-/// Every text in a label that the player can see, from top to bottom of the tree.
-QStringList visibleTexts(const QWidget &where)
-{
-    QStringList texts;
-    const auto labels = where.findChildren<TextLabel *>();
-    for (const TextLabel *label : labels) {
-        if (label->isVisible() && !label->text().isEmpty())
-            texts << label->text();
-    }
-    return texts;
-}
 
 const QString hint
     = QStringLiteral("Downloads the game and the Godot engine once, about 60 MB. Nothing to type.");
@@ -62,14 +45,6 @@ private Q_SLOTS:
     void cancelEndsTheDownload();
     void thePlayButtonHasItsSize();
     void nothingBelowTheActionMovesWhenTheStateChanges();
-    void aDoubleClickOnPlayDoesNotPressStop();
-    void aKeyHeldDownPressesOnce();
-    void returnPlaysAsSoonAsTheWindowIsThere();
-    void theFocusGoesToTheButtonThatTookThePlaceOfThePressedOne();
-    void tabGoesThroughEveryControlAndComesBack();
-    void theShortcutsOpenTheSettingsAndCloseTheWindow();
-    void copyTakesTheFailureReport();
-    void theMenusAreThereOnMacOnly();
     void markupInTheGamesTextsIsShownAsItIs();
     void aFailureThatLiesBelowTheWindowIsBroughtIntoView();
     void anOpenedLogIsInViewWithTheButtonThatClosesIt();
@@ -91,7 +66,7 @@ void MainWindowTest::beforeTheFirstDownloadTheHeaderShowsTheBuiltInDescription()
     stage.open();
     const auto *header = stage.visible<HeaderView>();
     QCOMPARE(
-        visibleTexts(*header),
+        Stage::texts(*header),
         (QStringList { QStringLiteral("2D Platformer"),
                        QStringLiteral("A small 2D platformer made with Godot. The game and its details are "
                                       "read from the repository after the first download.") }));
@@ -107,7 +82,7 @@ void MainWindowTest::withFactsTheHeaderShowsBlurbLicenceAndControls()
     stage.model.info = Samples::game();
     Stage::settle();
     const ProjectInfo game = Samples::game();
-    QCOMPARE(visibleTexts(*stage.visible<HeaderView>()),
+    QCOMPARE(Stage::texts(*stage.visible<HeaderView>()),
              (QStringList { QStringLiteral("2D Platformer"), game.blurb,
                             QStringLiteral("Licence: MIT License"), QStringLiteral("Controls") }
               + game.controls));
@@ -116,12 +91,12 @@ void MainWindowTest::withFactsTheHeaderShowsBlurbLicenceAndControls()
     shorter.controls = { QStringLiteral("Space: jump") };
     stage.model.info = shorter;
     Stage::settle();
-    QCOMPARE(visibleTexts(*stage.visible<HeaderView>()).mid(3),
+    QCOMPARE(Stage::texts(*stage.visible<HeaderView>()).mid(3),
              (QStringList { QStringLiteral("Controls"), QStringLiteral("Space: jump") }));
 
     stage.model.info = std::nullopt;
     Stage::settle();
-    QCOMPARE(visibleTexts(*stage.visible<HeaderView>()).size(), 2);
+    QCOMPARE(Stage::texts(*stage.visible<HeaderView>()).size(), 2);
 }
 
 void MainWindowTest::theProjectsOwnNameIsNeverTheTitle()
@@ -130,25 +105,25 @@ void MainWindowTest::theProjectsOwnNameIsNeverTheTitle()
     stage.open();
     stage.model.info = Samples::game();
     Stage::settle();
-    QCOMPARE(visibleTexts(*stage.visible<HeaderView>()).first(), QStringLiteral("2D Platformer"));
-    QVERIFY(!visibleTexts(*stage.window).contains(Samples::game().name));
+    QCOMPARE(Stage::texts(*stage.visible<HeaderView>()).first(), QStringLiteral("2D Platformer"));
+    QVERIFY(!Stage::texts(*stage.window).contains(Samples::game().name));
 }
 
 void MainWindowTest::readyShowsNoHintAndNeedsDoesEvenWithTheGameThere()
 {
     Stage stage;
     stage.open();
-    QVERIFY(visibleTexts(*stage.window).contains(hint));
+    QVERIFY(Stage::texts(*stage.window).contains(hint));
     stage.model.info = Samples::game();
     stage.model.state = AppState::ready();
     Stage::settle();
     QVERIFY(stage.visible<PlayButton>());
-    QVERIFY(!visibleTexts(*stage.window).contains(hint));
+    QVERIFY(!Stage::texts(*stage.window).contains(hint));
 
     Samples::fail(stage.model, Samples::earlyEnd, 3);
     Stage::settle();
     QVERIFY(stage.visible<PlayButton>());
-    QVERIFY(visibleTexts(*stage.window).contains(hint));
+    QVERIFY(Stage::texts(*stage.window).contains(hint));
 }
 
 void MainWindowTest::whileAnInstallRunsThePlayButtonGivesWayToTheProgress()
@@ -164,7 +139,7 @@ void MainWindowTest::whileAnInstallRunsThePlayButtonGivesWayToTheProgress()
     const auto *block = stage.visible<ProgressBlock>();
     QVERIFY(block);
     QVERIFY(block->width() <= 360);
-    QCOMPARE(visibleTexts(*block),
+    QCOMPARE(Stage::texts(*block),
              (QStringList { QStringLiteral("Step 1 of 4: downloading the game"),
                             QStringLiteral("1 MB of 4 MB") }));
     const auto *bar = block->findChild<QProgressBar *>();
@@ -201,14 +176,14 @@ void MainWindowTest::theNeedIsShownUnlessTheFailureViewSaysIt()
     const QString need = QStringLiteral("The code host could not be reached.");
     stage.model.state = AppState::needs(need);
     Stage::settle();
-    QCOMPARE(visibleTexts(*stage.window).count(need), 1);
+    QCOMPARE(Stage::texts(*stage.window).count(need), 1);
     QVERIFY(!stage.visible<FailureView>());
 
     stage.model.failureMessage = need;
     Stage::settle();
-    QCOMPARE(visibleTexts(*stage.window).count(need), 1);
-    QVERIFY(visibleTexts(*stage.visible<FailureView>()).contains(need));
-    QVERIFY(!visibleTexts(*stage.visible<PlayArea>()).contains(need));
+    QCOMPARE(Stage::texts(*stage.window).count(need), 1);
+    QVERIFY(Stage::texts(*stage.visible<FailureView>()).contains(need));
+    QVERIFY(!Stage::texts(*stage.visible<PlayArea>()).contains(need));
 }
 
 void MainWindowTest::theViewsStandInTheirOrder()
@@ -251,10 +226,10 @@ void MainWindowTest::theNoticeIsShownOnlyWhileItIsSet()
     const QString notice = QStringLiteral("Everything was removed.");
     stage.model.notice = notice;
     Stage::settle();
-    QVERIFY(visibleTexts(*stage.window).contains(notice));
+    QVERIFY(Stage::texts(*stage.window).contains(notice));
     stage.model.notice = std::nullopt;
     Stage::settle();
-    QVERIFY(!visibleTexts(*stage.window).contains(notice));
+    QVERIFY(!Stage::texts(*stage.window).contains(notice));
 }
 
 void MainWindowTest::theLogButtonOpensAndClosesTheLog()
@@ -311,9 +286,9 @@ void MainWindowTest::theViewsReadWhatTheAnnouncementAnnounced()
     stage.open();
     stage.model.state = AppState::ready();
     // Not yet: the announcement came before the change.
-    QVERIFY(visibleTexts(*stage.visible<PlayArea>()).contains(QStringLiteral("Not downloaded")));
+    QVERIFY(Stage::texts(*stage.visible<PlayArea>()).contains(QStringLiteral("Not downloaded")));
     Stage::settle();
-    QVERIFY(visibleTexts(*stage.visible<PlayArea>()).contains(QStringLiteral("Ready")));
+    QVERIFY(Stage::texts(*stage.visible<PlayArea>()).contains(QStringLiteral("Ready")));
 }
 
 void MainWindowTest::stopBeforeTheGameExistsCancelsTheStart()
@@ -346,7 +321,7 @@ void MainWindowTest::playStartsTheGameAndStopEndsIt()
     QTRY_VERIFY_WITH_TIMEOUT(stage.visible<PlayButton>(), 20000);
     QVERIFY(!stage.model.runner.isRunning);
     QVERIFY(stage.model.state.get() == AppState::ready());
-    QVERIFY(!visibleTexts(*stage.window).contains(hint));
+    QVERIFY(!Stage::texts(*stage.window).contains(hint));
 }
 
 void MainWindowTest::cancelEndsTheDownload()
@@ -398,146 +373,6 @@ void MainWindowTest::nothingBelowTheActionMovesWhenTheStateChanges()
     }
 }
 
-void MainWindowTest::aDoubleClickOnPlayDoesNotPressStop()
-{
-    Stage stage;
-    stage.model.state = AppState::playing();
-    stage.model.runner.isRunning = true;
-    stage.open();
-    auto *stop = Stage::button(*stage.window, QStringLiteral("Stop"));
-    QSignalSpy clicked(stop, &QAbstractButton::clicked);
-    // The desktop sends the second press of a double click to whatever lies there by then.
-    QMouseEvent second(QEvent::MouseButtonDblClick, QPointF(stop->rect().center()),
-                       stop->mapToGlobal(QPointF(stop->rect().center())), Qt::LeftButton, Qt::LeftButton, {});
-    QCoreApplication::sendEvent(stop, &second);
-    QTest::mouseRelease(stop, Qt::LeftButton);
-    QCOMPARE(clicked.size(), 0);
-    QTest::mouseClick(stop, Qt::LeftButton);
-    QCOMPARE(clicked.size(), 1);
-}
-
-void MainWindowTest::aKeyHeldDownPressesOnce()
-{
-    Stage stage;
-    stage.model.state = AppState::playing();
-    stage.open();
-    auto *stop = Stage::button(*stage.window, QStringLiteral("Stop"));
-    stop->setFocus();
-    QSignalSpy clicked(stop, &QAbstractButton::clicked);
-    QKeyEvent repeated(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, QString(), true);
-    QCoreApplication::sendEvent(stop, &repeated);
-    QCOMPARE(clicked.size(), 0);
-    QTest::keyClick(stop, Qt::Key_Return);
-    QCOMPARE(clicked.size(), 1);
-    QTest::keyClick(stop, Qt::Key_Space);
-    QCOMPARE(clicked.size(), 2);
-}
-
-void MainWindowTest::returnPlaysAsSoonAsTheWindowIsThere()
-{
-    Stage stage;
-    stage.player.startHost({ QStringLiteral("--slow"), QStringLiteral("1") });
-    stage.open();
-    QTest::keyClick(stage.window->windowHandle(), Qt::Key_Return);
-    QTRY_VERIFY(stage.visible<ProgressBlock>());
-}
-
-void MainWindowTest::theFocusGoesToTheButtonThatTookThePlaceOfThePressedOne()
-{
-    Stage stage;
-    stage.open();
-    QCOMPARE(QApplication::focusWidget(), stage.visible<PlayButton>());
-    stage.model.state = AppState::settingUp();
-    Stage::settle();
-    QCOMPARE(QApplication::focusWidget(), Stage::button(*stage.window, QStringLiteral("Cancel")));
-    stage.model.state = AppState::starting();
-    Stage::settle();
-    QCOMPARE(QApplication::focusWidget(), Stage::button(*stage.window, QStringLiteral("Stop")));
-    stage.model.state = AppState::ready();
-    Stage::settle();
-    QCOMPARE(QApplication::focusWidget(), stage.visible<PlayButton>());
-}
-
-void MainWindowTest::tabGoesThroughEveryControlAndComesBack()
-{
-    Stage stage;
-    Samples::fail(stage.model, Samples::earlyEnd, 3);
-    stage.model.showLog = true;
-    stage.open(QSize(600, 1000));
-    QStringList order;
-    for (int step = 0; step < 8; ++step) {
-        const QWidget *focused = QApplication::focusWidget();
-        QVERIFY(focused);
-        const auto *button = qobject_cast<const QAbstractButton *>(focused);
-        order << (button ? button->text() : focused->accessibleName());
-        QTest::keyClick(stage.window->windowHandle(), Qt::Key_Tab);
-    }
-    QCOMPARE(
-        order,
-        (QStringList { QStringLiteral("Play"), QStringLiteral("Last lines of the log"),
-                       QStringLiteral("Copy"), QStringLiteral("Log"), QStringLiteral("Hide log"),
-                       QStringLiteral("Settings\u2026"), QStringLiteral("About"), QStringLiteral("Play") }));
-}
-
-void MainWindowTest::theShortcutsOpenTheSettingsAndCloseTheWindow()
-{
-    Stage stage;
-    stage.open();
-    QTest::keyClick(stage.window->windowHandle(), Qt::Key_Comma, Qt::ControlModifier);
-    Stage::settle();
-    QVERIFY(stage.visible<SettingsView>());
-    QTest::keyClick(stage.visible<SettingsView>(), Qt::Key_Escape);
-    Stage::settle();
-    QVERIFY(!stage.visible<SettingsView>());
-    stage.window->activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(stage.window.get()));
-    QTest::keyClick(stage.window->windowHandle(), Qt::Key_Q, Qt::ControlModifier);
-    Stage::settle();
-    QVERIFY(!stage.window->isVisible());
-    stage.window->show();
-    stage.window->activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(stage.window.get()));
-    QTest::keyClick(stage.window->windowHandle(), Qt::Key_W, Qt::ControlModifier);
-    Stage::settle();
-    QVERIFY(!stage.window->isVisible());
-}
-
-void MainWindowTest::copyTakesTheFailureReport()
-{
-    Stage stage;
-    stage.open();
-    QTest::keyClick(stage.window->windowHandle(), Qt::Key_C, Qt::ControlModifier);
-    QVERIFY(stage.player.pasteboard.texts.isEmpty());
-
-    Samples::fail(stage.model, QStringLiteral("It failed."), 2);
-    Stage::settle();
-    const QString report = QStringLiteral("It failed.\n") + Samples::lines(2).join(u'\n');
-    QTest::keyClick(stage.window->windowHandle(), Qt::Key_C, Qt::ControlModifier);
-    QCOMPARE(stage.player.pasteboard.texts, QStringList { report });
-    Stage::click(*stage.window, QStringLiteral("Copy"));
-    QCOMPARE(stage.player.pasteboard.texts, (QStringList { report, report }));
-}
-
-void MainWindowTest::theMenusAreThereOnMacOnly()
-{
-    Stage stage;
-    stage.open();
-    QVERIFY(!stage.window->findChild<QMenuBar *>());
-
-    Desktop::use(Desktop::describing(Desktop::System::MacOS));
-    MainWindow onMac(stage.model, stage.player.preferences);
-    Desktop::use(std::nullopt);
-    const auto *bar = onMac.findChild<QMenuBar *>();
-    QVERIFY(bar);
-    QMap<QAction::MenuRole, QString> roles;
-    const auto actions = onMac.actions();
-    for (const QAction *action : actions)
-        roles.insert(action->menuRole(), action->text());
-    QVERIFY(roles.contains(QAction::AboutRole));
-    QVERIFY(roles.contains(QAction::PreferencesRole));
-    QVERIFY(roles.contains(QAction::QuitRole));
-}
-
 void MainWindowTest::markupInTheGamesTextsIsShownAsItIs()
 {
     Stage stage;
@@ -546,7 +381,7 @@ void MainWindowTest::markupInTheGamesTextsIsShownAsItIs()
     game.blurb = QStringLiteral("<b>bold</b> & <img src='file:///x'> \u202egnp");
     stage.model.info = game;
     Stage::settle();
-    QCOMPARE(visibleTexts(*stage.visible<HeaderView>()).at(1),
+    QCOMPARE(Stage::texts(*stage.visible<HeaderView>()).at(1),
              QStringLiteral("<b>bold</b> & <img src='file:///x'> \ufffdgnp"));
     const auto labels = stage.window->findChildren<TextLabel *>();
     for (const TextLabel *label : labels)

@@ -1,7 +1,10 @@
 #pragma once
 
+#include "AboutView.h"
 #include "MainWindow.h"
 #include "Player.h"
+#include "SettingsView.h"
+#include "TextLabel.h"
 
 #include <QAbstractButton>
 #include <QTest>
@@ -65,6 +68,34 @@ public:
             qFatal("There is no button \"%s\".", qPrintable(text));
         QTest::mouseClick(target, Qt::LeftButton);
         settle();
+    }
+
+    /// Every text that the player can see in `where`, from top to bottom.
+    static QStringList texts(const QWidget &where)
+    {
+        QStringList result;
+        const auto labels = where.findChildren<TextLabel *>();
+        for (const TextLabel *label : labels) {
+            if (label->isVisible() && !label->text().isEmpty())
+                result << label->text();
+        }
+        return result;
+    }
+
+    /// Opens a sheet from the window's button, and the window before that.
+    SettingsView *openSettings()
+    {
+        if (!window)
+            open();
+        click(*window, QStringLiteral("Settings\u2026"));
+        return visible<SettingsView>();
+    }
+    AboutView *openAbout()
+    {
+        if (!window)
+            open();
+        click(*window, QStringLiteral("About"));
+        return visible<AboutView>();
     }
 
     /// The view of this class that the player can see in the window, or none.

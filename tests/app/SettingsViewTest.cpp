@@ -1,39 +1,16 @@
-#include "AboutView.h"
-#include "CodeHost.h"
 #include "DownloadProgress.h"
-#include "LinkButton.h"
 #include "Paths.h"
 #include "ProgressBlock.h"
 #include "Samples.h"
-#include "SettingsView.h"
 #include "Stage.h"
-#include "TextLabel.h"
 
 #include <QComboBox>
-#include <QDesktopServices>
 #include <QMessageBox>
-#include <QSignalSpy>
+#include <QPushButton>
 
 namespace {
 
 const QString removeEverything = QStringLiteral("Remove everything\u2026");
-
-/// Opens the settings sheet from the window's button.
-SettingsView *openSettings(Stage &stage)
-{
-    if (!stage.window)
-        stage.open();
-    Stage::click(*stage.window, QStringLiteral("Settings\u2026"));
-    return stage.visible<SettingsView>();
-}
-
-AboutView *openAbout(Stage &stage)
-{
-    if (!stage.window)
-        stage.open();
-    Stage::click(*stage.window, QStringLiteral("About"));
-    return stage.visible<AboutView>();
-}
 
 QComboBox *sizeChoice(const SettingsView *sheet) { return sheet->findChild<QComboBox *>(); }
 
@@ -43,52 +20,18 @@ void chooseSize(QComboBox *choice, const QString &text)
     Q_EMIT choice->activated(choice->currentIndex());
 }
 
-QStringList texts(const QWidget &sheet)
-{
-    QStringList result;
-    const auto labels = sheet.findChildren<TextLabel *>();
-    for (const TextLabel *label : labels)
-        result << label->text();
-    return result;
 }
 
-}
-
-/// Records what would have gone to the desktop's browser.
-class Browser final : public QObject {
-    Q_OBJECT
-
-public:
-    Browser()
-    {
-        QDesktopServices::setUrlHandler(QStringLiteral("https"), this, "open");
-        QDesktopServices::setUrlHandler(QStringLiteral("http"), this, "open");
-    }
-    ~Browser() override
-    {
-        QDesktopServices::unsetUrlHandler(QStringLiteral("https"));
-        QDesktopServices::unsetUrlHandler(QStringLiteral("http"));
-    }
-
-public Q_SLOTS:
-    void open(const QUrl &address) { opened << address; }
-
-public:
-    QList<QUrl> opened;
-};
-
-class SheetsTest final : public QObject {
+class SettingsViewTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void theSheetsAre440WideAndModalToTheirWindow();
     void theSettingsShowWhatIsStored();
     void fullscreenDisablesTheSizeAndKeepsItsValue();
     void aChosenSizeIsStoredAtOnce();
     void theArrowKeysChangeTheWindowChoice();
     void aStoredSizeThatNobodyOffersIsShownAndStays_data();
     void aStoredSizeThatNobodyOffersIsShownAndStays();
-    void returnIsDoneAndEscapeCloses();
     void theTextsStandInTheirOrder();
     void updateClosesTheSheetBeforeTheWorkStarts();
     void reinstallClosesTheSheetBeforeTheWorkStarts();
@@ -100,31 +43,12 @@ private Q_SLOTS:
     void confirmingTheRemovalRemovesAndClosesTheSheet();
     void maintenanceIsOffWhileTheGameRuns();
     void aGameThatStartsDuringTheQuestionTurnsTheRemovalOff();
-    void withoutFactsTheAboutSentenceHasItsFixedParts();
-    void withFactsTheAboutSentenceNamesAuthorAndLicence();
-    void theAboutTextsStandInTheirOrder();
-    void theLinkOpensThePageInTheDesktopsBrowser();
-    void anAddressThatDoesNotParseIsLeftOut();
-    void closedSheetsAreGoneForGood();
 };
 
-void SheetsTest::theSheetsAre440WideAndModalToTheirWindow()
+void SettingsViewTest::theSettingsShowWhatIsStored()
 {
     Stage stage;
-    auto *settings = openSettings(stage);
-    QCOMPARE(settings->width(), 440);
-    QCOMPARE(settings->windowModality(), Qt::WindowModal);
-    QVERIFY(settings->windowFlags().testFlag(Qt::Sheet));
-    settings->close();
-    auto *about = openAbout(stage);
-    QCOMPARE(about->width(), 440);
-    QCOMPARE(about->windowModality(), Qt::WindowModal);
-}
-
-void SheetsTest::theSettingsShowWhatIsStored()
-{
-    Stage stage;
-    auto *sheet = openSettings(stage);
+    auto *sheet = stage.openSettings();
     const auto *choice = sizeChoice(sheet);
     QCOMPARE(choice->currentText(), QStringLiteral("Game default"));
     QStringList entries;
@@ -145,17 +69,17 @@ void SheetsTest::theSettingsShowWhatIsStored()
 
     stage.player.preferences.setFullscreen(true);
     stage.player.preferences.setResolution(QStringLiteral("1600x900"));
-    sheet = openSettings(stage);
+    sheet = stage.openSettings();
     QVERIFY(Stage::button(*sheet, QStringLiteral("Fullscreen"))->isChecked());
     QCOMPARE(sizeChoice(sheet)->currentText(), QStringLiteral("1600x900"));
     QVERIFY(!sizeChoice(sheet)->isEnabled());
 }
 
-void SheetsTest::fullscreenDisablesTheSizeAndKeepsItsValue()
+void SettingsViewTest::fullscreenDisablesTheSizeAndKeepsItsValue()
 {
     Stage stage;
     stage.player.preferences.setResolution(QStringLiteral("1280x720"));
-    auto *sheet = openSettings(stage);
+    auto *sheet = stage.openSettings();
     Stage::click(*sheet, QStringLiteral("Fullscreen"));
     QVERIFY(stage.player.preferences.fullscreen());
     QVERIFY(!sizeChoice(sheet)->isEnabled());
@@ -167,10 +91,10 @@ void SheetsTest::fullscreenDisablesTheSizeAndKeepsItsValue()
     QCOMPARE(sizeChoice(sheet)->currentText(), QStringLiteral("1280x720"));
 }
 
-void SheetsTest::aChosenSizeIsStoredAtOnce()
+void SettingsViewTest::aChosenSizeIsStoredAtOnce()
 {
     Stage stage;
-    auto *choice = sizeChoice(openSettings(stage));
+    auto *choice = sizeChoice(stage.openSettings());
     choice->setFocus();
     QTest::keyClick(choice, Qt::Key_Down);
     QCOMPARE(stage.player.preferences.resolution(), QStringLiteral("1280x720"));
@@ -180,10 +104,10 @@ void SheetsTest::aChosenSizeIsStoredAtOnce()
     QCOMPARE(stage.player.preferences.resolution(), QStringLiteral("default"));
 }
 
-void SheetsTest::theArrowKeysChangeTheWindowChoice()
+void SettingsViewTest::theArrowKeysChangeTheWindowChoice()
 {
     Stage stage;
-    auto *sheet = openSettings(stage);
+    auto *sheet = stage.openSettings();
     auto *windowed = Stage::button(*sheet, QStringLiteral("Windowed"));
     auto *fullscreen = Stage::button(*sheet, QStringLiteral("Fullscreen"));
     windowed->setFocus();
@@ -196,7 +120,7 @@ void SheetsTest::theArrowKeysChangeTheWindowChoice()
     QVERIFY(!stage.player.preferences.fullscreen());
 }
 
-void SheetsTest::aStoredSizeThatNobodyOffersIsShownAndStays_data()
+void SettingsViewTest::aStoredSizeThatNobodyOffersIsShownAndStays_data()
 {
     QTest::addColumn<QString>("stored");
     QTest::addColumn<QString>("shown");
@@ -208,13 +132,13 @@ void SheetsTest::aStoredSizeThatNobodyOffersIsShownAndStays_data()
     QTest::newRow("endless") << QString(100000, QLatin1Char('9')) << QString(100000, QLatin1Char('9'));
 }
 
-void SheetsTest::aStoredSizeThatNobodyOffersIsShownAndStays()
+void SettingsViewTest::aStoredSizeThatNobodyOffersIsShownAndStays()
 {
     QFETCH(const QString, stored);
     QFETCH(const QString, shown);
     Stage stage;
     stage.player.preferences.setResolution(stored);
-    auto *sheet = openSettings(stage);
+    auto *sheet = stage.openSettings();
     auto *choice = sizeChoice(sheet);
     QCOMPARE(choice->count(), 5);
     QCOMPARE(choice->currentText(), shown);
@@ -227,35 +151,16 @@ void SheetsTest::aStoredSizeThatNobodyOffersIsShownAndStays()
     Stage::click(*sheet, QStringLiteral("Done"));
     QCOMPARE(stage.player.preferences.resolution(), stored);
 
-    sheet = openSettings(stage);
+    sheet = stage.openSettings();
     chooseSize(sizeChoice(sheet), QStringLiteral("1600x900"));
     QCOMPARE(stage.player.preferences.resolution(), QStringLiteral("1600x900"));
 }
 
-void SheetsTest::returnIsDoneAndEscapeCloses()
+void SettingsViewTest::theTextsStandInTheirOrder()
 {
     Stage stage;
-    for (const Qt::Key key : { Qt::Key_Return, Qt::Key_Enter, Qt::Key_Escape }) {
-        QTest::keyClick(openSettings(stage), key);
-        Stage::settle();
-        QVERIFY(!stage.visible<SettingsView>());
-        QTest::keyClick(openAbout(stage), key);
-        Stage::settle();
-        QVERIFY(!stage.visible<AboutView>());
-    }
-    // Also when something else than "Done" has the focus.
-    auto *sheet = openSettings(stage);
-    sizeChoice(sheet)->setFocus();
-    QTest::keyClick(sizeChoice(sheet), Qt::Key_Return);
-    Stage::settle();
-    QVERIFY(!stage.visible<SettingsView>());
-}
-
-void SheetsTest::theTextsStandInTheirOrder()
-{
-    Stage stage;
-    const auto *sheet = openSettings(stage);
-    QCOMPARE(texts(*sheet),
+    const auto *sheet = stage.openSettings();
+    QCOMPARE(Stage::texts(*sheet),
              (QStringList {
                  QStringLiteral("Settings"), QStringLiteral("Window"), QStringLiteral("Window size"),
                  QStringLiteral("Updating downloads the game again. Your save files are kept (they live "
@@ -270,11 +175,11 @@ void SheetsTest::theTextsStandInTheirOrder()
     QVERIFY(Stage::button(*sheet, QStringLiteral("Show saves")));
 }
 
-void SheetsTest::updateClosesTheSheetBeforeTheWorkStarts()
+void SettingsViewTest::updateClosesTheSheetBeforeTheWorkStarts()
 {
     Stage stage;
     stage.player.startHost({ QStringLiteral("--slow"), QStringLiteral("1") });
-    auto *sheet = openSettings(stage);
+    auto *sheet = stage.openSettings();
     bool wasOpenAtStart = false;
     QObject::connect(&stage.model, &Observable::willChange, stage.window.get(),
                      [&] { wasOpenAtStart |= stage.visible<SettingsView>() != nullptr; });
@@ -285,11 +190,11 @@ void SheetsTest::updateClosesTheSheetBeforeTheWorkStarts()
     QVERIFY(!wasOpenAtStart);
 }
 
-void SheetsTest::reinstallClosesTheSheetBeforeTheWorkStarts()
+void SettingsViewTest::reinstallClosesTheSheetBeforeTheWorkStarts()
 {
     Stage stage;
     stage.player.startHost({ QStringLiteral("--slow"), QStringLiteral("1") });
-    auto *sheet = openSettings(stage);
+    auto *sheet = stage.openSettings();
     bool wasOpenAtStart = false;
     QObject::connect(&stage.model, &Observable::willChange, stage.window.get(),
                      [&] { wasOpenAtStart |= stage.visible<SettingsView>() != nullptr; });
@@ -299,10 +204,10 @@ void SheetsTest::reinstallClosesTheSheetBeforeTheWorkStarts()
     QVERIFY(!wasOpenAtStart);
 }
 
-void SheetsTest::revealAndSavesLeaveTheSheetOpen()
+void SettingsViewTest::revealAndSavesLeaveTheSheetOpen()
 {
     Stage stage;
-    auto *sheet = openSettings(stage);
+    auto *sheet = stage.openSettings();
     Stage::click(*sheet, QStringLiteral("Reveal in Finder"));
     QCOMPARE(stage.model.notice.get(), QStringLiteral("Nothing is downloaded yet."));
     Stage::click(*sheet, QStringLiteral("Show saves"));
@@ -314,10 +219,10 @@ void SheetsTest::revealAndSavesLeaveTheSheetOpen()
     QVERIFY(stage.visible<SettingsView>());
 }
 
-void SheetsTest::theRemovalAsksAndShowsTheSizeWhenItIsKnown()
+void SettingsViewTest::theRemovalAsksAndShowsTheSizeWhenItIsKnown()
 {
     Stage stage;
-    auto *sheet = openSettings(stage);
+    auto *sheet = stage.openSettings();
     Stage::click(*sheet, removeEverything);
     auto *question = stage.visible<QMessageBox>();
     QVERIFY(question);
@@ -338,11 +243,11 @@ void SheetsTest::theRemovalAsksAndShowsTheSizeWhenItIsKnown()
     QVERIFY(remove->width() >= remove->sizeHint().width());
 }
 
-void SheetsTest::cancellingTheRemovalLeavesTheSheetAndTheFiles()
+void SettingsViewTest::cancellingTheRemovalLeavesTheSheetAndTheFiles()
 {
     Stage stage;
     QDir().mkpath(Paths::gameFolder());
-    auto *sheet = openSettings(stage);
+    auto *sheet = stage.openSettings();
     Stage::click(*sheet, removeEverything);
     Stage::click(*stage.visible<QMessageBox>(), QStringLiteral("Cancel"));
     QVERIFY(!stage.visible<QMessageBox>());
@@ -351,11 +256,11 @@ void SheetsTest::cancellingTheRemovalLeavesTheSheetAndTheFiles()
     QVERIFY(!stage.model.notice->has_value());
 }
 
-void SheetsTest::escapeCancelsTheRemoval()
+void SettingsViewTest::escapeCancelsTheRemoval()
 {
     Stage stage;
     QDir().mkpath(Paths::gameFolder());
-    Stage::click(*openSettings(stage), removeEverything);
+    Stage::click(*stage.openSettings(), removeEverything);
     QTest::keyClick(stage.visible<QMessageBox>(), Qt::Key_Escape);
     Stage::settle();
     QVERIFY(!stage.visible<QMessageBox>());
@@ -363,22 +268,22 @@ void SheetsTest::escapeCancelsTheRemoval()
     QVERIFY(QDir(Paths::gameFolder()).exists());
 }
 
-void SheetsTest::returnDoesNotRemove()
+void SettingsViewTest::returnDoesNotRemove()
 {
     Stage stage;
     QDir().mkpath(Paths::gameFolder());
-    Stage::click(*openSettings(stage), removeEverything);
+    Stage::click(*stage.openSettings(), removeEverything);
     QTest::keyClick(stage.visible<QMessageBox>(), Qt::Key_Return);
     Stage::settle();
     QVERIFY(QDir(Paths::gameFolder()).exists());
 }
 
-void SheetsTest::confirmingTheRemovalRemovesAndClosesTheSheet()
+void SettingsViewTest::confirmingTheRemovalRemovesAndClosesTheSheet()
 {
     Stage stage;
     stage.player.home.write(QStringLiteral("data/Vantor Platformer/Game/picture"), QByteArray(100000, 'x'));
     QVERIFY(QDir(Paths::gameFolder()).exists());
-    Stage::click(*openSettings(stage), removeEverything);
+    Stage::click(*stage.openSettings(), removeEverything);
     QTRY_VERIFY(stage.model.freeableBytes > 0);
     Stage::settle();
     Stage::click(*stage.visible<QMessageBox>(),
@@ -389,10 +294,10 @@ void SheetsTest::confirmingTheRemovalRemovesAndClosesTheSheet()
     QCOMPARE(stage.model.notice.get(), QStringLiteral("Everything was removed."));
 }
 
-void SheetsTest::maintenanceIsOffWhileTheGameRuns()
+void SettingsViewTest::maintenanceIsOffWhileTheGameRuns()
 {
     Stage stage;
-    auto *sheet = openSettings(stage);
+    auto *sheet = stage.openSettings();
     const QStringList maintenance { QStringLiteral("Update the game"), QStringLiteral("Reinstall"),
                                     removeEverything };
     stage.model.runner.isRunning = true;
@@ -406,81 +311,15 @@ void SheetsTest::maintenanceIsOffWhileTheGameRuns()
         QVERIFY(Stage::button(*sheet, text)->isEnabled());
 }
 
-void SheetsTest::aGameThatStartsDuringTheQuestionTurnsTheRemovalOff()
+void SettingsViewTest::aGameThatStartsDuringTheQuestionTurnsTheRemovalOff()
 {
     Stage stage;
-    Stage::click(*openSettings(stage), removeEverything);
+    Stage::click(*stage.openSettings(), removeEverything);
     stage.model.runner.isRunning = true;
     Stage::settle();
     auto *question = stage.visible<QMessageBox>();
     QVERIFY(!Stage::button(*question, QStringLiteral("Remove (frees %1)").arg(fileSizeText(0)))->isEnabled());
 }
 
-void SheetsTest::withoutFactsTheAboutSentenceHasItsFixedParts()
-{
-    Stage stage;
-    QVERIFY(
-        texts(*openAbout(stage)).contains(QStringLiteral("Game by its author. Licence: see the repository")));
-}
-
-void SheetsTest::withFactsTheAboutSentenceNamesAuthorAndLicence()
-{
-    Stage stage;
-    const auto *sheet = openAbout(stage);
-    stage.model.info = Samples::game();
-    Stage::settle();
-    QVERIFY(texts(*sheet).contains(QStringLiteral("Game by Ada Hill. Licence: MIT License")));
-}
-
-void SheetsTest::theAboutTextsStandInTheirOrder()
-{
-    Stage stage;
-    const auto *sheet = openAbout(stage);
-    const QStringList all = texts(*sheet);
-    QCOMPARE(all.size(), 6);
-    QCOMPARE(all.at(0), QStringLiteral("About"));
-    QCOMPARE(all.at(2),
-             QStringLiteral("The game belongs to its author; this app only downloads and starts it."));
-    QCOMPARE(all.at(3), QStringLiteral("Based on Kestrelwood/Vantor, MIT License."));
-    QVERIFY(all.at(4).contains(QStringLiteral("Godot")));
-    QVERIFY(all.at(4).contains(QStringLiteral("MIT")));
-    QVERIFY(all.at(4).contains(QStringLiteral("contributors")));
-    QVERIFY(all.at(5).contains(CodeHost::address().host()));
-    QVERIFY(Stage::button(*sheet, QStringLiteral("Done")));
-}
-
-void SheetsTest::theLinkOpensThePageInTheDesktopsBrowser()
-{
-    const Browser browser;
-    Stage stage;
-    auto *sheet = openAbout(stage);
-    const QUrl page = CodeHost::url(QStringLiteral("/Kestrelwood/Vantor"));
-    Stage::click(*sheet, page.toString());
-    QCOMPARE(browser.opened, QList<QUrl> { page });
-    auto *link = sheet->findChild<LinkButton *>();
-    link->setFocus();
-    QTest::keyClick(link, Qt::Key_Space);
-    QCOMPARE(browser.opened.size(), 2);
-    QVERIFY(stage.visible<AboutView>());
-}
-
-void SheetsTest::anAddressThatDoesNotParseIsLeftOut()
-{
-    CodeHost::setAddress(QUrl());
-    Stage stage;
-    const auto *sheet = openAbout(stage);
-    CodeHost::setAddress(CodeHost::official());
-    QVERIFY(!sheet->findChild<LinkButton *>());
-    QCOMPARE(texts(*sheet).size(), 6);
-}
-
-void SheetsTest::closedSheetsAreGoneForGood()
-{
-    Stage stage;
-    openSettings(stage)->close();
-    openAbout(stage)->close();
-    QTRY_VERIFY(!stage.window->findChild<Sheet *>());
-}
-
-QTEST_MAIN(SheetsTest)
-#include "SheetsTest.moc"
+QTEST_MAIN(SettingsViewTest)
+#include "SettingsViewTest.moc"

@@ -1,0 +1,101 @@
+#include "CodeHost.h"
+#include "LinkButton.h"
+#include "Samples.h"
+#include "Stage.h"
+
+#include <QDesktopServices>
+
+/// Records what would have gone to the desktop's browser.
+class Browser final : public QObject {
+    Q_OBJECT
+
+public:
+    Browser()
+    {
+        QDesktopServices::setUrlHandler(QStringLiteral("https"), this, "open");
+        QDesktopServices::setUrlHandler(QStringLiteral("http"), this, "open");
+    }
+    ~Browser() override
+    {
+        QDesktopServices::unsetUrlHandler(QStringLiteral("https"));
+        QDesktopServices::unsetUrlHandler(QStringLiteral("http"));
+    }
+
+public Q_SLOTS:
+    void open(const QUrl &address) { opened << address; }
+
+public:
+    QList<QUrl> opened;
+};
+
+class AboutViewTest final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void withoutFactsTheAboutSentenceHasItsFixedParts();
+    void withFactsTheAboutSentenceNamesAuthorAndLicence();
+    void theAboutTextsStandInTheirOrder();
+    void theLinkOpensThePageInTheDesktopsBrowser();
+    void anAddressThatDoesNotParseIsLeftOut();
+};
+
+void AboutViewTest::withoutFactsTheAboutSentenceHasItsFixedParts()
+{
+    Stage stage;
+    QVERIFY(Stage::texts(*stage.openAbout())
+                .contains(QStringLiteral("Game by its author. Licence: see the repository")));
+}
+
+void AboutViewTest::withFactsTheAboutSentenceNamesAuthorAndLicence()
+{
+    Stage stage;
+    const auto *sheet = stage.openAbout();
+    stage.model.info = Samples::game();
+    Stage::settle();
+    QVERIFY(Stage::texts(*sheet).contains(QStringLiteral("Game by Ada Hill. Licence: MIT License")));
+}
+
+void AboutViewTest::theAboutTextsStandInTheirOrder()
+{
+    Stage stage;
+    const auto *sheet = stage.openAbout();
+    const QStringList all = Stage::texts(*sheet);
+    QCOMPARE(all.size(), 6);
+    QCOMPARE(all.at(0), QStringLiteral("About"));
+    QCOMPARE(all.at(2),
+             QStringLiteral("The game belongs to its author; this app only downloads and starts it."));
+    QCOMPARE(all.at(3), QStringLiteral("Based on Kestrelwood/Vantor, MIT License."));
+    QVERIFY(all.at(4).contains(QStringLiteral("Godot")));
+    QVERIFY(all.at(4).contains(QStringLiteral("MIT")));
+    QVERIFY(all.at(4).contains(QStringLiteral("contributors")));
+    QVERIFY(all.at(5).contains(CodeHost::address().host()));
+    QVERIFY(Stage::button(*sheet, QStringLiteral("Done")));
+}
+
+void AboutViewTest::theLinkOpensThePageInTheDesktopsBrowser()
+{
+    const Browser browser;
+    Stage stage;
+    auto *sheet = stage.openAbout();
+    const QUrl page = CodeHost::url(QStringLiteral("/Kestrelwood/Vantor"));
+    Stage::click(*sheet, page.toString());
+    QCOMPARE(browser.opened, QList<QUrl> { page });
+    auto *link = sheet->findChild<LinkButton *>();
+    link->setFocus();
+    QTest::keyClick(link, Qt::Key_Space);
+    QCOMPARE(browser.opened.size(), 2);
+    QVERIFY(stage.visible<AboutView>());
+}
+
+void AboutViewTest::anAddressThatDoesNotParseIsLeftOut()
+{
+    CodeHost::setAddress(QUrl());
+    Stage stage;
+    const auto *sheet = stage.openAbout();
+    CodeHost::setAddress(CodeHost::official());
+    QVERIFY(!sheet->findChild<LinkButton *>());
+    QCOMPARE(Stage::texts(*sheet).size(), 6);
+}
+
+QTEST_MAIN(AboutViewTest)
+#include "AboutViewTest.moc"

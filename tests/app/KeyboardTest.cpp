@@ -1,0 +1,166 @@
+#include "Desktop.h"
+#include "PlayButton.h"
+#include "ProgressBlock.h"
+#include "Samples.h"
+#include "Stage.h"
+
+#include <QAction>
+#include <QMenuBar>
+#include <QSignalSpy>
+
+class KeyboardTest final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aDoubleClickOnPlayDoesNotPressStop();
+    void aKeyHeldDownPressesOnce();
+    void returnPlaysAsSoonAsTheWindowIsThere();
+    void theFocusGoesToTheButtonThatTookThePlaceOfThePressedOne();
+    void tabGoesThroughEveryControlAndComesBack();
+    void theShortcutsOpenTheSettingsAndCloseTheWindow();
+    void copyTakesTheFailureReport();
+    void theMenusAreThereOnMacOnly();
+};
+
+void KeyboardTest::aDoubleClickOnPlayDoesNotPressStop()
+{
+    Stage stage;
+    stage.model.state = AppState::playing();
+    stage.model.runner.isRunning = true;
+    stage.open();
+    auto *stop = Stage::button(*stage.window, QStringLiteral("Stop"));
+    QSignalSpy clicked(stop, &QAbstractButton::clicked);
+    // The desktop sends the second press of a double click to whatever lies there by then.
+    QMouseEvent second(QEvent::MouseButtonDblClick, QPointF(stop->rect().center()),
+                       stop->mapToGlobal(QPointF(stop->rect().center())), Qt::LeftButton, Qt::LeftButton, {});
+    QCoreApplication::sendEvent(stop, &second);
+    QTest::mouseRelease(stop, Qt::LeftButton);
+    QCOMPARE(clicked.size(), 0);
+    QTest::mouseClick(stop, Qt::LeftButton);
+    QCOMPARE(clicked.size(), 1);
+}
+
+void KeyboardTest::aKeyHeldDownPressesOnce()
+{
+    Stage stage;
+    stage.model.state = AppState::playing();
+    stage.open();
+    auto *stop = Stage::button(*stage.window, QStringLiteral("Stop"));
+    stop->setFocus();
+    QSignalSpy clicked(stop, &QAbstractButton::clicked);
+    QKeyEvent repeated(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, QString(), true);
+    QCoreApplication::sendEvent(stop, &repeated);
+    QCOMPARE(clicked.size(), 0);
+    QTest::keyClick(stop, Qt::Key_Return);
+    QCOMPARE(clicked.size(), 1);
+    QTest::keyClick(stop, Qt::Key_Space);
+    QCOMPARE(clicked.size(), 2);
+}
+
+void KeyboardTest::returnPlaysAsSoonAsTheWindowIsThere()
+{
+    Stage stage;
+    stage.player.startHost({ QStringLiteral("--slow"), QStringLiteral("1") });
+    stage.open();
+    QTest::keyClick(stage.window->windowHandle(), Qt::Key_Return);
+    QTRY_VERIFY(stage.visible<ProgressBlock>());
+}
+
+void KeyboardTest::theFocusGoesToTheButtonThatTookThePlaceOfThePressedOne()
+{
+    Stage stage;
+    stage.open();
+    QCOMPARE(QApplication::focusWidget(), stage.visible<PlayButton>());
+    stage.model.state = AppState::settingUp();
+    Stage::settle();
+    QCOMPARE(QApplication::focusWidget(), Stage::button(*stage.window, QStringLiteral("Cancel")));
+    stage.model.state = AppState::starting();
+    Stage::settle();
+    QCOMPARE(QApplication::focusWidget(), Stage::button(*stage.window, QStringLiteral("Stop")));
+    stage.model.state = AppState::ready();
+    Stage::settle();
+    QCOMPARE(QApplication::focusWidget(), stage.visible<PlayButton>());
+}
+
+void KeyboardTest::tabGoesThroughEveryControlAndComesBack()
+{
+    Stage stage;
+    Samples::fail(stage.model, Samples::earlyEnd, 3);
+    stage.model.showLog = true;
+    stage.open(QSize(600, 1000));
+    QStringList order;
+    for (int step = 0; step < 8; ++step) {
+        const QWidget *focused = QApplication::focusWidget();
+        QVERIFY(focused);
+        const auto *button = qobject_cast<const QAbstractButton *>(focused);
+        order << (button ? button->text() : focused->accessibleName());
+        QTest::keyClick(stage.window->windowHandle(), Qt::Key_Tab);
+    }
+    QCOMPARE(
+        order,
+        (QStringList { QStringLiteral("Play"), QStringLiteral("Last lines of the log"),
+                       QStringLiteral("Copy"), QStringLiteral("Log"), QStringLiteral("Hide log"),
+                       QStringLiteral("Settings\u2026"), QStringLiteral("About"), QStringLiteral("Play") }));
+}
+
+void KeyboardTest::theShortcutsOpenTheSettingsAndCloseTheWindow()
+{
+    Stage stage;
+    stage.open();
+    QTest::keyClick(stage.window->windowHandle(), Qt::Key_Comma, Qt::ControlModifier);
+    Stage::settle();
+    QVERIFY(stage.visible<SettingsView>());
+    QTest::keyClick(stage.visible<SettingsView>(), Qt::Key_Escape);
+    Stage::settle();
+    QVERIFY(!stage.visible<SettingsView>());
+    stage.window->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(stage.window.get()));
+    QTest::keyClick(stage.window->windowHandle(), Qt::Key_Q, Qt::ControlModifier);
+    Stage::settle();
+    QVERIFY(!stage.window->isVisible());
+    stage.window->show();
+    stage.window->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(stage.window.get()));
+    QTest::keyClick(stage.window->windowHandle(), Qt::Key_W, Qt::ControlModifier);
+    Stage::settle();
+    QVERIFY(!stage.window->isVisible());
+}
+
+void KeyboardTest::copyTakesTheFailureReport()
+{
+    Stage stage;
+    stage.open();
+    QTest::keyClick(stage.window->windowHandle(), Qt::Key_C, Qt::ControlModifier);
+    QVERIFY(stage.player.pasteboard.texts.isEmpty());
+
+    Samples::fail(stage.model, QStringLiteral("It failed."), 2);
+    Stage::settle();
+    const QString report = QStringLiteral("It failed.\n") + Samples::lines(2).join(u'\n');
+    QTest::keyClick(stage.window->windowHandle(), Qt::Key_C, Qt::ControlModifier);
+    QCOMPARE(stage.player.pasteboard.texts, QStringList { report });
+    Stage::click(*stage.window, QStringLiteral("Copy"));
+    QCOMPARE(stage.player.pasteboard.texts, (QStringList { report, report }));
+}
+
+void KeyboardTest::theMenusAreThereOnMacOnly()
+{
+    Stage stage;
+    stage.open();
+    QVERIFY(!stage.window->findChild<QMenuBar *>());
+
+    Desktop::use(Desktop::describing(Desktop::System::MacOS));
+    MainWindow onMac(stage.model, stage.player.preferences);
+    Desktop::use(std::nullopt);
+    const auto *bar = onMac.findChild<QMenuBar *>();
+    QVERIFY(bar);
+    QMap<QAction::MenuRole, QString> roles;
+    const auto actions = onMac.actions();
+    for (const QAction *action : actions)
+        roles.insert(action->menuRole(), action->text());
+    QVERIFY(roles.contains(QAction::AboutRole));
+    QVERIFY(roles.contains(QAction::PreferencesRole));
+    QVERIFY(roles.contains(QAction::QuitRole));
+}
+
+QTEST_MAIN(KeyboardTest)
+#include "KeyboardTest.moc"
