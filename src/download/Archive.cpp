@@ -10,17 +10,33 @@
 
 using namespace Qt::StringLiterals;
 
-QCoro::Task<> Archive::unzip(QString zipFile, QString destination, LogStore *log, std::stop_token end)
+namespace {
+
+/// Runs `tool`, whose lines go to `log`, and gives its status.
+QCoro::Task<qint32> runTool(QString tool, QStringList arguments, LogStore *log, std::stop_token end)
 {
     const auto controller = ProcessController::create();
-    const QString tool = Desktop::current().unpackTool;
-    const QStringList arguments { u"-x"_s, u"-k"_s, zipFile, destination };
     const std::stop_callback onEnd(end, [controller] { controller->cancel(); });
     const auto appendToLog = [log](const QString &line) { log->append(line); };
     const qint32 status = co_await controller->run(tool, arguments, appendToLog);
     throwIfCancelled(end);
+    co_return status;
+}
+
+}
+
+QCoro::Task<> Archive::unzip(QString zipFile, QString destination, LogStore *log, std::stop_token end)
+{
+    const Desktop desktop = Desktop::current();
+    const QStringList toCheck { u"--check"_s, zipFile };
+    const QStringList toUnpack { u"-x"_s, u"-k"_s, zipFile, destination };
+    qint32 status = 0;
+    if (!desktop.archiveCheckTool.isEmpty())
+        status = co_await runTool(desktop.archiveCheckTool, toCheck, log, end);
+    if (status == 0)
+        status = co_await runTool(desktop.unpackTool, toUnpack, log, end);
     if (status != 0) {
-        // The tool's name on the first desktop stands for every desktop's.
+        // The tool's name on the first desktop stands for every desktop's, and for the check before it.
         throw AppError::message(u"Could not unpack "_s + QFileInfo(zipFile).fileName()
                                 + u" (ditto exit code "_s + QString::number(status) + u")."_s);
     }

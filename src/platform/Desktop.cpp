@@ -56,6 +56,7 @@ Desktop Desktop::describing(System system)
     desktop.processor = machineProcessor();
     if (system == System::MacOS) {
         desktop.unpackTool = QStringLiteral("/usr/bin/ditto");
+        desktop.archiveCheckTool = ownUnpackTool();
         desktop.quarantineTool = QStringLiteral("/usr/bin/xattr");
     } else {
         desktop.unpackTool = ownUnpackTool();

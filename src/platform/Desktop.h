@@ -17,6 +17,9 @@ struct Desktop {
     /// The program that unpacks zip archives with the arguments `-x -k ARCHIVE FOLDER`. "/usr/bin/ditto" on
     /// macOS; on Linux our own, beside the launcher or in its libexec folder.
     QString unpackTool;
+    /// The program that refuses an archive that cannot be trusted, with the arguments `--check ARCHIVE`,
+    /// before `unpackTool` runs: our own. Empty where that is the unpack tool, which checks by itself.
+    QString archiveCheckTool;
     /// The program that clears the download-quarantine attribute. Empty where files carry no such flag.
     QString quarantineTool;
 

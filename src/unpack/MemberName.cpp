@@ -86,8 +86,9 @@ void checkLinkTarget(const std::string &link, const std::string &target)
 
 std::string comparisonKey(const std::string &name)
 {
-    // Folding can undo the normal form, so that it is made again behind it.
-    const QString normal = decoded(name).normalized(QString::NormalizationForm_D).toCaseFolded();
+    // Only capitals come in twos where a letter has none ("ß" and "SS"). Folding can undo the normal form, so
+    // that it is made again behind it.
+    const QString normal = decoded(name).normalized(QString::NormalizationForm_D).toUpper().toCaseFolded();
     return normal.normalized(QString::NormalizationForm_D).toStdString();
 }
 

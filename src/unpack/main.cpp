@@ -1,23 +1,35 @@
+#include "ArchiveCheck.h"
 #include "Extraction.h"
 #include "UnpackError.h"
 
+#ifdef __linux__
 #include <sys/prctl.h>
+#endif
 #include <unistd.h>
 
+#include <algorithm>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
 #include <exception>
+#include <functional>
+#include <string>
+#include <vector>
 
 namespace {
 
+constexpr int problem = 1;
+
 /// Ends this program when the one that started it ends, however that happens: nobody would wait for the
-/// result.
+/// result. Where that cannot be asked for, it ends a little later by itself.
 bool endWithParent()
 {
+#ifdef __linux__
     const pid_t parent = getppid();
     return prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && getppid() == parent;
+#else
+    return true;
+#endif
 }
 
 /// A request to end is followed at once, whatever the starting program made of that signal for itself.
@@ -30,27 +42,47 @@ void obeyTermination()
     sigprocmask(SIG_UNBLOCK, &termination, nullptr);
 }
 
+/// Names are UTF-8 whatever the environment says. The systems' names for that differ; where neither is known,
+/// only plain names are unpacked.
+void readNamesAsUtf8()
+{
+    if (!std::setlocale(LC_CTYPE, "C.UTF-8"))
+        std::setlocale(LC_CTYPE, "UTF-8");
 }
 
-// Called like the archive tool of macOS: vantor-unpack -x -k ARCHIVE FOLDER
+/// What the program is asked to do; nothing to call when it is called in another way than it knows.
+std::function<void()> workOf(const std::vector<std::string> &arguments)
+{
+    if (arguments.size() == 4 && arguments[0] == "-x" && arguments[1] == "-k")
+        return [&arguments] { unpack(arguments[2], arguments[3]); };
+    if (arguments.size() == 2 && arguments[0] == "--check")
+        return [&arguments] { checkArchive(ArchiveFile(arguments[1])); };
+    return {};
+}
+
+}
+
+// Unpacks when called like the archive tool of macOS, and also only checks, for that tool checks little.
 int main(int argc, char **argv)
 {
-    if (argc != 5 || std::strcmp(argv[1], "-x") != 0 || std::strcmp(argv[2], "-k") != 0) {
-        std::fputs("usage: vantor-unpack -x -k ARCHIVE FOLDER\n", stderr);
-        return 1;
+    const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+    const std::function<void()> work = workOf(arguments);
+    if (!work) {
+        std::fputs("usage: vantor-unpack -x -k ARCHIVE FOLDER\n"
+                   "       vantor-unpack --check ARCHIVE\n",
+                   stderr);
+        return problem;
     }
     obeyTermination();
     if (!endWithParent())
-        return 1;
-    // Names are UTF-8 whatever the environment says. Where this locale is missing, only plain names are
-    // unpacked.
-    std::setlocale(LC_CTYPE, "C.UTF-8");
+        return problem;
+    readNamesAsUtf8();
 
     try {
-        unpack(argv[3], argv[4]);
+        work();
     } catch (const std::exception &error) {
         std::fprintf(stderr, "%s\n", error.what());
-        return 1;
+        return problem;
     }
     return 0;
 }

@@ -1,5 +1,6 @@
 #include "Archive.h"
 #include "AppError.h"
+#include "CancellationError.h"
 #include "Desktop.h"
 #include "LogStore.h"
 #include "Tasks.h"
@@ -9,6 +10,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
@@ -98,6 +100,62 @@ private Q_SLOTS:
         QTRY_VERIFY(!m_log->lines->isEmpty());
     }
 
+    void onMacOSTheCheckRunsBeforeDitto()
+    {
+        useMacOS();
+        write(zipFile(), ZipBuilder { ZipEntry::file("Game/project.godot", "x") }.bytes());
+        Tasks::finish(Archive::unzip(zipFile(), destination(), &*m_log));
+        QTRY_COMPARE(m_log->lines.get(),
+                     (QStringList { u"ditto -x -k "_s + zipFile() + u' ' + destination() }));
+    }
+
+    void onMacOSDittoNeverSeesAnArchiveThatCannotBeTrusted_data()
+    {
+        QTest::addColumn<QByteArray>("archive");
+        ZipEntry damaged = ZipEntry::file("a", "content");
+        damaged.crc = 1;
+        QTest::newRow("a way out") << ZipBuilder { ZipEntry::file("../evil", "x") }.bytes();
+        QTest::newRow("a link out") << ZipBuilder { ZipEntry::link("a", "../..") }.bytes();
+        QTest::newRow("a wrong checksum") << ZipBuilder { damaged }.bytes();
+        QTest::newRow("a web page") << QByteArray("<!DOCTYPE html>");
+    }
+
+    void onMacOSDittoNeverSeesAnArchiveThatCannotBeTrusted()
+    {
+        QFETCH(QByteArray, archive);
+        useMacOS();
+        write(zipFile(), archive);
+        QCOMPARE(failure(), u"Could not unpack game.zip (ditto exit code 1)."_s);
+        QTRY_COMPARE(m_log->lines->size(), 1);
+        QVERIFY2(!m_log->lines->first().startsWith("ditto"_L1), qPrintable(m_log->lines->first()));
+        QVERIFY(QDir(destination()).isEmpty());
+    }
+
+    void onMacOSNothingIsUnpackedWithoutTheCheck()
+    {
+        useMacOS();
+        Desktop desktop = Desktop::current();
+        desktop.archiveCheckTool = m_folder->filePath(u"nowhere"_s);
+        Desktop::use(desktop);
+        write(zipFile(), ZipBuilder { ZipEntry::file("Game/project.godot", "x") }.bytes());
+        QCOMPARE(failure(), u"Could not unpack game.zip (ditto exit code -1)."_s);
+        QTRY_COMPARE(m_log->lines->size(), 1);
+        QVERIFY(m_log->lines->first().startsWith("Could not start nowhere: "_L1));
+    }
+
+    void onMacOSTheLaunchersEndEndsTheCheckToo()
+    {
+        useMacOS();
+        Desktop desktop = Desktop::current();
+        desktop.archiveCheckTool = script(u"check"_s, "exec sleep 60");
+        Desktop::use(desktop);
+        std::stop_source end;
+        QTimer::singleShot(100, this, [&end] { end.request_stop(); });
+        QVERIFY(Tasks::failure<CancellationError>(
+            Archive::unzip(zipFile(), destination(), &*m_log, end.get_token())));
+        QVERIFY(m_log->lines->isEmpty());
+    }
+
 private:
     QString failure()
     {
@@ -106,13 +164,27 @@ private:
     }
 
     /// Makes the desktop's unpack tool a shell script.
-    void useTool(const QByteArray &script)
+    void useTool(const QByteArray &lines)
     {
         Desktop desktop = Desktop::current();
-        desktop.unpackTool = m_folder->filePath(u"tool"_s);
-        write(desktop.unpackTool, "#!/bin/sh\n" + script + "\n");
-        QFile::setPermissions(desktop.unpackTool, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        desktop.unpackTool = script(u"tool"_s, lines);
         Desktop::use(desktop);
+    }
+
+    /// The order of macOS, with a stand-in for its tool that says how it was called.
+    void useMacOS()
+    {
+        Desktop desktop = Desktop::describing(Desktop::System::MacOS);
+        desktop.unpackTool = script(u"ditto"_s, "echo ditto \"$@\"");
+        Desktop::use(desktop);
+    }
+
+    QString script(const QString &name, const QByteArray &lines)
+    {
+        const QString path = m_folder->filePath(name);
+        write(path, "#!/bin/sh\n" + lines + "\n");
+        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        return path;
     }
 
     static void write(const QString &path, const QByteArray &content)

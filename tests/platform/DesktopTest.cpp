@@ -18,6 +18,13 @@ private Q_SLOTS:
         QCOMPARE(desktop.quarantineTool, QStringLiteral("/usr/bin/xattr"));
     }
 
+    void macOSHasOurOwnProgramCheckWhatDittoUnpacks()
+    {
+        QCOMPARE(Desktop::describing(System::MacOS).archiveCheckTool,
+                 QCoreApplication::applicationDirPath() + QStringLiteral("/vantor-unpack"));
+        QCOMPARE(Desktop::describing(System::Linux).archiveCheckTool, QString());
+    }
+
     void linuxUnpacksWithOurOwnProgramAndHasNoQuarantine()
     {
         const Desktop desktop = Desktop::describing(System::Linux);

@@ -130,6 +130,47 @@ private Q_SLOTS:
                  treeOf(m_home->filePath(QStringLiteral("tree"))));
     }
 
+    void anEnginesArchiveComesOutAsItWentIn_data()
+    {
+        QTest::addColumn<QStringList>("files");
+        QTest::addColumn<QString>("command");
+        const auto row = [](const char *name, const QStringList &files, const char *command) {
+            QTest::newRow(name) << files << QString::fromLatin1(command);
+        };
+        row("one program", { QStringLiteral("Godot_v4.3-stable_linux.x86_64") },
+            "zip -q -9 ../archive.zip Godot_v4.3-stable_linux.x86_64");
+        const QString net = QStringLiteral("Godot_v4.3-stable_mono_linux_x86_64/");
+        row(".NET",
+            { net + QStringLiteral("Godot_v4.3-stable_mono_linux.x86_64"),
+              net + QStringLiteral("GodotSharp/Api/Release/GodotSharp.dll") },
+            "zip -r -q -9 ../archive.zip Godot_v4.3-stable_mono_linux_x86_64");
+        const QString bundle = QStringLiteral("Godot_mono.app/Contents/");
+        row("a bundle with a framework's links",
+            { bundle + QStringLiteral("MacOS/Godot"), bundle + QStringLiteral("Info.plist"),
+              bundle + QStringLiteral("Frameworks/F.framework/Versions/A/Resources/Info.plist") },
+            "cd Godot_mono.app/Contents/Frameworks/F.framework && ln -s A Versions/Current && "
+            "ln -s Versions/Current/Resources Resources && cd ../../../.. && "
+            "zip -q -9 -r -y ../archive.zip Godot_mono.app");
+    }
+
+    void anEnginesArchiveComesOutAsItWentIn()
+    {
+        QFETCH(QStringList, files);
+        QFETCH(QString, command);
+        if (isMissing(QStringLiteral("zip")))
+            QSKIP("zip is not installed here.");
+        for (const QString &name : files) {
+            const QString file
+                = m_home->write(QStringLiteral("engine/") + name, "a program " + name.toUtf8());
+            QFile::setPermissions(
+                file, QFile::permissions(file) | QFile::ExeOwner | QFile::ExeGroup | QFile::ExeOther);
+        }
+        runIn(QStringLiteral("engine"), command);
+        unpack();
+        QCOMPARE(treeOf(m_home->filePath(QStringLiteral("out"))),
+                 treeOf(m_home->filePath(QStringLiteral("engine"))));
+    }
+
     void aJavaArchiveComesOutWithItsLinksFollowed_data()
     {
         QTest::addColumn<QString>("options");

@@ -87,6 +87,14 @@ private Q_SLOTS:
         row("in another letter case", { file("Readme"), file("README") });
         row("in another letter case beyond ASCII", { file("\xc3\xa4"), file("\xc3\x84") });
         row("in another normal form", { file("\xc3\xa4"), file("a\xcc\x88") });
+        row("letters that fold to one", { file("K"), file("\xe2\x84\xaa") });
+        row("a letter that folds to two",
+            { file("stra\xc3\x9f"
+                   "e"),
+              file("STRASSE") });
+        row("in another letter case and normal form", { file("\xc3\x84"), file("a\xcc\x88") });
+        row("folders in another normal form", { file("\xc3\xa4/a"), file("a\xcc\x88/b") });
+        row("a link twice", { ZipEntry::link("a", "b"), ZipEntry::link("a", "b") });
         row("folders in another letter case", { file("Data/a"), file("data/b") });
         row("a folder as a member and in a name", { ZipEntry::folder("Data/"), file("data/b") });
         row("a file and a folder", { file("a"), ZipEntry::folder("a/") });
@@ -257,6 +265,15 @@ private Q_SLOTS:
         whole("an end in the comment", [](ZipBuilder &b) { b.comment = ZipBuilder().bytes(); });
         whole("an end in the comment that does not reach the end",
               [](ZipBuilder &b) { b.comment = ZipBuilder().bytes() + "x"; });
+        whole("an end in front of everything",
+              [](ZipBuilder &b) { b.entries.first().before = ZipBuilder().bytes(); });
+        whole("an end behind the directory", [](ZipBuilder &b) { b.afterDirectory = ZipBuilder().bytes(); });
+        whole("another archive in front",
+              [](ZipBuilder &b) { b.entries.first().before = ZipBuilder { file("evil") }.bytes(); });
+        whole("another archive behind",
+              [](ZipBuilder &b) { b.afterEnd = ZipBuilder { file("evil") }.bytes(); });
+        whole("another archive in the comment",
+              [](ZipBuilder &b) { b.comment = ZipBuilder { file("evil") }.bytes(); });
         whole("one member fewer than there are", [](ZipBuilder &b) { b.count = 1; });
         whole("one member more than there are", [](ZipBuilder &b) { b.count = 3; });
         whole("two counts", [](ZipBuilder &b) { b.countOnDisk = 1; });

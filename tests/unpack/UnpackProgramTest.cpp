@@ -29,6 +29,8 @@ private Q_SLOTS:
         row("too many", "-x -k a b c");
         row("another order", "-k -x a b");
         row("another option", "-c -k a b");
+        row("a check of nothing", "--check");
+        row("a check with a folder", "--check a b");
     }
 
     void aWrongCallSaysHowItIsCalled()
@@ -36,7 +38,9 @@ private Q_SLOTS:
         QFETCH(QStringList, arguments);
         const Unpacker result = Unpacker::run(arguments);
         QCOMPARE(result.status, 1);
-        QCOMPARE(result.problems, QStringLiteral("usage: vantor-unpack -x -k ARCHIVE FOLDER\n"));
+        QCOMPARE(result.problems,
+                 QStringLiteral("usage: vantor-unpack -x -k ARCHIVE FOLDER\n"
+                                "       vantor-unpack --check ARCHIVE\n"));
     }
 
     void anArchiveIsUnpackedWithoutAWord()
@@ -177,15 +181,66 @@ private Q_SLOTS:
         ZipEntry more = packed;
         more.packed = ZipBuilder::deflate(packed.content) + "more";
         QTest::newRow("more behind the packed data") << more;
+
+        ZipEntry followed = packed;
+        followed.flags |= 8;
+        followed.crc = 1;
+        followed.localCrc = followed.localSize = followed.localPackedSize = 0;
+        const QByteArray data = ZipBuilder::deflate(packed.content);
+        followed.after = QByteArray("PK\7\10", 4) + ZipBuilder::u32(1)
+            + ZipBuilder::u32(static_cast<quint64>(data.size())) + ZipBuilder::u32(7000);
+        QTest::newRow("wrong checksum behind the data") << followed;
     }
 
     void damagedDataIsAProblem()
     {
         QFETCH(ZipEntry, entry);
-        const Unpacker result = unpack({ entry });
+        // Behind a sound one, which is not written either.
+        const Unpacker result = unpack({ ZipEntry::file("first", "sound"), entry });
         QCOMPARE(result.status, 1);
         QVERIFY2(result.problems.contains(QStringLiteral("“a”")), qPrintable(result.problems));
         QCOMPARE(result.problems.count(QLatin1Char('\n')), 1);
+        QVERIFY(!QFileInfo::exists(folder()));
+    }
+
+    void aCheckSaysNothingOfASoundArchiveAndWritesNothing()
+    {
+        const Unpacker result = check({ ZipEntry::folder("game/"), ZipEntry::file("game/a", "content"),
+                                        ZipEntry::link("game/b", "a") });
+        QCOMPARE(result.problems, QString());
+        QCOMPARE(result.output, QString());
+        QCOMPARE(result.status, 0);
+        QCOMPARE(QDir(m_home->path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+                 QStringList(QStringLiteral("archive.zip")));
+    }
+
+    void aCheckRefusesWhatUnpackingRefuses_data()
+    {
+        QTest::addColumn<ZipEntry>("entry");
+        QTest::newRow("a name") << ZipEntry::file("../evil", "content");
+        QTest::newRow("a link") << ZipEntry::link("a", "/etc");
+        ZipEntry damaged = ZipEntry::file("a", "content");
+        damaged.crc = 1;
+        QTest::newRow("data") << damaged;
+    }
+
+    void aCheckRefusesWhatUnpackingRefuses()
+    {
+        QFETCH(ZipEntry, entry);
+        const Unpacker checked = check({ entry });
+        const Unpacker unpacked = unpack({ entry });
+        QCOMPARE(checked.status, 1);
+        QCOMPARE(checked.problems, unpacked.problems);
+        QCOMPARE(checked.problems.count(QLatin1Char('\n')), 1);
+    }
+
+    void aPipeIsNoArchive()
+    {
+        const QString pipe = m_home->filePath(QStringLiteral("pipe"));
+        QCOMPARE(mkfifo(qPrintable(pipe), 0600), 0);
+        const Unpacker result = Unpacker::unpack(pipe, folder());
+        QCOMPARE(result.status, 1);
+        QCOMPARE(result.problems, QStringLiteral("The file is not a zip archive.\n"));
     }
 
     void namesAreUtf8WhateverTheEnvironmentSays_data()
@@ -212,6 +267,18 @@ private Q_SLOTS:
         QProcess process;
         startOnALargeArchive(process);
         QTRY_VERIFY(QFileInfo::exists(folder() + QStringLiteral("/large")));
+        process.terminate();
+        QVERIFY(process.waitForFinished(5000));
+        QCOMPARE(process.exitStatus(), QProcess::CrashExit);
+        QCOMPARE(process.exitCode(), SIGTERM);
+    }
+
+    void aRequestToEndIsFollowedDuringTheCheckToo()
+    {
+        writeLargeArchive();
+        QProcess process;
+        process.start(Unpacker::program(), { QStringLiteral("--check"), archive() });
+        QTRY_VERIFY(hasOpen(process.processId(), archive()));
         process.terminate();
         QVERIFY(process.waitForFinished(5000));
         QCOMPARE(process.exitStatus(), QProcess::CrashExit);
@@ -251,13 +318,22 @@ private Q_SLOTS:
     }
 
 private:
-    static constexpr qint64 largeSize = 2000LL * 1024 * 1024;
+    static constexpr qint64 largeSize = 1000LL * 1024 * 1024;
+    static constexpr quint32 largeChecksum = 0x64e9d068; // of that many noughts
 
     static bool isGone(pid_t process)
     {
         // Whoever inherits it may not have collected it yet.
         QFile status(QStringLiteral("/proc/%1/stat").arg(process));
         return !status.open(QIODevice::ReadOnly) || status.readAll().contains(") Z ");
+    }
+
+    static bool hasOpen(qint64 process, const QString &path)
+    {
+        const QDir open(QStringLiteral("/proc/%1/fd").arg(process));
+        const QFileInfoList files = open.entryInfoList(QDir::AllEntries | QDir::System);
+        return std::any_of(files.begin(), files.end(),
+                           [&path](const QFileInfo &file) { return file.symLinkTarget() == path; });
     }
 
     QString archive() const { return m_home->filePath(QStringLiteral("archive.zip")); }
@@ -269,20 +345,26 @@ private:
         return Unpacker::unpack(archive(), folder());
     }
 
+    Unpacker check(const ZipBuilder &builder) const
+    {
+        m_home->write(QStringLiteral("archive.zip"), builder.bytes());
+        return Unpacker::run({ QStringLiteral("--check"), archive() });
+    }
+
     QByteArray content(const QString &name) const
     {
         QFile file(folder() + QLatin1Char('/') + name);
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
 
-    /// An archive of one file that takes seconds to unpack and no room on the disk itself: the file is a
+    /// An archive of one file that takes a second to unpack and no room on the disk itself: the file is a
     /// hole.
     void writeLargeArchive() const
     {
         ZipEntry entry = ZipEntry::file("large", QByteArray());
         entry.packed = QByteArray();
         entry.size = entry.packedSize = static_cast<quint32>(largeSize);
-        entry.crc = 1; // never found out
+        entry.crc = largeChecksum;
         const QByteArray frame = ZipBuilder { entry }.bytes();
         const qsizetype head = 30 + 5;
         QFile file(archive());

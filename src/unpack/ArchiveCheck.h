@@ -1,0 +1,19 @@
+#pragma once
+
+#include "ArchiveFile.h"
+#include "ZipDirectory.h"
+
+#include <map>
+#include <string>
+#include <vector>
+
+/// An archive that can be trusted: everything in it is known to be sound.
+struct CheckedArchive {
+    std::vector<ZipMember> members; ///< in the order in which they lie in it
+    std::map<std::string, std::string> targets; ///< where each link leads, by its name
+};
+
+/// Reads the whole archive without writing anything: the directory, where links lead, and every member's
+/// data, which must have the announced length and checksum. Throws UnpackError for an archive that cannot be
+/// trusted or is damaged, also when libarchive would read it in another way than the directory says.
+CheckedArchive checkArchive(const ArchiveFile &file);

@@ -1,0 +1,25 @@
+#include "ArchiveFile.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+
+ArchiveFile::ArchiveFile(const std::string &path)
+    // Not blocking: opening a pipe would wait for a writer.
+    : m_file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK))
+{
+    struct stat info = {};
+    if (!m_file.isOpen() || fstat(m_file.get(), &info) != 0)
+        throw UnpackError("The archive could not be opened: " + std::string(std::strerror(errno)) + ".");
+    if (!S_ISREG(info.st_mode) || info.st_size == 0)
+        throw UnpackError("The file is not a zip archive.");
+    m_size = static_cast<std::size_t>(info.st_size);
+    m_memory = mmap(nullptr, m_size, PROT_READ, MAP_PRIVATE, m_file.get(), 0);
+    if (m_memory == MAP_FAILED)
+        throw UnpackError("The archive could not be read: " + std::string(std::strerror(errno)) + ".");
+}
+
+ArchiveFile::~ArchiveFile() { munmap(m_memory, m_size); }
