@@ -1,6 +1,5 @@
 #include "ChildProcess.h"
 
-#include <QByteArrayList>
 #include <QFile>
 
 #include <fcntl.h>
@@ -11,8 +10,6 @@
 #include <cerrno>
 #include <csignal>
 #include <vector>
-
-extern char **environ;
 
 namespace {
 
@@ -74,6 +71,16 @@ private:
     posix_spawn_file_actions_t m_value;
 };
 
+/// As the system wants its lists of texts: ended by none.
+std::vector<char *> pointersTo(QByteArrayList &texts)
+{
+    std::vector<char *> pointers;
+    for (QByteArray &text : texts)
+        pointers.push_back(text.data());
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
 /// Whoever started the launcher may have left SIGCHLD ignored, and then the system forgets a child as it
 /// ends: its status would be lost, and its number free for a stranger.
 void keepEndedChildren()
@@ -96,15 +103,15 @@ ChildProcess::~ChildProcess()
     while (pid > 0 && ::waitpid(pid, nullptr, 0) < 0 && errno == EINTR) { }
 }
 
-int ChildProcess::launch(const QString &executable, const QStringList &arguments, int output)
+int ChildProcess::launch(const QString &executable, const QStringList &arguments,
+                         const QByteArrayList &environment, int output)
 {
     QByteArrayList words { QFile::encodeName(executable) };
     for (const QString &argument : arguments)
         words.append(argument.toLocal8Bit());
-    std::vector<char *> pointers;
-    for (QByteArray &word : words)
-        pointers.push_back(word.data());
-    pointers.push_back(nullptr);
+    QByteArrayList variables = environment;
+    const std::vector<char *> wordPointers = pointersTo(words);
+    const std::vector<char *> variablePointers = pointersTo(variables);
 
     FileActions actions;
     if (const int error = actions.setStreams(output); error != 0)
@@ -112,8 +119,8 @@ int ChildProcess::launch(const QString &executable, const QStringList &arguments
     const Attributes attributes;
     keepEndedChildren();
     pid_t pid = 0;
-    const int error
-        = ::posix_spawn(&pid, pointers.front(), actions.get(), attributes.get(), pointers.data(), environ);
+    const int error = ::posix_spawn(&pid, wordPointers.front(), actions.get(), attributes.get(),
+                                    wordPointers.data(), variablePointers.data());
     if (error == 0)
         m_pid = pid;
     return error;
@@ -132,8 +139,12 @@ qint32 ChildProcess::waitForEnd()
     return info.si_status;
 }
 
-void ChildProcess::terminate() const
+void ChildProcess::terminate() const { send(SIGTERM); }
+
+void ChildProcess::kill() const { send(SIGKILL); }
+
+void ChildProcess::send(int signal) const
 {
     if (const pid_t pid = m_pid; pid > 0)
-        ::kill(pid, SIGTERM);
+        ::kill(pid, signal);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArrayList>
 #include <QString>
 #include <QStringList>
 
@@ -21,16 +22,20 @@ public:
     ChildProcess &operator=(const ChildProcess &) = delete;
 
     /// Starts `executable`: nothing to read on standard input, both output streams to `output`, no other
-    /// descriptor, no signal blocked, environment and working directory as they are. An errno value, 0 for
-    /// success.
-    int launch(const QString &executable, const QStringList &arguments, int output);
+    /// descriptor, no signal blocked, the working directory as it is. An errno value, 0 for success.
+    int launch(const QString &executable, const QStringList &arguments, const QByteArrayList &environment,
+               int output);
 
     /// Blocks until the child has ended, and gives its exit code or the number of the signal that ended it.
     qint32 waitForEnd();
 
     /// Sends SIGTERM. Nothing happens before the launch and after the end.
     void terminate() const;
+    /// Sends SIGKILL, likewise.
+    void kill() const;
 
 private:
+    void send(int signal) const;
+
     std::atomic<pid_t> m_pid = 0;
 };

@@ -15,7 +15,8 @@
 
 namespace {
 
-constexpr qsizetype pieceSize = 32 * 1024;
+/// Even if it holds nothing but lines of one letter, the main thread stores it in a few milliseconds.
+constexpr qsizetype pieceSize = 8 * 1024;
 /// Enough to keep the reader busy while the main thread stores, little enough for one turn of its event loop.
 constexpr int mostNotesOut = 2;
 

@@ -1,5 +1,6 @@
 #include "ProcessController.h"
 
+#include "ChildEnvironment.h"
 #include "ChildProcess.h"
 #include "Completion.h"
 #include "OutputReader.h"
@@ -45,12 +46,13 @@ QCoro::Task<qint32> ProcessController::run(QString executable, QStringList argum
                                            std::function<void(const QString &)> onLine)
 {
     const Completion<qint32> completion;
-    const int error
-        = startOwnThread([self = shared_from_this(), executable, arguments, onLine, completion]() mutable {
-              const qint32 status = self->runToEnd(executable, arguments, std::move(onLine));
-              self.reset();
-              postToMainThread([completion, status] { completion.settle(status); });
-          });
+    const QByteArrayList environment = childEnvironment();
+    const int error = startOwnThread(
+        [self = shared_from_this(), executable, arguments, environment, onLine, completion]() mutable {
+            const qint32 status = self->runToEnd(executable, arguments, environment, std::move(onLine));
+            self.reset();
+            postToMainThread([completion, status] { completion.settle(status); });
+        });
     if (error != 0) {
         onLine(couldNotStartLine(executable, error));
         co_return couldNotStart;
@@ -71,6 +73,12 @@ void ProcessController::cancel()
         process->terminate();
 }
 
+void ProcessController::kill()
+{
+    if (const auto process = admitted())
+        process->kill();
+}
+
 bool ProcessController::isCancelled() const
 {
     const std::lock_guard lock(m_lock);
@@ -79,6 +87,7 @@ bool ProcessController::isCancelled() const
 
 /// The whole life of the child, on the run's own thread.
 qint32 ProcessController::runToEnd(const QString &executable, const QStringList &arguments,
+                                   const QByteArrayList &environment,
                                    std::function<void(const QString &)> onLine)
 {
     OutputReader reader(onLine);
@@ -88,7 +97,7 @@ qint32 ProcessController::runToEnd(const QString &executable, const QStringList 
     if (!admit(process))
         return cancelledBeforeLaunch;
     if (error == 0)
-        error = process->launch(executable, arguments, reader.childEnd());
+        error = process->launch(executable, arguments, environment, reader.childEnd());
     reader.closeChildEnd();
     if (error != 0) {
         release();
@@ -109,6 +118,13 @@ bool ProcessController::admit(std::shared_ptr<ChildProcess> process)
         return false;
     m_process = std::move(process);
     return true;
+}
+
+/// The child that `admit` let in, until its end.
+std::shared_ptr<ChildProcess> ProcessController::admitted() const
+{
+    const std::lock_guard lock(m_lock);
+    return m_process;
 }
 
 /// From here on `cancel` reaches nothing.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArrayList>
 #include <QCoro/QCoroTask>
 #include <QString>
 #include <QStringList>
@@ -24,7 +25,7 @@ public:
     ProcessController(const ProcessController &) = delete;
     ProcessController &operator=(const ProcessController &) = delete;
 
-    /// Runs `executable` with `arguments` to its end, in the launcher's own environment and working
+    /// Runs `executable` with `arguments` to its end, in childEnvironment() and the launcher's own working
     /// directory, with nothing to read on standard input, and gives its exit status (the signal's number for
     /// a child that a signal ended), `couldNotStart` or `cancelledBeforeLaunch`. Never throws. A child that
     /// could not be started gives one line that says why. Call it on the main thread, which it also resumes
@@ -35,6 +36,10 @@ public:
     /// Asks the child to end (SIGTERM), now or before its launch. Never waits. Any thread.
     void cancel();
 
+    /// Ends a child that was asked to end and does not (SIGKILL). Does nothing before the launch and after
+    /// the end. Never waits. Any thread.
+    void kill();
+
     /// Whether `cancel` was called. Any thread.
     bool isCancelled() const;
 
@@ -42,8 +47,9 @@ private:
     ProcessController();
 
     qint32 runToEnd(const QString &executable, const QStringList &arguments,
-                    std::function<void(const QString &)> onLine);
+                    const QByteArrayList &environment, std::function<void(const QString &)> onLine);
     bool admit(std::shared_ptr<ChildProcess> process);
+    std::shared_ptr<ChildProcess> admitted() const;
     void release();
 
     mutable std::mutex m_lock;

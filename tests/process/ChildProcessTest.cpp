@@ -1,5 +1,6 @@
 #include "ChildProcess.h"
 
+#include "ChildEnvironment.h"
 #include "Children.h"
 #include "FileDescriptor.h"
 
@@ -29,7 +30,7 @@ void ChildProcessTest::anEndedChildKeepsItsNumberUntilItsHolderLetsGo()
     QCOMPARE(output.open(), 0);
     auto child = std::make_unique<ChildProcess>();
     QCOMPARE(child->launch(QStringLiteral("/bin/sh"), { QStringLiteral("-c"), QStringLiteral("exit 3") },
-                           output.writeEnd.get()),
+                           childEnvironment(), output.writeEnd.get()),
              0);
     QCOMPARE(child->waitForEnd(), 3);
     QVERIFY(!Children::noneLeft());
@@ -42,7 +43,7 @@ void ChildProcessTest::aLateRequestToEndHarmsNobody()
     Pipe output;
     QCOMPARE(output.open(), 0);
     ChildProcess child;
-    QCOMPARE(child.launch(QStringLiteral("/bin/true"), {}, output.writeEnd.get()), 0);
+    QCOMPARE(child.launch(QStringLiteral("/bin/true"), {}, childEnvironment(), output.writeEnd.get()), 0);
     QCOMPARE(child.waitForEnd(), 0);
     child.terminate();
     QCOMPARE(child.waitForEnd(), 0);
@@ -54,7 +55,7 @@ void ChildProcessTest::aRequestToEndBeforeTheLaunchDoesNothing()
     QCOMPARE(output.open(), 0);
     ChildProcess child;
     child.terminate();
-    QCOMPARE(child.launch(QStringLiteral("/bin/true"), {}, output.writeEnd.get()), 0);
+    QCOMPARE(child.launch(QStringLiteral("/bin/true"), {}, childEnvironment(), output.writeEnd.get()), 0);
     QCOMPARE(child.waitForEnd(), 0);
 }
 
@@ -64,7 +65,9 @@ void ChildProcessTest::aChildThatCannotStartLeavesNothing()
     QCOMPARE(output.open(), 0);
     {
         ChildProcess child;
-        QCOMPARE(child.launch(QStringLiteral("/no/such/program"), {}, output.writeEnd.get()), ENOENT);
+        QCOMPARE(
+            child.launch(QStringLiteral("/no/such/program"), {}, childEnvironment(), output.writeEnd.get()),
+            ENOENT);
         child.terminate();
     }
     QVERIFY(Children::noneLeft());

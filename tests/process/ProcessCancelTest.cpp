@@ -26,6 +26,8 @@ private Q_SLOTS:
     void aCancelWhileTheChildRunsSendsItSigterm();
     void aChildMayAnswerTheRequestInItsOwnWay();
     void aChildThatIgnoresTheRequestRunsOn();
+    void aChildThatIgnoresTheRequestCanBeKilled();
+    void killingBeforeTheRunAndAfterItsEndDoesNothing();
     void aCancelAfterTheEndDoesNothing();
     void cancellingTwiceDoesNoHarm();
     void outputBeforeTheEndOfACancelledChildComes();
@@ -115,6 +117,31 @@ void ProcessCancelTest::aChildThatIgnoresTheRequestRunsOn()
     QCOMPARE(Tasks::finish(std::move(task)), 0);
     QCOMPARE(lines.all().last(), QStringLiteral("end"));
     QVERIFY(controller->isCancelled());
+}
+
+void ProcessCancelTest::aChildThatIgnoresTheRequestCanBeKilled()
+{
+    Children::Lines lines;
+    const auto controller = ProcessController::create();
+    auto task = controller->run(
+        shellProgram, script(QStringLiteral("trap '' TERM; echo ready; while :; do sleep 0.01; done")),
+        lines.adder());
+    QTRY_COMPARE(lines.all().size(), 1);
+    controller->cancel();
+    controller->kill();
+    QCOMPARE(Tasks::finish(std::move(task)), SIGKILL);
+    QVERIFY(Children::noneLeft());
+}
+
+void ProcessCancelTest::killingBeforeTheRunAndAfterItsEndDoesNothing()
+{
+    const auto controller = ProcessController::create();
+    controller->kill();
+    QVERIFY(!controller->isCancelled());
+    auto task = controller->run(shellProgram, script(QStringLiteral("exit 3")), [](const QString &) {});
+    QCOMPARE(Tasks::finish(std::move(task)), 3);
+    controller->kill();
+    QVERIFY(Children::noneLeft());
 }
 
 void ProcessCancelTest::aCancelAfterTheEndDoesNothing()

@@ -2,6 +2,7 @@
 #include "FileDescriptor.h"
 #include "TestHome.h"
 
+#include <QRegularExpression>
 #include <QTest>
 #include <QThread>
 
@@ -30,8 +31,11 @@ private Q_SLOTS:
     void argumentsArriveAsTheyAre();
     void theProgramIsTheFirstArgumentOnlyOnce();
     void environmentAndFolderAreInherited();
+    void theRightToTakeTheFocusIsNotInherited();
+    void aRunTakesTheEnvironmentAsItIsWhenItBegins();
     void aChildThatWaitsForInputGetsEndOfFileAtOnce();
     void aChildInheritsTheStandardStreamsAndNothingElse();
+    void filesThatOtherThreadsOpenMeanwhileAreNotInherited();
     void aLauncherWithoutStandardStreamsRunsChildrenToo();
     void aChildsSignalsAreAsUsual();
     void ignoredChildSignalsDoNotHideTheStatus();
@@ -205,6 +209,30 @@ void ProcessControllerTest::environmentAndFolderAreInherited()
     QVERIFY(run.lines.contains(QStringLiteral("folder: ") + QDir::currentPath()));
 }
 
+void ProcessControllerTest::theRightToTakeTheFocusIsNotInherited()
+{
+    qputenv("XDG_ACTIVATION_TOKEN", "token");
+    qputenv("DESKTOP_STARTUP_ID", "identifier");
+    const auto run = Children::run(QStringLiteral("/usr/bin/env"));
+    qunsetenv("XDG_ACTIVATION_TOKEN");
+    qunsetenv("DESKTOP_STARTUP_ID");
+    QVERIFY(!run.lines.isEmpty());
+    QVERIFY(
+        run.lines.filter(QRegularExpression(QStringLiteral("^(XDG_ACTIVATION|DESKTOP_STARTUP)"))).isEmpty());
+}
+
+void ProcessControllerTest::aRunTakesTheEnvironmentAsItIsWhenItBegins()
+{
+    qputenv("CHILD_REPORT_VARIABLE", "before");
+    Children::Lines lines;
+    auto task = ProcessController::create()->run(Children::program(QStringLiteral("child-report")), {},
+                                                 lines.adder());
+    qputenv("CHILD_REPORT_VARIABLE", "after");
+    Tasks::finish(std::move(task));
+    qunsetenv("CHILD_REPORT_VARIABLE");
+    QVERIFY(lines.all().contains(QStringLiteral("variable: before")));
+}
+
 void ProcessControllerTest::aChildThatWaitsForInputGetsEndOfFileAtOnce()
 {
     const auto run = Children::shell(QStringLiteral("read line; echo \"$? <$line>\"; cat; echo end"));
@@ -219,6 +247,28 @@ void ProcessControllerTest::aChildInheritsTheStandardStreamsAndNothingElse()
     const auto run = Children::run(Children::program(QStringLiteral("child-report")));
     QVERIFY2(run.lines.contains(QStringLiteral("descriptors: 0 1 2")), qPrintable(run.lines.join(u'\n')));
     QVERIFY(run.lines.contains(QStringLiteral("input: 0")));
+}
+
+void ProcessControllerTest::filesThatOtherThreadsOpenMeanwhileAreNotInherited()
+{
+    std::atomic<bool> goesOn = true;
+    std::vector<std::thread> openers;
+    for (int i = 0; i < 4; ++i) {
+        openers.emplace_back([&goesOn] {
+            while (goesOn)
+                const FileDescriptor inheritable(::open("/dev/null", O_RDONLY));
+        });
+    }
+    int runs = 0;
+    int clean = 0;
+    for (; runs < 50; ++runs) {
+        const auto run = Children::run(Children::program(QStringLiteral("child-report")));
+        clean += run.lines.contains(QStringLiteral("descriptors: 0 1 2")) ? 1 : 0;
+    }
+    goesOn = false;
+    for (std::thread &opener : openers)
+        opener.join();
+    QCOMPARE(clean, runs);
 }
 
 void ProcessControllerTest::aLauncherWithoutStandardStreamsRunsChildrenToo()
