@@ -9,6 +9,7 @@
 #include "ProjectInspector.h"
 
 #include <QPointer>
+#include <QTimer>
 
 #include <algorithm>
 
@@ -16,6 +17,9 @@ namespace {
 
 /// How much of the log goes under a failure message.
 constexpr qsizetype failureLineCount = 30;
+
+/// How long an import may take to end when the player cancels it.
+constexpr std::chrono::seconds importPatience { 5 };
 
 }
 
@@ -76,12 +80,18 @@ void AppModel::forgetInfo()
     info = std::nullopt;
 }
 
-void AppModel::cancel()
+void AppModel::cancel() { cancelWithin(importPatience); }
+
+/// Cancels the action, and after `patience` ends an import that has not followed. Nothing that the player
+/// made is in its hands, and its half-made files are made again by the next import.
+void AppModel::cancelWithin(std::chrono::milliseconds patience)
 {
     repo.cancel();
     engines.cancel();
-    if (importController)
+    if (importController) {
         importController->cancel();
+        QTimer::singleShot(patience, this, [import = importController] { import->kill(); });
+    }
     if (workTask)
         workTask->requestStop();
 }

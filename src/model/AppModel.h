@@ -13,6 +13,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <stop_token>
@@ -42,7 +43,7 @@ public:
 
     /// Installs whatever is missing and starts the game. Ignored while an action or the game runs.
     void play();
-    /// Asks the action in progress to stop; the game is not touched.
+    /// Asks the action in progress to stop, and ends an import that does not follow; the game is not touched.
     void cancel();
     /// Downloads the game again; the engine and the saves stay. Ignored while an action or the game runs.
     void updateGame();
@@ -100,6 +101,7 @@ private:
     std::function<void(DownloadProgress)> progressOnMainThread();
     QCoro::Task<> readInfo(QString projectFolder);
     void forgetInfo();
+    void cancelWithin(std::chrono::milliseconds patience);
 
     // The action slot and the road from nothing to a running game (InstallFlow.cpp)
     using Action = QCoro::Task<> (AppModel::*)(std::stop_token);

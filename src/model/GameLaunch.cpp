@@ -32,8 +32,10 @@ void AppModel::launch(const EngineSpec &spec, const QString &engine, const QStri
             self->gameEnded(exit);
     });
     // A coarse timer may come a fifth of a second early.
-    QTimer::singleShot(startingTime, Qt::PreciseTimer, this, [this] {
-        if (runner.isRunning && state->kind() == AppState::Case::Starting)
+    // Nor does the timer of an earlier game, ended and started again within the time, speak of this one.
+    QTimer::singleShot(startingTime, Qt::PreciseTimer, this, [this, run = runner.controller()] {
+        const bool stillRuns = runner.isRunning && runner.controller() == run;
+        if (stillRuns && state->kind() == AppState::Case::Starting)
             state = AppState::playing();
     });
 }

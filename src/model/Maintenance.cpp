@@ -15,6 +15,13 @@
 
 #include <QPointer>
 
+namespace {
+
+/// How long an import may take to end when the launcher does, which itself does not wait much longer.
+constexpr std::chrono::milliseconds farewellPatience { 300 };
+
+}
+
 void AppModel::updateGame() { startAction(&AppModel::runUpdate); }
 
 QCoro::Task<> AppModel::runUpdate(std::stop_token stop)
@@ -108,7 +115,7 @@ void AppModel::stopForQuit() { runner.stop(); }
 QCoro::Task<> AppModel::windDown()
 {
     m_end.request_stop();
-    cancel();
+    cancelWithin(farewellPatience);
     if (workTask)
         co_await m_unwound;
 }

@@ -67,6 +67,21 @@ private Q_SLOTS:
         QCOMPARE(model.state.get(), AppState::ready());
     }
 
+    void theTimerOfAnEarlierGameDoesNotMakeTheNextOnePlayingEarly()
+    {
+        Player player;
+        player.startHost();
+        AppModel &model = player.startModel();
+        QVERIFY(player.install()); // the first game, and its timer
+        QTest::qWait(1500);
+        QElapsedTimer sinceStart;
+        sinceStart.start();
+        QVERIFY(player.playToRunning());
+        QCOMPARE(model.state.get(), AppState::starting());
+        QTRY_COMPARE_WITH_TIMEOUT(model.state.get(), AppState::playing(), 10000);
+        QVERIFY2(sinceStart.elapsed() >= 4000, qPrintable(QString::number(sinceStart.elapsed())));
+    }
+
     void aStoppedGameIsNoFailure()
     {
         Player player;

@@ -106,16 +106,22 @@ class WaysOut(LauncherCase):
                 self.open()
                 self.press("Play")
                 self.see(state)
-                children = wait_for(lambda: children_of(self.launcher.pid))
+                engines = wait_for(self.engines)
+                children = children_of(self.launcher.pid)
                 begin = time.monotonic()
                 self.launcher.terminate()
                 self.assertEqual(self.launcher.wait(LONG), 0)
                 self.assertLess(time.monotonic() - begin, SOON)
                 self.assertEqual(self.printed(), "")
+                # What a player has not saved is not the launcher's to throw away; an import is done again.
+                self.assertEqual([is_alive(engine) for engine in engines], [state == "Playing"])
                 for child in filter(is_alive, children):
                     os.kill(child, signal.SIGKILL)
                 self.write(self.game / script, "mkdir -p .godot/imported\n")
                 shutil.rmtree(self.root)
+
+    def engines(self):
+        return [child for child, command in children_of(self.launcher.pid).items() if "standing-engine" in command]
 
     def test_closing_while_the_game_runs_asks_once_and_keep_playing_keeps_it(self):
         self.start_host()
