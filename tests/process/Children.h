@@ -83,6 +83,13 @@ inline bool noneLeft()
     return waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == -1 && errno == ECHILD;
 }
 
+/// Whether no child of this process has ended without being reaped; others may be alive.
+inline bool noZombie()
+{
+    siginfo_t info = {};
+    return waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == -1 || info.si_pid == 0;
+}
+
 inline int openDescriptors()
 {
     int count = 0;

@@ -1,9 +1,27 @@
-// Prints as fast as it can. "lines N": N numbered lines. "bytes N": N bytes and never a line's end.
-// "forever": until it is stopped.
+// Prints as fast as it can. "lines N": N short numbered lines. "bytes N": N bytes and never a line's end.
+// "shortest N": N lines of one letter. "invalid N": as bytes, but none that is text. "forever": lines until
+// it is stopped.
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
+
+namespace {
+
+void printBytes(char byte, long number)
+{
+    const std::vector<char> block(1 << 16, byte);
+    while (number > 0) {
+        const size_t count = std::min(block.size(), static_cast<size_t>(number));
+        if (std::fwrite(block.data(), 1, count, stdout) != count)
+            return;
+        number -= static_cast<long>(count);
+    }
+}
+
+}
 
 int main(int count, char **arguments)
 {
@@ -11,10 +29,14 @@ int main(int count, char **arguments)
     const long number = count > 2 ? std::atol(arguments[2]) : 0;
     if (std::strcmp(what, "lines") == 0) {
         for (long i = 0; i < number; ++i)
-            std::printf("%ld of a flood of lines that nobody can read so fast\n", i);
-    } else if (std::strcmp(what, "bytes") == 0) {
+            std::printf("%ld\n", i);
+    } else if (std::strcmp(what, "shortest") == 0) {
         for (long i = 0; i < number; ++i)
-            std::putchar('x');
+            std::fputs("y\n", stdout);
+    } else if (std::strcmp(what, "bytes") == 0) {
+        printBytes('x', number);
+    } else if (std::strcmp(what, "invalid") == 0) {
+        printBytes('\xFF', number);
     } else if (std::strcmp(what, "forever") == 0) {
         while (std::puts("on and on") >= 0) { }
     } else {

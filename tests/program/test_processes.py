@@ -1,0 +1,101 @@
+"""What the launcher's children get from it, and what is left of them when it is killed."""
+
+import os
+import shutil
+import signal
+import time
+from pathlib import Path
+
+from launcher_process import LONG, PROGRAMS, LauncherCase, children_of, is_alive, main, wait_for
+
+# The right to take the focus, which the launcher's own window has used up.
+USED_UP = (b"XDG_ACTIVATION_TOKEN=", b"DESKTOP_STARTUP_ID=")
+
+
+class Processes(LauncherCase):
+    def start_environment(self):
+        """What the launcher was started with, whatever became of it since."""
+        return self.variables(f"/proc/{self.launcher.pid}/environ")
+
+    def environment_of(self, file):
+        return self.variables(self.root / "Game" / file)
+
+    @staticmethod
+    def variables(file):
+        return sorted(Path(file).read_bytes().split(b"\0"))
+
+    def test_the_games_environment_is_the_one_that_the_launcher_was_started_with(self):
+        self.write(self.game / "import.sh", "mkdir -p .godot; cat /proc/$$/environ >import-environment\n")
+        self.write(self.game / "play.sh", "cat /proc/$$/environ >environment; exec sleep 60\n")
+        self.start_host()
+        environment = {os.fsencode(name): os.fsencode(value) for name, value in self.environment.items()}
+        environment |= {b"XDG_ACTIVATION_TOKEN": b"token", b"DESKTOP_STARTUP_ID": b"launcher_TIME1",
+                        b"LD_LIBRARY_PATH": b"/of/the/player", b"QT_PLUGIN_PATH": b"/of/the/player",
+                        b"EMPTY": b"", b"TWO_LINES": b"one\ntwo", b"NO_TEXT": b"\xff"}
+        self.open(environment=environment)
+        self.assertEqual(self.play(), "Playing")
+        expected = [variable for variable in self.start_environment() if not variable.startswith(USED_UP)]
+        self.assertIn(b"NO_TEXT=\xff", expected)
+        for file in ("import-environment", "environment"):
+            with self.subTest(file):
+                self.assertEqual(self.environment_of(file), expected)
+
+    def test_a_second_start_that_brings_the_window_forward_leaves_no_trace_in_the_games_environment(self):
+        self.write(self.game / "play.sh", "cat /proc/$$/environ >environment; exec sleep 60\n")
+        self.start_host()
+        self.open()
+        first = self.launcher
+        second = self.start(dict(self.environment, XDG_ACTIVATION_TOKEN="second", DESKTOP_STARTUP_ID="second_TIME2"))
+        self.assertEqual(second.wait(LONG), 0)
+        self.launcher = first
+        self.assertEqual(self.play(), "Playing")
+        self.assertEqual(self.environment_of("environment"), self.start_environment())
+
+    def test_the_game_inherits_the_standard_streams_and_nothing_else(self):
+        self.write(self.game / "play.sh", f'"{PROGRAMS}/child-report" >report; exec sleep 60\n')
+        self.start_host()
+        strays = [*os.pipe(), os.open(self.home, os.O_RDONLY), os.open("/dev/zero", os.O_RDONLY)]
+        self.open(pass_fds=strays)
+        for stray in strays:
+            os.close(stray)
+        self.assertEqual(self.play(), "Playing")
+        self.assertIn("descriptors: 0 1 2\ninput: 0\nsignals:\n", (self.root / "Game" / "report").read_text())
+
+    def test_a_killed_launcher_leaves_no_unpacker(self):
+        with open(self.engine, "wb") as engine:     # short as an archive, long on the disk
+            for _ in range(24):
+                engine.write(os.urandom(1 << 19) + bytes(7 << 20))
+        self.start_host()
+        for delay in (0, 0.1):
+            with self.subTest(delay):
+                self.open()
+                self.press("Play")
+                unpackers = wait_for(self.unpackers)
+                time.sleep(delay)
+                self.assertTrue(all(map(is_alive, unpackers)))
+                self.launcher.kill()
+                self.launcher.wait()
+                wait_for(lambda: not any(map(is_alive, unpackers)), 1)
+                self.assertFalse((self.root / "Engine").exists() and any((self.root / "Engine").iterdir()))
+                shutil.rmtree(self.root)
+
+    def test_a_killed_launcher_leaves_the_game_to_the_player(self):
+        self.start_host()
+        self.open()
+        self.assertEqual(self.play(), "Playing")
+        games = children_of(self.launcher.pid)
+        self.launcher.kill()
+        self.launcher.wait()
+        try:
+            self.assertTrue(games and all(map(is_alive, games)))
+        finally:
+            for game in games:
+                os.kill(game, signal.SIGKILL)
+
+    def unpackers(self):
+        return [child for child, command in children_of(self.launcher.pid).items()
+                if "vantor-unpack" in command and "Godot_v" in command]
+
+
+if __name__ == "__main__":
+    main()
