@@ -3,7 +3,7 @@
 #include "AppDelegate.h"
 #include "AppModel.h"
 #include "CodeHost.h"
-#include "FileOperations.h"
+#include "Leftovers.h"
 #include "MainWindow.h"
 #include "OneLauncher.h"
 #include "Pasteboard.h"
@@ -114,7 +114,7 @@ int Launcher::run(char *program, const QUrl &codeHost)
         return EXIT_FAILURE;
     case OneLauncher::Outcome::Holds:
         // A launcher that was killed could not clear up; no other one is at work in there.
-        FileOperations::removeTreeIfPossible(Paths::tempFolder());
+        Leftovers::clear();
         break;
     case OneLauncher::Outcome::CannotHold:
         // Where nothing can be written there is nothing to guard, and Play says why it cannot.

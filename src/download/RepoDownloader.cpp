@@ -7,34 +7,13 @@
 #include "CodeHost.h"
 #include "FileDownloader.h"
 #include "FileOperations.h"
+#include "GameFolder.h"
 #include "LogStore.h"
 #include "Paths.h"
 #include "ProjectInspector.h"
 #include "ScratchFolder.h"
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-/// Makes `project` the game folder. The old game goes to `previous` in one step, so that a launcher that is
-/// killed here leaves a whole game or none, never half of one that looks installed.
-void replaceGame(const QString &project, const QString &previous)
-{
-    const QString game = Paths::gameFolder();
-    const bool hadGame = FileOperations::exists(game);
-    if (hadGame)
-        FileOperations::move(game, previous);
-    FileOperations::createFolder(Paths::root());
-    try {
-        FileOperations::move(project, game);
-    } catch (...) {
-        if (hadGame)
-            FileOperations::move(previous, game);
-        throw;
-    }
-}
-
-}
 
 RepoDownloader::RepoDownloader(std::stop_token end)
     : m_end(std::move(end))
@@ -58,8 +37,7 @@ QCoro::Task<QString> RepoDownloader::install(LogStore *log, std::function<void(D
     } catch (...) {
         error = std::current_exception();
     }
-    // Many small files, the old game among them: not on the main thread. What fails to go is left to the
-    // guard.
+    // Many small files: not on the main thread. What fails to go is left to the guard.
     auto removal = [scratchPath] { return FileOperations::removeTreeIfPossible(scratchPath); };
     co_await runInBackground(std::move(removal));
     if (error)
@@ -87,7 +65,11 @@ QCoro::Task<QString> RepoDownloader::installFrom(QString scratch, LogStore *log,
     const auto project = ProjectInspector::findProjectRoot(extract);
     if (!project)
         throw AppError::message(u"The downloaded game has no project.godot file, so it cannot be started."_s);
-    replaceGame(*project, scratch + u"/previous"_s);
+    const QString replaced = GameFolder::replace(*project);
+    if (!replaced.isEmpty()) {
+        auto removal = [replaced] { return FileOperations::removeTreeIfPossible(replaced); };
+        co_await runInBackground(std::move(removal));
+    }
 
     const auto installed = ProjectInspector::findProjectRoot(Paths::gameFolder());
     if (!installed)

@@ -7,6 +7,7 @@
 #include "Background.h"
 #include "CancellationError.h"
 #include "FileOperations.h"
+#include "Leftovers.h"
 #include "MainThread.h"
 #include "Paths.h"
 #include "ProcessController.h"
@@ -28,6 +29,8 @@ QCoro::Task<> AppModel::runAction(Action action, std::stop_token stop)
 {
     // The action begins when the press has been handled, with its handle in place.
     co_await nextTurn();
+    auto clearing = [] { return Leftovers::clear(); };
+    co_await runInBackground(std::move(clearing));
     auto running = (this->*action)(stop);
     co_await running;
 
@@ -36,7 +39,7 @@ QCoro::Task<> AppModel::runAction(Action action, std::stop_token stop)
         m_unwound.settle(true);
     if (m_removeRootAgain) {
         m_removeRootAgain = false;
-        FileOperations::removeTreeIfPossible(Paths::root());
+        removeRoot();
     }
     if (runner.isRunning)
         co_return;

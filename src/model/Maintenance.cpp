@@ -7,6 +7,7 @@
 #include "CancellationError.h"
 #include "DirectorySize.h"
 #include "FileOperations.h"
+#include "Leftovers.h"
 #include "Pasteboard.h"
 #include "Paths.h"
 #include "ProcessController.h"
@@ -49,8 +50,9 @@ void AppModel::reinstall()
 {
     if (workTask || runner.isRunning)
         return;
-    FileOperations::removeTreeIfPossible(Paths::gameFolder());
-    FileOperations::removeTreeIfPossible(Paths::engineFolder());
+    Leftovers::clear(); // or a game that was about to be replaced would come back
+    Leftovers::discard(Paths::gameFolder());
+    Leftovers::discard(Paths::engineFolder());
     forgetInfo();
     state = AppState::notDownloaded();
     play();
@@ -64,13 +66,21 @@ void AppModel::removeEverything()
     // An action that is still unpacking may put files back before it notices: what it leaves goes when it
     // ends.
     m_removeRootAgain = workTask.has_value();
-    FileOperations::removeTreeIfPossible(Paths::root());
+    removeRoot();
     forgetInfo();
     failureMessage = std::nullopt;
     failureLines = QStringList();
     log.lines = QStringList();
     state = AppState::notDownloaded();
     notice = QStringLiteral("Everything was removed.");
+}
+
+void AppModel::removeRoot()
+{
+    // Being killed on the way must leave nothing that looks installed.
+    Leftovers::discard(Paths::gameFolder());
+    Leftovers::discard(Paths::engineFolder());
+    FileOperations::removeTreeIfPossible(Paths::root());
 }
 
 void AppModel::computeFreeableSize() { sumRoot(); }

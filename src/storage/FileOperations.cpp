@@ -113,6 +113,9 @@ void emptyFolder(const QByteArray &path, Failure &failure)
     }
 }
 
+/// How the file begins that holds new content until it takes the place of the old; a UUID follows.
+const QByteArray temporaryName = QByteArrayLiteral(".write-");
+
 int writeAll(int descriptor, const QByteArray &content)
 {
     qsizetype written = 0;
@@ -154,7 +157,8 @@ int replaceFile(const QByteArray &path, const QByteArray &content)
         return error;
 
     const QByteArray folder = path.left(path.lastIndexOf('/') + 1);
-    const QByteArray temporary = folder + ".write-" + QUuid::createUuid().toByteArray(QUuid::WithoutBraces);
+    const QByteArray temporary
+        = folder + temporaryName + QUuid::createUuid().toByteArray(QUuid::WithoutBraces);
     const int descriptor
         = ::open(temporary.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
     if (descriptor < 0)
@@ -250,4 +254,18 @@ void FileOperations::writeAtomically(const QString &path, const QByteArray &cont
 {
     if (const int error = replaceFile(encoded(path), content); error != 0)
         throw FileError(path, QStringLiteral("written"), error);
+}
+
+void FileOperations::removeHalfWritten(const QString &folder) noexcept
+{
+    FolderWalk walk(FolderWalk::Permissions::AsTheyAre);
+    QList<QByteArray> names;
+    if (walk.begin(encoded(folder), FolderWalk::Start::NotThroughLink) != 0 || walk.list(names) != 0)
+        return;
+    for (const QByteArray &name : std::as_const(names)) {
+        const bool isOurs = name.startsWith(temporaryName)
+            && !QUuid::fromString(QString::fromUtf8(name.sliced(temporaryName.size()))).isNull();
+        if (isOurs)
+            static_cast<void>(walk.removeFile(name)); // the next start tries again
+    }
 }

@@ -29,4 +29,8 @@ void move(const QString &from, const QString &to);
 /// Throws FileError.
 void writeAtomically(const QString &path, const QByteArray &content);
 
+/// Removes the temporary files that a killed `writeAtomically` left directly in `folder`. A failure is
+/// ignored.
+void removeHalfWritten(const QString &folder) noexcept;
+
 }
