@@ -2,6 +2,7 @@
 #include "Extraction.h"
 #include "UnpackError.h"
 
+#include <poll.h>
 #ifdef __linux__
 #include <sys/prctl.h>
 #endif
@@ -26,10 +27,12 @@ bool endWithParent()
 {
 #ifdef __linux__
     const pid_t parent = getppid();
-    return prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && getppid() == parent;
-#else
-    return true;
+    if (prctl(PR_SET_PDEATHSIG, SIGKILL) != 0 || getppid() != parent)
+        return false;
 #endif
+    // It may have ended before the first look at it. Then nobody reads what is printed here any more.
+    pollfd output = { STDOUT_FILENO, 0, 0 };
+    return poll(&output, 1, 0) <= 0 || (output.revents & POLLERR) == 0;
 }
 
 /// A request to end is followed at once, whatever the starting program made of that signal for itself.
