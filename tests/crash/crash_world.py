@@ -1,0 +1,241 @@
+"""Players at whose launchers something goes wrong, for test_crash.py: what they have, what they do, and what must be true of
+their disks afterwards."""
+
+import contextlib
+import json
+import os
+import random
+import shutil
+import signal
+import subprocess
+import tempfile
+from pathlib import Path
+
+import system_calls
+
+PROJECT = Path(__file__).resolve().parents[2]
+PROGRAMS = Path(os.environ.get("LAUNCHER_PROGRAMS", PROJECT / "build" / "dev" / "bin"))
+LONG = 120              # seconds for anything, on a slow and busy machine
+
+PROJECT_FILE = """config_version={}
+[application]
+config/name="Hill Run"
+config/features=PackedStringArray("4.6")
+"""
+
+
+def tree(folder):
+    """Every file and folder below `folder`, with what is in it."""
+    found = {}
+    for path in sorted(Path(folder).rglob("*")):
+        name = path.relative_to(folder).as_posix()
+        found[name] = path.read_bytes() if path.is_file() else "a folder"
+    return found
+
+
+def end_session(session):
+    """Ends what a launcher left running, as a person who logs off does."""
+    for folder in Path("/proc").glob("[0-9]*"):
+        with contextlib.suppress(OSError):
+            if int((folder / "stat").read_text().rpartition(")")[2].split()[3]) == session:
+                os.kill(int(folder.name), signal.SIGKILL)
+
+
+class World:
+    """A code host, and homes of players in which the launcher has been at work or not."""
+
+    def __init__(self):
+        self.folder = Path(tempfile.mkdtemp())
+        self.games = {}
+        self.engine = self.folder / "engine"
+        # Long enough for its archive and itself to be written in several pieces.
+        self.engine.write_bytes((PROGRAMS / "crash_engine").read_bytes() + random.Random(1).randbytes(150000))
+        self.engine.chmod(0o755)
+        self.repository = self.folder / "repository"
+        self.repository.mkdir()
+        self.host = subprocess.Popen([PROJECT / "tools" / "code-host", "--game", self.repository, "--engine", self.engine,
+                                      "--until-stdin-closes"], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        self.address = self.host.stdout.readline().removeprefix("Serving on ").strip()
+
+        self.nothing = self.folder / "nothing"
+        for name in ("data/godot/app_userdata/Hill Run/save.dat", "config/vantor-platformer/vantor-platformer.conf"):
+            file = self.nothing / name
+            file.parent.mkdir(parents=True)
+            file.write_text("[General]\nresolution=1280x720\n")
+        self.precious = self.precious_of(self.nothing)
+
+        self.whole = {}
+        for line in ("5", "4"):
+            self.publish("old", line)
+            self.whole[line] = self.folder / ("whole" + line)
+            shutil.copytree(self.nothing, self.whole[line])
+            with Launcher(self, self.whole[line], "play") as launcher:
+                assert launcher.read()["ran"]
+
+    def close(self):
+        self.host.stdin.close()
+        self.host.wait()
+        self.host.stdout.close()
+        shutil.rmtree(self.folder)
+
+    def publish(self, age, line="5"):
+        """Has the code host serve the game as it once was, or as it is now."""
+        shutil.rmtree(self.repository)
+        (self.repository / "levels").mkdir(parents=True)
+        (self.repository / "project.godot").write_text(PROJECT_FILE.format(line))
+        (self.repository / "README.md").write_text(f"The {age} game.\n")
+        (self.repository / "levels" / age).write_bytes(random.Random(age).randbytes(40000))
+        self.games[age, line] = tree(self.repository)
+
+    def home(self, template):
+        folder = Path(tempfile.mkdtemp(dir=self.folder))
+        shutil.copytree(template, folder, dirs_exist_ok=True)
+        return folder
+
+    @staticmethod
+    def precious_of(home):
+        return {**tree(home / "data" / "godot"), **tree(home / "config")}
+
+
+class Launcher:
+    """The launcher at work in `home`. With `decide`, under watch."""
+
+    def __init__(self, world, home, *commands, decide=None):
+        environment = dict(os.environ, HOME=str(home), XDG_DATA_HOME=str(home / "data"),
+                           XDG_CONFIG_HOME=str(home / "config"), XDG_CACHE_HOME=str(home / "cache"),
+                           QT_QPA_PLATFORM="offscreen")
+        command = [PROGRAMS / "crash_launcher", world.address, *commands]
+        more = dict(env=environment, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, start_new_session=True)
+        self.watched = system_calls.Watched(command, home, decide, **more) if decide else None
+        self.process = self.watched.process if self.watched else subprocess.Popen(command, **more)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.process.stdin.close()
+        self.process.wait(LONG)
+        self.process.stdout.close()
+        end_session(self.process.pid)
+
+    def read(self):
+        """What the launcher prints next; nothing when it has ended."""
+        line = self.process.stdout.readline()
+        return json.loads(line) if line else None
+
+    def go_on(self):
+        self.process.stdin.write("\n")
+        self.process.stdin.flush()
+
+
+class Scenario:
+    """What a player does, and on what. One who only looks at a game that is there keeps it, too."""
+
+    def __init__(self, world, name, press, template, line="5"):
+        self.world, self.name, self.press, self.template, self.line = world, name, press, template, line
+        self.calls = []
+
+    @property
+    def keeps_the_game(self):
+        return self.press in ("update", "look")
+
+    def count(self):
+        """The calls of an undisturbed run."""
+        if self.calls:
+            return self.calls
+        home = self.world.home(self.template)
+
+        def decide(call):
+            self.calls.append(call)
+            return 0
+        with Launcher(self.world, home, self.press, decide=decide) as launcher:
+            launcher.read()
+        shutil.rmtree(home)
+        return self.calls
+
+
+class Findings:
+    """What is wrong in one home. Each finding is a text."""
+
+    def __init__(self, scenario, home):
+        self.scenario, self.home = scenario, home
+        self.root = home / "data" / "Vantor Platformer"
+        self.texts = []
+
+    def check(self, condition, text):
+        if not condition:
+            self.texts.append(text)
+
+    def check_nothing_left(self):
+        temporary = self.root / "Temp"
+        self.check(not temporary.exists() or not os.listdir(temporary), f"Temp holds {sorted(tree(temporary))}")
+        if self.root.exists():
+            odd = set(os.listdir(self.root)) - {"Game", "Engine", "Temp"}
+            self.check(not odd, f"the launcher's folder holds {odd}")
+
+    def check_precious(self):
+        self.check(World.precious_of(self.home) == self.scenario.world.precious, "saves or preferences changed")
+
+    def check_shown(self, look):
+        complete = "game" in look and "engine" in look and look["imported"]
+        self.check(look["state"] == ("ready" if complete else "notDownloaded"), f"it shows {look}")
+
+    def check_taken(self, look, import_is_whole):
+        """That what is taken as installed is whole."""
+        if "game" in look:
+            self.check_game(look["imported"] and import_is_whole)
+        elif self.scenario.keeps_the_game:
+            self.texts.append("the game is lost")
+        if "engine" in look:
+            self.check(Path(look["engine"]).read_bytes() == self.scenario.world.engine.read_bytes(),
+                       "half an engine is taken as installed")
+        self.check_precious()
+
+    def check_game(self, is_imported):
+        found = tree(self.root / "Game")
+        generated = {name: found.pop(name) for name in list(found)
+                     if name.split("/")[0] in (".godot", ".import") or name.startswith(".imported-")}
+        if self.scenario.line == "4" and "project.godot" in found:
+            found["project.godot"] = found["project.godot"].partition(b"\n[input_devices]")[0]
+        whole = [game for (_, line), game in self.scenario.world.games.items() if line == self.scenario.line]
+        self.check(found in whole, f"the game is neither the old one nor the new one: {sorted(found)}")
+        if is_imported:
+            self.check({".godot/whole", ".import/whole"} & set(generated), "half an import is taken for a whole one")
+
+    def check_ending(self, ending):
+        """That an action that met with a fault either got through or says so in one sentence."""
+        if ending is None:
+            self.texts.append("the launcher is gone")
+            return
+        sentence = ending.get("sentence")
+        if sentence is None:
+            self.check(ending["ran"] or "notice" in ending, f"neither done nor failed: {ending}")
+            return
+        self.check(ending["state"] == "needs", f"a failure is shown in the state {ending['state']}")
+        self.check(sentence and sentence[-1] in ".:" and "\n" not in sentence and len(sentence) < 300,
+                   f"not one sentence: {sentence}")
+
+    def check_next_start(self, import_is_whole=True):
+        """The next start, one press of Play and, where there was a game to update, one of Update."""
+        updating = ["wait", "update", "look"] if self.scenario.keeps_the_game else []
+        with Launcher(self.scenario.world, self.home, "look", "wait", "play", "look", *updating) as launcher:
+            look = launcher.read()
+            self.check_shown(look)
+            self.check_taken(look, import_is_whole)
+            self.check_nothing_left()
+            launcher.go_on()
+            self.check_run(launcher.read(), launcher.read(), import_is_whole)
+            if updating:
+                launcher.go_on()
+                ending = launcher.read()
+                self.check(ending and "notice" in ending, f"the next Update ended with {ending}")
+                self.check_taken(launcher.read(), import_is_whole)
+                self.check_nothing_left()
+
+    def check_run(self, ending, look, import_is_whole=True):
+        if not ending or not ending["ran"]:
+            self.texts.append(f"Play did not reach a running game: {ending}")
+            return
+        self.check(look["state"] == "ready", f"after playing it shows {look['state']}")
+        self.check_taken(look, import_is_whole)
+        self.check_nothing_left()

@@ -1,0 +1,275 @@
+"""The launcher cut short at every moment: killed, its child killed, and its calls failing. Whatever happens, the next start
+shows what is true, half an engine or half a game is never taken for a whole one, one press of Play reaches a running game,
+nothing of the player's is lost and nothing is left over.
+
+A moment is a system call that changes the disk or starts a process, and what happens, happens just before it: between two of
+them nothing changes, so all of them are all the moments there are. Each run of `test_crash.py all` goes through every one and
+verifies that it did; without "all" it goes through a few of them.
+"""
+
+import collections
+import concurrent.futures
+import errno
+import os
+import random
+import re
+import shutil
+import signal
+import sys
+import time
+import unittest
+
+import system_calls
+from crash_world import LONG, Findings, Launcher, Scenario, World
+
+SEED = 20240917
+RANDOM_MOMENTS = 200
+STEP = 37               # of the moments that are gone through when not all are
+
+ERRORS = (errno.ENOSPC, errno.EIO, errno.EACCES)
+DISK_CALLS = set(system_calls.NUMBERS) - system_calls.STARTS
+CALLS_FOR_SPACE = DISK_CALLS - {"unlink", "unlinkat", "rmdir", "fchmod", "chmod", "fchmodat", "utimensat"}
+
+ARCHIVE_PIECE = r"launcher: write .*\.zip\.part$"
+
+everything = False
+
+
+class Fault:
+    """What goes wrong at a moment: at the call that reads like this, when it comes for this time."""
+
+    import_is_whole = True
+
+    def __init__(self, moment):
+        self.text, self.time = moment
+        self.count = 0
+        self.come = False
+        self.over = False
+
+    def __str__(self):
+        return f"{self.text} ({self.time})"
+
+    @classmethod
+    def can_meet(cls, call, error=None):
+        return True
+
+    def __call__(self, call):
+        first = False
+        if not self.come and str(call) == self.text:
+            self.count += 1
+            first = self.come = self.count == self.time
+        return self.happen(call, first) if self.come and not self.over else 0
+
+
+class LauncherKilled(Fault):
+    """What it has started goes on: the unpacker ends with it, the engine does not."""
+
+    def happen(self, call, first):
+        if not first:
+            return 0
+        os.kill(call.launcher, signal.SIGKILL)
+        return None if call.process == call.launcher else 0
+
+
+class ChildKilled(Fault):
+    import_is_whole = False     # an import that was cut short looks like a whole one, also to the launcher
+
+    @classmethod
+    def can_meet(cls, call, error=None):
+        return call.who != "launcher"
+
+    def happen(self, call, first):
+        if not first:
+            return 0
+        os.kill(call.process, signal.SIGKILL)
+        return None
+
+
+class CallFails(Fault):
+    """Once."""
+
+    def __init__(self, moment, error):
+        super().__init__(moment)
+        self.error = error
+
+    def __str__(self):
+        return f"{errno.errorcode[self.error]} at {super().__str__()}"
+
+    @classmethod
+    def can_meet(cls, call, error=None):
+        return call.name in DISK_CALLS and call.who in ("launcher", "vantor-unpack")
+
+    def happen(self, call, first):
+        return self.error if first else 0
+
+
+class StartFails(CallFails):
+    """A process cannot be started, once."""
+
+    @classmethod
+    def can_meet(cls, call, error=None):
+        return call.name in system_calls.STARTS
+
+
+class CallsFail(CallFails):
+    """From that moment on, until the player has seen what came of it."""
+
+    @classmethod
+    def can_meet(cls, call, error=None):
+        return super().can_meet(call) and (error != errno.ENOSPC or call.name in CALLS_FOR_SPACE)
+
+    def happen(self, call, first):
+        return self.error if self.can_meet(call, self.error) else 0
+
+
+def cut_short(scenario, fault):
+    """What is wrong after a run that met with `fault`."""
+    world = scenario.world
+    home = world.home(scenario.template)
+    findings = Findings(scenario, home)
+    if isinstance(fault, LauncherKilled):
+        with Launcher(world, home, scenario.press, decide=fault) as launcher:
+            launcher.process.wait(LONG)
+            # What it started may be alive still.
+            findings.check_next_start()
+    else:
+        again = [] if isinstance(fault, CallsFail) else ["wait", "play", "look"]
+        with Launcher(world, home, scenario.press, "look", *again, decide=fault) as launcher:
+            ending = launcher.read()
+            look = launcher.read()
+            fault.over = True
+            if scenario.press != "look":
+                findings.check_ending(ending)
+                if look and again:
+                    findings.check_taken(look, fault.import_is_whole)
+            if again:
+                launcher.go_on()
+                findings.check_run(launcher.read(), launcher.read(), fault.import_is_whole)
+            launcher.process.stdout.read()
+            findings.check(launcher.process.wait(LONG) == 0, f"the launcher ended with {launcher.process.returncode}")
+        findings.check_next_start(fault.import_is_whole)
+    shutil.rmtree(home, ignore_errors=True)
+    return findings.texts
+
+
+def killed_after(scenario, seconds):
+    """What is wrong after a run that was killed at that moment, whatever it was doing then."""
+    home = scenario.world.home(scenario.template)
+    findings = Findings(scenario, home)
+    with Launcher(scenario.world, home, scenario.press) as launcher:
+        time.sleep(seconds)
+        launcher.process.kill()
+        launcher.process.wait(LONG)
+        findings.check_next_start()
+    shutil.rmtree(home, ignore_errors=True)
+    return findings.texts
+
+
+def killed_while_it_updates(world):
+    """A home in which the old game is out of the way and the new one not yet in its place."""
+    world.publish("new")
+    home = world.home(world.whole["5"])
+    folder = "/data/Vantor Platformer/"
+    fault = LauncherKilled((f"launcher: renameat2 {folder}Temp/UUID/extract/Vantor-master -> {folder}Game", 1))
+    with Launcher(world, home, "update", decide=fault) as launcher:
+        launcher.process.wait(LONG)
+    assert fault.come and not (home / "data" / "Vantor Platformer" / "Game").exists()
+    return home
+
+
+class CrashTest(unittest.TestCase):
+    turn = 0
+
+    @classmethod
+    def setUpClass(cls):
+        cls.world = World()
+        cls.addClassCleanup(cls.world.close)
+        world = cls.world
+        cls.scenarios = [
+            Scenario(world, "first install", "play", world.nothing),
+            Scenario(world, "update", "update", world.whole["5"]),
+            Scenario(world, "reinstall", "reinstall", world.whole["5"]),
+            Scenario(world, "remove everything", "remove", world.whole["5"]),
+            Scenario(world, "first install of a 3.x game", "play", world.nothing, "4"),
+            Scenario(world, "start after a crash", "look", killed_while_it_updates(world)),
+        ]
+
+    def each_moment(self, fault_of, *arguments):
+        for scenario in self.scenarios:
+            with self.subTest(scenario.name):
+                self.world.publish("new", scenario.line)
+                counts = collections.Counter()
+                moments = []
+                for call in scenario.count():
+                    counts[str(call)] += 1
+                    if fault_of.can_meet(call, *arguments):
+                        moments.append((str(call), counts[str(call)]))
+                faults = [fault_of(moment, *arguments) for moment in moments if self.is_chosen()]
+                begin = time.monotonic()
+                self.report(scenario, faults, self.all_at_once(lambda fault: cut_short(scenario, fault), faults))
+                # In how many pieces an archive arrives is different each time. Nothing else may be.
+                missed = [str(fault) for fault in faults if not fault.come and not re.search(ARCHIVE_PIECE, fault.text)]
+                self.assertFalse(missed, "moments that did not come again")
+                print(f"{scenario.name}: {sum(fault.come for fault in faults)} of {len(moments)} moments, "
+                      f"{time.monotonic() - begin:.1f} s", flush=True)
+
+    @staticmethod
+    def is_chosen():
+        CrashTest.turn += 1
+        return everything or CrashTest.turn % STEP == 0
+
+    @staticmethod
+    def all_at_once(work, items):
+        with concurrent.futures.ThreadPoolExecutor(os.cpu_count() if everything else 1) as pool:
+            return list(pool.map(work, items))
+
+    def report(self, scenario, moments, findings):
+        wrong = [f"{moment}: {text}" for moment, texts in zip(moments, findings) for text in texts]
+        if wrong:
+            self.fail(f"{scenario.name}:\n" + "\n".join(wrong))
+
+    def test_the_launcher_killed_at_every_moment(self):
+        self.each_moment(LauncherKilled)
+
+    def test_its_child_killed_at_every_moment(self):
+        self.each_moment(ChildKilled)
+
+    def test_a_process_that_cannot_be_started(self):
+        for error in (errno.EAGAIN, errno.EACCES):
+            self.each_moment(StartFails, error)
+
+    def test_each_call_failing_once(self):
+        for error in ERRORS:
+            with self.subTest(errno.errorcode[error]):
+                self.each_moment(CallFails, error)
+
+    def test_all_calls_failing_from_each_moment_on(self):
+        for error in ERRORS:
+            with self.subTest(errno.errorcode[error]):
+                self.each_moment(CallsFail, error)
+
+    def test_the_launcher_killed_at_random_moments(self):
+        chance = random.Random(SEED)
+        print(f"seed {SEED}")
+        for scenario in self.scenarios[:2]:
+            self.world.publish("new", scenario.line)
+            home = self.world.home(scenario.template)
+            begin = time.monotonic()
+            with Launcher(self.world, home, scenario.press) as launcher:
+                launcher.read()
+                length = time.monotonic() - begin
+            shutil.rmtree(home)
+            moments = [chance.uniform(0, length) for _ in range(RANDOM_MOMENTS // 2 if everything else 3)]
+            self.report(scenario, moments, self.all_at_once(lambda moment: killed_after(scenario, moment), moments))
+
+
+if __name__ == "__main__":
+    everything = "all" in sys.argv
+    if everything:
+        sys.argv.remove("all")
+    try:
+        system_calls.Watched(["true"], "/", lambda call: 0).process.wait()
+    except system_calls.NotPermitted as reason:
+        print(f"Skipped: {reason}")
+        sys.exit(77)
+    unittest.main(verbosity=2)
