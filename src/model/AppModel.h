@@ -121,7 +121,6 @@ private:
 
     // Update and removal (Maintenance.cpp)
     QCoro::Task<> runUpdate(std::stop_token stop);
-    static void removeRoot();
     QCoro::Task<> sumRoot();
 
     Preferences &m_preferences;

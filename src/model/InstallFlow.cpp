@@ -39,7 +39,7 @@ QCoro::Task<> AppModel::runAction(Action action, std::stop_token stop)
         m_unwound.settle(true);
     if (m_removeRootAgain) {
         m_removeRootAgain = false;
-        removeRoot();
+        Leftovers::discardAll();
     }
     if (runner.isRunning)
         co_return;
@@ -141,7 +141,7 @@ QCoro::Task<> AppModel::provideImport(EngineSpec spec, QString executable, QStri
     // A pass that was cut short may have left half of the files, and they look like all of them from outside:
     // the next Play imports again.
     if (stop.stop_requested())
-        FileOperations::removeTreeIfPossible(EngineManager::markerURL(spec));
+        Leftovers::discard(EngineManager::markerURL(spec));
     throwIfCancelled(stop);
     if (!imported)
         log.append(QStringLiteral("Setup did not report imported files; trying to start the game anyway."));

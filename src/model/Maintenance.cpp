@@ -66,21 +66,13 @@ void AppModel::removeEverything()
     // An action that is still unpacking may put files back before it notices: what it leaves goes when it
     // ends.
     m_removeRootAgain = workTask.has_value();
-    removeRoot();
+    Leftovers::discardAll();
     forgetInfo();
     failureMessage = std::nullopt;
     failureLines = QStringList();
     log.lines = QStringList();
     state = AppState::notDownloaded();
     notice = QStringLiteral("Everything was removed.");
-}
-
-void AppModel::removeRoot()
-{
-    // Being killed on the way must leave nothing that looks installed.
-    Leftovers::discard(Paths::gameFolder());
-    Leftovers::discard(Paths::engineFolder());
-    FileOperations::removeTreeIfPossible(Paths::root());
 }
 
 void AppModel::computeFreeableSize() { sumRoot(); }

@@ -2,6 +2,7 @@
 
 #include "FileError.h"
 #include "FileOperations.h"
+#include "LauncherFolder.h"
 #include "Paths.h"
 
 #include <QDir>
@@ -51,6 +52,8 @@ bool GameFolder::putBack() noexcept
 {
     const QString game = Paths::gameFolder();
     const QDir temp(Paths::tempFolder());
+    if (LauncherFolder::leadsThroughLink(setAsideIn(temp.path())))
+        return true; // whose game that would be, nobody knows
     for (const QString &name : temp.entryList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::Hidden)) {
         if (FileOperations::exists(game))
             return true;

@@ -12,7 +12,11 @@ namespace Leftovers {
 bool clear() noexcept;
 
 /// Removes what is at `path`, which is under the root. It leaves its place whole, so that being killed here
-/// leaves no half of it there. A failure is ignored.
+/// leaves no half of it there. A symbolic link is removed and not followed; what lies behind one stays. A
+/// failure is ignored.
 void discard(const QString &path) noexcept;
+
+/// Removes the launcher's folder and everything in it, the game and the engines first. What cannot go stays.
+void discardAll() noexcept;
 
 }

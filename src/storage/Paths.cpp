@@ -2,6 +2,7 @@
 
 #include "Desktop.h"
 #include "FileOperations.h"
+#include "LauncherFolder.h"
 
 #include <QDir>
 #include <QUuid>
@@ -34,6 +35,7 @@ QString Paths::tempFolder() { return root() + QStringLiteral("/Temp"); }
 
 QString Paths::newTempDir()
 {
+    LauncherFolder::requireNoLinks();
     const QString name = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
     const QString folder = tempFolder() + u'/' + name;
     FileOperations::createFolder(folder);

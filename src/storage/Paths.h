@@ -23,7 +23,7 @@ QString engineFolder();
 QString tempFolder();
 
 /// Creates a new, empty folder named by a fresh upper-case UUID under "Temp" and returns it. Throws
-/// FileError.
+/// FileError, and AppError where a symbolic link stands in the way.
 QString newTempDir();
 
 /// The folder that application data goes to: the first of those that the platform `reported`, else the fixed

@@ -6,7 +6,7 @@
 /// operation ends. A failure to remove it is ignored: the next start of the launcher empties "Temp".
 class ScratchFolder final {
 public:
-    /// Throws FileError.
+    /// Throws as Paths::newTempDir does.
     ScratchFolder();
     ~ScratchFolder();
     ScratchFolder(const ScratchFolder &) = delete;

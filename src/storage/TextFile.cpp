@@ -11,15 +11,13 @@
 namespace {
 
 /// Far more than anybody writes by hand. What is larger is not text, and is not worth the memory.
-constexpr qint64 largestText = 50 * 1024 * 1024;
-
-constexpr QByteArrayView byteOrderMark = "\xef\xbb\xbf";
+constexpr qint64 largestText = 256 * 1024 * 1024;
 
 bool isBlank(QChar character) { return character == u' ' || character == u'\t'; }
 
 }
 
-std::optional<QByteArray> TextFile::read(const QString &path)
+std::optional<QString> TextFile::read(const QString &path)
 {
     // Not blocking: an archive can hold a pipe under the name of a text file, and opening one waits for a
     // writer.
@@ -36,13 +34,10 @@ std::optional<QByteArray> TextFile::read(const QString &path)
     if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size > largestText)
         return std::nullopt;
 
-    // Not to its end: it may be growing.
-    QByteArray content = file.read(status.st_size);
+    const QByteArray content = file.readAll();
     if (file.error() != QFileDevice::NoError || !content.isValidUtf8())
         return std::nullopt;
-    if (content.startsWith(byteOrderMark))
-        content.remove(0, byteOrderMark.size());
-    return content;
+    return QString::fromUtf8(content); // which also drops a byte order mark at the start
 }
 
 bool TextFile::isNewline(QChar character)
