@@ -14,6 +14,8 @@ endfunction()
 #
 #   add_subject_test(LineSplitterTest USES process)
 #
+# One of those LABELS is "long": such a program runs only when ctest is told -C Long, as ./test --long does.
+#
 # LABELS and ENVIRONMENT are CTest's own. RESOURCES names helper programs that must be built before the test runs.
 function(add_subject_test name)
     cmake_parse_arguments(SUBJECT "" "TIMEOUT" "USES;SOURCES;LABELS;ENVIRONMENT;RESOURCES" ${ARGN})
@@ -25,7 +27,11 @@ function(add_subject_test name)
     if(SUBJECT_RESOURCES)
         add_dependencies(${name} ${SUBJECT_RESOURCES})
     endif()
-    add_test(NAME ${name} COMMAND ${name})
+    set(configurations)
+    if("long" IN_LIST SUBJECT_LABELS)
+        set(configurations CONFIGURATIONS Long)
+    endif()
+    add_test(NAME ${name} COMMAND ${name} ${configurations})
     set_tests_properties(${name} PROPERTIES
         TIMEOUT ${SUBJECT_TIMEOUT}
         SKIP_RETURN_CODE 77
