@@ -32,7 +32,7 @@ target_compile_definitions(common_options INTERFACE
     QT_NO_CONTEXTLESS_CONNECT
     QT_STRICT_ITERATORS
     QT_DISABLE_DEPRECATED_BEFORE=0x060400
-    $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
+    _GLIBCXX_ASSERTIONS)
 
 if(SANITIZERS)
     target_compile_options(common_options INTERFACE
@@ -44,12 +44,16 @@ if(SANITIZERS)
     endif()
 endif()
 
-if(CMAKE_BUILD_TYPE STREQUAL "Release" OR CMAKE_BUILD_TYPE STREQUAL "RelWithDebInfo")
-    # The launcher runs what it downloaded: make its own memory errors end the program rather than go on.
-    set(CMAKE_POSITION_INDEPENDENT_CODE ON)
-    target_compile_options(common_options INTERFACE -fstack-protector-strong)
-    target_compile_definitions(common_options INTERFACE _FORTIFY_SOURCE=2)
-    if(NOT APPLE)
-        target_link_options(common_options INTERFACE -pie -Wl,-z,relro -Wl,-z,now)
-    endif()
+# The launcher runs what it downloaded: its own memory errors end the program rather than go on.
+include(CheckPIESupported)
+check_pie_supported()
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+target_compile_options(common_options INTERFACE -fstack-protector-strong)
+if(NOT APPLE)
+    target_compile_options(common_options INTERFACE -fstack-clash-protection)
+    target_link_options(common_options INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+endif()
+if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug" AND NOT SANITIZERS)
+    # Only where the compiler optimises; the sanitizers check the same and more.
+    target_compile_definitions(common_options INTERFACE _FORTIFY_SOURCE=3)
 endif()
