@@ -1,0 +1,76 @@
+"""What `cmake --install` puts where, and whether desktops understand it.
+
+    test_install.py CMAKE BUILD_FOLDER VERSION
+"""
+
+import configparser
+import subprocess
+import sys
+import tempfile
+import unittest
+import xml.etree.ElementTree as xml
+from pathlib import Path
+
+CMAKE, BUILD, VERSION = sys.argv[1:4]
+ID = "io.github.kestrelwood.vantor_platformer"
+SIZES = (16, 24, 32, 48, 64, 128, 256, 512)
+
+
+def run(*command, **options):
+    return subprocess.run(command, capture_output=True, text=True, **options)
+
+
+class Install(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.scratch = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(cls.scratch.cleanup)
+        cls.root = Path(cls.scratch.name)
+        installed = run(CMAKE, "--install", BUILD, "--prefix", str(cls.root))
+        assert installed.returncode == 0, installed.stderr
+        cls.share = cls.root / "share"
+
+    def test_only_what_players_need_is_installed(self):
+        files = {str(path.relative_to(self.root)) for path in self.root.rglob("*") if not path.is_dir()}
+        self.assertEqual(files, {
+            "bin/vantor-platformer",
+            "libexec/vantor-platformer/vantor-unpack",
+            f"share/applications/{ID}.desktop",
+            f"share/metainfo/{ID}.metainfo.xml",
+            f"share/icons/hicolor/scalable/apps/{ID}.svg",
+            "share/doc/vantor-platformer/copyright",
+        } | {f"share/icons/hicolor/{size}x{size}/apps/{ID}.png" for size in SIZES})
+
+    def test_each_picture_has_the_size_of_its_folder(self):
+        for size in SIZES:
+            head = (self.share / f"icons/hicolor/{size}x{size}/apps/{ID}.png").read_bytes()[16:24]
+            self.assertEqual(head, size.to_bytes(4, "big") * 2)
+
+    def test_the_desktop_entry_is_valid(self):
+        result = run("desktop-file-validate", str(self.share / f"applications/{ID}.desktop"))
+        self.assertEqual((result.returncode, result.stdout, result.stderr), (0, "", ""))
+
+    def test_the_desktop_entry_starts_what_is_installed_and_shows_its_icon(self):
+        entry = configparser.ConfigParser(interpolation=None)
+        entry.read(self.share / f"applications/{ID}.desktop", "utf-8")
+        self.assertTrue((self.root / "bin" / entry["Desktop Entry"]["Exec"]).is_file())
+        self.assertTrue((self.share / f"icons/hicolor/scalable/apps/{entry['Desktop Entry']['Icon']}.svg").is_file())
+
+    def test_the_software_centre_understands_the_description(self):
+        result = run("appstreamcli", "validate", "--no-net", "--pedantic",
+                     str(self.share / f"metainfo/{ID}.metainfo.xml"))
+        self.assertEqual(result.returncode, 0, result.stdout)
+        self.assertNotIn("W:", result.stdout)
+
+    def test_the_newest_release_described_is_this_version(self):
+        description = xml.parse(self.share / f"metainfo/{ID}.metainfo.xml").getroot()
+        self.assertEqual(description.find("releases/release").get("version"), VERSION)
+
+    def test_the_installed_unpacker_runs(self):
+        result = run(str(self.root / "libexec/vantor-platformer/vantor-unpack"))
+        self.assertGreater(result.returncode, 0)
+        self.assertIn("vantor-unpack", result.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
