@@ -49,16 +49,17 @@ const QString enabled = QStringLiteral(
 
 void MouseAsTouchTest::theKeyIsInsertedRightAfterTheSectionHeader()
 {
-    QCOMPARE(withMouseAsTouch(QByteArray("[input_devices]\npointing/other=true\n")),
-             QByteArray("[input_devices]\n\npointing/emulate_touch_from_mouse=true\npointing/other=true\n"));
+    QCOMPARE(
+        withMouseAsTouch(QStringLiteral("[input_devices]\npointing/other=true\n")),
+        QStringLiteral("[input_devices]\n\npointing/emulate_touch_from_mouse=true\npointing/other=true\n"));
 }
 
 void MouseAsTouchTest::theEditIsExact_data()
 {
-    QTest::addColumn<QByteArray>("before");
-    QTest::addColumn<QByteArray>("after");
+    QTest::addColumn<QString>("before");
+    QTest::addColumn<QString>("after");
     const auto row = [](const char *name, const char *before, const char *after) {
-        QTest::newRow(name) << QByteArray(before) << QByteArray(after);
+        QTest::newRow(name) << QString::fromUtf8(before) << QString::fromUtf8(after);
     };
     row("no section, no final line break", "config_version=4",
         "config_version=4\n\n[input_devices]\n\npointing/emulate_touch_from_mouse=true\n");
@@ -89,25 +90,25 @@ void MouseAsTouchTest::theEditIsExact_data()
 
 void MouseAsTouchTest::theEditIsExact()
 {
-    QFETCH(QByteArray, before);
-    QFETCH(QByteArray, after);
+    QFETCH(QString, before);
+    QFETCH(QString, after);
     QCOMPARE(withMouseAsTouch(before), after);
     QCOMPARE(withMouseAsTouch(after), std::nullopt);
 }
 
 void MouseAsTouchTest::aTextThatNamesTheSettingIsLeftAlone_data()
 {
-    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QString>("text");
     for (const char *text :
          { "pointing/emulate_touch_from_mouse=true", "pointing/emulate_touch_from_mouse=false",
            "; no emulate_touch_from_mouse here", "xemulate_touch_from_mousex",
            "[input_devices]\npointing/emulate_touch_from_mouse=false\n" })
-        QTest::newRow(text) << QByteArray(text);
+        QTest::newRow(text) << QString::fromLatin1(text);
 }
 
 void MouseAsTouchTest::aTextThatNamesTheSettingIsLeftAlone()
 {
-    QFETCH(QByteArray, text);
+    QFETCH(QString, text);
     QCOMPARE(withMouseAsTouch(text), std::nullopt);
 }
 
