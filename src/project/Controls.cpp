@@ -13,44 +13,27 @@ constexpr int mostScripts = 201;
 // "ui_right" is the longest of the names.
 constexpr qsizetype longestAction = 8;
 
-/// Whether `text` holds `word`, which is in small letters of ASCII, in any letter case. No other character
-/// has one of these as its small letter, but for those of "i" and "k".
-bool containsInAnyCase(QByteArrayView text, QByteArrayView word)
+bool opensControls(QStringView heading)
 {
-    const char small = word.front();
-    const char capital = static_cast<char>(small - 'a' + 'A');
-    for (qsizetype start = 0; start + word.size() <= text.size(); ++start) {
-        const char first = text.data()[start];
-        if ((first == small || first == capital)
-            && qstrnicmp(text.data() + start, word.size(), word.data(), word.size()) == 0)
-            return true;
-    }
-    return false;
+    return heading.contains(u"control", Qt::CaseInsensitive)
+        || heading.contains(u"how to play", Qt::CaseInsensitive);
 }
 
-bool opensControls(QByteArrayView heading)
+bool isBullet(QStringView line)
 {
-    return containsInAnyCase(heading, "control") || containsInAnyCase(heading, "how to play");
+    return line.startsWith(u'-') || line.startsWith(u'*') || line.startsWith(u'\u2022');
 }
 
-/// The size of the sign that makes `line` an item of a list; 0 when there is none.
-qsizetype bulletSize(QByteArrayView line)
-{
-    constexpr QByteArrayView roundBullet = "\xe2\x80\xa2";
-    if (line.startsWith('-') || line.startsWith('*'))
-        return 1;
-    return line.startsWith(roundBullet) ? roundBullet.size() : 0;
-}
-
-QStringList controlsOfReadme(QByteArrayView readme)
+QStringList controlsOfReadme(QStringView readme)
 {
     QStringList controls;
     bool inSection = false;
-    TextLines::forEachUntil(readme, [&controls, &inSection](QByteArrayView line) {
-        if (line.startsWith('#')) {
+    TextLines::forEachUntil(readme, [&controls, &inSection](QStringView untrimmed) {
+        const QStringView line = TextLines::trimmed(untrimmed);
+        if (line.startsWith(u'#')) {
             inSection = opensControls(line);
-        } else if (const qsizetype bullet = inSection ? bulletSize(line) : 0) {
-            const QString item = TextLines::withoutMarkdown(line.sliced(bullet));
+        } else if (inSection && isBullet(line)) {
+            const QString item = TextLines::withoutMarkdown(line.sliced(1));
             if (!item.isEmpty())
                 controls.append(item);
         }
@@ -89,7 +72,7 @@ ScriptActions actionsOfScripts(const QString &root)
         // A folder may bear a script's name: it counts as one that cannot be read.
         if (entry.path.endsWith(QLatin1StringView(".gd"))) {
             ++scripts;
-            actions.add(TextFile::read(entry.path).value_or(QByteArray()));
+            actions.add(TextFile::read(entry.path).value_or(QString()));
         }
         if (entry.isFolder)
             pushEntries(entry.path, pending);
@@ -99,10 +82,9 @@ ScriptActions actionsOfScripts(const QString &root)
 
 }
 
-ControlsList controlsList(QByteArray readme, const QString &root)
+ControlsList controlsList(const QString &readme, const QString &root)
 {
     const QStringList ofReadme = controlsOfReadme(readme);
-    readme.clear();
     if (!ofReadme.isEmpty())
         return { ofReadme, true };
 
@@ -116,7 +98,7 @@ ControlsList controlsList(QByteArray readme, const QString &root)
     return { controls, false };
 }
 
-void ScriptActions::add(const QByteArray &script)
+void ScriptActions::add(const QString &script)
 {
     constexpr qsizetype seam = longestAction - 1;
     search(m_end + script.left(seam));
@@ -124,8 +106,8 @@ void ScriptActions::add(const QByteArray &script)
     m_end = (m_end + script.right(seam)).right(seam);
 }
 
-void ScriptActions::search(QByteArrayView text)
+void ScriptActions::search(QStringView text)
 {
-    m_moves = m_moves || text.contains("ui_left") || text.contains("ui_right");
-    m_jumps = m_jumps || text.contains("ui_up");
+    m_moves = m_moves || text.contains(u"ui_left") || text.contains(u"ui_right");
+    m_jumps = m_jumps || text.contains(u"ui_up");
 }

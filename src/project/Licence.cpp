@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr QByteArrayView copyrightWord = "copyright";
+constexpr QStringView copyrightWord = u"copyright";
 
 /// A whole character and the number of units that it takes: there are digits beyond the first 65,536
 /// characters.
@@ -34,16 +34,9 @@ QStringView withoutLeadingYears(QStringView text)
     return text;
 }
 
-bool isCopyrightLine(QByteArrayView line)
+QString authorOf(QStringView copyrightLine)
 {
-    return qstrnicmp(line.data(), qMin(line.size(), copyrightWord.size()), copyrightWord.data(),
-                     copyrightWord.size())
-        == 0;
-}
-
-QString authorOf(QByteArrayView copyrightLine)
-{
-    QString holder = QString::fromUtf8(copyrightLine.sliced(copyrightWord.size()));
+    QString holder = copyrightLine.sliced(copyrightWord.size()).toString();
     holder.remove(QLatin1StringView("(c)"), Qt::CaseInsensitive);
     holder.remove(u'\u00a9');
     return TextLines::trimmed(withoutLeadingYears(holder)).toString();
@@ -51,20 +44,21 @@ QString authorOf(QByteArrayView copyrightLine)
 
 }
 
-LicenseInfo LicenseInfo::parse(QByteArrayView text)
+LicenseInfo LicenseInfo::parse(QStringView text)
 {
-    QByteArrayView title;
-    QByteArrayView copyrightLine;
-    TextLines::forEachUntil(text, [&title, &copyrightLine](QByteArrayView line) {
+    QStringView title;
+    QStringView copyrightLine;
+    TextLines::forEachUntil(text, [&title, &copyrightLine](QStringView untrimmed) {
+        const QStringView line = TextLines::trimmed(untrimmed);
         if (title.isEmpty())
             title = line;
-        if (isCopyrightLine(line))
+        if (line.startsWith(copyrightWord, Qt::CaseInsensitive))
             copyrightLine = line;
         return copyrightLine.isEmpty();
     });
 
     const QString author = copyrightLine.isEmpty() ? QString() : authorOf(copyrightLine);
-    return { title.isEmpty() ? QStringLiteral("See LICENSE file") : QString::fromUtf8(title),
+    return { title.isEmpty() ? QStringLiteral("See LICENSE file") : title.toString(),
              author.isEmpty() ? QStringLiteral("see LICENSE") : author };
 }
 
@@ -77,5 +71,5 @@ LicenseInfo licenseInfo(const QString &root)
     });
     if (!path)
         return { QStringLiteral("No licence file found in the repository"), QStringLiteral("unknown") };
-    return LicenseInfo::parse(TextFile::read(*path).value_or(QByteArray()));
+    return LicenseInfo::parse(TextFile::read(*path).value_or(QString()));
 }

@@ -8,11 +8,9 @@
 
 #include <QFile>
 
-#include <utility>
-
 namespace {
 
-constexpr QByteArrayView section = "[input_devices]";
+constexpr QLatin1StringView section("[input_devices]");
 
 /// TextFile leaves the mark out, and it is the game's, not ours to drop.
 QByteArray byteOrderMark(const QString &path)
@@ -25,33 +23,34 @@ QByteArray byteOrderMark(const QString &path)
 
 }
 
-std::optional<QByteArray> withMouseAsTouch(QByteArray text)
+std::optional<QString> withMouseAsTouch(const QString &text)
 {
-    if (text.contains("emulate_touch_from_mouse"))
+    if (text.contains(QLatin1StringView("emulate_touch_from_mouse")))
         return std::nullopt;
 
+    QString edited = text;
     const qsizetype header = text.indexOf(section);
     if (header >= 0) {
-        text.insert(header + section.size(), "\n\npointing/emulate_touch_from_mouse=true");
-        return text;
+        edited.insert(header + section.size(), QStringLiteral("\n\npointing/emulate_touch_from_mouse=true"));
+        return edited;
     }
-    if (!text.endsWith('\n'))
-        text += '\n';
-    text += "\n[input_devices]\n\npointing/emulate_touch_from_mouse=true\n";
-    return text;
+    if (!edited.endsWith(u'\n'))
+        edited += u'\n';
+    edited += QStringLiteral("\n[input_devices]\n\npointing/emulate_touch_from_mouse=true\n");
+    return edited;
 }
 
 void ProjectInspector::enableMouseAsTouch(const QString &root, LogStore &log)
 {
     const QString path = root + QStringLiteral("/project.godot");
-    // Moved on and changed in place: it may be large.
-    auto text = TextFile::read(path);
-    if (text)
-        text = withMouseAsTouch(*std::move(text));
+    const auto text = TextFile::read(path);
     if (!text)
         return;
+    const auto edited = withMouseAsTouch(*text);
+    if (!edited)
+        return;
     try {
-        FileOperations::writeAtomically(path, text->prepend(byteOrderMark(path)));
+        FileOperations::writeAtomically(path, byteOrderMark(path) + edited->toUtf8());
     } catch (const FileError &error) {
         log.append(QStringLiteral("Could not enable mouse-as-touch: ") + error.description());
         return;

@@ -7,17 +7,12 @@
 
 namespace {
 
-constexpr QByteArrayView versionKey = "config_version=";
-constexpr QByteArrayView nameKey = "config/name=";
-constexpr QByteArrayView mainSceneKey = "run/main_scene=";
-constexpr QByteArrayView featuresKey = "config/features=";
-
-/// An optional sign and then digits only, unlike QByteArrayView::toLongLong, which lets spaces pass.
-std::optional<qint64> decimalInteger(QByteArrayView text)
+/// An optional sign and then digits only, unlike QStringView::toLongLong, which lets spaces pass.
+std::optional<qint64> decimalInteger(QStringView text)
 {
-    const bool isSigned = text.startsWith('+') || text.startsWith('-');
-    const QByteArrayView digits = isSigned ? text.sliced(1) : text;
-    const auto isDigit = [](char character) { return character >= '0' && character <= '9'; };
+    const bool isSigned = text.startsWith(u'+') || text.startsWith(u'-');
+    const QStringView digits = isSigned ? text.sliced(1) : text;
+    const auto isDigit = [](QChar character) { return character >= u'0' && character <= u'9'; };
     if (digits.isEmpty() || !std::all_of(digits.begin(), digits.end(), isDigit))
         return std::nullopt;
     bool fits = false;
@@ -25,7 +20,7 @@ std::optional<qint64> decimalInteger(QByteArrayView text)
     return fits ? std::optional(number) : std::nullopt;
 }
 
-void overrideByFirstQuoted(QString &field, QByteArrayView line)
+void overrideByFirstQuoted(QString &field, QStringView line)
 {
     const QStringList texts = quoted(line, 1);
     if (!texts.isEmpty())
@@ -34,18 +29,22 @@ void overrideByFirstQuoted(QString &field, QByteArrayView line)
 
 }
 
-ProjectFile ProjectFile::parse(QByteArrayView text)
+ProjectFile ProjectFile::parse(QStringView text)
 {
     ProjectFile file;
-    QByteArrayView featuresLine;
-    TextLines::forEachUntil(text, [&file, &featuresLine](QByteArrayView line) {
+    QStringView featuresLine;
+    TextLines::forEachUntil(text, [&file, &featuresLine](QStringView untrimmed) {
+        constexpr QStringView versionKey = u"config_version=";
+        const QStringView line = TextLines::trimmed(untrimmed);
+        if (line.isEmpty())
+            return true;
         if (line.startsWith(versionKey))
             file.configVersion = decimalInteger(line.sliced(versionKey.size())).value_or(file.configVersion);
-        else if (line.startsWith(nameKey))
+        else if (line.startsWith(u"config/name="))
             overrideByFirstQuoted(file.name, line);
-        else if (line.startsWith(mainSceneKey))
+        else if (line.startsWith(u"run/main_scene="))
             overrideByFirstQuoted(file.mainScene, line);
-        else if (line.startsWith(featuresKey))
+        else if (line.startsWith(u"config/features="))
             featuresLine = line;
         return true;
     });
@@ -53,16 +52,16 @@ ProjectFile ProjectFile::parse(QByteArrayView text)
     return file;
 }
 
-QStringList quoted(QByteArrayView line, qsizetype most)
+QStringList quoted(QStringView line, qsizetype most)
 {
     QStringList texts;
-    qsizetype opening = line.indexOf('"');
+    qsizetype opening = line.indexOf(u'"');
     while (opening >= 0 && texts.size() < most) {
-        const qsizetype closing = line.indexOf('"', opening + 1);
+        const qsizetype closing = line.indexOf(u'"', opening + 1);
         if (closing < 0)
             break;
-        texts.append(QString::fromUtf8(line.sliced(opening + 1, closing - opening - 1)));
-        opening = line.indexOf('"', closing + 1);
+        texts.append(line.sliced(opening + 1, closing - opening - 1).toString());
+        opening = line.indexOf(u'"', closing + 1);
     }
     return texts;
 }

@@ -9,13 +9,13 @@ namespace {
 // A line with fewer is a badge, a caption or a list of links.
 constexpr qsizetype wordsOfASentence = 7;
 
-bool isSentence(QByteArrayView text)
+bool isSentence(QStringView text)
 {
     qsizetype words = 0;
     bool inWord = false;
-    for (const char character : text) {
-        const bool startsWord = !inWord && character != ' ';
-        inWord = character != ' ';
+    for (const QChar character : text) {
+        const bool startsWord = !inWord && character != u' ';
+        inWord = character != u' ';
         if (startsWord && ++words == wordsOfASentence)
             return true;
     }
@@ -24,28 +24,28 @@ bool isSentence(QByteArrayView text)
 
 }
 
-QByteArray readmeText(const QString &root)
+QString readmeText(const QString &root)
 {
     const auto path = firstPath(root, [](const QString &name) {
         return name.startsWith(QLatin1StringView("readme"), Qt::CaseInsensitive);
     });
-    return path ? TextFile::read(*path).value_or(QByteArray()) : QByteArray();
+    return path ? TextFile::read(*path).value_or(QString()) : QString();
 }
 
-QString blurb(QByteArrayView readme, const QString &fallback)
+QString blurb(const QString &readme, const QString &fallback)
 {
     QString heading;
     QString paragraph;
-    TextLines::forEachUntil(readme, [&heading, &paragraph](QByteArrayView line) {
-        if (line.startsWith("![") || line.startsWith('<'))
+    TextLines::forEachUntil(readme, [&heading, &paragraph](QStringView untrimmed) {
+        const QStringView line = TextLines::trimmed(untrimmed);
+        if (line.isEmpty() || line.startsWith(u"![") || line.startsWith(u'<'))
             return true;
-        if (line.startsWith('#')) {
+        if (line.startsWith(u'#')) {
             if (heading.isEmpty())
                 heading = TextLines::withoutMarkdown(line);
-        } else if (paragraph.isEmpty() && isSentence(line)) {
-            // Fewer words may be left of it.
+        } else if (paragraph.isEmpty()) {
             const QString text = TextLines::withoutMarkdown(line);
-            if (isSentence(text.toUtf8()))
+            if (isSentence(text))
                 paragraph = text;
         }
         // The heading may stand below the paragraph.
