@@ -26,18 +26,18 @@ std::exception_ptr worded(const std::exception_ptr &error)
 
 std::shared_ptr<FileDownloader> FileDownloader::create(QUrl url, QString destination,
                                                        std::function<void(DownloadProgress)> onProgress,
-                                                       TransferLimits limits)
+                                                       TransferRules rules)
 {
     return std::shared_ptr<FileDownloader>(
-        new FileDownloader(std::move(url), std::move(destination), std::move(onProgress), limits));
+        new FileDownloader(std::move(url), std::move(destination), std::move(onProgress), std::move(rules)));
 }
 
 FileDownloader::FileDownloader(QUrl url, QString destination,
-                               std::function<void(DownloadProgress)> onProgress, TransferLimits limits)
+                               std::function<void(DownloadProgress)> onProgress, TransferRules rules)
     : m_url(std::move(url))
     , m_destination(std::move(destination))
     , m_onProgress(std::move(onProgress))
-    , m_limits(limits)
+    , m_rules(std::move(rules))
     , m_part(m_destination)
     , m_speed(SpeedMeter::Clock::now())
 {
@@ -52,7 +52,7 @@ QCoro::Task<QString> FileDownloader::start(std::stop_token stop)
 
     const Completion<Result> continuation;
     auto task = std::make_shared<HttpTransfer>(
-        HttpTransfer::Request { m_url, m_limits },
+        HttpTransfer::Request { m_url, m_rules },
         [this](QByteArrayView piece, qint64 total) { didWriteData(piece, total); },
         [this](const HttpTransfer::Ending &ending) { didComplete(ending); });
     {

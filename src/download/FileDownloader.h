@@ -26,7 +26,7 @@ public:
     /// existing file at `destination` is replaced. Nothing is fetched yet.
     static std::shared_ptr<FileDownloader> create(QUrl url, QString destination,
                                                   std::function<void(DownloadProgress)> onProgress,
-                                                  TransferLimits limits = {});
+                                                  TransferRules rules = {});
     ~FileDownloader();
     FileDownloader(const FileDownloader &) = delete;
     FileDownloader &operator=(const FileDownloader &) = delete;
@@ -44,7 +44,7 @@ private:
     using Result = std::variant<QString, std::exception_ptr>;
 
     FileDownloader(QUrl url, QString destination, std::function<void(DownloadProgress)> onProgress,
-                   TransferLimits limits);
+                   TransferRules rules);
 
     // Called on the transfer's thread.
     void didWriteData(QByteArrayView piece, qint64 totalBytesExpectedToWrite);
@@ -57,7 +57,7 @@ private:
     const QUrl m_url;
     const QString m_destination;
     const std::function<void(DownloadProgress)> m_onProgress;
-    const TransferLimits m_limits;
+    const TransferRules m_rules;
 
     // The transfer's thread only.
     PartFile m_part;

@@ -4,6 +4,7 @@
 #include "SystemProxy.h"
 
 #include <algorithm>
+#include <system_error>
 
 namespace {
 
@@ -22,7 +23,7 @@ HttpExchange::HttpExchange(CURLM *multi, const HttpTransfer::Request &request,
     , m_request(request)
     , m_cancelled(cancelled)
     , m_onBody(onBody)
-    , m_watch(now(), request.limits.silence, request.limits.slowestBytesPerSecond)
+    , m_watch(now(), request.rules.silence, request.rules.slowestBytesPerSecond)
 {
     if (!m_easy)
         throw TransferError::couldNotBegin();
@@ -33,7 +34,7 @@ HttpExchange::~HttpExchange() { curl_easy_cleanup(m_easy); }
 void HttpExchange::setOptions(const QByteArray &url)
 {
     const auto set = [this](CURLoption option, auto value) { curl_easy_setopt(m_easy, option, value); };
-    const TransferLimits &limits = m_request.limits;
+    const TransferRules &rules = m_request.rules;
 
     set(CURLOPT_URL, url.constData());
     set(CURLOPT_PROTOCOLS_STR, "http,https");
@@ -48,7 +49,7 @@ void HttpExchange::setOptions(const QByteArray &url)
 
     // The desktop's proxy and no other: both options are given even when empty, else libcurl reads the
     // environment.
-    const SystemProxy proxy = SystemProxy::forUrl(QUrl::fromEncoded(url));
+    const SystemProxy proxy = proxyFor(QUrl::fromEncoded(url));
     set(CURLOPT_PROXY, proxy.address.constData());
     set(CURLOPT_NOPROXY, "");
     set(CURLOPT_PROXYUSERNAME, proxy.user.isEmpty() ? nullptr : proxy.user.constData());
@@ -58,14 +59,14 @@ void HttpExchange::setOptions(const QByteArray &url)
     set(CURLOPT_SSL_VERIFYPEER, 1L);
     set(CURLOPT_SSL_VERIFYHOST, 2L);
     set(CURLOPT_SSLVERSION, long(CURL_SSLVERSION_TLSv1_2));
-    if (!m_request.trustedAuthorities.isEmpty()) {
-        curl_blob authorities { const_cast<char *>(m_request.trustedAuthorities.constData()),
-                                static_cast<size_t>(m_request.trustedAuthorities.size()), CURL_BLOB_COPY };
+    if (!rules.trustedAuthorities.isEmpty()) {
+        curl_blob authorities { const_cast<char *>(rules.trustedAuthorities.constData()),
+                                static_cast<size_t>(rules.trustedAuthorities.size()), CURL_BLOB_COPY };
         set(CURLOPT_CAINFO_BLOB, &authorities);
     }
 
     set(CURLOPT_NOSIGNAL, 1L);
-    set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(limits.connect.count()));
+    set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(rules.connect.count()));
     // A name lookup cannot be interrupted. Its thread is left behind then, rather than waited for.
     set(CURLOPT_QUICK_EXIT, 1L);
 
@@ -97,6 +98,25 @@ HttpExchange::Answer HttpExchange::perform(const QByteArray &url)
     if (m_answer.status == 0)
         throw TransferError::fromCurl(CURLE_PARTIAL_FILE, {});
     return m_answer;
+}
+
+SystemProxy HttpExchange::proxyFor(const QUrl &url) const
+{
+    constexpr std::chrono::milliseconds aMoment(20);
+
+    std::future<SystemProxy> lookup;
+    try {
+        lookup = SystemProxy::lookUp(url);
+    } catch (const std::system_error &) {
+        throw TransferError::couldNotBegin();
+    }
+    while (lookup.wait_for(aMoment) != std::future_status::ready) {
+        if (m_cancelled)
+            throw CancellationError();
+        if (now() >= m_watch.deadline())
+            throw TransferError::timedOut();
+    }
+    return lookup.get();
 }
 
 CURLcode HttpExchange::drive()
@@ -188,7 +208,7 @@ void HttpExchange::takeEndOfHead()
     curl_off_t length = -1;
     curl_easy_getinfo(m_easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
     m_total = length;
-    if (m_total > m_request.limits.largestBody)
+    if (m_total > m_request.rules.largestBody)
         throw TransferError::tooLarge();
 }
 
@@ -197,7 +217,7 @@ void HttpExchange::takePiece(QByteArrayView piece)
     if (m_cancelled)
         throw CancellationError();
     m_received += piece.size();
-    if (m_received > m_request.limits.largestBody)
+    if (m_received > m_request.rules.largestBody)
         throw TransferError::tooLarge();
     m_watch.received(now(), m_received);
     m_onBody(piece, m_total);

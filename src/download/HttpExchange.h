@@ -9,6 +9,8 @@
 #include <atomic>
 #include <optional>
 
+struct SystemProxy;
+
 /// One request and its answer with libcurl, and the next one after a redirect. Blocks: for the transfer's
 /// thread only.
 class HttpExchange final {
@@ -33,6 +35,7 @@ public:
 
 private:
     void setOptions(const QByteArray &url);
+    SystemProxy proxyFor(const QUrl &url) const;
     CURLcode drive();
     std::optional<CURLcode> result() const;
     TransferError failure(CURLcode code) const;

@@ -3,10 +3,10 @@
 #include "CancellationError.h"
 #include "Completion.h"
 
-QCoro::Task<HttpResponse> fetchData(QUrl url, qint64 largestBody, std::stop_token stop, TransferLimits limits)
+QCoro::Task<HttpResponse> fetchData(QUrl url, qint64 largestBody, std::stop_token stop, TransferRules rules)
 {
     throwIfCancelled(stop);
-    limits.largestBody = largestBody;
+    rules.largestBody = largestBody;
 
     QByteArray body; // the transfer's thread's until it has ended
     const Completion<HttpTransfer::Ending> ended;
@@ -14,7 +14,7 @@ QCoro::Task<HttpResponse> fetchData(QUrl url, qint64 largestBody, std::stop_toke
     const auto onEnd = [ended](HttpTransfer::Ending ending) {
         postToMainThread([ended, ending] { ended.settle(ending); });
     };
-    HttpTransfer transfer({ url, limits }, onBody, onEnd);
+    HttpTransfer transfer({ url, rules }, onBody, onEnd);
     transfer.start();
     const std::stop_callback onStop(stop, [&transfer] { transfer.cancel(); });
 

@@ -17,4 +17,4 @@ struct HttpResponse {
 /// Fetches `url` into memory. Throws TransferError for a broken transfer or a body of more than `largestBody`
 /// bytes, CancellationError when `stop` is requested. Main thread, which it also resumes on.
 QCoro::Task<HttpResponse> fetchData(QUrl url, qint64 largestBody, std::stop_token stop,
-                                    TransferLimits limits = {});
+                                    TransferRules rules = {});

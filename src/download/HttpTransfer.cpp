@@ -106,7 +106,7 @@ struct HttpTransfer::Private {
             const HttpExchange::Answer answer = exchange.perform(url);
             if (!isRedirect(answer))
                 return answer.status;
-            if (followed == request.limits.redirects)
+            if (followed == request.rules.redirects)
                 throw TransferError(u"The server redirected too many times."_s);
             url = redirected(url, answer.location);
         }

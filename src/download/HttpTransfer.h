@@ -9,20 +9,23 @@
 #include <functional>
 #include <memory>
 
-/// What a transfer may cost before it counts as broken. The defaults are the player's; tests shorten the
-/// times.
-struct TransferLimits {
+/// Whom a transfer trusts, and what it may cost before it counts as broken. The defaults are the player's;
+/// tests shorten the times.
+struct TransferRules {
     /// Until the server is connected, TLS included.
-    std::chrono::seconds connect { 30 };
+    std::chrono::milliseconds connect { 30'000 };
     /// How long a server may send (nearly) nothing of the body: everything before it (name, connection,
     /// redirects, header) must come within this time too. Silence is an error within 60 s.
-    std::chrono::seconds silence { 50 };
+    std::chrono::milliseconds silence { 50'000 };
     /// Fewer bytes per second than this, on average over `silence`, count as silence.
     qint64 slowestBytesPerSecond = 64;
     /// The most bytes that a body may hold.
     qint64 largestBody = 4LL * 1000 * 1000 * 1000;
     /// The most redirects that are followed; HTTPS is never left for HTTP.
     int redirects = 10;
+    /// PEM. Empty for the authorities that the system trusts, which is what every download uses; tests of TLS
+    /// name their own.
+    QByteArray trustedAuthorities = {};
 };
 
 /// One GET request over HTTP(S) on a thread of its own, redirects followed. It keeps nothing: no cookies, no
@@ -31,10 +34,7 @@ class HttpTransfer final {
 public:
     struct Request {
         QUrl url;
-        TransferLimits limits = {};
-        /// PEM. Empty for the authorities that the system trusts, which is what every download uses; tests of
-        /// TLS name their own.
-        QByteArray trustedAuthorities = {};
+        TransferRules rules = {};
     };
 
     /// How a transfer ended: with the final status and the whole body of it, or with an error, which is a

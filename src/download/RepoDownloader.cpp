@@ -15,8 +15,9 @@
 
 using namespace Qt::StringLiterals;
 
-RepoDownloader::RepoDownloader(std::stop_token end)
+RepoDownloader::RepoDownloader(std::stop_token end, TransferRules rules)
     : m_end(std::move(end))
+    , m_rules(std::move(rules))
 {
 }
 
@@ -52,7 +53,7 @@ QCoro::Task<QString> RepoDownloader::installFrom(QString scratch, LogStore *log,
     const QUrl url = zipURL();
     log->append(u"Downloading the game from "_s + url.toString(QUrl::FullyEncoded));
     const QString zipFile = scratch + u"/game.zip"_s;
-    const auto downloader = FileDownloader::create(url, zipFile, onProgress);
+    const auto downloader = FileDownloader::create(url, zipFile, onProgress, m_rules);
     std::atomic_store(&m_downloader, downloader);
     co_await downloader->start(stop);
     throwIfCancelled(stop);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "DownloadProgress.h"
+#include "HttpTransfer.h"
 
 #include <QCoro/QCoroTask>
 #include <QUrl>
@@ -17,7 +18,7 @@ class LogStore;
 class RepoDownloader final {
 public:
     /// `end` is requested when the launcher itself ends, which stops the unpacking too.
-    explicit RepoDownloader(std::stop_token end = {});
+    explicit RepoDownloader(std::stop_token end = {}, TransferRules rules = {});
 
     /// The branch archive's address.
     static QUrl zipURL();
@@ -38,6 +39,7 @@ private:
                                      std::function<void(DownloadProgress)> onProgress, std::stop_token stop);
 
     const std::stop_token m_end;
+    const TransferRules m_rules;
     // Kept after the download: cancelling it then does nothing. Other threads come in through `cancel`, so it
     // is only touched through std::atomic_load and std::atomic_store.
     std::shared_ptr<FileDownloader> m_downloader;

@@ -14,9 +14,9 @@ class StallWatch final {
 public:
     using Clock = std::chrono::steady_clock;
 
-    StallWatch(Clock::time_point now, std::chrono::seconds window, qint64 slowestBytesPerSecond)
+    StallWatch(Clock::time_point now, std::chrono::milliseconds window, qint64 slowestBytesPerSecond)
         : m_window(window)
-        , m_enough(slowestBytesPerSecond * window.count())
+        , m_enough(slowestBytesPerSecond * window / std::chrono::seconds(1))
         , m_lastTime(now)
     {
     }
@@ -34,7 +34,7 @@ public:
     Clock::time_point deadline() const { return m_lastTime + m_window; }
 
 private:
-    std::chrono::seconds m_window;
+    std::chrono::milliseconds m_window;
     qint64 m_enough;
     Clock::time_point m_lastTime;
     qint64 m_lastBytes = 0;

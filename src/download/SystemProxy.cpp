@@ -2,6 +2,8 @@
 
 #include <QNetworkProxy>
 
+#include <thread>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -38,4 +40,18 @@ SystemProxy SystemProxy::forUrl(const QUrl &url)
         return { address.toEncoded(), proxy.user().toUtf8(), proxy.password().toUtf8() };
     }
     return {};
+}
+
+std::future<SystemProxy> SystemProxy::lookUp(const QUrl &url)
+{
+    std::promise<SystemProxy> promise;
+    auto proxy = promise.get_future();
+    std::thread([url, promise = std::move(promise)]() mutable {
+        try {
+            promise.set_value(forUrl(url));
+        } catch (...) {
+            promise.set_exception(std::current_exception());
+        }
+    }).detach();
+    return proxy;
 }

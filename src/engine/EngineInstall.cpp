@@ -98,12 +98,12 @@ QCoro::Task<QString> EngineManager::fetchArchive(EngineSpec spec, QUrl archiveUR
                                                  std::stop_token stop)
 {
     log->append(QStringLiteral("Looking up the official checksum for ") + spec.fileName());
-    auto lookup = expectedChecksum(sumsURL, spec.fileName(), stop);
+    auto lookup = expectedChecksum(sumsURL, spec.fileName(), stop, m_rules);
     const QString checksum = co_await lookup;
 
     log->append(QStringLiteral("Downloading ") + spec.displayName() + QStringLiteral(" from ")
                 + archiveURL.toString(QUrl::FullyEncoded));
-    m_downloader = FileDownloader::create(archiveURL, archive, onProgress);
+    m_downloader = FileDownloader::create(archiveURL, archive, onProgress, m_rules);
     const auto downloader = m_downloader;
     co_await downloader->start(stop);
     m_downloader.reset();
@@ -146,11 +146,13 @@ QCoro::Task<QString> EngineManager::verifyAndUnpack(EngineSpec spec, QString arc
     co_return *program;
 }
 
-QCoro::Task<QString> EngineManager::expectedChecksum(QUrl sumsURL, QString fileName, std::stop_token stop)
+QCoro::Task<QString> EngineManager::expectedChecksum(QUrl sumsURL, QString fileName, std::stop_token stop,
+                                                TransferRules rules)
 {
     constexpr qint64 largestList = 4 * 1024 * 1024; // the real ones are some 20 kB
 
-    const HttpResponse response = co_await fetchData(sumsURL, largestList, stop);
+    auto fetching = fetchData(sumsURL, largestList, stop, rules);
+    const HttpResponse response = co_await fetching;
     if (response.status < 200 || response.status > 299)
         throw AppError::message(
             QStringLiteral("Could not get the checksum list (server error %1).").arg(response.status));

@@ -35,8 +35,9 @@ QString nameOf(const EngineSpec &spec)
 
 }
 
-EngineManager::EngineManager(std::stop_token end)
+EngineManager::EngineManager(std::stop_token end, TransferRules rules)
     : m_end(std::move(end))
+    , m_rules(std::move(rules))
 {
 }
 

@@ -2,6 +2,7 @@
 
 #include "DownloadProgress.h"
 #include "EngineSpec.h"
+#include "HttpTransfer.h"
 
 #include <QCoro/QCoroTask>
 #include <QString>
@@ -23,7 +24,7 @@ struct ProjectInfo;
 class EngineManager final {
 public:
     /// `end` is requested when the launcher itself ends, which stops hashing and unpacking too.
-    explicit EngineManager(std::stop_token end = {});
+    explicit EngineManager(std::stop_token end = {}, TransferRules rules = {});
 
     /// The build that a project wants.
     static EngineSpec spec(const ProjectInfo &info);
@@ -52,7 +53,8 @@ public:
 
     /// The hash that the list at `sumsURL` gives for `fileName`, as it stands there. Throws AppError,
     /// TransferError or CancellationError.
-    static QCoro::Task<QString> expectedChecksum(QUrl sumsURL, QString fileName, std::stop_token stop = {});
+    static QCoro::Task<QString> expectedChecksum(QUrl sumsURL, QString fileName, std::stop_token stop = {},
+                                                 TransferRules rules = {});
 
     /// The SHA-512 of `file` in lower-case hexadecimal, read in pieces of 4 MiB. Throws FileError, and
     /// CancellationError once `end` is requested. Any thread.
@@ -66,6 +68,7 @@ private:
                                          LogStore *log);
 
     const std::stop_token m_end;
+    const TransferRules m_rules;
     std::shared_ptr<FileDownloader>
         m_downloader; // kept after a failed download: cancelling it then does nothing
 };

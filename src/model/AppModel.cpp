@@ -23,10 +23,13 @@ constexpr std::chrono::seconds importPatience { 5 };
 
 }
 
-AppModel::AppModel(Preferences &preferences, Workspace &workspace, Pasteboard &pasteboard)
+AppModel::AppModel(Preferences &preferences, Workspace &workspace, Pasteboard &pasteboard,
+                   TransferRules rules)
     : m_preferences(preferences)
     , m_workspace(workspace)
     , m_pasteboard(pasteboard)
+    , repo(m_end.get_token(), rules)
+    , engines(m_end.get_token(), rules)
 {
     refreshState();
     loadInfo();
@@ -123,10 +126,16 @@ void AppModel::setProgress(DownloadProgress downloadProgress)
 
 std::function<void(DownloadProgress)> AppModel::progressOnMainThread()
 {
-    return [self = QPointer<AppModel>(this)](DownloadProgress downloadProgress) {
-        postToMainThread([self, downloadProgress] {
+    // The server decides how often a download reports, so that only the newest report waits for this thread.
+    const auto newest = std::make_shared<std::shared_ptr<const DownloadProgress>>();
+    return [self = QPointer<AppModel>(this), newest](DownloadProgress downloadProgress) {
+        const auto report = std::make_shared<const DownloadProgress>(downloadProgress);
+        if (std::atomic_exchange(newest.get(), report))
+            return; // the one before it is on its way and takes this one along
+        postToMainThread([self, newest] {
+            const auto latest = std::atomic_exchange(newest.get(), {});
             if (self)
-                self->setProgress(downloadProgress);
+                self->setProgress(*latest);
         });
     };
 }

@@ -32,7 +32,8 @@ class AppModel final : public Observable {
 
 public:
     /// Works the state out from the disk and reads the project facts in the background.
-    AppModel(Preferences &preferences, Workspace &workspace, Pasteboard &pasteboard);
+    AppModel(Preferences &preferences, Workspace &workspace, Pasteboard &pasteboard,
+             TransferRules rules = {});
     ~AppModel() override;
 
     /// Works `state` out from the disk: `ready` when game, engine and import marker are in place, else
@@ -134,8 +135,8 @@ private:
 
     /// The one long-running action in progress.
     std::optional<WorkTask> workTask;
-    RepoDownloader repo { m_end.get_token() };
-    EngineManager engines { m_end.get_token() };
+    RepoDownloader repo;
+    EngineManager engines;
     /// The controller of the import pass while step 3 runs.
     std::shared_ptr<ProcessController> importController;
 

@@ -135,11 +135,11 @@ private Q_SLOTS:
         m_server->serve(u"/a"_s, HttpReply::redirect("/b"));
         m_server->serve(u"/b"_s, HttpReply::redirect("/c"));
         m_server->serve(u"/c"_s, "here");
-        TransferLimits limits;
-        limits.redirects = 2;
-        QCOMPARE(fetch(m_server->url(u"/a"_s), limits).body, "here");
-        limits.redirects = 1;
-        QCOMPARE(failure(m_server->url(u"/a"_s), limits), u"The server redirected too many times."_s);
+        TransferRules rules;
+        rules.redirects = 2;
+        QCOMPARE(fetch(m_server->url(u"/a"_s), rules).body, "here");
+        rules.redirects = 1;
+        QCOMPARE(failure(m_server->url(u"/a"_s), rules), u"The server redirected too many times."_s);
     }
 
     void aRedirectOutOfTheWebIsRefused_data()

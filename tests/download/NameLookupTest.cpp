@@ -1,10 +1,9 @@
 #include "CancellationError.h"
+#include "StandingQueue.h"
 #include "TransferTesting.h"
 
 #include <QTest>
 
-#include <condition_variable>
-#include <mutex>
 #include <netdb.h>
 
 using namespace Qt::StringLiterals;
@@ -13,30 +12,18 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// How many look-ups wait for a name server that does not answer, and whether they may go on.
-struct Lookups {
-    std::mutex lock;
-    std::condition_variable changed;
-    int waiting = 0;
-    bool released = false;
-
-    static Lookups &all()
-    {
-        static Lookups lookups;
-        return lookups;
-    }
-};
+StandingQueue &lookups()
+{
+    static StandingQueue queue;
+    return queue;
+}
 
 }
 
 // Takes the system's place for this whole program: a name server that never answers.
 extern "C" int getaddrinfo(const char *, const char *, const addrinfo *, addrinfo **)
 {
-    Lookups &lookups = Lookups::all();
-    std::unique_lock guard(lookups.lock);
-    ++lookups.waiting;
-    lookups.changed.wait(guard, [&lookups] { return lookups.released; });
-    --lookups.waiting;
+    lookups().wait();
     return EAI_AGAIN;
 }
 
@@ -46,18 +33,7 @@ class NameLookupTest final : public QObject {
 private Q_SLOTS:
     void initTestCase() { withoutProxies(); }
 
-    void cleanup()
-    {
-        Lookups &lookups = Lookups::all();
-        {
-            const std::lock_guard guard(lookups.lock);
-            lookups.released = true;
-        }
-        lookups.changed.notify_all();
-        QTRY_COMPARE(waiting(), 0);
-        const std::lock_guard guard(lookups.lock);
-        lookups.released = false;
-    }
+    void cleanup() { lookups().letGo(); }
 
     void aLookupThatNeverEndsIsAnErrorAfterTheLimit()
     {
@@ -65,29 +41,23 @@ private Q_SLOTS:
         time.start();
         QCOMPARE(failure(m_url, impatient()), u"The request timed out."_s);
         QVERIFY2(time.elapsed() < 4000, QByteArray::number(time.elapsed()).constData());
-        QCOMPARE(waiting(), 1);
+        QCOMPARE(lookups().waiting(), 1);
     }
 
     void aStopDuringALookupEndsAtOnce()
     {
         std::stop_source stop;
         auto task = fetchData(m_url, plenty, stop.get_token());
-        QTRY_COMPARE(waiting(), 1);
+        QTRY_COMPARE(lookups().waiting(), 1);
         QElapsedTimer time;
         time.start();
         stop.request_stop();
         QVERIFY(Tasks::failure<CancellationError>(std::move(task)));
         QVERIFY2(time.elapsed() < 400, QByteArray::number(time.elapsed()).constData());
-        QCOMPARE(waiting(), 1);
+        QCOMPARE(lookups().waiting(), 1);
     }
 
 private:
-    static int waiting()
-    {
-        const std::lock_guard guard(Lookups::all().lock);
-        return Lookups::all().waiting;
-    }
-
     const QUrl m_url { u"http://server.invalid/list"_s };
 };
 

@@ -100,11 +100,12 @@ private:
     Outcome outcome(const QUrl &url) const
     {
         Outcome outcome;
+        TransferRules rules;
+        rules.trustedAuthorities = m_authority.certificate();
         std::atomic<bool> ended = false;
         {
             HttpTransfer transfer(
-                { url, impatient(), m_authority.certificate() },
-                [&outcome](QByteArrayView piece, qint64) { outcome.body.append(piece); },
+                { url, rules }, [&outcome](QByteArrayView piece, qint64) { outcome.body.append(piece); },
                 [&outcome, &ended](const HttpTransfer::Ending &ending) {
                     try {
                         if (ending.error)

@@ -22,25 +22,25 @@ inline void withoutProxies()
 }
 
 /// Limits that let a test of silence end soon.
-inline TransferLimits impatient()
+inline TransferRules impatient()
 {
-    TransferLimits limits;
-    limits.connect = std::chrono::seconds(1);
-    limits.silence = std::chrono::seconds(1);
-    return limits;
+    TransferRules rules;
+    rules.connect = std::chrono::milliseconds(500);
+    rules.silence = std::chrono::milliseconds(500);
+    return rules;
 }
 
 inline constexpr qint64 plenty = 100 * 1000 * 1000;
 
-inline HttpResponse fetch(const QUrl &url, TransferLimits limits = {})
+inline HttpResponse fetch(const QUrl &url, TransferRules rules = {})
 {
-    return Tasks::finish(fetchData(url, plenty, {}, limits));
+    return Tasks::finish(fetchData(url, plenty, {}, rules));
 }
 
 /// The sentence that fetching `url` fails with, empty when it does not fail.
-inline QString failure(const QUrl &url, TransferLimits limits = {}, qint64 largestBody = plenty)
+inline QString failure(const QUrl &url, TransferRules rules = {}, qint64 largestBody = plenty)
 {
-    const auto error = Tasks::failure<TransferError>(fetchData(url, largestBody, {}, limits));
+    const auto error = Tasks::failure<TransferError>(fetchData(url, largestBody, {}, rules));
     return error ? error->description() : QString();
 }
 

@@ -135,10 +135,10 @@ if [ "$import" ]; then . ./import.sh; else . ./play.sh; fi
     }
 
     /// Starts the launcher's model anew on what is on the disk.
-    AppModel &startModel()
+    AppModel &startModel(const TransferRules &rules = {})
     {
         model.reset();
-        model = std::make_unique<AppModel>(preferences, workspace, pasteboard);
+        model = std::make_unique<AppModel>(preferences, workspace, pasteboard, rules);
         return *model;
     }
 
