@@ -25,7 +25,8 @@ QCoro::Task<qint32> runTool(QString tool, QStringList arguments, LogStore *log, 
 
 }
 
-QCoro::Task<> Archive::unzip(QString zipFile, QString destination, LogStore *log, std::stop_token end)
+QCoro::Task<> Archive::unzip(QString zipFile, QString destination, LogStore *log, std::stop_token end,
+                             QString name)
 {
     const Desktop desktop = Desktop::current();
     const QStringList toCheck { u"--check"_s, zipFile };
@@ -37,7 +38,8 @@ QCoro::Task<> Archive::unzip(QString zipFile, QString destination, LogStore *log
         status = co_await runTool(desktop.unpackTool, toUnpack, log, end);
     if (status != 0) {
         // The tool's name on the first desktop stands for every desktop's, and for the check before it.
-        throw AppError::message(u"Could not unpack "_s + QFileInfo(zipFile).fileName()
-                                + u" (ditto exit code "_s + QString::number(status) + u")."_s);
+        const QString shown = name.isEmpty() ? QFileInfo(zipFile).fileName() : name;
+        throw AppError::message(u"Could not unpack "_s + shown + u" (ditto exit code "_s
+                                + QString::number(status) + u")."_s);
     }
 }

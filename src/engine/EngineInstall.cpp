@@ -7,13 +7,16 @@
 #include "ChecksumList.h"
 #include "Desktop.h"
 #include "FileDownloader.h"
-#include "FileIdentity.h"
+#include "FileError.h"
 #include "FileOperations.h"
+#include "HeldFile.h"
 #include "HttpFetch.h"
 #include "LogStore.h"
 #include "Paths.h"
 #include "ProcessController.h"
 #include "ScratchFolder.h"
+
+#include <thread>
 
 namespace {
 
@@ -116,10 +119,20 @@ QCoro::Task<QString> EngineManager::verifyAndUnpack(EngineSpec spec, QString arc
                                                     QString scratch, LogStore *log)
 {
     log->append(QStringLiteral("Checking the download against the official SHA-512 checksum"));
-    const FileIdentity checked(archive);
-    auto hash = [archive, end = m_end] { return sha512(archive, end); };
+    // One open file from here on: what is hashed is what is unpacked.
+    const HeldFile held(archive);
+    const QString heldPath = held.path();
+    const auto pause = held.timeUntilChangesShow();
+    auto hash = [archive, heldPath, pause, end = m_end] {
+        std::this_thread::sleep_for(pause);
+        try {
+            return sha512(heldPath, end);
+        } catch (const FileError &error) {
+            throw FileError(archive, QStringLiteral("read"), error.code());
+        }
+    };
     const QString computed = co_await runInBackground(std::move(hash));
-    if (computed.toLower() != checksum.toLower())
+    if (computed.toLower() != checksum.toLower() || !held.isUntouched())
         throw doesNotMatch();
     log->append(QStringLiteral("Checksum matches"));
 
@@ -128,10 +141,10 @@ QCoro::Task<QString> EngineManager::verifyAndUnpack(EngineSpec spec, QString arc
     log->append(QStringLiteral("Unpacking the engine"));
     const QString unpacked = scratch + QStringLiteral("/engine");
     FileOperations::createFolder(unpacked);
-    co_await Archive::unzip(archive, unpacked, log, m_end);
-    // The unpack tool opened the archive by its name: only now is it certain that it was the one that was
-    // checked.
-    if (FileIdentity(archive) != checked)
+    const QString name = spec.fileName();
+    co_await Archive::unzip(heldPath, unpacked, log, m_end, name);
+    // Somebody may have written into it behind the check, or while it was unpacked.
+    if (!held.isUntouched())
         throw doesNotMatch();
     FileOperations::move(unpacked, target);
 
@@ -147,7 +160,7 @@ QCoro::Task<QString> EngineManager::verifyAndUnpack(EngineSpec spec, QString arc
 }
 
 QCoro::Task<QString> EngineManager::expectedChecksum(QUrl sumsURL, QString fileName, std::stop_token stop,
-                                                TransferRules rules)
+                                                     TransferRules rules)
 {
     constexpr qint64 largestList = 4 * 1024 * 1024; // the real ones are some 20 kB
 

@@ -282,35 +282,6 @@ private Q_SLOTS:
         QCOMPARE(log().mid(log().indexOf(unpacking)), QStringList({ unpacking, clearing }));
     }
 
-    void anArchiveThatIsExchangedBehindTheCheckIsThrownAway_data()
-    {
-        QTest::addColumn<QByteArray>("exchange");
-        QTest::newRow("replaced") << QByteArray(
-            "cp \"$HOME/evil.zip\" \"$3.new\"; mv \"$3.new\" \"$3\"; UNPACK");
-        QTest::newRow("overwritten") << QByteArray("cat \"$HOME/evil.zip\" > \"$3\"; UNPACK");
-        QTest::newRow("overwritten with its old time") << QByteArray(
-            "touch -r \"$3\" \"$HOME/time\"; cat \"$HOME/evil.zip\" > \"$3\"; touch -r \"$HOME/time\" "
-            "\"$3\"; UNPACK");
-        QTest::newRow("replaced and put back") << QByteArray(
-            "mv \"$3\" \"$3.good\"; cp \"$HOME/evil.zip\" \"$3\"; UNPACK; mv \"$3.good\" \"$3\"");
-    }
-
-    void anArchiveThatIsExchangedBehindTheCheckIsThrownAway()
-    {
-        QFETCH(QByteArray, exchange);
-        Desktop desktop = use(System::Linux);
-        exchange.replace("UNPACK", "\"" + QFile::encodeName(desktop.unpackTool) + "\" \"$@\"");
-        desktop.unpackTool = script("unpack", exchange);
-        Desktop::use(desktop);
-        m_home->write(
-            QStringLiteral("evil.zip"),
-            ZipBuilder { ZipEntry::program("Godot_v4.3-stable_linux.x86_64", "#!/bin/ev\n") }.bytes());
-        serve(linuxBuild());
-        QCOMPARE(failure(), doesNotMatch);
-        nothingIsLeftInTemp();
-        nothingIsInstalled();
-    }
-
     void cancelEndsTheDownload()
     {
         serve(linuxBuild());
