@@ -70,6 +70,9 @@ void HttpExchange::setOptions(const QByteArray &url)
     // A name lookup cannot be interrupted. Its thread is left behind then, rather than waited for.
     set(CURLOPT_QUICK_EXIT, 1L);
 
+    // For what a server announces; what it sends is counted.
+    set(CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(rules.largestBody));
+
     set(CURLOPT_ERRORBUFFER, m_detail);
     set(CURLOPT_HEADERFUNCTION, &HttpExchange::onHeaderLine);
     set(CURLOPT_HEADERDATA, static_cast<void *>(this));
@@ -208,8 +211,6 @@ void HttpExchange::takeEndOfHead()
     curl_off_t length = -1;
     curl_easy_getinfo(m_easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
     m_total = length;
-    if (m_total > m_request.rules.largestBody)
-        throw TransferError::tooLarge();
 }
 
 void HttpExchange::takePiece(QByteArrayView piece)

@@ -53,11 +53,12 @@ TransferError TransferError::fromCurl(int code, const QByteArray &detail)
         return TransferError(insecure(detail));
     case CURLE_UNSUPPORTED_PROTOCOL:
     case CURLE_WEIRD_SERVER_REPLY:
+    case CURLE_OUT_OF_MEMORY: // libcurl's word for a header line that is longer than it takes
         return notUnderstood();
+    case CURLE_FILESIZE_EXCEEDED:
+        return tooLarge();
     case CURLE_URL_MALFORMAT:
         return TransferError(u"The address is not a web address."_s);
-    case CURLE_OUT_OF_MEMORY:
-        return TransferError(u"There is not enough memory."_s);
     default:
         return TransferError(withoutFullStop(curl_easy_strerror(static_cast<CURLcode>(code))) + u'.');
     }

@@ -1,0 +1,141 @@
+#include "Misbehaviours.h"
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+using Connection = Misbehaviour::Connection;
+using Sound = Misbehaviour::Sound;
+
+namespace {
+
+const QString timedOut = u"The request timed out."_s;
+const QString lost = u"The connection was lost."_s;
+const QString notUnderstood = u"The server's answer could not be understood."_s;
+const QString tooLarge = u"The file is larger than expected."_s;
+const QString tooManyRedirects = u"The server redirected too many times."_s;
+const QString unsafeRedirect = u"The server redirected to an unsafe address."_s;
+const QString insecure = u"A secure connection to the server could not be made (…)."_s;
+
+/// What servers without a broken answer send instead of a file.
+const QByteArray logInPage = "<!DOCTYPE html><html><title>Log in</title><form>Room and name</form></html>";
+/// "hello" as gzip packs it.
+const QByteArray gzipped = QByteArray::fromBase64("H4sIAAAAAAAAA8tIzcnJBwCGphA2BQAAAA==");
+
+HttpReply ok(const QByteArrayList &headers = {}) { return HttpReply::head(200, headers); }
+HttpReply announced() { return ok({ "Content-Length: 10000" }); }
+HttpReply chunked() { return ok({ "Transfer-Encoding: chunked" }); }
+
+}
+
+QList<Misbehaviour> allMisbehaviours(const QString &engineArchive)
+{
+    QList<Misbehaviour> all;
+    const auto broken = [&all](const char *name, const HttpReply &reply, const QString &sentence,
+                               Sound sound = Sound::Loud, Connection connection = Connection::Plain) {
+        const QString failed = u"Download failed: "_s + sentence;
+        all.append({ name, reply, failed, sentence, failed, sound, connection });
+    };
+    const auto silent = [&broken](const char *name, const HttpReply &reply) {
+        broken(name, reply, timedOut, Sound::Silent);
+    };
+    const auto refused = [&all, &engineArchive](const char *name, int status, const QByteArray &body = {}) {
+        const QString error = u"The server answered with error %1 for %2."_s;
+        all.append({ name, HttpReply::status(status, body), error.arg(status).arg(u"master.zip"_s),
+                     u"Could not get the checksum list (server error %1)."_s.arg(status),
+                     error.arg(status).arg(engineArchive) });
+    };
+    const auto useless = [&all, &engineArchive](const char *name, const HttpReply &reply,
+                                                Connection connection = Connection::Plain) {
+        all.append({ name, reply, u"Could not unpack game.zip (ditto exit code 1)."_s,
+                     u"The official checksum list has no entry for %1."_s.arg(engineArchive),
+                     u"The Godot download did not match its official checksum, so it was thrown away. "
+                     "Please try again."_s,
+                     Sound::Loud, connection });
+    };
+
+    silent("silence before the header", HttpReply().stall());
+    silent("silence in the header", HttpReply().send("HTTP/1.1 200 OK\r\nContent-Le").stall());
+    silent("silence after the header", announced().stall());
+    silent("silence in the body", announced().send("some").stall());
+    silent("silence in a chunk", chunked().send("100\r\nsome").stall());
+    silent("silence before the last chunk", chunked().send("4\r\nsome\r\n").stall());
+    silent("silence after a body without a length", ok().send("all").stall());
+
+    silent("a header byte every half second", HttpReply().send("HTTP/1.1 2").sendForever("0", 500ms));
+    silent("a body byte every half second", announced().sendForever("x", 500ms));
+    silent("a byte of a chunk every half second", chunked().send("100\r\n").sendForever("x", 500ms));
+    silent("a chunk's size without end", chunked().send("1;").sendForever("x", 10ms));
+
+    broken("an endless header line",
+           HttpReply().send("HTTP/1.1 200 OK\r\nX: ").sendForever("yyyyyyyyyyyyyyyy"), notUnderstood);
+    broken("endless header lines", HttpReply().send("HTTP/1.1 200 OK\r\n").sendForever("X: y\r\n"),
+           notUnderstood);
+    broken("endless hints of a header", HttpReply().sendForever("HTTP/1.1 103 Early Hints\r\n\r\n"),
+           notUnderstood);
+    broken("endless trailers", chunked().send("1\r\nx\r\n0\r\n").sendForever("X: y\r\n"), notUnderstood);
+    broken("an endless body", ok().sendForever(QByteArray(100'000, 'x')), tooLarge);
+    broken("an endless body in chunks",
+           chunked().sendForever("10000\r\n" + QByteArray(0x10000, 'x') + "\r\n"), tooLarge);
+    broken("an endless log-in page", ok().sendForever(logInPage.repeated(1000)), tooLarge);
+    broken("endless redirects", HttpReply::redirect("?again"), tooManyRedirects);
+    broken("a redirect to a file", HttpReply::redirect("file:///etc/passwd"), unsafeRedirect);
+    broken("a redirect to nowhere", HttpReply::redirect("http://"), notUnderstood);
+
+    useless("a length that is too short", ok({ "Content-Length: 3" }).send("a whole file"));
+    broken("a length that is too long", announced().send("a whole file"), lost);
+    broken("a negative length", ok({ "Content-Length: -5" }).send("a file"), notUnderstood);
+    broken("a length that is no number", ok({ "Content-Length: many" }).send("a file"), notUnderstood);
+    broken("a giant length", ok({ "Content-Length: 8000000000001" }).stall(), tooLarge);
+    broken("a length beyond all numbers", ok({ "Content-Length: 99999999999999999999999" }).stall(),
+           tooLarge);
+    useless("two different lengths", ok({ "Content-Length: 3", "Content-Length: 6" }).send("a file"));
+    useless("one length twice", ok({ "Content-Length: 6", "Content-Length: 6" }).send("a file"));
+
+    broken("a chunk without a size", chunked().send("zz\r\nabc\r\n0\r\n\r\n"), lost);
+    broken("a chunk of a giant size", chunked().send("fffffffffffffffff\r\nabc"), lost);
+    broken("a chunk that is cut", chunked().send("10\r\nabc"), lost);
+    broken("a chunk without its end", chunked().send("3\r\nabcdefgh\r\n0\r\n\r\n"), lost);
+    broken("chunks without the last", chunked().send("3\r\nabc\r\n"), lost);
+
+    broken("closed without a word", HttpReply(), lost);
+    broken("reset without a word", HttpReply().reset(), lost);
+    broken("closed in the header", HttpReply().send("HTTP/1.1 200 OK\r\nContent-Le"), lost);
+    broken("reset in the body", announced().send("some").pause(20ms).reset(), lost);
+    broken("no HTTP at all", HttpReply().send("220 Mail is welcome.\r\n\r\n"), notUnderstood);
+
+    useless("204, nothing there", HttpReply::head(204));
+    useless("206, a part unasked",
+            HttpReply::head(206, { "Content-Range: bytes 0-3/9", "Content-Length: 4" }).send("some"));
+    refused("302 without an address", 302);
+    refused("304, not modified", 304);
+    refused("401, who are you", 401, logInPage);
+    refused("403, not you", 403);
+    refused("404, not here", 404, logInPage);
+    refused("416, not that part", 416);
+    refused("429, not so often", 429);
+    refused("500, in trouble", 500);
+    refused("503, come back later", 503);
+    refused("511, log in first", 511, logInPage);
+
+    useless("gzip unasked", ok({ "Content-Encoding: gzip" }).send(gzipped));
+    useless("a coding that nobody knows", ok({ "Content-Encoding: x-secret" }).send(gzipped));
+    useless("a log-in page", HttpReply::ok(logInPage));
+    useless("an empty file", HttpReply::ok({}));
+
+    const auto insecureFor = [&broken](const char *name, Connection connection) {
+        broken(name, HttpReply::ok("a file"), insecure, Sound::Loud, connection);
+    };
+    insecureFor("a certificate that vouches for itself", Connection::SelfSigned);
+    insecureFor("a certificate that has expired", Connection::Expired);
+    insecureFor("a certificate of another host", Connection::OfAnotherHost);
+    broken("TLS that is cut in the header", HttpReply().send("HTTP/1.1 200 OK\r\nConte").cut(), lost,
+           Sound::Loud, Connection::Secure);
+    broken("TLS that is cut in the body", announced().send("some").cut(), lost, Sound::Loud,
+           Connection::Secure);
+    broken("TLS that is cut in a chunk", chunked().send("10\r\nabc").cut(), lost, Sound::Loud,
+           Connection::Secure);
+    // Nobody can tell such a body from a whole one: what checks the content has to.
+    useless("TLS that is cut in a body without a length", ok().send("some").cut(), Connection::Secure);
+    broken("TLS that leads back to a plain server", HttpReply::redirect("http://127.0.0.1:9/"),
+           unsafeRedirect, Sound::Loud, Connection::Secure);
+    return all;
+}
