@@ -13,19 +13,19 @@ using namespace Qt::StringLiterals;
 namespace {
 
 /// Runs `tool`, whose lines go to `log`, and gives its status.
-QCoro::Task<qint32> runTool(QString tool, QStringList arguments, LogStore *log, std::stop_token end)
+QCoro::Task<qint32> runTool(QString tool, QStringList arguments, LogStore *log, std::stop_token stop)
 {
     const auto controller = ProcessController::create();
-    const std::stop_callback onEnd(end, [controller] { controller->cancel(); });
+    const std::stop_callback onStop(stop, [controller] { controller->cancel(); });
     const auto appendToLog = [log](const QString &line) { log->append(line); };
     const qint32 status = co_await controller->run(tool, arguments, appendToLog);
-    throwIfCancelled(end);
+    throwIfCancelled(stop);
     co_return status;
 }
 
 }
 
-QCoro::Task<> Archive::unzip(QString zipFile, QString destination, LogStore *log, std::stop_token end,
+QCoro::Task<> Archive::unzip(QString zipFile, QString destination, LogStore *log, std::stop_token stop,
                              QString name)
 {
     const Desktop desktop = Desktop::current();
@@ -33,9 +33,9 @@ QCoro::Task<> Archive::unzip(QString zipFile, QString destination, LogStore *log
     const QStringList toUnpack { u"-x"_s, u"-k"_s, zipFile, destination };
     qint32 status = 0;
     if (!desktop.archiveCheckTool.isEmpty())
-        status = co_await runTool(desktop.archiveCheckTool, toCheck, log, end);
+        status = co_await runTool(desktop.archiveCheckTool, toCheck, log, stop);
     if (status == 0)
-        status = co_await runTool(desktop.unpackTool, toUnpack, log, end);
+        status = co_await runTool(desktop.unpackTool, toUnpack, log, stop);
     if (status != 0) {
         // The tool's name on the first desktop stands for every desktop's, and for the check before it.
         const QString shown = name.isEmpty() ? QFileInfo(zipFile).fileName() : name;

@@ -15,9 +15,8 @@
 
 using namespace Qt::StringLiterals;
 
-RepoDownloader::RepoDownloader(std::stop_token end, TransferRules rules)
-    : m_end(std::move(end))
-    , m_rules(std::move(rules))
+RepoDownloader::RepoDownloader(TransferRules rules)
+    : m_rules(std::move(rules))
 {
 }
 
@@ -61,7 +60,7 @@ QCoro::Task<QString> RepoDownloader::installFrom(QString scratch, LogStore *log,
     const QString extract = scratch + u"/extract"_s;
     FileOperations::createFolder(extract);
     log->append(u"Unpacking the game"_s);
-    co_await Archive::unzip(zipFile, extract, log, m_end);
+    co_await Archive::unzip(zipFile, extract, log, stop);
 
     const auto project = ProjectInspector::findProjectRoot(extract);
     if (!project)

@@ -17,8 +17,7 @@ class LogStore;
 /// it holds to the game folder. Owned by the model, main thread only but where said otherwise.
 class RepoDownloader final {
 public:
-    /// `end` is requested when the launcher itself ends, which stops the unpacking too.
-    explicit RepoDownloader(std::stop_token end = {}, TransferRules rules = {});
+    explicit RepoDownloader(TransferRules rules = {});
 
     /// The branch archive's address.
     static QUrl zipURL();
@@ -29,8 +28,7 @@ public:
     QCoro::Task<QString> install(LogStore *log, std::function<void(DownloadProgress)> onProgress,
                                  std::stop_token stop);
 
-    /// Ends the download in progress. Does not stop the unpacking: a player's Cancel waits for it. Any
-    /// thread.
+    /// Ends the download in progress. The unpacking ends by the `stop` of its install. Any thread.
     void cancel();
 
 private:
@@ -38,7 +36,6 @@ private:
     QCoro::Task<QString> installFrom(QString scratch, LogStore *log,
                                      std::function<void(DownloadProgress)> onProgress, std::stop_token stop);
 
-    const std::stop_token m_end;
     const TransferRules m_rules;
     // Kept after the download: cancelling it then does nothing. Other threads come in through `cancel`, so it
     // is only touched through std::atomic_load and std::atomic_store.

@@ -79,7 +79,7 @@ QCoro::Task<QString> EngineManager::install(EngineSpec spec, LogStore *log,
         const QString archive = scratch.filePath(spec.fileName());
         auto fetching = fetchArchive(spec, archiveURL, sumsURL, archive, log, onProgress, stop);
         const QString checksum = co_await fetching;
-        auto placing = verifyAndUnpack(spec, archive, checksum, scratchPath, log);
+        auto placing = verifyAndUnpack(spec, archive, checksum, scratchPath, log, stop);
         program = co_await placing;
     } catch (...) {
         error = std::current_exception();
@@ -116,17 +116,17 @@ QCoro::Task<QString> EngineManager::fetchArchive(EngineSpec spec, QUrl archiveUR
 
 /// Puts the build that `archive` holds in place, and gives its program.
 QCoro::Task<QString> EngineManager::verifyAndUnpack(EngineSpec spec, QString archive, QString checksum,
-                                                    QString scratch, LogStore *log)
+                                                    QString scratch, LogStore *log, std::stop_token stop)
 {
     log->append(QStringLiteral("Checking the download against the official SHA-512 checksum"));
     // One open file from here on: what is hashed is what is unpacked.
     const HeldFile held(archive);
     const QString heldPath = held.path();
     const auto pause = held.timeUntilChangesShow();
-    auto hash = [archive, heldPath, pause, end = m_end] {
+    auto hash = [archive, heldPath, pause, stop] {
         std::this_thread::sleep_for(pause);
         try {
-            return sha512(heldPath, end);
+            return sha512(heldPath, stop);
         } catch (const FileError &error) {
             throw FileError(archive, QStringLiteral("read"), error.code());
         }
@@ -142,7 +142,7 @@ QCoro::Task<QString> EngineManager::verifyAndUnpack(EngineSpec spec, QString arc
     const QString unpacked = scratch + QStringLiteral("/engine");
     FileOperations::createFolder(unpacked);
     const QString name = spec.fileName();
-    co_await Archive::unzip(heldPath, unpacked, log, m_end, name);
+    co_await Archive::unzip(heldPath, unpacked, log, stop, name);
     // Somebody may have written into it behind the check, or while it was unpacked.
     if (!held.isUntouched())
         throw doesNotMatch();

@@ -35,9 +35,8 @@ QString nameOf(const EngineSpec &spec)
 
 }
 
-EngineManager::EngineManager(std::stop_token end, TransferRules rules)
-    : m_end(std::move(end))
-    , m_rules(std::move(rules))
+EngineManager::EngineManager(TransferRules rules)
+    : m_rules(std::move(rules))
 {
 }
 

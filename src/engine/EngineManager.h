@@ -23,8 +23,7 @@ struct ProjectInfo;
 /// thread.
 class EngineManager final {
 public:
-    /// `end` is requested when the launcher itself ends, which stops hashing and unpacking too.
-    explicit EngineManager(std::stop_token end = {}, TransferRules rules = {});
+    explicit EngineManager(TransferRules rules = {});
 
     /// The build that a project wants.
     static EngineSpec spec(const ProjectInfo &info);
@@ -42,7 +41,7 @@ public:
     QCoro::Task<QString> install(EngineSpec spec, LogStore *log,
                                  std::function<void(DownloadProgress)> onProgress, std::stop_token stop);
 
-    /// Ends the download in progress. Does not stop hashing or unpacking: a player's Cancel waits for them.
+    /// Ends the download in progress. Hashing and unpacking end by the `stop` of their install.
     void cancel();
 
     /// Has the engine import the project's files without a window, in at most two passes. Gives whether
@@ -57,17 +56,16 @@ public:
                                                  TransferRules rules = {});
 
     /// The SHA-512 of `file` in lower-case hexadecimal, read in pieces of 4 MiB. Throws FileError, and
-    /// CancellationError once `end` is requested. Any thread.
-    static QString sha512(const QString &file, const std::stop_token &end = {});
+    /// CancellationError once `stop` is requested. Any thread.
+    static QString sha512(const QString &file, const std::stop_token &stop = {});
 
 private:
     QCoro::Task<QString> fetchArchive(EngineSpec spec, QUrl archiveURL, QUrl sumsURL, QString archive,
                                       LogStore *log, std::function<void(DownloadProgress)> onProgress,
                                       std::stop_token stop);
     QCoro::Task<QString> verifyAndUnpack(EngineSpec spec, QString archive, QString checksum, QString scratch,
-                                         LogStore *log);
+                                         LogStore *log, std::stop_token stop);
 
-    const std::stop_token m_end;
     const TransferRules m_rules;
     std::shared_ptr<FileDownloader>
         m_downloader; // kept after a failed download: cancelling it then does nothing

@@ -34,14 +34,15 @@ bool isSame(const struct stat &one, const struct stat &other)
 
 HeldFile::HeldFile(const QString &path)
     : m_path(path)
-    , m_descriptor(::open(QFile::encodeName(path).constData(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC))
+    // Not blocking: opening a pipe would wait for a writer.
+    , m_descriptor(
+          ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC))
 {
     if (m_descriptor < 0)
         throw FileError(path, QStringLiteral("opened"), errno);
-    if (::fstat(m_descriptor, &m_info) != 0) {
-        const int code = errno;
+    if (::fstat(m_descriptor, &m_info) != 0 || !S_ISREG(m_info.st_mode)) {
         ::close(m_descriptor);
-        throw FileError(path, QStringLiteral("read"), code);
+        throw FileError(path, QStringLiteral("opened"), EINVAL);
     }
 }
 

@@ -85,7 +85,7 @@ struct Close {
 
 }
 
-QString EngineManager::sha512(const QString &file, const std::stop_token &end)
+QString EngineManager::sha512(const QString &file, const std::stop_token &stop)
 {
     constexpr qsizetype pieceSize = 4 * 1024 * 1024;
 
@@ -104,7 +104,7 @@ QString EngineManager::sha512(const QString &file, const std::stop_token &end)
         if (count == 0)
             break;
         hash.add(piece.constData(), count);
-        throwIfCancelled(end);
+        throwIfCancelled(stop);
     }
     return QString::fromLatin1(hash.finish().toHex());
 }

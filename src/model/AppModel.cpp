@@ -28,8 +28,8 @@ AppModel::AppModel(Preferences &preferences, Workspace &workspace, Pasteboard &p
     : m_preferences(preferences)
     , m_workspace(workspace)
     , m_pasteboard(pasteboard)
-    , repo(m_end.get_token(), rules)
-    , engines(m_end.get_token(), rules)
+    , repo(rules)
+    , engines(rules)
 {
     refreshState();
     loadInfo();

@@ -23,6 +23,9 @@ const auto isALink
     = QStringLiteral("“Godot_v4.3-stable_linux.x86_64.zip” could not be opened: Too many levels of symbolic "
                      "links.");
 
+const auto isNoFile
+    = QStringLiteral("“Godot_v4.3-stable_linux.x86_64.zip” could not be opened: Invalid argument.");
+
 const char *const program = "Godot_v4.3-stable_linux.x86_64";
 
 /// Both are archives of the same size, so that only their content tells them apart.
@@ -86,6 +89,9 @@ private Q_SLOTS:
         QTest::newRow("overwritten before the check") << downloading << overwrite << doesNotMatch;
         QTest::newRow("a link to another one before the check") << downloading << link << isALink;
         QTest::newRow("a link to itself before the check") << downloading << linkItself << isALink;
+
+        QTest::newRow("a pipe before the check")
+            << downloading << QByteArray("rm $archive; mkfifo $archive") << isNoFile;
 
         QTest::newRow("replaced behind the check") << matches << replace << doesNotMatch;
         QTest::newRow("overwritten behind the check") << matches << overwrite << doesNotMatch;

@@ -32,12 +32,13 @@ public:
         return "config_version=5\nconfig/name=\"Hill Run\"\nconfig/features=PackedStringArray(\"4.6\")\n";
     }
 
-    /// A game that imports and plays, with `others` beside it.
-    static QByteArray gameArchive(const QList<ZipEntry> &others = {})
+    /// A game whose import pass runs `import` in the shell, with `others` beside it.
+    static QByteArray gameArchive(const QByteArray &import = "mkdir -p .godot\n",
+                                  const QList<ZipEntry> &others = {})
     {
         ZipBuilder archive { ZipEntry::folder("Vantor-master/"),
                              ZipEntry::file("Vantor-master/project.godot", project()),
-                             ZipEntry::file("Vantor-master/import.sh", "mkdir -p .godot\n"),
+                             ZipEntry::file("Vantor-master/import.sh", import),
                              ZipEntry::file("Vantor-master/play.sh", "exec sleep 60\n") };
         archive.entries += others;
         return archive.bytes();

@@ -1,0 +1,160 @@
+// What a server that never ends costs: at most 64 MB of memory, and of the disk what a download may have.
+
+#include "DirectorySize.h"
+#include "Player.h"
+#include "ScriptedHost.h"
+
+#include <thread>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define HAS_SANITIZER
+#endif
+#endif
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define HAS_SANITIZER
+#endif
+
+constexpr qint64 oneMB = 1'000'000;
+constexpr qint64 ceiling = 200 * oneMB;
+
+/// A line of /proc/self/status in bytes.
+qint64 ownMemory(const char *line)
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray &each : status.readAll().split('\n')) {
+        if (each.startsWith(line))
+            return each.mid(qstrlen(line) + 1).trimmed().chopped(3).toLongLong() * 1024;
+    }
+    return -1;
+}
+
+/// Makes the peak begin anew at what is in use now.
+bool forgetThePeak()
+{
+    QFile file(QStringLiteral("/proc/self/clear_refs"));
+    return file.open(QIODevice::WriteOnly) && file.write("5") == 1;
+}
+
+}
+
+class DownloadFootprintTest final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+#ifdef HAS_SANITIZER
+        QSKIP("A sanitizer takes memory of its own.");
+#endif
+        if (!forgetThePeak() || ownMemory("VmHWM") <= 0)
+            QSKIP("This system does not tell the peak of a program's memory.");
+    }
+
+    void whatNeverEndsStaysSmall_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<HttpReply>("reply");
+        QTest::addColumn<qint64>("disk");
+
+        const QByteArray page = "<html><title>Log in</title></html>";
+        const HttpReply body = HttpReply::head(200).sendForever(QByteArray(100'000, 'x'));
+        const HttpReply logIn = HttpReply::head(200).sendForever(page.repeated(3000));
+        const HttpReply lines
+            = HttpReply().send("HTTP/1.1 200 OK\r\n").sendForever(QByteArray("X: y\r\n").repeated(9999));
+        const HttpReply line
+            = HttpReply().send("HTTP/1.1 200 OK\r\nX: ").sendForever(QByteArray(100'000, 'y'));
+        const HttpReply giant = HttpReply::head(200, { "Content-Length: 199999999" }).sendForever("x", 500ms);
+        const HttpReply refusal = HttpReply::head(404).sendForever(QByteArray(100'000, 'x'));
+
+        const auto rows = [&](const char *transfer, const QString &path, qint64 disk) {
+            const auto row = [&](const char *what, const HttpReply &reply, qint64 most) {
+                QTest::addRow("%s, %s", transfer, what) << path << reply << most;
+            };
+            row("an endless body", body, disk);
+            row("an endless log-in page", logIn, disk);
+            row("endless header lines", lines, 0);
+            row("an endless header line", line, 0);
+            row("a giant length and a drip", giant, oneMB);
+            row("an endless refusal", refusal, 0);
+        };
+        rows("the game", ScriptedHost::gamePath(), ceiling);
+        rows("the list", ScriptedHost::listPath(), 0);
+        rows("the engine", ScriptedHost::enginePath(), ceiling);
+    }
+
+    void whatNeverEndsStaysSmall()
+    {
+        QFETCH(QString, path);
+        QFETCH(HttpReply, reply);
+        QFETCH(qint64, disk);
+        Player player;
+        ScriptedHost host;
+        host.serveGood("#!/bin/sh\n");
+        host.server->serve(path, reply);
+        if (path != ScriptedHost::gamePath())
+            player.home.write(QStringLiteral("data/Vantor Platformer/Game/project.godot"),
+                              ScriptedHost::project());
+        TransferRules rules;
+        rules.largestBody = ceiling;
+        rules.silence = 1s;
+        verifyFootprint(player, rules, 0s, { 64 * oneMB, disk });
+    }
+
+    void aWindowThatStandsStillDuringAFloodOfReportsStaysSmall()
+    {
+        Player player;
+        ScriptedHost host;
+        // Every chunk, however small, is a report of progress.
+        host.server->serve(ScriptedHost::gamePath(),
+                           HttpReply::head(200, { "Transfer-Encoding: chunked" })
+                               .sendForever(QByteArray("1\r\nx\r\n").repeated(10'000)));
+        TransferRules rules;
+        rules.largestBody = oneMB / 2;
+        // Each report that waited would take some 70 bytes, 34 MB together.
+        verifyFootprint(player, rules, 1s, { 4 * oneMB, oneMB });
+    }
+
+private:
+    struct Footprint {
+        qint64 memory = 0;
+        qint64 disk = 0;
+    };
+
+    /// Plays until the download has failed, and verifies that it took no more than `most`. For `pause` the
+    /// main thread stands still.
+    static void verifyFootprint(Player &player, const TransferRules &rules, std::chrono::seconds pause,
+                                const Footprint &most)
+    {
+        AppModel &model = player.startModel(rules);
+        qint64 largest = 0;
+        QVERIFY(forgetThePeak());
+        const qint64 before = ownMemory("VmRSS");
+        model.play();
+        QVERIFY(
+            QTest::qWaitFor([&] { return !model.isWorking() || !model.progressDetail->isEmpty(); }, 30'000));
+        std::this_thread::sleep_for(pause);
+        QVERIFY(QTest::qWaitFor(
+            [&] {
+                largest = std::max(largest, directorySize(Paths::tempFolder()));
+                return !model.isWorking();
+            },
+            30'000));
+        const qint64 growth = ownMemory("VmHWM") - before;
+        QVERIFY(player.hasFailed());
+        QCOMPARE(Player::scratch(), QStringList());
+        qInfo("%lld MB of memory, %lld MB on the disk: %s", growth / oneMB, largest / oneMB,
+              qPrintable(*model.failureMessage.get()));
+        QVERIFY2(growth <= most.memory, QByteArray::number(growth).constData());
+        QVERIFY2(largest <= most.disk + oneMB, QByteArray::number(largest).constData());
+    }
+};
+
+QTEST_GUILESS_MAIN(DownloadFootprintTest)
+#include "DownloadFootprintTest.moc"

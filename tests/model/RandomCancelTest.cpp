@@ -1,0 +1,183 @@
+// Cancel at random moments of a whole install: it ends in "Cancelled." within half a second, with nothing
+// left behind. CANCEL_SEED repeats a run.
+
+#include "Desktop.h"
+#include "EngineManager.h"
+#include "FileOperations.h"
+#include "Player.h"
+#include "ScriptedHost.h"
+
+#include <QElapsedTimer>
+
+#include <map>
+#include <random>
+
+using namespace std::chrono_literals;
+
+class RandomCancelTest final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void fiftyCancelsOfAnInstallLeaveNothing()
+    {
+        bool isGiven = false;
+        unsigned seed = qEnvironmentVariable("CANCEL_SEED").toUInt(&isGiven);
+        if (!isGiven)
+            seed = std::random_device()();
+        qInfo("CANCEL_SEED=%u", seed);
+        std::mt19937 random(seed);
+
+        Player player;
+        const ScriptedHost host;
+        serveSlowly(host, player);
+        AppModel &model = player.startModel();
+        QElapsedTimer time;
+        time.start();
+        QVERIFY(player.playToRunning());
+        std::uniform_int_distribution<qint64> moments(0, time.elapsed());
+        removeAll(player);
+
+        std::map<QString, int> cancelledIn;
+        qint64 slowest = 0;
+        for (int cancels = 0; cancels < 50;) {
+            const qint64 moment = moments(random);
+            time.start();
+            model.play();
+            QVERIFY(QTest::qWaitFor([&] { return time.elapsed() >= moment || !model.isWorking(); }));
+            QVERIFY(!player.hasFailed());
+            if (!model.isWorking()) { // the game runs: this time the install was faster than the moment
+                removeAll(player);
+                continue;
+            }
+            ++cancels;
+            ++cancelledIn[model.log.lines->isEmpty() ? QString()
+                                                     : model.log.lines->last().section(u' ', 0, 1)];
+            time.start();
+            model.cancel();
+            QVERIFY(QTest::qWaitFor([&] { return !model.isWorking(); }, 10'000));
+            slowest = std::max(slowest, time.elapsed());
+            const QString how = QStringLiteral("cancelled after %1 ms, took %2 ms, log: %3")
+                                    .arg(moment)
+                                    .arg(time.elapsed())
+                                    .arg(model.log.lines->join(u'\n'));
+            QVERIFY2(time.elapsed() <= 500 * patience, qPrintable(how));
+            QVERIFY2(model.log.lines->last() == QStringLiteral("Cancelled."), qPrintable(how));
+            QVERIFY2(!model.failureMessage.get() && model.stepText->isEmpty(), qPrintable(how));
+            QVERIFY2(Player::scratch().isEmpty(), qPrintable(how));
+            QVERIFY2(isWholeOrAbsent(), qPrintable(how));
+            QVERIFY2(model.state.get() == AppState::notDownloaded() || isComplete(), qPrintable(how));
+            removeAll(player);
+        }
+        for (const auto &[line, count] : cancelledIn)
+            qInfo("%2d after \"%s...\"", count, qPrintable(line));
+        qInfo("The slowest took %lld ms.", slowest);
+
+        // And after all of that the next Play works.
+        QVERIFY(player.playToRunning());
+    }
+
+    void aCancelDoesNotWaitForTheUnpacking_data()
+    {
+        QTest::addColumn<QString>("line");
+        QTest::newRow("of the game") << QStringLiteral("Unpacking the game");
+        QTest::newRow("of the engine") << QStringLiteral("Unpacking the engine");
+    }
+
+    void aCancelDoesNotWaitForTheUnpacking()
+    {
+        QFETCH(QString, line);
+        Player player;
+        ScriptedHost host;
+        host.serveGood("#!/bin/sh\n");
+        AppModel &model = player.startModel();
+        if (line.endsWith(QStringLiteral("engine")))
+            player.home.write(QStringLiteral("data/Vantor Platformer/Game/project.godot"),
+                              ScriptedHost::project());
+        Desktop desktop = Desktop::current();
+        desktop.unpackTool = player.home.write(
+            QStringLiteral("unpack"), "#!/bin/sh\necho half > $4/half; touch ~/unpacking; exec sleep 60\n");
+        QVERIFY(QFile::setPermissions(desktop.unpackTool, QFile::ReadOwner | QFile::ExeOwner));
+        Desktop::use(desktop);
+        const auto restore = qScopeGuard([] { Desktop::use(std::nullopt); });
+
+        model.play();
+        QTRY_VERIFY(QFileInfo::exists(player.home.filePath(QStringLiteral("unpacking"))));
+        QElapsedTimer time;
+        time.start();
+        model.cancel();
+        QVERIFY(QTest::qWaitFor([&] { return !model.isWorking(); }, 10'000));
+        QVERIFY2(time.elapsed() <= 500 * patience, QByteArray::number(time.elapsed()).constData());
+        QCOMPARE(model.log.lines->mid(model.log.lines->indexOf(line)),
+                 QStringList({ line, QStringLiteral("Cancelled.") }));
+        QCOMPARE(Player::scratch(), QStringList());
+        QVERIFY(!QFileInfo::exists(EngineManager::folder(ScriptedHost::engine())));
+    }
+
+private:
+    static constexpr int levels = 40;
+    static constexpr qint64 bigFile = 4'000'000;
+    /// Times are not what a sanitizer leaves as they are.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    static constexpr qint64 patience = 4;
+#else
+    static constexpr qint64 patience = 1;
+#endif
+
+    /// Every phase takes a while: waiting for the header, the body, hashing, unpacking, importing.
+    static void serveSlowly(const ScriptedHost &host, const Player &player)
+    {
+        QFile script(player.home.filePath(QStringLiteral("standing-engine")));
+        if (!script.open(QIODevice::ReadOnly))
+            qFatal("There is no engine to serve.");
+        const auto slow = [](const QByteArray &body) {
+            const qsizetype tail = std::min<qsizetype>(body.size(), 20'000);
+            return HttpReply()
+                .pause(20ms)
+                .send("HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n\r\n")
+                .pause(20ms)
+                .send(body.chopped(tail))
+                .sendSlowly(body.right(tail), 5000, 10ms);
+        };
+        QList<ZipEntry> files;
+        for (int i = 0; i < levels; ++i)
+            files.append(ZipEntry::file("Vantor-master/level" + QByteArray::number(i), QByteArray(500, 'x')));
+        const QByteArray game = ScriptedHost::gameArchive("sleep 0.05; mkdir -p .godot\n", files);
+        const QByteArray engine = ScriptedHost::engineArchive(
+            script.readAll(), { ZipEntry::file("big", QByteArray(bigFile, 'x')) });
+        host.server->serve(ScriptedHost::gamePath(), slow(game));
+        host.server->serve(ScriptedHost::listPath(), slow(ScriptedHost::listFor(engine)));
+        host.server->serve(ScriptedHost::enginePath(), slow(engine));
+    }
+
+    /// As on a fresh machine. The game, when it runs, is ended first.
+    static void removeAll(Player &player)
+    {
+        QVERIFY(player.stopGame() && player.waitUntilIdle());
+        FileOperations::removeTree(Paths::root());
+        player.model->loadInfo();
+        player.model->refreshState();
+    }
+
+    /// Neither half a game nor half an engine.
+    static bool isWholeOrAbsent()
+    {
+        const QString game = Paths::gameFolder();
+        const QString engine = EngineManager::folder(ScriptedHost::engine());
+        const bool gameIsFine = !QFileInfo::exists(game)
+            || (QFileInfo::exists(game + QStringLiteral("/project.godot"))
+                && QDir(game).entryList({ QStringLiteral("level*") }).size() == levels);
+        const bool engineIsFine = !QFileInfo::exists(engine)
+            || (EngineManager::executable(ScriptedHost::engine())
+                && QFileInfo(engine + QStringLiteral("/big")).size() == bigFile);
+        return gameIsFine && engineIsFine;
+    }
+
+    static bool isComplete()
+    {
+        return EngineManager::executable(ScriptedHost::engine())
+            && QFileInfo::exists(EngineManager::markerURL(ScriptedHost::engine()));
+    }
+};
+
+QTEST_GUILESS_MAIN(RandomCancelTest)
+#include "RandomCancelTest.moc"
