@@ -102,6 +102,7 @@ private Q_SLOTS:
     void initTestCase();
     void everythingHasANameAndARoleInEveryState_data();
     void everythingHasANameAndARoleInEveryState();
+    void aPartThatHasGoneSinceItWasCountedIsNone();
     void theSheetsAndTheQuestionHaveNamesAndRoles();
     void theMainActionIsAButtonWithItsName();
     void theWindowChoiceIsTwoRadioButtons();
@@ -133,6 +134,18 @@ void AccessibilityTest::everythingHasANameAndARoleInEveryState()
     Samples::scenes().at(scene).set(stage.model);
     stage.open();
     QCOMPARE(faults(stage.window.get()), QStringList());
+}
+
+void AccessibilityTest::aPartThatHasGoneSinceItWasCountedIsNone()
+{
+    Stage stage;
+    stage.open();
+    const auto all = everythingBelow(QAccessible::queryAccessibleInterface(stage.window.get()));
+    QVERIFY(all.size() > 10);
+    for (const QAccessibleInterface *interface : all) {
+        for (const int index : { interface->childCount(), interface->childCount() + 3, -1 })
+            QVERIFY(!interface->child(index));
+    }
 }
 
 void AccessibilityTest::theSheetsAndTheQuestionHaveNamesAndRoles()
