@@ -13,27 +13,44 @@ constexpr int mostScripts = 201;
 // "ui_right" is the longest of the names.
 constexpr qsizetype longestAction = 8;
 
-bool opensControls(QStringView heading)
+/// Whether `text` holds `word`, which is in small letters of ASCII, in any letter case. No other character
+/// has one of these as its small letter, but for those of "i" and "k".
+bool containsInAnyCase(QByteArrayView text, QByteArrayView word)
 {
-    return heading.contains(u"control", Qt::CaseInsensitive)
-        || heading.contains(u"how to play", Qt::CaseInsensitive);
+    const char small = word.front();
+    const char capital = static_cast<char>(small - 'a' + 'A');
+    for (qsizetype start = 0; start + word.size() <= text.size(); ++start) {
+        const char first = text.data()[start];
+        if ((first == small || first == capital)
+            && qstrnicmp(text.data() + start, word.size(), word.data(), word.size()) == 0)
+            return true;
+    }
+    return false;
 }
 
-bool isBullet(QStringView line)
+bool opensControls(QByteArrayView heading)
 {
-    return line.startsWith(u'-') || line.startsWith(u'*') || line.startsWith(u'\u2022');
+    return containsInAnyCase(heading, "control") || containsInAnyCase(heading, "how to play");
 }
 
-QStringList controlsOfReadme(QStringView readme)
+/// The size of the sign that makes `line` an item of a list; 0 when there is none.
+qsizetype bulletSize(QByteArrayView line)
+{
+    constexpr QByteArrayView roundBullet = "\xe2\x80\xa2";
+    if (line.startsWith('-') || line.startsWith('*'))
+        return 1;
+    return line.startsWith(roundBullet) ? roundBullet.size() : 0;
+}
+
+QStringList controlsOfReadme(QByteArrayView readme)
 {
     QStringList controls;
     bool inSection = false;
-    TextLines::forEachUntil(readme, [&controls, &inSection](QStringView untrimmed) {
-        const QStringView line = TextLines::trimmed(untrimmed);
-        if (line.startsWith(u'#')) {
+    TextLines::forEachUntil(readme, [&controls, &inSection](QByteArrayView line) {
+        if (line.startsWith('#')) {
             inSection = opensControls(line);
-        } else if (inSection && isBullet(line)) {
-            const QString item = TextLines::withoutMarkdown(line.sliced(1));
+        } else if (const qsizetype bullet = inSection ? bulletSize(line) : 0) {
+            const QString item = TextLines::withoutMarkdown(line.sliced(bullet));
             if (!item.isEmpty())
                 controls.append(item);
         }
@@ -72,7 +89,7 @@ ScriptActions actionsOfScripts(const QString &root)
         // A folder may bear a script's name: it counts as one that cannot be read.
         if (entry.path.endsWith(QLatin1StringView(".gd"))) {
             ++scripts;
-            actions.add(TextFile::read(entry.path).value_or(QString()));
+            actions.add(TextFile::read(entry.path).value_or(QByteArray()));
         }
         if (entry.isFolder)
             pushEntries(entry.path, pending);
@@ -82,9 +99,10 @@ ScriptActions actionsOfScripts(const QString &root)
 
 }
 
-ControlsList controlsList(const QString &readme, const QString &root)
+ControlsList controlsList(QByteArray readme, const QString &root)
 {
     const QStringList ofReadme = controlsOfReadme(readme);
+    readme.clear();
     if (!ofReadme.isEmpty())
         return { ofReadme, true };
 
@@ -98,7 +116,7 @@ ControlsList controlsList(const QString &readme, const QString &root)
     return { controls, false };
 }
 
-void ScriptActions::add(const QString &script)
+void ScriptActions::add(const QByteArray &script)
 {
     constexpr qsizetype seam = longestAction - 1;
     search(m_end + script.left(seam));
@@ -106,8 +124,8 @@ void ScriptActions::add(const QString &script)
     m_end = (m_end + script.right(seam)).right(seam);
 }
 
-void ScriptActions::search(QStringView text)
+void ScriptActions::search(QByteArrayView text)
 {
-    m_moves = m_moves || text.contains(u"ui_left") || text.contains(u"ui_right");
-    m_jumps = m_jumps || text.contains(u"ui_up");
+    m_moves = m_moves || text.contains("ui_left") || text.contains("ui_right");
+    m_jumps = m_jumps || text.contains("ui_up");
 }

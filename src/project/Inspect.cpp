@@ -6,7 +6,16 @@
 #include "Readme.h"
 #include "TextFile.h"
 
+#include <utility>
+
 namespace {
+
+/// Keeps the file's text no longer than needed: it may be large.
+ProjectFile readProjectFile(const QString &root)
+{
+    const auto text = TextFile::read(root + QStringLiteral("/project.godot"));
+    return ProjectFile::parse(text.value_or(QByteArray()));
+}
 
 bool isCSharpProject(const QStringList &features, const QString &root)
 {
@@ -24,10 +33,10 @@ bool isCSharpProject(const QStringList &features, const QString &root)
 
 ProjectInfo ProjectInspector::inspect(const QString &root)
 {
-    const QString text = TextFile::read(root + QStringLiteral("/project.godot")).value_or(QString());
-    const ProjectFile file = ProjectFile::parse(text);
-    const QString readme = readmeText(root);
-    const ControlsList controls = controlsList(readme, root);
+    const ProjectFile file = readProjectFile(root);
+    QByteArray readme = readmeText(root);
+    const QString description = blurb(readme, file.name);
+    const ControlsList controls = controlsList(std::move(readme), root);
     const LicenseInfo license = licenseInfo(root);
 
     ProjectInfo info;
@@ -37,7 +46,7 @@ ProjectInfo ProjectInspector::inspect(const QString &root)
     info.features = file.features;
     info.mainScene = file.mainScene;
     info.isCSharp = isCSharpProject(file.features, root);
-    info.blurb = blurb(readme, file.name);
+    info.blurb = description;
     info.licenseName = license.name;
     info.author = license.author;
     info.controls = controls.controls;

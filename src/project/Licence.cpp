@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr QStringView copyrightWord = u"copyright";
+constexpr QByteArrayView copyrightWord = "copyright";
 
 /// A whole character and the number of units that it takes: there are digits beyond the first 65,536
 /// characters.
@@ -34,9 +34,16 @@ QStringView withoutLeadingYears(QStringView text)
     return text;
 }
 
-QString authorOf(QStringView copyrightLine)
+bool isCopyrightLine(QByteArrayView line)
 {
-    QString holder = copyrightLine.sliced(copyrightWord.size()).toString();
+    return qstrnicmp(line.data(), qMin(line.size(), copyrightWord.size()), copyrightWord.data(),
+                     copyrightWord.size())
+        == 0;
+}
+
+QString authorOf(QByteArrayView copyrightLine)
+{
+    QString holder = QString::fromUtf8(copyrightLine.sliced(copyrightWord.size()));
     holder.remove(QLatin1StringView("(c)"), Qt::CaseInsensitive);
     holder.remove(u'\u00a9');
     return TextLines::trimmed(withoutLeadingYears(holder)).toString();
@@ -44,21 +51,20 @@ QString authorOf(QStringView copyrightLine)
 
 }
 
-LicenseInfo LicenseInfo::parse(QStringView text)
+LicenseInfo LicenseInfo::parse(QByteArrayView text)
 {
-    QStringView title;
-    QStringView copyrightLine;
-    TextLines::forEachUntil(text, [&title, &copyrightLine](QStringView untrimmed) {
-        const QStringView line = TextLines::trimmed(untrimmed);
+    QByteArrayView title;
+    QByteArrayView copyrightLine;
+    TextLines::forEachUntil(text, [&title, &copyrightLine](QByteArrayView line) {
         if (title.isEmpty())
             title = line;
-        if (line.startsWith(copyrightWord, Qt::CaseInsensitive))
+        if (isCopyrightLine(line))
             copyrightLine = line;
         return copyrightLine.isEmpty();
     });
 
     const QString author = copyrightLine.isEmpty() ? QString() : authorOf(copyrightLine);
-    return { title.isEmpty() ? QStringLiteral("See LICENSE file") : title.toString(),
+    return { title.isEmpty() ? QStringLiteral("See LICENSE file") : QString::fromUtf8(title),
              author.isEmpty() ? QStringLiteral("see LICENSE") : author };
 }
 
@@ -71,5 +77,5 @@ LicenseInfo licenseInfo(const QString &root)
     });
     if (!path)
         return { QStringLiteral("No licence file found in the repository"), QStringLiteral("unknown") };
-    return LicenseInfo::parse(TextFile::read(*path).value_or(QString()));
+    return LicenseInfo::parse(TextFile::read(*path).value_or(QByteArray()));
 }

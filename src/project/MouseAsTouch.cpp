@@ -8,9 +8,11 @@
 
 #include <QFile>
 
+#include <utility>
+
 namespace {
 
-constexpr QLatin1StringView section("[input_devices]");
+constexpr QByteArrayView section = "[input_devices]";
 
 /// TextFile leaves the mark out, and it is the game's, not ours to drop.
 QByteArray byteOrderMark(const QString &path)
@@ -23,34 +25,33 @@ QByteArray byteOrderMark(const QString &path)
 
 }
 
-std::optional<QString> withMouseAsTouch(const QString &text)
+std::optional<QByteArray> withMouseAsTouch(QByteArray text)
 {
-    if (text.contains(QLatin1StringView("emulate_touch_from_mouse")))
+    if (text.contains("emulate_touch_from_mouse"))
         return std::nullopt;
 
-    QString edited = text;
     const qsizetype header = text.indexOf(section);
     if (header >= 0) {
-        edited.insert(header + section.size(), QStringLiteral("\n\npointing/emulate_touch_from_mouse=true"));
-        return edited;
+        text.insert(header + section.size(), "\n\npointing/emulate_touch_from_mouse=true");
+        return text;
     }
-    if (!edited.endsWith(u'\n'))
-        edited += u'\n';
-    edited += QStringLiteral("\n[input_devices]\n\npointing/emulate_touch_from_mouse=true\n");
-    return edited;
+    if (!text.endsWith('\n'))
+        text += '\n';
+    text += "\n[input_devices]\n\npointing/emulate_touch_from_mouse=true\n";
+    return text;
 }
 
 void ProjectInspector::enableMouseAsTouch(const QString &root, LogStore &log)
 {
     const QString path = root + QStringLiteral("/project.godot");
-    const auto text = TextFile::read(path);
+    // Moved on and changed in place: it may be large.
+    auto text = TextFile::read(path);
+    if (text)
+        text = withMouseAsTouch(*std::move(text));
     if (!text)
         return;
-    const auto edited = withMouseAsTouch(*text);
-    if (!edited)
-        return;
     try {
-        FileOperations::writeAtomically(path, byteOrderMark(path) + edited->toUtf8());
+        FileOperations::writeAtomically(path, text->prepend(byteOrderMark(path)));
     } catch (const FileError &error) {
         log.append(QStringLiteral("Could not enable mouse-as-touch: ") + error.description());
         return;

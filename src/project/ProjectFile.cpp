@@ -7,12 +7,17 @@
 
 namespace {
 
-/// An optional sign and then digits only, unlike QStringView::toLongLong, which lets spaces pass.
-std::optional<qint64> decimalInteger(QStringView text)
+constexpr QByteArrayView versionKey = "config_version=";
+constexpr QByteArrayView nameKey = "config/name=";
+constexpr QByteArrayView mainSceneKey = "run/main_scene=";
+constexpr QByteArrayView featuresKey = "config/features=";
+
+/// An optional sign and then digits only, unlike QByteArrayView::toLongLong, which lets spaces pass.
+std::optional<qint64> decimalInteger(QByteArrayView text)
 {
-    const bool isSigned = text.startsWith(u'+') || text.startsWith(u'-');
-    const QStringView digits = isSigned ? text.sliced(1) : text;
-    const auto isDigit = [](QChar character) { return character >= u'0' && character <= u'9'; };
+    const bool isSigned = text.startsWith('+') || text.startsWith('-');
+    const QByteArrayView digits = isSigned ? text.sliced(1) : text;
+    const auto isDigit = [](char character) { return character >= '0' && character <= '9'; };
     if (digits.isEmpty() || !std::all_of(digits.begin(), digits.end(), isDigit))
         return std::nullopt;
     bool fits = false;
@@ -20,7 +25,7 @@ std::optional<qint64> decimalInteger(QStringView text)
     return fits ? std::optional(number) : std::nullopt;
 }
 
-void overrideByFirstQuoted(QString &field, QStringView line)
+void overrideByFirstQuoted(QString &field, QByteArrayView line)
 {
     const QStringList texts = quoted(line, 1);
     if (!texts.isEmpty())
@@ -29,22 +34,18 @@ void overrideByFirstQuoted(QString &field, QStringView line)
 
 }
 
-ProjectFile ProjectFile::parse(QStringView text)
+ProjectFile ProjectFile::parse(QByteArrayView text)
 {
     ProjectFile file;
-    QStringView featuresLine;
-    TextLines::forEachUntil(text, [&file, &featuresLine](QStringView untrimmed) {
-        constexpr QStringView versionKey = u"config_version=";
-        const QStringView line = TextLines::trimmed(untrimmed);
-        if (line.isEmpty())
-            return true;
+    QByteArrayView featuresLine;
+    TextLines::forEachUntil(text, [&file, &featuresLine](QByteArrayView line) {
         if (line.startsWith(versionKey))
             file.configVersion = decimalInteger(line.sliced(versionKey.size())).value_or(file.configVersion);
-        else if (line.startsWith(u"config/name="))
+        else if (line.startsWith(nameKey))
             overrideByFirstQuoted(file.name, line);
-        else if (line.startsWith(u"run/main_scene="))
+        else if (line.startsWith(mainSceneKey))
             overrideByFirstQuoted(file.mainScene, line);
-        else if (line.startsWith(u"config/features="))
+        else if (line.startsWith(featuresKey))
             featuresLine = line;
         return true;
     });
@@ -52,16 +53,16 @@ ProjectFile ProjectFile::parse(QStringView text)
     return file;
 }
 
-QStringList quoted(QStringView line, qsizetype most)
+QStringList quoted(QByteArrayView line, qsizetype most)
 {
     QStringList texts;
-    qsizetype opening = line.indexOf(u'"');
+    qsizetype opening = line.indexOf('"');
     while (opening >= 0 && texts.size() < most) {
-        const qsizetype closing = line.indexOf(u'"', opening + 1);
+        const qsizetype closing = line.indexOf('"', opening + 1);
         if (closing < 0)
             break;
-        texts.append(line.sliced(opening + 1, closing - opening - 1).toString());
-        opening = line.indexOf(u'"', closing + 1);
+        texts.append(QString::fromUtf8(line.sliced(opening + 1, closing - opening - 1)));
+        opening = line.indexOf('"', closing + 1);
     }
     return texts;
 }

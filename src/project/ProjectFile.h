@@ -1,12 +1,12 @@
 #pragma once
 
+#include <QByteArrayView>
 #include <QString>
 #include <QStringList>
-#include <QStringView>
 
 #include <limits>
 
-/// What the launcher reads from the text of a project.godot.
+/// What the launcher reads from the text of a project.godot, in UTF-8.
 struct ProjectFile {
     QString name = QStringLiteral("Vantor");
     qint64 configVersion = 0;
@@ -15,9 +15,9 @@ struct ProjectFile {
 
     /// Looks for keys line by line, whatever their section; a later line overrides an earlier one. Never
     /// fails.
-    static ProjectFile parse(QStringView text);
+    static ProjectFile parse(QByteArrayView text);
 };
 
 /// The texts between pairs of double quotes in `line`, in order, at most `most` of them. Backslashes mean
 /// nothing; a quote that is never closed holds nothing.
-QStringList quoted(QStringView line, qsizetype most = std::numeric_limits<qsizetype>::max());
+QStringList quoted(QByteArrayView line, qsizetype most = std::numeric_limits<qsizetype>::max());

@@ -9,13 +9,13 @@ namespace {
 // A line with fewer is a badge, a caption or a list of links.
 constexpr qsizetype wordsOfASentence = 7;
 
-bool isSentence(QStringView text)
+bool isSentence(QByteArrayView text)
 {
     qsizetype words = 0;
     bool inWord = false;
-    for (const QChar character : text) {
-        const bool startsWord = !inWord && character != u' ';
-        inWord = character != u' ';
+    for (const char character : text) {
+        const bool startsWord = !inWord && character != ' ';
+        inWord = character != ' ';
         if (startsWord && ++words == wordsOfASentence)
             return true;
     }
@@ -24,28 +24,28 @@ bool isSentence(QStringView text)
 
 }
 
-QString readmeText(const QString &root)
+QByteArray readmeText(const QString &root)
 {
     const auto path = firstPath(root, [](const QString &name) {
         return name.startsWith(QLatin1StringView("readme"), Qt::CaseInsensitive);
     });
-    return path ? TextFile::read(*path).value_or(QString()) : QString();
+    return path ? TextFile::read(*path).value_or(QByteArray()) : QByteArray();
 }
 
-QString blurb(const QString &readme, const QString &fallback)
+QString blurb(QByteArrayView readme, const QString &fallback)
 {
     QString heading;
     QString paragraph;
-    TextLines::forEachUntil(readme, [&heading, &paragraph](QStringView untrimmed) {
-        const QStringView line = TextLines::trimmed(untrimmed);
-        if (line.isEmpty() || line.startsWith(u"![") || line.startsWith(u'<'))
+    TextLines::forEachUntil(readme, [&heading, &paragraph](QByteArrayView line) {
+        if (line.startsWith("![") || line.startsWith('<'))
             return true;
-        if (line.startsWith(u'#')) {
+        if (line.startsWith('#')) {
             if (heading.isEmpty())
                 heading = TextLines::withoutMarkdown(line);
-        } else if (paragraph.isEmpty()) {
+        } else if (paragraph.isEmpty() && isSentence(line)) {
+            // Fewer words may be left of it.
             const QString text = TextLines::withoutMarkdown(line);
-            if (isSentence(text))
+            if (isSentence(text.toUtf8()))
                 paragraph = text;
         }
         // The heading may stand below the paragraph.

@@ -1,11 +1,14 @@
 #pragma once
 
+#include <QByteArray>
+#include <QByteArrayView>
 #include <QString>
 
-/// The text of the game's README: of the first entry of `root`, in listing order, whose name begins with
-/// "readme" in any letter case. Empty when there is none or when that one cannot be read, as with a folder.
-QString readmeText(const QString &root);
+/// The text of the game's README in UTF-8: of the first entry of `root`, in listing order, whose name begins
+/// with "readme" in any letter case. Empty when there is none or when that one cannot be read, as with a
+/// folder.
+QByteArray readmeText(const QString &root);
 
 /// One short description of the game: the README's first heading, an em dash and its first line of at least
 /// seven words; the one of the two that there is; or `fallback`.
-QString blurb(const QString &readme, const QString &fallback);
+QString blurb(QByteArrayView readme, const QString &fallback);

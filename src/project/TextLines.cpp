@@ -2,25 +2,96 @@
 
 namespace {
 
+bool isBlank(char byte) { return byte == ' ' || byte == '\t'; }
 bool isBlank(QChar character) { return character == u' ' || character == u'\t'; }
 
+bool isPlainNewline(char byte) { return byte >= '\n' && byte <= '\r'; }
+
+/// How many bytes the newline character takes that begins at `at`; 0 when there is none.
+qsizetype newlineSize(const char *at, const char *end)
+{
+    const auto first = static_cast<unsigned char>(*at);
+    if (first >= 0x0a && first <= 0x0d)
+        return 1;
+    const auto left = end - at;
+    if (first == 0xc2 && left >= 2 && at[1] == '\x85')
+        return 2;
+    if (first == 0xe2 && left >= 3 && at[1] == '\x80' && (at[2] == '\xa8' || at[2] == '\xa9'))
+        return 3;
+    return 0;
 }
 
-QStringView TextLines::trimmed(QStringView line)
+/// `line` up to the last whole character that fits.
+QByteArrayView cut(QByteArrayView line)
 {
-    while (!line.isEmpty() && isBlank(line.front()))
-        line = line.sliced(1);
-    while (!line.isEmpty() && isBlank(line.back()))
-        line.chop(1);
-    return line;
+    if (line.size() <= TextLines::longestLine)
+        return line;
+    qsizetype size = TextLines::longestLine;
+    while (size > 0 && (static_cast<unsigned char>(line[size]) & 0xc0) == 0x80)
+        --size;
+    return line.first(size);
 }
 
-QString TextLines::withoutMarkdown(QStringView line)
+}
+
+QByteArrayView TextLines::takeLine(QByteArrayView &rest)
 {
-    QString text = line.toString();
+    const char *const end = rest.data() + rest.size();
+    const char *start = rest.data();
+    while (start != end) {
+        // Nothing but these makes most empty lines.
+        if (isBlank(*start) || isPlainNewline(*start)) {
+            ++start;
+            continue;
+        }
+        const char *at = start;
+        qsizetype size = 0;
+        for (; at != end; ++at) {
+            // Most of a text is beyond the first newline characters and below the others.
+            const auto byte = static_cast<unsigned char>(*at);
+            if ((byte > 0x0d && byte < 0xc2) || byte > 0xe2)
+                continue;
+            size = newlineSize(at, end);
+            if (size > 0)
+                break;
+        }
+        const QByteArrayView line(start, at);
+        start = at + size;
+        if (!line.isEmpty()) {
+            rest = QByteArrayView(start, end);
+            return trimmed(cut(line));
+        }
+    }
+    rest = {};
+    return {};
+}
+
+QByteArrayView TextLines::trimmed(QByteArrayView text)
+{
+    const char *start = text.data();
+    const char *end = start + text.size();
+    while (start != end && isBlank(*start))
+        ++start;
+    while (start != end && isBlank(end[-1]))
+        --end;
+    return { start, end };
+}
+
+QStringView TextLines::trimmed(QStringView text)
+{
+    while (!text.isEmpty() && isBlank(text.front()))
+        text = text.sliced(1);
+    while (!text.isEmpty() && isBlank(text.back()))
+        text.chop(1);
+    return text;
+}
+
+QString TextLines::withoutMarkdown(QByteArrayView line)
+{
+    QString text = QString::fromUtf8(line);
     text.remove(QLatin1StringView("**"));
     text.remove(QLatin1StringView("__"));
     text.remove(u'`');
     text.remove(u'#');
-    return trimmed(text).toString();
+    return trimmed(QStringView(text)).toString();
 }

@@ -1,32 +1,37 @@
 #pragma once
 
-#include "TextFile.h"
-
+#include <QByteArrayView>
 #include <QString>
 #include <QStringView>
 
-/// Looks at a text line by line without copying it: a game's file may be large, and few of its lines matter.
+/// Looks at UTF-8 text line by line without copying or decoding it: a game's file may be large, and few of
+/// its lines matter.
 namespace TextLines {
 
-/// Calls `see` with every line of `text`, cut at every newline character, empty lines included, until it
-/// returns false.
-template <typename See> void forEachUntil(QStringView text, See see)
+/// More of a line, in bytes, is not looked at: lines become what the player sees, and nobody reads on that
+/// far.
+constexpr qsizetype longestLine = 64 * 1024;
+
+/// The next line of `rest` that is not empty, which is taken from it; empty when there is none. Lines end at
+/// every newline character, and are given without blanks at both ends and no longer than `longestLine`.
+QByteArrayView takeLine(QByteArrayView &rest);
+
+/// Calls `see` with every line of `text` that is not empty, as `takeLine` gives it, until it returns false.
+template <typename See> void forEachUntil(QByteArrayView text, See see)
 {
-    qsizetype start = 0;
-    for (qsizetype end = 0; end <= text.size(); ++end) {
-        if (end < text.size() && !TextFile::isNewline(text[end]))
-            continue;
-        if (!see(text.sliced(start, end - start)))
+    for (;;) {
+        const QByteArrayView line = takeLine(text);
+        if (line.isEmpty() || !see(line))
             return;
-        start = end + 1;
     }
 }
 
-/// `line` without spaces and tabs (and nothing else) at both ends.
-QStringView trimmed(QStringView line);
+/// `text` without spaces and tabs (and nothing else) at both ends.
+QByteArrayView trimmed(QByteArrayView text);
+QStringView trimmed(QStringView text);
 
 /// `line` without the signs of Markdown that would only be noise in plain text, trimmed: every "**", then
 /// every "__", then every "`", then every "#".
-QString withoutMarkdown(QStringView line);
+QString withoutMarkdown(QByteArrayView line);
 
 }

@@ -11,13 +11,15 @@
 namespace {
 
 /// Far more than anybody writes by hand. What is larger is not text, and is not worth the memory.
-constexpr qint64 largestText = 256 * 1024 * 1024;
+constexpr qint64 largestText = 50 * 1024 * 1024;
+
+constexpr QByteArrayView byteOrderMark = "\xef\xbb\xbf";
 
 bool isBlank(QChar character) { return character == u' ' || character == u'\t'; }
 
 }
 
-std::optional<QString> TextFile::read(const QString &path)
+std::optional<QByteArray> TextFile::read(const QString &path)
 {
     // Not blocking: an archive can hold a pipe under the name of a text file, and opening one waits for a
     // writer.
@@ -34,10 +36,13 @@ std::optional<QString> TextFile::read(const QString &path)
     if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size > largestText)
         return std::nullopt;
 
-    const QByteArray content = file.readAll();
+    // Not to its end: it may be growing.
+    QByteArray content = file.read(status.st_size);
     if (file.error() != QFileDevice::NoError || !content.isValidUtf8())
         return std::nullopt;
-    return QString::fromUtf8(content); // which also drops a byte order mark at the start
+    if (content.startsWith(byteOrderMark))
+        content.remove(0, byteOrderMark.size());
+    return content;
 }
 
 bool TextFile::isNewline(QChar character)

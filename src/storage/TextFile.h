@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 
@@ -9,9 +10,9 @@
 /// thread.
 namespace TextFile {
 
-/// The file's content, or none when it cannot be read or is not UTF-8. A byte order mark at its start is left
-/// out.
-std::optional<QString> read(const QString &path);
+/// The file's content in UTF-8, undecoded because it may be large, or none when it cannot be read, is not
+/// UTF-8 or is far too large to be text. A byte order mark at its start is left out.
+std::optional<QByteArray> read(const QString &path);
 
 /// Whether `character` ends a line: U+000A to U+000D, U+0085, U+2028, U+2029.
 bool isNewline(QChar character);

@@ -41,7 +41,7 @@ private:
     static QStringList listOf(const QString &readme)
     {
         const TestHome home;
-        return controlsList(readme, home.path()).controls;
+        return controlsList(readme.toUtf8(), home.path()).controls;
     }
 };
 
@@ -56,7 +56,7 @@ void ControlsTest::theFirstEightBulletsAreTakenAndCleaned()
     for (int number = 2; number <= 10; ++number)
         readme += QStringLiteral("- item %1\n").arg(number);
     const TestHome home;
-    const ControlsList list = controlsList(readme, home.path());
+    const ControlsList list = controlsList(readme.toUtf8(), home.path());
     QVERIFY(list.fromReadme);
     QCOMPARE(list.controls,
              QStringLiteral("Space: jump|item 2|item 3|item 4|item 5|item 6|item 7|item 8").split(u'|'));
@@ -92,7 +92,7 @@ void ControlsTest::theListComesFromTheSectionsAboutTheControls()
     QFETCH(QString, readme);
     QFETCH(QString, items);
     const TestHome home;
-    const ControlsList list = controlsList(readme, home.path());
+    const ControlsList list = controlsList(readme.toUtf8(), home.path());
     QCOMPARE(list.controls, items.split(u'|'));
     QVERIFY(list.fromReadme);
 }
@@ -101,7 +101,7 @@ void ControlsTest::numberedItemsGiveWayToTheScripts()
 {
     const TestHome home;
     home.write(QStringLiteral("player.gd"), "ui_up");
-    const ControlsList list = controlsList(QStringLiteral("## How to play\n1. Jump\n2. Run\n"), home.path());
+    const ControlsList list = controlsList("## How to play\n1. Jump\n2. Run\n", home.path());
     QCOMPARE(list.controls, (QStringList { first, jump, last }));
     QVERIFY(!list.fromReadme);
 }
@@ -116,7 +116,7 @@ void ControlsTest::scriptsThatMoveAndJumpGiveAllFourLines()
     const TestHome home;
     home.write(QStringLiteral("a.gd"), "if Input.is_action_pressed(\"ui_right\"):\n");
     home.write(QStringLiteral("b.gd"), "if Input.is_action_just_pressed(\"ui_up\"):\n");
-    QCOMPARE(controlsList(QString(), home.path()), (ControlsList { { first, move, jump, last }, false }));
+    QCOMPARE(controlsList({}, home.path()), (ControlsList { { first, move, jump, last }, false }));
 }
 
 void ControlsTest::withoutScriptsOnlyTheFirstAndTheLastLineStand()
@@ -144,8 +144,7 @@ void ControlsTest::eachActionGivesItsOwnLine()
     QFETCH(QStringList, lines);
     const TestHome home;
     home.write(QStringLiteral("player.gd"), script);
-    QCOMPARE(controlsList(QString(), home.path()).controls,
-             QStringList { first } + lines + QStringList { last });
+    QCOMPARE(controlsList({}, home.path()).controls, QStringList { first } + lines + QStringList { last });
 }
 
 void ControlsTest::onlyFilesWithTheExactExtensionAreScripts_data()
@@ -168,7 +167,7 @@ void ControlsTest::onlyFilesWithTheExactExtensionAreScripts()
     QFETCH(bool, isScript);
     const TestHome home;
     home.write(name, "ui_up");
-    QCOMPARE(controlsList(QString(), home.path()).controls.size(), isScript ? 3 : 2);
+    QCOMPARE(controlsList({}, home.path()).controls.size(), isScript ? 3 : 2);
 }
 
 void ControlsTest::scriptsInEveryFolderCountButNotInHiddenOnes()
@@ -177,7 +176,7 @@ void ControlsTest::scriptsInEveryFolderCountButNotInHiddenOnes()
     home.write(QStringLiteral("a/b/c/d/e/f/g/deep.gd"), "ui_up");
     home.write(QStringLiteral(".godot/cache.gd"), "ui_left");
     home.write(QStringLiteral("a/.hidden/x.gd"), "ui_left");
-    QCOMPARE(controlsList(QString(), home.path()).controls, (QStringList { first, jump, last }));
+    QCOMPARE(controlsList({}, home.path()).controls, (QStringList { first, jump, last }));
 }
 
 void ControlsTest::scriptsBehindLinksToFoldersAreNotRead()
@@ -187,8 +186,7 @@ void ControlsTest::scriptsBehindLinksToFoldersAreNotRead()
     QVERIFY(QDir().mkpath(home.filePath(QStringLiteral("game"))));
     QVERIFY(
         QFile::link(home.filePath(QStringLiteral("elsewhere")), home.filePath(QStringLiteral("game/more"))));
-    QCOMPARE(controlsList(QString(), home.filePath(QStringLiteral("game"))).controls,
-             (QStringList { first, last }));
+    QCOMPARE(controlsList({}, home.filePath(QStringLiteral("game"))).controls, (QStringList { first, last }));
 }
 
 void ControlsTest::anUnreadableScriptCountsAsEmpty()
@@ -197,13 +195,13 @@ void ControlsTest::anUnreadableScriptCountsAsEmpty()
     home.write(QStringLiteral("latin.gd"), "ui_up \xff");
     QVERIFY(QFile::link(QStringLiteral("nowhere"), home.filePath(QStringLiteral("dangling.gd"))));
     QVERIFY(QFile::link(QStringLiteral("/dev/zero"), home.filePath(QStringLiteral("device.gd"))));
-    QCOMPARE(controlsList(QString(), home.path()).controls, (QStringList { first, last }));
+    QCOMPARE(controlsList({}, home.path()).controls, (QStringList { first, last }));
 }
 
 void ControlsTest::aMissingFolderGivesTheTwoFixedLines()
 {
     const TestHome home;
-    QCOMPARE(controlsList(QString(), home.filePath(QStringLiteral("missing"))).controls,
+    QCOMPARE(controlsList({}, home.filePath(QStringLiteral("missing"))).controls,
              (QStringList { first, last }));
 }
 
@@ -219,9 +217,9 @@ void ControlsTest::twoHundredAndOneScriptsAreReadAndNoMore()
     QCOMPARE(order.size(), 202);
 
     home.write(order[201], "ui_up");
-    QCOMPARE(controlsList(QString(), home.path()).controls, (QStringList { first, last }));
+    QCOMPARE(controlsList({}, home.path()).controls, (QStringList { first, last }));
     home.write(order[200], "ui_left");
-    QCOMPARE(controlsList(QString(), home.path()).controls, (QStringList { first, move, last }));
+    QCOMPARE(controlsList({}, home.path()).controls, (QStringList { first, move, last }));
 }
 
 void ControlsTest::unreadableScriptsAndFoldersCountTowardsTheLimit()
@@ -248,7 +246,7 @@ void ControlsTest::unreadableScriptsAndFoldersCountTowardsTheLimit()
         lastNow = QString::fromStdString(entry.path().filename().string());
     if (lastNow != order[201])
         QSKIP("This file system lists a name elsewhere when it is made anew.");
-    QCOMPARE(controlsList(QString(), home.path()).controls, (QStringList { first, last }));
+    QCOMPARE(controlsList({}, home.path()).controls, (QStringList { first, last }));
 }
 
 void ControlsTest::aFoldersContentIsLookedAtBeforeItsNextNeighbour()
@@ -264,7 +262,7 @@ void ControlsTest::aFoldersContentIsLookedAtBeforeItsNextNeighbour()
     const QString late = early == QLatin1StringView("a") ? QStringLiteral("b") : QStringLiteral("a");
     home.write(early + QStringLiteral("/200.gd"), "ui_up");
     home.write(late + QStringLiteral("/0.gd"), "ui_left");
-    QCOMPARE(controlsList(QString(), home.path()).controls, (QStringList { first, jump, last }));
+    QCOMPARE(controlsList({}, home.path()).controls, (QStringList { first, jump, last }));
 }
 
 void ControlsTest::deepNestingIsNoTrouble()
@@ -279,7 +277,7 @@ void ControlsTest::deepNestingIsNoTrouble()
     QVERIFY(script.open(QIODevice::WriteOnly));
     script.write("ui_up");
     script.close();
-    QCOMPARE(controlsList(QString(), home.path()).controls, (QStringList { first, jump, last }));
+    QCOMPARE(controlsList({}, home.path()).controls, (QStringList { first, jump, last }));
 }
 
 void ControlsTest::anActionMayBeginInOneScriptAndEndInALaterOne()
@@ -290,7 +288,7 @@ void ControlsTest::anActionMayBeginInOneScriptAndEndInALaterOne()
            QStringList { QStringLiteral("xui_righ"), QString(), QStringLiteral("t") } }) {
         ScriptActions actions;
         for (const QString &script : scripts)
-            actions.add(script);
+            actions.add(script.toUtf8());
         QVERIFY(actions.moves());
         QVERIFY(!actions.jumps());
     }
@@ -300,7 +298,7 @@ void ControlsTest::theSeamInventsNothing()
 {
     ScriptActions actions;
     for (const char *script : { "ui_", "x", "up ui_lef", "", "-t u", "i_ up" })
-        actions.add(QString::fromLatin1(script));
+        actions.add(script);
     QVERIFY(!actions.moves());
     QVERIFY(!actions.jumps());
 }

@@ -49,17 +49,16 @@ const QString enabled = QStringLiteral(
 
 void MouseAsTouchTest::theKeyIsInsertedRightAfterTheSectionHeader()
 {
-    QCOMPARE(
-        withMouseAsTouch(QStringLiteral("[input_devices]\npointing/other=true\n")),
-        QStringLiteral("[input_devices]\n\npointing/emulate_touch_from_mouse=true\npointing/other=true\n"));
+    QCOMPARE(withMouseAsTouch(QByteArray("[input_devices]\npointing/other=true\n")),
+             QByteArray("[input_devices]\n\npointing/emulate_touch_from_mouse=true\npointing/other=true\n"));
 }
 
 void MouseAsTouchTest::theEditIsExact_data()
 {
-    QTest::addColumn<QString>("before");
-    QTest::addColumn<QString>("after");
+    QTest::addColumn<QByteArray>("before");
+    QTest::addColumn<QByteArray>("after");
     const auto row = [](const char *name, const char *before, const char *after) {
-        QTest::newRow(name) << QString::fromUtf8(before) << QString::fromUtf8(after);
+        QTest::newRow(name) << QByteArray(before) << QByteArray(after);
     };
     row("no section, no final line break", "config_version=4",
         "config_version=4\n\n[input_devices]\n\npointing/emulate_touch_from_mouse=true\n");
@@ -90,25 +89,25 @@ void MouseAsTouchTest::theEditIsExact_data()
 
 void MouseAsTouchTest::theEditIsExact()
 {
-    QFETCH(QString, before);
-    QFETCH(QString, after);
+    QFETCH(QByteArray, before);
+    QFETCH(QByteArray, after);
     QCOMPARE(withMouseAsTouch(before), after);
     QCOMPARE(withMouseAsTouch(after), std::nullopt);
 }
 
 void MouseAsTouchTest::aTextThatNamesTheSettingIsLeftAlone_data()
 {
-    QTest::addColumn<QString>("text");
+    QTest::addColumn<QByteArray>("text");
     for (const char *text :
          { "pointing/emulate_touch_from_mouse=true", "pointing/emulate_touch_from_mouse=false",
            "; no emulate_touch_from_mouse here", "xemulate_touch_from_mousex",
            "[input_devices]\npointing/emulate_touch_from_mouse=false\n" })
-        QTest::newRow(text) << QString::fromLatin1(text);
+        QTest::newRow(text) << QByteArray(text);
 }
 
 void MouseAsTouchTest::aTextThatNamesTheSettingIsLeftAlone()
 {
-    QFETCH(QString, text);
+    QFETCH(QByteArray, text);
     QCOMPARE(withMouseAsTouch(text), std::nullopt);
 }
 

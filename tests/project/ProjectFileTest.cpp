@@ -33,7 +33,7 @@ private Q_SLOTS:
 
 void ProjectFileTest::theEmptyTextGivesTheDefaults()
 {
-    const ProjectFile file = ProjectFile::parse(QString());
+    const ProjectFile file = ProjectFile::parse({});
     QCOMPARE(file.name, QStringLiteral("Vantor"));
     QCOMPARE(file.configVersion, 0);
     QCOMPARE(file.features, QStringList());
@@ -43,7 +43,7 @@ void ProjectFileTest::theEmptyTextGivesTheDefaults()
 void ProjectFileTest::anOrdinaryFileIsRead()
 {
     const ProjectFile file
-        = ProjectFile::parse(u"; Engine configuration file.\n"
+        = ProjectFile::parse("; Engine configuration file.\n"
                              "\n"
                              "config_version=5\n"
                              "\n"
@@ -94,12 +94,12 @@ void ProjectFileTest::theVersionIsAnOptionalSignAndDigitsOnly()
 {
     QFETCH(QString, value);
     QFETCH(qint64, version);
-    QCOMPARE(ProjectFile::parse(QStringLiteral("config_version=") + value).configVersion, version);
+    QCOMPARE(ProjectFile::parse("config_version=" + value.toUtf8()).configVersion, version);
 }
 
 void ProjectFileTest::aVersionThatIsNoNumberKeepsTheOneBefore()
 {
-    QCOMPARE(ProjectFile::parse(u"config_version=5\nconfig_version=abc\nconfig_version=\n"
+    QCOMPARE(ProjectFile::parse("config_version=5\nconfig_version=abc\nconfig_version=\n"
                                 "config_version=9223372036854775808")
                  .configVersion,
              5);
@@ -107,19 +107,19 @@ void ProjectFileTest::aVersionThatIsNoNumberKeepsTheOneBefore()
 
 void ProjectFileTest::aNameIsCutAtItsFirstEscapedQuote()
 {
-    QCOMPARE(ProjectFile::parse(u"config/name=\"The \\\"Best\\\" Game\"").name, QStringLiteral("The \\"));
+    QCOMPARE(ProjectFile::parse("config/name=\"The \\\"Best\\\" Game\"").name, QStringLiteral("The \\"));
 }
 
 void ProjectFileTest::theLaterOfTwoNamesWins()
 {
-    QCOMPARE(ProjectFile::parse(u"config/name=\"First\"\nconfig/name=\"Second\"\n").name,
+    QCOMPARE(ProjectFile::parse("config/name=\"First\"\nconfig/name=\"Second\"\n").name,
              QStringLiteral("Second"));
 }
 
 void ProjectFileTest::aLaterLineOverridesAnEarlierOneForEveryKey()
 {
     const ProjectFile file
-        = ProjectFile::parse(u"config_version=4\nrun/main_scene=\"a\"\nconfig/features=(\"x\")\n"
+        = ProjectFile::parse("config_version=4\nrun/main_scene=\"a\"\nconfig/features=(\"x\")\n"
                              "config_version=5\nrun/main_scene=\"b\"\nconfig/features=(\"y\")\n");
     QCOMPARE(file.configVersion, 5);
     QCOMPARE(file.mainScene, QStringLiteral("b"));
@@ -128,22 +128,22 @@ void ProjectFileTest::aLaterLineOverridesAnEarlierOneForEveryKey()
 
 void ProjectFileTest::aValueWithoutQuotesIsNone()
 {
-    const ProjectFile file = ProjectFile::parse(u"config/name=Plain\nrun/main_scene=res://a.tscn\n");
+    const ProjectFile file = ProjectFile::parse("config/name=Plain\nrun/main_scene=res://a.tscn\n");
     QCOMPARE(file.name, QStringLiteral("Vantor"));
     QCOMPARE(file.mainScene, QString());
-    QCOMPARE(ProjectFile::parse(u"config/name=\"One\"\nconfig/name=Two\nconfig/name=\"Thr").name,
+    QCOMPARE(ProjectFile::parse("config/name=\"One\"\nconfig/name=Two\nconfig/name=\"Thr").name,
              QStringLiteral("One"));
 }
 
 void ProjectFileTest::anEmptyNameIsAName()
 {
-    QCOMPARE(ProjectFile::parse(u"config/name=\"\"").name, QString());
+    QCOMPARE(ProjectFile::parse("config/name=\"\"").name, QString());
 }
 
 void ProjectFileTest::keysAreRecognisedInAnySection()
 {
     const ProjectFile file
-        = ProjectFile::parse(u"[somewhere else]\nconfig/name=\"A\"\nconfig_version=5\n[\n]\n"
+        = ProjectFile::parse("[somewhere else]\nconfig/name=\"A\"\nconfig_version=5\n[\n]\n"
                              "run/main_scene=\"b\"\n");
     QCOMPARE(file.name, QStringLiteral("A"));
     QCOMPARE(file.configVersion, 5);
@@ -162,7 +162,7 @@ void ProjectFileTest::keysAreComparedExactly_data()
 void ProjectFileTest::keysAreComparedExactly()
 {
     QFETCH(QString, line);
-    const ProjectFile file = ProjectFile::parse(line);
+    const ProjectFile file = ProjectFile::parse(line.toUtf8());
     QCOMPARE(file.name, QStringLiteral("Vantor"));
     QCOMPARE(file.configVersion, 0);
     QCOMPARE(file.features, QStringList());
@@ -171,8 +171,7 @@ void ProjectFileTest::keysAreComparedExactly()
 
 void ProjectFileTest::blanksAroundALineDoNotMatter()
 {
-    const ProjectFile file
-        = ProjectFile::parse(u"\t config_version=5 \t\n  config/name= \"A\" ; a comment\n");
+    const ProjectFile file = ProjectFile::parse("\t config_version=5 \t\n  config/name= \"A\" ; a comment\n");
     QCOMPARE(file.configVersion, 5);
     QCOMPARE(file.name, QStringLiteral("A"));
 }
@@ -185,7 +184,7 @@ void ProjectFileTest::everyKindOfLineEndCounts()
     for (const QString &end : ends) {
         const QString text
             = QStringLiteral("config_version=5") + end + QStringLiteral("config/name=\"A\"") + end;
-        const ProjectFile file = ProjectFile::parse(text);
+        const ProjectFile file = ProjectFile::parse(text.toUtf8());
         QCOMPARE(file.configVersion, 5);
         QCOMPARE(file.name, QStringLiteral("A"));
     }
@@ -194,16 +193,16 @@ void ProjectFileTest::everyKindOfLineEndCounts()
 void ProjectFileTest::featuresAreAllQuotedTexts()
 {
     QCOMPARE(
-        ProjectFile::parse(u"config/features=PackedStringArray(\"4.2\", \"C#\", \"Forward Plus\")").features,
+        ProjectFile::parse("config/features=PackedStringArray(\"4.2\", \"C#\", \"Forward Plus\")").features,
         QStringLiteral("4.2|C#|Forward Plus").split(u'|'));
     QCOMPARE(
-        ProjectFile::parse(u"config/features=PackedStringArray(\"GL Compatibility\",\"4.6\",\"\")").features,
+        ProjectFile::parse("config/features=PackedStringArray(\"GL Compatibility\",\"4.6\",\"\")").features,
         QStringLiteral("GL Compatibility|4.6|").split(u'|'));
 }
 
 void ProjectFileTest::featuresWithoutTextsEmptyTheList()
 {
-    QCOMPARE(ProjectFile::parse(u"config/features=(\"4.2\")\nconfig/features=PackedStringArray()").features,
+    QCOMPARE(ProjectFile::parse("config/features=(\"4.2\")\nconfig/features=PackedStringArray()").features,
              QStringList());
 }
 
@@ -211,7 +210,7 @@ void ProjectFileTest::namesInAnyWritingAreKept()
 {
     for (const QString &name : { QStringLiteral("Ünïcödé \u2014 \u6e38\u620f"), QStringLiteral("\U0001F3AE"),
                                  QStringLiteral("a/b\\c"), QStringLiteral("  spaced  ") })
-        QCOMPARE(ProjectFile::parse(QStringLiteral("config/name=\"%1\"").arg(name)).name, name);
+        QCOMPARE(ProjectFile::parse("config/name=\"" + name.toUtf8() + "\"").name, name);
 }
 
 void ProjectFileTest::quotedTextsAreThoseBetweenPairsOfQuotes_data()
@@ -236,13 +235,13 @@ void ProjectFileTest::quotedTextsAreThoseBetweenPairsOfQuotes()
 {
     QFETCH(QString, line);
     QFETCH(QStringList, texts);
-    QCOMPARE(quoted(line), texts);
+    QCOMPARE(quoted(line.toUtf8()), texts);
 }
 
 void ProjectFileTest::quotedStopsAtTheMostThatIsAskedFor()
 {
-    QCOMPARE(quoted(u"\"a\"\"b\"\"c\"", 2), QStringLiteral("a b").split(u' '));
-    QCOMPARE(quoted(u"\"a\"", 0), QStringList());
+    QCOMPARE(quoted("\"a\"\"b\"\"c\"", 2), QStringLiteral("a b").split(u' '));
+    QCOMPARE(quoted("\"a\"", 0), QStringList());
 }
 
 QTEST_GUILESS_MAIN(ProjectFileTest)

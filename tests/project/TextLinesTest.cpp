@@ -1,5 +1,7 @@
 #include "TextLines.h"
 
+#include "TextFile.h"
+
 #include <QTest>
 
 class TextLinesTest final : public QObject {
@@ -7,7 +9,10 @@ class TextLinesTest final : public QObject {
 
 private Q_SLOTS:
     void everyNewlineCharacterEndsALine();
-    void emptyLinesAreSeenAndTheEmptyTextIsOneOfThem();
+    void onlyNewlineCharactersEndALine();
+    void emptyLinesAreLeftOut();
+    void aLongLineIsCutBetweenTwoCharacters_data();
+    void aLongLineIsCutBetweenTwoCharacters();
     void theWalkEndsWhenItIsToldTo();
     void onlySpacesAndTabsAreTrimmed();
     void markdownSignsAreRemovedOneKindAfterTheOther_data();
@@ -15,11 +20,11 @@ private Q_SLOTS:
     void whatTheRemovalJoinsIsNotRemovedAgain();
 
 private:
-    static QStringList linesOf(const QString &text)
+    static QStringList linesOf(QByteArrayView text)
     {
         QStringList lines;
-        TextLines::forEachUntil(text, [&lines](QStringView line) {
-            lines.append(line.toString());
+        TextLines::forEachUntil(text, [&lines](QByteArrayView line) {
+            lines.append(QString::fromUtf8(line));
             return true;
         });
         return lines;
@@ -28,28 +33,70 @@ private:
 
 void TextLinesTest::everyNewlineCharacterEndsALine()
 {
-    QCOMPARE(linesOf(QStringLiteral("a\nb\vc\fd\re\u0085f\u2028g\u2029h")),
-             QStringLiteral("a b c d e f g h").split(u' '));
-    QCOMPARE(linesOf(QStringLiteral("a\u001cb\u00a0c\u200bd")).size(), 1);
+    QCOMPARE(linesOf("a\nb\vc\fd\re\u0085f\u2028g\u2029h"), QStringLiteral("a b c d e f g h").split(u' '));
+    QCOMPARE(linesOf("a\u001cb\u00a0c\u200bd\u0086e\u2027f\u202ag").size(), 1);
 }
 
-void TextLinesTest::emptyLinesAreSeenAndTheEmptyTextIsOneOfThem()
+void TextLinesTest::onlyNewlineCharactersEndALine()
 {
-    QCOMPARE(linesOf(QString()), QStringList { QString() });
-    QCOMPARE(linesOf(QStringLiteral("a\r\nb\n")),
-             (QStringList { QStringLiteral("a"), QString(), QStringLiteral("b"), QString() }));
-    for (const QString &text : { QStringLiteral("\n\n"), QStringLiteral("x\r\n\r\ny"), QStringLiteral("z") })
-        QCOMPARE(linesOf(text), TextFile::lines(text));
+    // Every character, by the other way to cut a text.
+    QString text;
+    for (char16_t code = 1; code != 0; ++code) {
+        if (!QChar::isSurrogate(code))
+            text += u'x' + QChar(code);
+    }
+    QStringList expected;
+    for (const QString &line : TextFile::lines(text))
+        expected.append(TextFile::trimmed(line));
+    expected.removeAll(QString());
+    // Long lines are cut, so that this one is taken in parts.
+    QStringList found;
+    for (qsizetype start = 0; start < text.size(); start += 4096)
+        found += linesOf(text.mid(start, 4096).toUtf8());
+    QCOMPARE(found.join(QString()), expected.join(QString()));
 }
 
 void TextLinesTest::theWalkEndsWhenItIsToldTo()
 {
     int seen = 0;
-    TextLines::forEachUntil(u"a\nb\nc", [&seen](QStringView line) {
+    TextLines::forEachUntil("a\nb\nc", [&seen](QByteArrayView line) {
         ++seen;
-        return line != u"b";
+        return line != "b";
     });
     QCOMPARE(seen, 2);
+}
+
+void TextLinesTest::emptyLinesAreLeftOut()
+{
+    QCOMPARE(linesOf({}), QStringList());
+    QCOMPARE(linesOf("\n \t\r\n"), QStringList());
+    QCOMPARE(linesOf("\r\na\r\n\n \n\tb "), (QStringList { QStringLiteral("a"), QStringLiteral("b") }));
+}
+
+void TextLinesTest::aLongLineIsCutBetweenTwoCharacters_data()
+{
+    QTest::addColumn<QByteArray>("line");
+    QTest::addColumn<qsizetype>("size");
+    const qsizetype most = TextLines::longestLine;
+    QTest::newRow("just short enough") << QByteArray(most, 'x') << most;
+    QTest::newRow("one byte more") << QByteArray(most + 1, 'x') << most;
+    QTest::newRow("two bytes each") << QByteArray("\xc3\xa4").repeated(most) << most;
+    QTest::newRow("three bytes each") << QByteArray("\xe6\xb8\xb8").repeated(most) << most / 3 * 3;
+    QTest::newRow("four bytes each, and one")
+        << "x" + QByteArray("\xf0\x9f\x8e\xae").repeated(most) << most - 3;
+    QTest::newRow("a blank at the cut") << QByteArray(most - 1, 'x') + " xx" << most - 1;
+}
+
+void TextLinesTest::aLongLineIsCutBetweenTwoCharacters()
+{
+    QFETCH(QByteArray, line);
+    QFETCH(qsizetype, size);
+    // Blanks in front do not count.
+    const QByteArray text = "a\n" + QByteArray(100'000, ' ') + line + "\nb";
+    const QStringList lines = linesOf(text);
+    QCOMPARE(lines.size(), 3);
+    QCOMPARE(lines[1].toUtf8(), line.first(size));
+    QCOMPARE(lines[2], QStringLiteral("b"));
 }
 
 void TextLinesTest::onlySpacesAndTabsAreTrimmed()
@@ -58,7 +105,9 @@ void TextLinesTest::onlySpacesAndTabsAreTrimmed()
     QCOMPARE(TextLines::trimmed(u" \t "), u"");
     QCOMPARE(TextLines::trimmed(u"\u00a0a\u00a0"), u"\u00a0a\u00a0");
     for (const QString &text : { QStringLiteral("\t\tx "), QStringLiteral("\u3000x"), QString() })
-        QCOMPARE(TextLines::trimmed(text), TextFile::trimmed(text));
+        QCOMPARE(TextLines::trimmed(QStringView(text)), TextFile::trimmed(text));
+    QCOMPARE(TextLines::trimmed(QByteArrayView(" \t a b\t ")), QByteArrayView("a b"));
+    QCOMPARE(TextLines::trimmed(QByteArrayView(" \t ")), QByteArrayView(""));
 }
 
 void TextLinesTest::markdownSignsAreRemovedOneKindAfterTheOther_data()
@@ -84,15 +133,15 @@ void TextLinesTest::markdownSignsAreRemovedOneKindAfterTheOther()
 {
     QFETCH(QString, line);
     QFETCH(QString, clean);
-    QCOMPARE(TextLines::withoutMarkdown(line), clean);
+    QCOMPARE(TextLines::withoutMarkdown(line.toUtf8()), clean);
 }
 
 void TextLinesTest::whatTheRemovalJoinsIsNotRemovedAgain()
 {
     // The backtick goes after the asterisks have been looked for.
-    QCOMPARE(TextLines::withoutMarkdown(u"*`*a"), QStringLiteral("**a"));
+    QCOMPARE(TextLines::withoutMarkdown("*`*a"), QStringLiteral("**a"));
     // But the underscores are looked for after the asterisks.
-    QCOMPARE(TextLines::withoutMarkdown(u"_**_a"), QStringLiteral("a"));
+    QCOMPARE(TextLines::withoutMarkdown("_**_a"), QStringLiteral("a"));
 }
 
 QTEST_GUILESS_MAIN(TextLinesTest)

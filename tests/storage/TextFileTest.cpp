@@ -35,7 +35,7 @@ void TextFileTest::aTextIsReadAsItIs()
 {
     const TestHome home;
     const QString text = QStringLiteral(" [application]\r\nconfig/name=\"Größe 😀\"\n\n");
-    QCOMPARE(TextFile::read(home.write(QStringLiteral("project.godot"), text.toUtf8())), text);
+    QCOMPARE(TextFile::read(home.write(QStringLiteral("project.godot"), text.toUtf8())), text.toUtf8());
 }
 
 void TextFileTest::anEmptyFileIsAnEmptyText()
@@ -49,8 +49,9 @@ void TextFileTest::anEmptyFileIsAnEmptyText()
 void TextFileTest::aByteOrderMarkIsLeftOut()
 {
     const TestHome home;
-    QCOMPARE(TextFile::read(home.write(QStringLiteral("a"), "\xEF\xBB\xBFone")), QStringLiteral("one"));
-    QCOMPARE(TextFile::read(home.write(QStringLiteral("b"), "one\xEF\xBB\xBF")), QStringLiteral("one\uFEFF"));
+    QCOMPARE(TextFile::read(home.write(QStringLiteral("a"), "\xEF\xBB\xBFone")), QByteArray("one"));
+    QCOMPARE(TextFile::read(home.write(QStringLiteral("b"), "one\xEF\xBB\xBF")),
+             QByteArray("one\xEF\xBB\xBF"));
 }
 
 void TextFileTest::aNulByteIsPartOfTheText()
@@ -95,7 +96,7 @@ void TextFileTest::aLinkToATextIsRead()
     const TestHome home;
     home.write(QStringLiteral("real"), "text");
     QVERIFY(QFile::link(QStringLiteral("real"), home.filePath(QStringLiteral("link"))));
-    QCOMPARE(TextFile::read(home.filePath(QStringLiteral("link"))), QStringLiteral("text"));
+    QCOMPARE(TextFile::read(home.filePath(QStringLiteral("link"))), QByteArray("text"));
     QVERIFY(QFile::link(QStringLiteral("nothing"), home.filePath(QStringLiteral("dangling"))));
     QVERIFY(!TextFile::read(home.filePath(QStringLiteral("dangling"))).has_value());
 }
