@@ -317,6 +317,23 @@ private Q_SLOTS:
         QVERIFY2(written < largeSize, "It was not stopped but had finished.");
     }
 
+    void nothingIsUnpackedForAProgramThatEndedBeforeTheUnpackerBegan()
+    {
+        // All that is left of that program is a pipe that nobody reads.
+        m_home->write(QStringLiteral("archive.zip"), ZipBuilder { ZipEntry::file("a", "content") }.bytes());
+        int output[2] = {};
+        QCOMPARE(::pipe2(output, O_CLOEXEC), 0);
+        ::close(output[0]);
+        QProcess process;
+        process.setChildProcessModifier([&output] { ::dup2(output[1], STDOUT_FILENO); });
+        process.start(Unpacker::program(),
+                      { QStringLiteral("-x"), QStringLiteral("-k"), archive(), folder() });
+        ::close(output[1]);
+        QVERIFY(process.waitForFinished());
+        QCOMPARE(process.exitCode(), 1);
+        QVERIFY(!QFileInfo::exists(folder()));
+    }
+
 private:
     static constexpr qint64 largeSize = 1000LL * 1024 * 1024;
     static constexpr quint32 largeChecksum = 0x64e9d068; // of that many noughts
