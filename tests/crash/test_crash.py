@@ -24,7 +24,7 @@ from crash_world import LONG, Findings, Launcher, Scenario, World
 
 SEED = 20240917
 RANDOM_MOMENTS = 200
-STEP = 37               # of the moments that are gone through when not all are
+STEP = 61               # of the moments that are gone through when not all are
 
 ERRORS = (errno.ENOSPC, errno.EIO, errno.EACCES)
 DISK_CALLS = set(system_calls.NUMBERS) - system_calls.STARTS
