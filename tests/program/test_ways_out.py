@@ -71,7 +71,7 @@ class WaysOut(LauncherCase):
 
         def reach():
             self.press("Play")
-            wait_for(lambda: any("vantor-unpack" in command and "Godot_v" in command
+            wait_for(lambda: any("vantor-unpack -x" in command and command.rstrip().endswith("/engine")
                                  for command in children_of(self.launcher.pid).values()))
         self.open()
         reach()
