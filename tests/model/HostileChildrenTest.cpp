@@ -18,17 +18,6 @@ constexpr const char *early = "The game closed after only %1 (exit code %2), so 
 constexpr const char *late
     = "The game stopped with an error (exit code %2) after %1. These are the last lines of its log:";
 
-/// FLOOD=full floods with what a game prints in hours.
-qint64 scaled(qint64 full)
-{
-    if (qgetenv("FLOOD") == "full")
-        return full;
-    return full / (Strain::isMeasurable() ? 10 : 100);
-}
-
-qint64 manyLines() { return scaled(10'000'000); }
-qint64 manyBytes() { return scaled(2'000'000'000); }
-
 QByteArray flood(const char *what, qint64 number)
 {
     return QFile::encodeName(Children::program(QStringLiteral("child-flood"))) + ' ' + what + ' '
@@ -251,11 +240,11 @@ void HostileChildrenTest::aGameIsReportedExactlyWhateverItDoes()
 
 void HostileChildrenTest::aFloodOfLinesFromAGameIsReportedAndKeptInOrder()
 {
-    write(QStringLiteral("play.sh"), flood("lines", manyLines()) + "; exit 3");
+    write(QStringLiteral("play.sh"), flood("lines", Strain::manyLines()) + "; exit 3");
     Watch watch;
     playToTheEnd(watch, std::chrono::minutes(10));
     verifyReport(3);
-    QCOMPARE(model().log.lines.get(), numbers(manyLines() - LogStore::maxLines, manyLines()));
+    QCOMPARE(model().log.lines.get(), numbers(Strain::manyLines() - LogStore::maxLines, Strain::manyLines()));
     qInfo("%lld ms, %lld kB", static_cast<long long>(watch.strain.longestGap()),
           static_cast<long long>(watch.strain.memoryGrowth() / 1024));
     watch.verify();
@@ -263,7 +252,7 @@ void HostileChildrenTest::aFloodOfLinesFromAGameIsReportedAndKeptInOrder()
 
 void HostileChildrenTest::aFloodWithoutALineEndFromAGameIsReported()
 {
-    write(QStringLiteral("play.sh"), flood("bytes", manyBytes()) + "; exit 3");
+    write(QStringLiteral("play.sh"), flood("bytes", Strain::manyBytes()) + "; exit 3");
     Watch watch;
     playToTheEnd(watch, std::chrono::minutes(10));
     verifyReport(3);
@@ -349,14 +338,15 @@ void HostileChildrenTest::anImportIsLoggedExactlyWhateverItDoes()
 void HostileChildrenTest::aFloodOfLinesFromAnImportIsKeptInOrder()
 {
     forgetTheImport();
-    write(QStringLiteral("import.sh"), "mkdir -p .godot; " + flood("lines", manyLines()) + "; exit 3");
+    write(QStringLiteral("import.sh"),
+          "mkdir -p .godot; " + flood("lines", Strain::manyLines()) + "; exit 3");
     write(QStringLiteral("play.sh"), "exit 4");
     Watch watch;
     playToTheEnd(watch, std::chrono::minutes(10));
     QStringList lines = model().log.lines;
     QVERIFY(lines.takeLast().startsWith(QStringLiteral("Starting the game: ")));
     QCOMPARE(lines.takeLast(), QStringLiteral("Setup pass ended with exit code 3"));
-    QCOMPARE(lines, numbers(manyLines() - lines.size(), manyLines()));
+    QCOMPARE(lines, numbers(Strain::manyLines() - lines.size(), Strain::manyLines()));
     QCOMPARE(lines.size(), LogStore::maxLines - 2);
     watch.verify();
 }
@@ -364,7 +354,7 @@ void HostileChildrenTest::aFloodOfLinesFromAnImportIsKeptInOrder()
 void HostileChildrenTest::aFloodWithoutALineEndFromAnImportDoesNoHarm()
 {
     forgetTheImport();
-    write(QStringLiteral("import.sh"), "mkdir -p .godot; " + flood("bytes", manyBytes()));
+    write(QStringLiteral("import.sh"), "mkdir -p .godot; " + flood("bytes", Strain::manyBytes()));
     Watch watch;
     playToTheGame(watch, std::chrono::minutes(10));
     QVERIFY(m_player->stopGame());

@@ -13,17 +13,6 @@
 
 namespace {
 
-/// FLOOD=full floods with what a game prints in hours.
-qint64 scaled(qint64 full)
-{
-    if (qgetenv("FLOOD") == "full")
-        return full;
-    return full / (Strain::isMeasurable() ? 10 : 100);
-}
-
-qint64 manyLines() { return scaled(10'000'000); }
-qint64 manyBytes() { return scaled(2'000'000'000); }
-
 /// Runs a flood to its end and measures.
 void flood(const QString &what, qint64 number, const std::function<void(const QString &)> &onLine)
 {
@@ -69,20 +58,20 @@ void FloodTest::everyLineOfAFloodComesInOrder()
 {
     qint64 next = 0;
     bool isOrdered = true;
-    flood(QStringLiteral("lines"), manyLines(), [&](const QString &line) {
+    flood(QStringLiteral("lines"), Strain::manyLines(), [&](const QString &line) {
         isOrdered = isOrdered && line == QString::number(next);
         ++next;
     });
-    QCOMPARE(next, manyLines());
+    QCOMPARE(next, Strain::manyLines());
     QVERIFY(isOrdered);
 }
 
 void FloodTest::theLogKeepsExactlyTheLastLinesOfAFlood()
 {
     LogStore log;
-    flood(QStringLiteral("lines"), manyLines(), log.appender());
+    flood(QStringLiteral("lines"), Strain::manyLines(), log.appender());
     QStringList last;
-    for (qint64 line = manyLines() - LogStore::maxLines; line < manyLines(); ++line)
+    for (qint64 line = Strain::manyLines() - LogStore::maxLines; line < Strain::manyLines(); ++line)
         last << QString::number(line);
     QCOMPARE(log.lines.get(), last);
 }
@@ -90,7 +79,7 @@ void FloodTest::theLogKeepsExactlyTheLastLinesOfAFlood()
 void FloodTest::linesOfOneLetterLeaveTheMainThreadItsTurns()
 {
     LogStore log;
-    flood(QStringLiteral("shortest"), manyLines() / 2, log.appender());
+    flood(QStringLiteral("shortest"), Strain::manyLines() / 2, log.appender());
     QCOMPARE(log.lines.get(), QStringList(LogStore::maxLines, QStringLiteral("y")));
 }
 
@@ -108,23 +97,23 @@ void FloodTest::everyByteOfAFloodWithoutALineEndComes()
     QFETCH(QChar, character);
     qint64 count = 0;
     bool isWhole = true;
-    flood(what, manyBytes() / 10, [&](const QString &line) {
+    flood(what, Strain::manyBytes() / 10, [&](const QString &line) {
         count += line.size();
         isWhole = isWhole && line.startsWith(character) && line.endsWith(character);
     });
-    QCOMPARE(count, manyBytes() / 10);
+    QCOMPARE(count, Strain::manyBytes() / 10);
     QVERIFY(isWhole);
 }
 
 void FloodTest::theLogStaysSmallInAFloodWithoutALineEnd()
 {
     LogStore log;
-    flood(QStringLiteral("bytes"), manyBytes(), log.appender());
+    flood(QStringLiteral("bytes"), Strain::manyBytes(), log.appender());
     qsizetype kept = 0;
     for (const QString &line : log.lines.get())
         kept += line.size();
     QVERIFY(kept <= LogStore::maxTextLength);
-    QVERIFY(kept >= std::min<qint64>(LogStore::maxTextLength / 2, manyBytes()));
+    QVERIFY(kept >= std::min<qint64>(LogStore::maxTextLength / 2, Strain::manyBytes()));
 }
 
 void FloodTest::aFloodThatIsStoppedLeavesTheMainThreadItsTurns()

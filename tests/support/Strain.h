@@ -20,6 +20,11 @@ public:
     /// The most memory that a child's output may cost, in bytes.
     static constexpr qint64 mostMemory = 64 * 1024 * 1024;
 
+    /// How many lines a flood is, and how many bytes one without a line end: what a game prints in hours with
+    /// FLOOD=full, else a part of it.
+    static qint64 manyLines() { return scaled(10'000'000); }
+    static qint64 manyBytes() { return scaled(2'000'000'000); }
+
     Strain()
         : m_memoryBefore(memory("VmRSS:"))
     {
@@ -84,6 +89,13 @@ public:
     }
 
 private:
+    static qint64 scaled(qint64 full)
+    {
+        if (qgetenv("FLOOD") == "full")
+            return full;
+        return full / (isMeasurable() ? 10 : 100);
+    }
+
     /// What this thread has worked so far, in milliseconds.
     static qint64 work()
     {
