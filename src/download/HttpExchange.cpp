@@ -12,6 +12,14 @@ namespace {
 /// whole.
 constexpr qint64 longestHeaders = 256 * 1024;
 
+bool isBeyondNumbers(QByteArrayView length)
+{
+    bool isNumber = false;
+    static_cast<void>(length.toLongLong(&isNumber));
+    return !isNumber && !length.isEmpty()
+        && std::all_of(length.begin(), length.end(), [](char digit) { return digit >= '0' && digit <= '9'; });
+}
+
 StallWatch::Clock::time_point now() { return StallWatch::Clock::now(); }
 
 }
@@ -69,9 +77,6 @@ void HttpExchange::setOptions(const QByteArray &url)
     set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(rules.connect.count()));
     // A name lookup cannot be interrupted. Its thread is left behind then, rather than waited for.
     set(CURLOPT_QUICK_EXIT, 1L);
-
-    // For what a server announces; what it sends is counted.
-    set(CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(rules.largestBody));
 
     set(CURLOPT_ERRORBUFFER, m_detail);
     set(CURLOPT_HEADERFUNCTION, &HttpExchange::onHeaderLine);
@@ -185,17 +190,24 @@ size_t HttpExchange::onPiece(char *bytes, size_t size, size_t count, void *excha
 
 void HttpExchange::takeHeaderLine(QByteArrayView line)
 {
+    const auto hasName = [line](QByteArrayView name) {
+        return line.first(std::min(line.size(), name.size())).compare(name, Qt::CaseInsensitive) == 0;
+    };
     constexpr QByteArrayView locationName("location:");
+    constexpr QByteArrayView lengthName("content-length:");
     m_headerBytes += line.size();
     if (m_headerBytes > longestHeaders)
         throw TransferError::notUnderstood();
-    if (line.startsWith("HTTP/"))
+    if (line.startsWith("HTTP/")) {
         m_answer = {};
-    else if (line.first(std::min(line.size(), locationName.size())).compare(locationName, Qt::CaseInsensitive)
-             == 0)
+        m_isBeyondNumbers = false;
+    } else if (hasName(locationName)) {
         m_answer.location = line.sliced(locationName.size()).trimmed().toByteArray();
-    else if (line.trimmed().isEmpty())
+    } else if (hasName(lengthName)) {
+        m_isBeyondNumbers = isBeyondNumbers(line.sliced(lengthName.size()).trimmed());
+    } else if (line.trimmed().isEmpty()) {
         takeEndOfHead();
+    }
 }
 
 void HttpExchange::takeEndOfHead()
@@ -211,6 +223,8 @@ void HttpExchange::takeEndOfHead()
     curl_off_t length = -1;
     curl_easy_getinfo(m_easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
     m_total = length;
+    if (m_isBeyondNumbers || m_total > m_request.rules.largestBody)
+        throw TransferError::tooLarge();
 }
 
 void HttpExchange::takePiece(QByteArrayView piece)

@@ -55,8 +55,6 @@ TransferError TransferError::fromCurl(int code, const QByteArray &detail)
     case CURLE_WEIRD_SERVER_REPLY:
     case CURLE_OUT_OF_MEMORY: // libcurl's word for a header line that is longer than it takes
         return notUnderstood();
-    case CURLE_FILESIZE_EXCEEDED:
-        return tooLarge();
     case CURLE_URL_MALFORMAT:
         return TransferError(u"The address is not a web address."_s);
     default:

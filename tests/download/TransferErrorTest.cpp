@@ -38,7 +38,6 @@ private Q_SLOTS:
         row(CURLE_PROXY, "", u"The proxy server refused the connection."_s);
         row(CURLE_URL_MALFORMAT, "", u"The address is not a web address."_s);
         row(CURLE_OUT_OF_MEMORY, "", u"The server's answer could not be understood."_s);
-        row(CURLE_FILESIZE_EXCEEDED, "", u"The file is larger than expected."_s);
     }
 
     void aFailureIsAPlainSentence()

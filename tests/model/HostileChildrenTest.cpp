@@ -36,7 +36,7 @@ QStringList numbers(qint64 from, qint64 end)
 class Watch final {
 public:
     Watch()
-        : m_descriptors(Children::openDescriptors())
+        : m_files(Children::openFiles())
     {
     }
 
@@ -45,7 +45,10 @@ public:
     void verify()
     {
         QVERIFY(Children::noZombie());
-        QTRY_COMPARE(Children::openDescriptors(), m_descriptors);
+        const bool isAsBefore = QTest::qWaitFor([this] { return Children::openFiles() == m_files; });
+        QVERIFY2(
+            isAsBefore,
+            qPrintable(m_files.join(u' ') + QStringLiteral(" became ") + Children::openFiles().join(u' ')));
         if (!Strain::isMeasurable())
             return;
         QVERIFY2(strain.keptItsTurns(),
@@ -55,7 +58,7 @@ public:
     }
 
 private:
-    int m_descriptors = 0;
+    QStringList m_files;
 };
 
 }
