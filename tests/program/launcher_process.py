@@ -63,6 +63,12 @@ def children_of(process):
     return found
 
 
+def engine_unpackers(launcher):
+    """The children that unpack an engine, told by where they unpack it to: the archive is passed without its name."""
+    return [child for child, command in children_of(launcher).items()
+            if "vantor-unpack -x" in command and command.rstrip().endswith("/engine")]
+
+
 def is_alive(process):
     try:
         return Path(f"/proc/{process}/stat").read_text().rpartition(")")[2].split()[0] != "Z"

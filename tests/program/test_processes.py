@@ -6,7 +6,7 @@ import signal
 import time
 from pathlib import Path
 
-from launcher_process import LONG, PROGRAMS, LauncherCase, children_of, is_alive, main, wait_for
+from launcher_process import LONG, PROGRAMS, LauncherCase, children_of, engine_unpackers, is_alive, main, wait_for
 
 # The right to take the focus, which the launcher's own window has used up.
 USED_UP = (b"XDG_ACTIVATION_TOKEN=", b"DESKTOP_STARTUP_ID=")
@@ -70,7 +70,7 @@ class Processes(LauncherCase):
             with self.subTest(delay):
                 self.open()
                 self.press("Play")
-                unpackers = wait_for(self.unpackers)
+                unpackers = wait_for(lambda: engine_unpackers(self.launcher.pid))
                 time.sleep(delay)
                 self.assertTrue(all(map(is_alive, unpackers)))
                 self.launcher.kill()
@@ -91,10 +91,6 @@ class Processes(LauncherCase):
         finally:
             for game in games:
                 os.kill(game, signal.SIGKILL)
-
-    def unpackers(self):
-        return [child for child, command in children_of(self.launcher.pid).items()
-                if "vantor-unpack" in command and "Godot_v" in command]
 
 
 if __name__ == "__main__":

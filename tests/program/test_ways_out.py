@@ -5,7 +5,7 @@ import shutil
 import signal
 import time
 
-from launcher_process import LONG, LauncherCase, children_of, is_alive, main, wait_for
+from launcher_process import LONG, LauncherCase, children_of, engine_unpackers, is_alive, main, wait_for
 
 SOON = 1.0 + 0.5     # a second, and what the test itself needs to see it
 
@@ -71,8 +71,7 @@ class WaysOut(LauncherCase):
 
         def reach():
             self.press("Play")
-            wait_for(lambda: any("vantor-unpack -x" in command and command.rstrip().endswith("/engine")
-                                 for command in children_of(self.launcher.pid).values()))
+            wait_for(lambda: engine_unpackers(self.launcher.pid))
         self.open()
         reach()
         self.verify_gone_soon(self.close_window)
