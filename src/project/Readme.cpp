@@ -36,21 +36,24 @@ QString blurb(QByteArrayView readme, const QString &fallback)
 {
     QString heading;
     QString paragraph;
-    TextLines::forEachUntil(readme, [&heading, &paragraph](QByteArrayView line) {
-        if (line.startsWith("![") || line.startsWith('<'))
-            return true;
-        if (line.startsWith('#')) {
-            if (heading.isEmpty())
-                heading = TextLines::withoutMarkdown(line);
-        } else if (paragraph.isEmpty() && isSentence(line)) {
-            // Fewer words may be left of it.
-            const QString text = TextLines::withoutMarkdown(line);
-            if (isSentence(text.toUtf8()))
-                paragraph = text;
-        }
-        // The heading may stand below the paragraph.
-        return heading.isEmpty() || paragraph.isEmpty();
-    });
+    TextLines::forEachUntil(
+        readme,
+        [&heading, &paragraph](QByteArrayView line) {
+            if (line.startsWith("![") || line.startsWith('<'))
+                return true;
+            if (line.startsWith('#')) {
+                if (heading.isEmpty())
+                    heading = TextLines::withoutMarkdown(line);
+            } else if (paragraph.isEmpty() && isSentence(line)) {
+                // Fewer words may be left of it.
+                const QString text = TextLines::withoutMarkdown(line);
+                if (isSentence(text.toUtf8()))
+                    paragraph = text;
+            }
+            // The heading may stand below the paragraph.
+            return heading.isEmpty() || paragraph.isEmpty();
+        },
+        longestParagraph);
 
     if (heading.isEmpty() && paragraph.isEmpty())
         return fallback;

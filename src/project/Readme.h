@@ -9,6 +9,9 @@
 /// folder.
 QByteArray readmeText(const QString &root);
 
+/// A paragraph is used whole, as long as people write them: this many bytes are more than a book.
+constexpr qsizetype longestParagraph = 512 * 1024;
+
 /// One short description of the game: the README's first heading, an em dash and its first line of at least
 /// seven words; the one of the two that there is; or `fallback`.
 QString blurb(QByteArrayView readme, const QString &fallback);

@@ -22,11 +22,11 @@ qsizetype newlineSize(const char *at, const char *end)
 }
 
 /// `line` up to the last whole character that fits.
-QByteArrayView cut(QByteArrayView line)
+QByteArrayView cut(QByteArrayView line, qsizetype longest)
 {
-    if (line.size() <= TextLines::longestLine)
+    if (line.size() <= longest)
         return line;
-    qsizetype size = TextLines::longestLine;
+    qsizetype size = longest;
     while (size > 0 && (static_cast<unsigned char>(line[size]) & 0xc0) == 0x80)
         --size;
     return line.first(size);
@@ -34,7 +34,7 @@ QByteArrayView cut(QByteArrayView line)
 
 }
 
-QByteArrayView TextLines::takeLine(QByteArrayView &rest)
+QByteArrayView TextLines::takeLine(QByteArrayView &rest, qsizetype longest)
 {
     const char *const end = rest.data() + rest.size();
     const char *start = rest.data();
@@ -59,7 +59,7 @@ QByteArrayView TextLines::takeLine(QByteArrayView &rest)
         start = at + size;
         if (!line.isEmpty()) {
             rest = QByteArrayView(start, end);
-            return trimmed(cut(line));
+            return trimmed(cut(line, longest));
         }
     }
     rest = {};

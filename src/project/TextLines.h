@@ -8,19 +8,19 @@
 /// its lines matter.
 namespace TextLines {
 
-/// More of a line, in bytes, is not looked at: lines become what the player sees, and nobody reads on that
-/// far.
+/// More of a line, in bytes, is not looked at unless a caller says so: lines become what the player sees, and
+/// nobody reads on that far.
 constexpr qsizetype longestLine = 64 * 1024;
 
 /// The next line of `rest` that is not empty, which is taken from it; empty when there is none. Lines end at
-/// every newline character, and are given without blanks at both ends and no longer than `longestLine`.
-QByteArrayView takeLine(QByteArrayView &rest);
+/// every newline character, and are given without blanks at both ends and no longer than `longest`.
+QByteArrayView takeLine(QByteArrayView &rest, qsizetype longest = longestLine);
 
 /// Calls `see` with every line of `text` that is not empty, as `takeLine` gives it, until it returns false.
-template <typename See> void forEachUntil(QByteArrayView text, See see)
+template <typename See> void forEachUntil(QByteArrayView text, See see, qsizetype longest = longestLine)
 {
     for (;;) {
-        const QByteArrayView line = takeLine(text);
+        const QByteArrayView line = takeLine(text, longest);
         if (line.isEmpty() || !see(line))
             return;
     }

@@ -3,15 +3,15 @@
 #include "Fuzzing.h"
 #include "LogStore.h"
 #include "ProjectInspector.h"
+#include "Readme.h"
 #include "SaveFolder.h"
 #include "TextFile.h"
+#include "TextLines.h"
 
 #include <QByteArray>
 #include <QFile>
 
 namespace {
-
-constexpr qsizetype longestLine = 64 * 1024;
 
 QByteArray takeSection(QByteArray &rest)
 {
@@ -23,7 +23,7 @@ QByteArray takeSection(QByteArray &rest)
 
 void expectShownText(const QString &text)
 {
-    expect(text.size() <= 2 * longestLine + 3, "texts have an end");
+    expect(text.size() <= 2 * longestParagraph + 3, "texts have an end");
     for (const QChar character : text)
         expect(!TextFile::isNewline(character), "a text is one line", text.toStdString());
 }

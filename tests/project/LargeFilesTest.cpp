@@ -1,7 +1,9 @@
 #include "Controls.h"
 #include "LogStore.h"
 #include "ProjectInspector.h"
+#include "Readme.h"
 #include "TestHome.h"
+#include "TextLines.h"
 
 #include <QElapsedTimer>
 #include <QProcess>
@@ -255,7 +257,7 @@ void LargeFilesTest::theSettingsOfALargeProjectFileAreFound()
 void LargeFilesTest::valuesOnEndlessLinesAreCut()
 {
     const TestHome home;
-    const qsizetype most = 64 * 1024;
+    const qsizetype most = TextLines::longestLine;
     home.write(QStringLiteral("project.godot"),
                "config/name=\"Game\"\nconfig/name=\"" + repeated("x", fileSize) + "\"\n");
     home.write(QStringLiteral("README"),
@@ -265,7 +267,7 @@ void LargeFilesTest::valuesOnEndlessLinesAreCut()
                repeated("l", megabyte) + "\nCopyright 2020 " + repeated("a", megabyte));
     const ProjectInfo info = ProjectInspector::inspect(home.path());
     QCOMPARE(info.name, QStringLiteral("Game")); // the end of the other one was never seen
-    QVERIFY(info.blurb.size() > most && info.blurb.size() < 2 * most + 3);
+    QVERIFY(info.blurb.size() > longestParagraph && info.blurb.size() < 2 * longestParagraph + 3);
     QCOMPARE(info.controls.size(), 1);
     QVERIFY(info.controls.first().size() < most);
     QCOMPARE(info.licenseName, QString(most, u'l'));
