@@ -6,7 +6,6 @@
 #include "Readme.h"
 #include "SaveFolder.h"
 #include "TextFile.h"
-#include "TextLines.h"
 
 #include <QByteArray>
 #include <QFile>
