@@ -30,7 +30,8 @@ qint64 ownMemory(const char *line)
         return -1;
     for (const QByteArray &each : status.readAll().split('\n')) {
         if (each.startsWith(line))
-            return each.mid(static_cast<qsizetype>(qstrlen(line)) + 1).trimmed().chopped(3).toLongLong() * 1024;
+            return each.mid(static_cast<qsizetype>(qstrlen(line)) + 1).trimmed().chopped(3).toLongLong()
+                * 1024;
     }
     return -1;
 }
