@@ -43,7 +43,7 @@ bool isCopyrightLine(QByteArrayView line)
 
 QString authorOf(QByteArrayView copyrightLine)
 {
-    QString holder = QString::fromUtf8(copyrightLine.sliced(copyrightWord.size()));
+    QString holder = TextLines::decoded(copyrightLine.sliced(copyrightWord.size()));
     holder.remove(QLatin1StringView("(c)"), Qt::CaseInsensitive);
     holder.remove(u'\u00a9');
     return TextLines::trimmed(withoutLeadingYears(holder)).toString();
@@ -64,7 +64,7 @@ LicenseInfo LicenseInfo::parse(QByteArrayView text)
     });
 
     const QString author = copyrightLine.isEmpty() ? QString() : authorOf(copyrightLine);
-    return { title.isEmpty() ? QStringLiteral("See LICENSE file") : QString::fromUtf8(title),
+    return { title.isEmpty() ? QStringLiteral("See LICENSE file") : TextLines::decoded(title),
              author.isEmpty() ? QStringLiteral("see LICENSE") : author };
 }
 

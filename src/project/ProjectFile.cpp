@@ -61,7 +61,7 @@ QStringList quoted(QByteArrayView line, qsizetype most)
         const qsizetype closing = line.indexOf('"', opening + 1);
         if (closing < 0)
             break;
-        texts.append(QString::fromUtf8(line.sliced(opening + 1, closing - opening - 1)));
+        texts.append(TextLines::decoded(line.sliced(opening + 1, closing - opening - 1)));
         opening = line.indexOf('"', closing + 1);
     }
     return texts;

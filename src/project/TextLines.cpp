@@ -1,5 +1,7 @@
 #include "TextLines.h"
 
+#include <QStringDecoder>
+
 namespace {
 
 bool isBlank(char byte) { return byte == ' ' || byte == '\t'; }
@@ -86,9 +88,14 @@ QStringView TextLines::trimmed(QStringView text)
     return text;
 }
 
+QString TextLines::decoded(QByteArrayView text)
+{
+    return QStringDecoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom).decode(text);
+}
+
 QString TextLines::withoutMarkdown(QByteArrayView line)
 {
-    QString text = QString::fromUtf8(line);
+    QString text = decoded(line);
     text.remove(QLatin1StringView("**"));
     text.remove(QLatin1StringView("__"));
     text.remove(u'`');

@@ -30,6 +30,10 @@ template <typename See> void forEachUntil(QByteArrayView text, See see, qsizetyp
 QByteArrayView trimmed(QByteArrayView text);
 QStringView trimmed(QStringView text);
 
+/// `text` decoded as it stands. QString::fromUtf8 would take a U+FEFF at its beginning for a byte order mark,
+/// which it only is at the beginning of a file.
+QString decoded(QByteArrayView text);
+
 /// `line` without the signs of Markdown that would only be noise in plain text, trimmed: every "**", then
 /// every "__", then every "`", then every "#".
 QString withoutMarkdown(QByteArrayView line);

@@ -15,6 +15,7 @@ private Q_SLOTS:
     void aLongLineIsCutBetweenTwoCharacters();
     void theWalkEndsWhenItIsToldTo();
     void onlySpacesAndTabsAreTrimmed();
+    void aByteOrderMarkWithinTheTextStays();
     void markdownSignsAreRemovedOneKindAfterTheOther_data();
     void markdownSignsAreRemovedOneKindAfterTheOther();
     void whatTheRemovalJoinsIsNotRemovedAgain();
@@ -108,6 +109,14 @@ void TextLinesTest::onlySpacesAndTabsAreTrimmed()
         QCOMPARE(TextLines::trimmed(QStringView(text)), TextFile::trimmed(text));
     QCOMPARE(TextLines::trimmed(QByteArrayView(" \t a b\t ")), QByteArrayView("a b"));
     QCOMPARE(TextLines::trimmed(QByteArrayView(" \t ")), QByteArrayView(""));
+}
+
+void TextLinesTest::aByteOrderMarkWithinTheTextStays()
+{
+    QCOMPARE(TextLines::decoded("\xef\xbb\xbfname"), QStringLiteral("\ufeffname"));
+    QCOMPARE(TextLines::decoded("\xef\xbb\xbf"), QStringLiteral("\ufeff"));
+    QCOMPARE(TextLines::withoutMarkdown("# \xef\xbb\xbfname"), QStringLiteral("\ufeffname"));
+    QCOMPARE(TextLines::withoutMarkdown("\xef\xbb\xbfname"), QStringLiteral("\ufeffname"));
 }
 
 void TextLinesTest::markdownSignsAreRemovedOneKindAfterTheOther_data()
