@@ -297,7 +297,9 @@ void MainWindowTest::stopBeforeTheGameExistsCancelsTheStart()
     stage.player.startHost({ QStringLiteral("--slow"), QStringLiteral("1") });
     stage.open();
     Stage::click(*stage.window, QStringLiteral("Play"));
-    QTRY_VERIFY(stage.visible<ProgressBlock>());
+    // The state is set when the step begins, which clearing up comes before.
+    QTRY_COMPARE(stage.model.stepText.get(), QStringLiteral("Step 1 of 4: downloading the game"));
+    QVERIFY(stage.visible<ProgressBlock>());
     QVERIFY(stage.model.isWorking());
     // The moment between the last step and the game's process.
     stage.model.state = AppState::starting();
