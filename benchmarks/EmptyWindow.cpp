@@ -1,0 +1,18 @@
+// The smallest program with a window that Qt Widgets allows: what the launcher's start and memory are compared with.
+
+#include <QApplication>
+#include <QPushButton>
+#include <QVBoxLayout>
+#include <QWidget>
+
+int main(int argc, char **argv)
+{
+    const QApplication application(argc, argv);
+    QWidget window;
+    QVBoxLayout layout(&window);
+    QPushButton button(QStringLiteral("Button"));
+    layout.addWidget(&button);
+    window.resize(560, 640);
+    window.show();
+    return QApplication::exec();
+}
