@@ -54,7 +54,8 @@ bool GameFolder::putBack() noexcept
     const QDir temp(Paths::tempFolder());
     if (LauncherFolder::leadsThroughLink(setAsideIn(temp.path())))
         return true; // whose game that would be, nobody knows
-    for (const QString &name : temp.entryList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::Hidden)) {
+    for (const QString &name :
+         temp.entryList(QDir::Dirs | QDir::NoSymLinks | QDir::NoDotAndDotDot | QDir::Hidden)) {
         if (FileOperations::exists(game))
             return true;
         const QString old = setAsideIn(temp.filePath(name));

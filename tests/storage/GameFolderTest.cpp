@@ -66,6 +66,17 @@ private Q_SLOTS:
         QCOMPARE(game(), "new");
     }
 
+    void aGameBehindALinkIsNotTakenForOneToPutBack()
+    {
+        const QString elsewhere = m_home->write(QStringLiteral("elsewhere/Game/project.godot"), "mine");
+        QVERIFY(QDir().mkpath(Paths::tempFolder()));
+        QVERIFY(QFile::link(m_home->filePath(QStringLiteral("elsewhere")),
+                            Paths::tempFolder() + QStringLiteral("/link")));
+        QVERIFY(GameFolder::putBack());
+        QVERIFY(!QFileInfo::exists(Paths::gameFolder()));
+        QVERIFY(QFileInfo::exists(elsewhere));
+    }
+
     void withoutAnythingToPutBackNothingHappens()
     {
         QVERIFY(GameFolder::putBack());
