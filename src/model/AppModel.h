@@ -142,6 +142,6 @@ private:
 
     /// Counts the readings of the project facts, so that an overtaken one is dropped.
     int m_infoReading = 0;
-    /// Everything was removed while an action ran: what it still wrote goes when it ends.
+    /// Everything was removed while an action ran: what it wrote or read after that goes when it ends.
     bool m_removeRootAgain = false;
 };

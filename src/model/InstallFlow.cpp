@@ -40,6 +40,7 @@ QCoro::Task<> AppModel::runAction(Action action, std::stop_token stop)
     if (m_removeRootAgain) {
         m_removeRootAgain = false;
         Leftovers::discardAll();
+        forgetInfo();
     }
     if (runner.isRunning)
         co_return;

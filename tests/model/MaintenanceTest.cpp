@@ -227,6 +227,30 @@ private Q_SLOTS:
         QVERIFY(!QFileInfo::exists(Paths::root()));
     }
 
+    void removeEverythingWhileTheGameIsReadForPlayLeavesNothingOfItInTheWindow()
+    {
+        Player player;
+        player.startHost();
+        const QString game = QStringLiteral("data/Vantor Platformer/Game/");
+        player.home.write(game + QStringLiteral("project.godot"), "config/name=\"Hill Run\"\n");
+        // Takes so long to read that the removal meets the reading.
+        player.home.write(game + QStringLiteral("README"), QByteArray(32 * 1024 * 1024, '\n'));
+        AppModel &model = player.startModel();
+        QTRY_VERIFY(model.info.get());
+        QVERIFY(QThreadPool::globalInstance()->waitForDone(20000));
+        model.play();
+        int looks = 0; // what comes before the reading is over at the first look
+        QVERIFY(QTest::qWaitFor([&looks] {
+            looks = QThreadPool::globalInstance()->activeThreadCount() > 0 ? looks + 1 : 0;
+            return looks == 3;
+        }));
+        model.removeEverything();
+        QVERIFY(player.waitUntilIdle());
+        QVERIFY(!model.info.get());
+        QCOMPARE(model.notice.get(), std::optional(QStringLiteral("Everything was removed.")));
+        QVERIFY(!QFileInfo::exists(Paths::root()));
+    }
+
     void removeEverythingDuringTheImportLeavesNothingOfWhatTheEngineStillWrites()
     {
         Player player;
