@@ -15,6 +15,7 @@
 #include <QApplication>
 #include <QIcon>
 #include <QMessageBox>
+#include <QThreadPool>
 
 #include <cstdio>
 #include <cstdlib>
@@ -94,8 +95,11 @@ int showWindow(OneLauncher &one)
 
     window.show();
     const int status = QApplication::exec();
-    // What has not unwound by now, an engine that ignores being asked to end for one, still uses the model.
-    if (model.isWorking() || model.runner.isRunning)
+    // What has not unwound by now still uses the model, like an engine that ignores being asked to end, or
+    // would be waited for below, like a desktop that does not answer: the player waits for neither.
+    const bool isBusy = model.isWorking() || model.runner.isRunning
+        || QThreadPool::globalInstance()->activeThreadCount() > 0;
+    if (isBusy)
         std::_Exit(status);
     return status;
 }

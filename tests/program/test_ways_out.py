@@ -3,11 +3,47 @@
 import os
 import shutil
 import signal
+import socket
+import threading
 import time
 
 from launcher_process import LONG, LauncherCase, children_of, engine_unpackers, is_alive, main, wait_for
 
 SOON = 1.0 + 0.5     # a second, and what the test itself needs to see it
+
+
+class StuckBus:
+    """The session bus for as long as nobody calls `get_stuck`; from then on whoever connects gets no answer."""
+
+    def __init__(self, path):
+        self.real = os.environ["DBUS_SESSION_BUS_ADDRESS"].removeprefix("unix:path=").partition(",")[0]
+        self.address = f"unix:path={path}"
+        self.is_stuck = False
+        self.unanswered = []
+        self.listener = socket.socket(socket.AF_UNIX)
+        self.listener.bind(str(path))
+        self.listener.listen()
+        threading.Thread(target=self.serve, daemon=True).start()
+
+    def get_stuck(self):
+        self.is_stuck = True
+
+    def serve(self):
+        while True:
+            client, _ = self.listener.accept()
+            if self.is_stuck:
+                self.unanswered.append(client)
+                continue
+            bus = socket.socket(socket.AF_UNIX)
+            bus.connect(self.real)
+            for source, target in ((client, bus), (bus, client)):
+                threading.Thread(target=self.pass_on, args=(source, target), daemon=True).start()
+
+    @staticmethod
+    def pass_on(source, target):
+        while content := source.recv(65536):
+            target.sendall(content)
+        target.shutdown(socket.SHUT_WR)
 
 
 class WaysOut(LauncherCase):
@@ -95,6 +131,17 @@ class WaysOut(LauncherCase):
         self.assertEqual(self.play(), "Playing")
         self.verify_gone_soon(self.launcher.terminate)
         self.verify_next_start("Ready")
+
+    def test_a_desktop_that_does_not_answer_keeps_nobody(self):
+        bus = StuckBus(self.home / "bus")
+        self.root.mkdir(parents=True)
+        self.start_host()
+        self.open(environment=dict(self.environment, DBUS_SESSION_BUS_ADDRESS=bus.address))
+        bus.get_stuck()
+        self.press("Settings…")
+        self.press("Reveal in Finder")
+        wait_for(lambda: bus.unanswered)
+        self.verify_gone_soon(self.launcher.terminate)
 
     def test_an_engine_that_does_not_end_keeps_nobody(self):
         stubborn = "trap '' TERM; while :; do sleep 1; done\n"
