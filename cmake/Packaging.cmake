@@ -1,6 +1,6 @@
 # What is installed beside the programs, and the packages that CPack makes of it all.
 
-set(application_id io.github.kestrelwood.vantor_platformer)
+include(ApplicationId)
 
 if(NOT APPLE)
     install(FILES "data/${application_id}.desktop" DESTINATION "${CMAKE_INSTALL_DATADIR}/applications")

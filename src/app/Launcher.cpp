@@ -41,7 +41,7 @@ public:
     {
         qInstallMessageHandler(m_handlerBefore);
         QApplication::setApplicationName(QStringLiteral("vantor-platformer"));
-        QGuiApplication::setDesktopFileName(QStringLiteral("vantor-platformer"));
+        QGuiApplication::setDesktopFileName(QStringLiteral(APPLICATION_ID));
         QIcon icon;
         for (const int size : { 16, 24, 32, 48, 64, 128, 256 })
             icon.addFile(QStringLiteral(":/icons/vantor-platformer-%1.png").arg(size), QSize(size, size));
