@@ -6,16 +6,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
-
 namespace {
 
 /// Far more than anybody writes by hand. What is larger is not text, and is not worth the memory.
 constexpr qint64 largestText = 50 * 1024 * 1024;
 
 constexpr QByteArrayView byteOrderMark = "\xef\xbb\xbf";
-
-bool isBlank(QChar character) { return character == u' ' || character == u'\t'; }
 
 }
 
@@ -63,15 +59,4 @@ QStringList TextFile::lines(const QString &text)
     }
     result.append(text.mid(start));
     return result;
-}
-
-QString TextFile::trimmed(const QString &text)
-{
-    qsizetype start = 0;
-    qsizetype end = text.size();
-    while (start < end && isBlank(text.at(start)))
-        ++start;
-    while (end > start && isBlank(text.at(end - 1)))
-        --end;
-    return text.mid(start, end - start);
 }

@@ -20,7 +20,4 @@ bool isNewline(QChar character);
 /// `text` cut at every newline character, empty lines kept. "a\r\nb" is three lines, the middle one empty.
 QStringList lines(const QString &text);
 
-/// `text` without spaces and tabs (and nothing else) at both ends.
-QString trimmed(const QString &text);
-
 }

@@ -6,6 +6,7 @@
 #include "Readme.h"
 #include "SaveFolder.h"
 #include "TextFile.h"
+#include "TextLines.h"
 
 #include <QByteArray>
 #include <QFile>
@@ -32,7 +33,7 @@ QString lastValue(const QByteArray &project, const QString &key, const QString &
 {
     QString value = fallback;
     for (const QString &line : TextFile::lines(QString::fromUtf8(project))) {
-        const QString trimmed = TextFile::trimmed(line);
+        const QString trimmed = TextLines::trimmed(QStringView(line)).toString();
         const QStringList parts = trimmed.split(u'"');
         if (trimmed.startsWith(key) && parts.size() >= 3)
             value = parts[1];

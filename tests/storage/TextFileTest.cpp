@@ -28,7 +28,6 @@ private Q_SLOTS:
     void everyNewlineCharacterEndsALine();
     void otherCharactersDoNotEndALine();
     void emptyLinesAreKept();
-    void spacesAndTabsAndNothingElseAreTrimmed();
 };
 
 void TextFileTest::aTextIsReadAsItIs()
@@ -168,14 +167,6 @@ void TextFileTest::emptyLinesAreKept()
     QCOMPARE(TextFile::lines(QString()), QStringList(QString()));
     QCOMPARE(TextFile::lines(QStringLiteral("a\r\nb")), QStringList({ a, QString(), b }));
     QCOMPARE(TextFile::lines(QStringLiteral("\na\n")), QStringList({ QString(), a, QString() }));
-}
-
-void TextFileTest::spacesAndTabsAndNothingElseAreTrimmed()
-{
-    QCOMPARE(TextFile::trimmed(QStringLiteral(" \t a b\t ")), QStringLiteral("a b"));
-    QCOMPARE(TextFile::trimmed(QStringLiteral(" \t ")), QString());
-    QCOMPARE(TextFile::trimmed(QStringLiteral(" \r")), QStringLiteral("\r"));
-    QCOMPARE(TextFile::trimmed(QStringLiteral("\u00A0a")), QStringLiteral("\u00A0a"));
 }
 
 QTEST_GUILESS_MAIN(TextFileTest)
