@@ -157,9 +157,7 @@ void AppModel::enterStep(const QString &text)
 
 void AppModel::endFlow(const std::exception &error, const std::stop_token &stop)
 {
-    // Once the player has cancelled or removed everything, what fails afterwards fails because of that.
-    const bool cancelled = stop.stop_requested() || dynamic_cast<const CancellationError *>(&error);
-    if (!cancelled) {
+    if (!isCancellation(error, stop)) {
         fail(userFacingDescription(error), LastLines::Show);
         return;
     }

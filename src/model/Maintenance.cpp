@@ -36,7 +36,7 @@ QCoro::Task<> AppModel::runUpdate(std::stop_token stop)
         notice = QStringLiteral("The game was updated.");
         state = AppState::notDownloaded();
     } catch (const std::exception &error) {
-        if (stop.stop_requested() || dynamic_cast<const CancellationError *>(&error)) {
+        if (isCancellation(error, stop)) {
             log.append(QStringLiteral("Cancelled."));
             state = AppState::notDownloaded();
         } else {
