@@ -34,8 +34,8 @@ QUrl addressOf(const EngineSpec &spec, const QString &fileName)
     return url;
 }
 
-/// Takes a build that no longer works out of the way in one step, so that a launcher that is killed here
-/// leaves none rather than half of one.
+/// Moves a build that no longer works out of the way in one step, so that a launcher that is killed here
+/// leaves no build rather than half of one.
 void makeRoom(const QString &target, const QString &previous)
 {
     if (FileOperations::exists(target))
@@ -43,8 +43,8 @@ void makeRoom(const QString &target, const QString &previous)
     FileOperations::createFolder(Paths::engineFolder());
 }
 
-/// Programs from the network open with a warning on macOS, and headless not at all. The build was verified,
-/// so that the flag may go; where that fails, the warning is all that comes of it.
+/// On macOS, downloaded programs open with a warning, and without a window not at all. This build was
+/// verified, so the flag may go; if it cannot be removed, the warning is the only consequence.
 QCoro::Task<> clearQuarantine(QString folder, LogStore *log)
 {
     log->append(QStringLiteral(
@@ -55,8 +55,7 @@ QCoro::Task<> clearQuarantine(QString folder, LogStore *log)
 
     const auto controller = ProcessController::create();
     const QStringList arguments { QStringLiteral("-dr"), QStringLiteral("com.apple.quarantine"), folder };
-    const std::function<void(const QString &)> appendToLog
-        = [log](const QString &line) { log->append(line); };
+    const auto appendToLog = log->appender();
     const qint32 status = co_await controller->run(tool, arguments, appendToLog);
     if (status != 0)
         log->append(QStringLiteral("xattr finished with code %1 (usually harmless)").arg(status));

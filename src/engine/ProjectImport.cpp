@@ -45,8 +45,7 @@ QCoro::Task<bool> EngineManager::importProject(EngineSpec spec, QString executab
     constexpr int mostPasses = 2;
 
     const QStringList arguments = importArguments(spec, project);
-    const std::function<void(const QString &)> appendToLog
-        = [log](const QString &line) { log->append(line); };
+    const auto appendToLog = log->appender();
     for (int pass = 1; pass <= mostPasses; ++pass) {
         if (controller->isCancelled())
             co_return false;
