@@ -7,20 +7,26 @@ StateFace stateFace(const AppState &state, bool hasFailureMessage)
 
     switch (state.kind()) {
     case AppState::Case::Downloading:
-        return { Dot::Orange, QStringLiteral("Downloading"), Action::Progress, false, {} };
+        return { .dot = Dot::Orange, .label = QStringLiteral("Downloading"), .action = Action::Progress };
     case AppState::Case::Needs:
-        return { Dot::Red, QStringLiteral("Needs something"), Action::Play, true,
-                 hasFailureMessage ? QString() : state.text() };
+        return { .dot = Dot::Red,
+                 .label = QStringLiteral("Needs something"),
+                 .action = Action::Play,
+                 .showsHint = true,
+                 .needsText = hasFailureMessage ? QString() : state.text() };
     case AppState::Case::NotDownloaded:
-        return { Dot::Grey, QStringLiteral("Not downloaded"), Action::Play, true, {} };
+        return { .dot = Dot::Grey,
+                 .label = QStringLiteral("Not downloaded"),
+                 .action = Action::Play,
+                 .showsHint = true };
     case AppState::Case::SettingUp:
-        return { Dot::Orange, QStringLiteral("Setting up"), Action::Progress, false, {} };
+        return { .dot = Dot::Orange, .label = QStringLiteral("Setting up"), .action = Action::Progress };
     case AppState::Case::Ready:
-        return { Dot::Green, QStringLiteral("Ready"), Action::Play, false, {} };
+        return { .dot = Dot::Green, .label = QStringLiteral("Ready"), .action = Action::Play };
     case AppState::Case::Starting:
-        return { Dot::Orange, QStringLiteral("Starting\u2026"), Action::Stop, false, {} };
+        return { .dot = Dot::Orange, .label = QStringLiteral("Starting\u2026"), .action = Action::Stop };
     case AppState::Case::Playing:
-        return { Dot::Green, QStringLiteral("Playing"), Action::Stop, false, {} };
+        return { .dot = Dot::Green, .label = QStringLiteral("Playing"), .action = Action::Stop };
     }
     return {};
 }

@@ -15,14 +15,14 @@ struct StateFace {
     /// Whether Play still has to download something, as far as the player needs to know.
     bool showsHint = false;
     /// What the launcher needs, when no failure report says it already; else empty.
-    QString needsText;
+    QString needsText = {};
 
     bool operator==(const StateFace &) const = default;
 };
 
 StateFace stateFace(const AppState &state, bool hasFailureMessage);
 
-/// What Stop does: it ends the game, or a start that has not yet brought one forth.
+/// What Stop ends: the game, or a start that has no running game yet.
 enum class StopTarget { Game, Start };
 StopTarget stopTarget(bool gameIsRunning);
 
