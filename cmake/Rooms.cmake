@@ -14,9 +14,8 @@ endfunction()
 #
 #   add_subject_test(LineSplitterTest USES process)
 #
-# One of those LABELS is "long": such a program runs only when ctest is told -C Long, as ./test --long does.
-#
 # LABELS and ENVIRONMENT are CTest's own. RESOURCES names helper programs that must be built before the test runs.
+# A program with the label "long" runs only when ctest is told -C Long, as ./test --long does.
 function(add_subject_test name)
     cmake_parse_arguments(SUBJECT "" "TIMEOUT" "USES;SOURCES;LABELS;ENVIRONMENT;RESOURCES" ${ARGN})
     if(NOT SUBJECT_TIMEOUT)

@@ -8,8 +8,6 @@
 #include <QMenuBar>
 #include <QScreen>
 
-#include <algorithm>
-
 namespace {
 
 constexpr QSize smallestSize(560, 640);

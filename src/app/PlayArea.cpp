@@ -4,6 +4,7 @@
 #include "PlayButton.h"
 #include "ProgressBlock.h"
 #include "StateDot.h"
+#include "StateFace.h"
 #include "Symbols.h"
 #include "TextLabel.h"
 

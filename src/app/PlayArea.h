@@ -1,7 +1,6 @@
 #pragma once
 
 #include "RefreshOnce.h"
-#include "StateFace.h"
 
 #include <QWidget>
 

@@ -35,10 +35,6 @@ PlayButton::PlayButton(QWidget *parent)
     setAttribute(Qt::WA_Hover);
 }
 
-QSize PlayButton::sizeHint() const { return { buttonWidth, buttonHeight }; }
-
-QSize PlayButton::minimumSizeHint() const { return sizeHint(); }
-
 bool PlayButton::hitButton(const QPoint &position) const { return rect().contains(position); }
 
 void PlayButton::paintEvent(QPaintEvent *)

@@ -9,9 +9,6 @@ class PlayButton final : public SteadyButton {
 public:
     explicit PlayButton(QWidget *parent = nullptr);
 
-    QSize sizeHint() const override;
-    QSize minimumSizeHint() const override;
-
 protected:
     void paintEvent(QPaintEvent *event) override;
     bool hitButton(const QPoint &position) const override;

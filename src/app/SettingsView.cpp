@@ -66,7 +66,6 @@ void SettingsView::addWindowChoices()
     windowLabel->display(QStringLiteral("Window"));
     auto *sizeLabel = new TextLabel(TextStyle::Body);
     sizeLabel->display(QStringLiteral("Window size"));
-
     sizeLabel->setBuddy(m_size);
 
     auto *grid = new QGridLayout;

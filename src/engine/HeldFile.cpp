@@ -4,11 +4,12 @@
 
 #include <QFile>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
-#include <fcntl.h>
 #include <tuple>
-#include <unistd.h>
 
 namespace {
 

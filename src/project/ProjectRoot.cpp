@@ -3,7 +3,7 @@
 
 #include <QStringList>
 
-#include <algorithm>
+#include <utility>
 
 namespace {
 
