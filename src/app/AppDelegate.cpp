@@ -14,7 +14,7 @@
 
 namespace {
 
-/// However long what still runs takes to unwind: the program is gone within a second of the player's leaving.
+/// The program is gone within a second of the player's leaving, however long what still runs takes to unwind.
 constexpr std::chrono::milliseconds longestFarewell { 900 };
 
 }

@@ -23,7 +23,7 @@ constexpr qsizetype longestPiece = 2048;
 /// How much new text is taken up in one turn of the event loop.
 constexpr qsizetype mostAtOnce = 512 * 1024;
 
-/// What a block shows, where it is not what it stands for.
+/// The exact text of a block that shows something else.
 class ExactText final : public QTextBlockUserData {
 public:
     explicit ExactText(const QString &exact)
@@ -72,8 +72,8 @@ bool isSame(const QString &one, const QString &other)
     return one.constData() == other.constData() && one.size() == other.size();
 }
 
-/// How many of the `before` lines have gone at the front, when the rest of them begin `now`; all, when
-/// nothing stayed.
+/// How many lines have gone from the front of `before` if the others are the first ones of `now`; all of them
+/// if none stayed.
 qsizetype droppedLines(const QStringList &before, const QStringList &now)
 {
     for (qsizetype dropped = 0; dropped < before.size(); ++dropped) {

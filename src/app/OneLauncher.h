@@ -37,8 +37,8 @@ public:
     void stopAnswering();
 
 Q_SIGNALS:
-    /// Another launcher was started. `activationToken` is what the desktop gave it to take the focus with;
-    /// may be empty.
+    /// Another launcher was started. `activationToken` is what the desktop gave that one to take the focus
+    /// with; it may be empty.
     void cameForward(const QByteArray &activationToken);
 
 private:

@@ -5,7 +5,7 @@
 class QButtonGroup;
 
 /// A choice between a few entries that are all in sight: exclusive buttons that look like one control. Tab
-/// comes to the chosen one, the arrow keys go along, each is a radio button to whoever does not see it.
+/// moves to the chosen one, the arrow keys from one to the next; to a screen reader each is a radio button.
 class SegmentedChoice final : public QWidget {
     Q_OBJECT
 

@@ -15,6 +15,9 @@ namespace {
 
 constexpr int sheetWidth = 440;
 constexpr int padding = 20;
+/// How much of the screen's height a sheet may take before it scrolls.
+constexpr double shareOfScreen = 0.9;
+
 /// A thin line, a little darker or lighter than its ground.
 class Divider final : public QWidget {
 public:
@@ -28,9 +31,6 @@ protected:
         QPainter(this).fillRect(rect(), colour);
     }
 };
-
-/// How much of the screen's height a sheet may take before it scrolls.
-constexpr double shareOfScreen = 0.9;
 
 }
 
@@ -83,7 +83,7 @@ void Sheet::fitHeight()
 bool Sheet::event(QEvent *event)
 {
     const bool handled = QDialog::event(event);
-    // New words, or another size of the desktop's font.
+    // Another text, or another size of the desktop's font.
     if (event->type() == QEvent::LayoutRequest || event->type() == QEvent::Polish)
         fitHeight();
     return handled;

@@ -16,7 +16,7 @@ class TextLabel final : public QLabel {
 public:
     explicit TextLabel(TextStyle style, Ink ink = Ink::Primary, QWidget *parent = nullptr);
 
-    /// Shows `text`, of an endless one its beginning. An empty text keeps the height of one line.
+    /// Shows `text`, or only the beginning of a very long one. An empty text keeps the height of one line.
     void display(const QString &text);
 
     /// Keeps room for `lines` lines, so that a text that comes and goes moves nothing below it.

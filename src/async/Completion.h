@@ -10,8 +10,7 @@
 /// One value, settled once, for one coroutine that waits for it. Whoever settles first wins.
 /// Copies share the same value. Main thread only: other threads settle through postToMainThread.
 ///
-/// Whoever makes one sees to it that every end settles it (success, failure, stop), else the waiter never
-/// resumes.
+/// Every way out (success, failure, stop) must settle it, or the waiter never resumes.
 template <typename T> class Completion final {
 public:
     void settle(T value) const

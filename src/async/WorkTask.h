@@ -6,7 +6,7 @@
 #include <utility>
 
 /// The handle of one running action: the source that asks it to stop, and its coroutine.
-/// Dropping it lets the coroutine run on; it never cancels by itself.
+/// Destroying it cancels nothing: the coroutine runs on.
 class WorkTask final {
 public:
     /// The token that the action's coroutine gets.

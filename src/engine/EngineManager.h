@@ -67,6 +67,6 @@ private:
                                          LogStore *log, std::stop_token stop);
 
     const TransferRules m_rules;
-    std::shared_ptr<FileDownloader>
-        m_downloader; // kept after a failed download: cancelling it then does nothing
+    /// Kept after a failed download: cancelling it then does nothing.
+    std::shared_ptr<FileDownloader> m_downloader;
 };

@@ -85,8 +85,8 @@ void AppModel::forgetInfo()
 
 void AppModel::cancel() { cancelWithin(importPatience); }
 
-/// Cancels the action, and after `patience` ends an import that has not followed. Nothing that the player
-/// made is in its hands, and its half-made files are made again by the next import.
+/// Cancels the action, and after `patience` kills an import that has not ended by itself. An import holds
+/// nothing that the player made, and what it leaves half-made is made again by the next one.
 void AppModel::cancelWithin(std::chrono::milliseconds patience)
 {
     repo.cancel();
@@ -126,7 +126,7 @@ void AppModel::setProgress(DownloadProgress downloadProgress)
 
 std::function<void(DownloadProgress)> AppModel::progressOnMainThread()
 {
-    // The server decides how often a download reports, so that only the newest report waits for this thread.
+    // The server decides how often a download reports; only the newest report is kept for the main thread.
     const auto newest = std::make_shared<std::shared_ptr<const DownloadProgress>>();
     return [self = QPointer<AppModel>(this), newest](DownloadProgress downloadProgress) {
         const auto report = std::make_shared<const DownloadProgress>(downloadProgress);

@@ -14,6 +14,7 @@
 #include <QStringList>
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stop_token>
@@ -62,9 +63,9 @@ public:
     void copyFailure();
     /// Asks a running game to end, without waiting: the player has confirmed to quit.
     void stopForQuit();
-    /// Ends the action in progress for the launcher's own end, hashing and unpacking included, and resumes
-    /// when it has unwound: its child has ended and its scratch folder is gone. No action starts from then
-    /// on. Once.
+    /// To be called once, when the launcher ends: stops the action in progress, hashing and unpacking
+    /// included, and resumes when it has unwound, its child ended and its scratch folder gone. No action
+    /// starts from then on.
     QCoro::Task<> windDown();
 
     /// Whether Play, Update or Reinstall runs.
@@ -130,7 +131,7 @@ private:
 
     /// Requested when the launcher itself ends.
     std::stop_source m_end;
-    /// Settled when the action that the end met has unwound.
+    /// Settled when the action that was running then has unwound.
     Completion<bool> m_unwound;
 
     /// The one long-running action in progress.

@@ -31,8 +31,8 @@ void AppModel::launch(const EngineSpec &spec, const QString &engine, const QStri
         if (self)
             self->gameEnded(exit);
     });
-    // A coarse timer may come a fifth of a second early.
-    // Nor does the timer of an earlier game, ended and started again within the time, speak of this one.
+    // Precise, because a coarse timer may fire a fifth of a second early; and about this run only, because
+    // the player may stop the game and start it again before the timer fires.
     QTimer::singleShot(startingTime, Qt::PreciseTimer, this, [this, run = runner.controller()] {
         const bool stillRuns = runner.isRunning && runner.controller() == run;
         if (stillRuns && state->kind() == AppState::Case::Starting)

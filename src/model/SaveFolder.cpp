@@ -32,7 +32,7 @@ QStringList saveFolderCandidates(const QString &godotData, const QString &projec
     const QString allGames = godotData + QStringLiteral("/app_userdata");
     const QString name = engineFolderName(projectName);
     QStringList candidates;
-    // A name with a NUL in it would be another one to the system.
+    // The system would read a name only up to a NUL.
     if (!name.isEmpty() && name != QLatin1StringView(".") && name != QLatin1StringView("..")
         && !name.contains(QChar(u'\0')))
         candidates << allGames + QLatin1Char('/') + name;

@@ -39,7 +39,7 @@ QString ownUnpackTool()
     const QString folder = programFolder();
     const QString beside = folder + QStringLiteral("/vantor-unpack");
     const QString installed = folder + QStringLiteral("/../libexec/vantor-platformer/vantor-unpack");
-    // With neither there, the one named first is what the failed start then names in the log.
+    // If neither exists, the launch fails and the log names the first.
     return !QFileInfo::exists(beside) && QFileInfo::exists(installed)
         ? QFileInfo(installed).canonicalFilePath()
         : beside;

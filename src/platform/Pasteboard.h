@@ -2,7 +2,7 @@
 
 #include <QString>
 
-/// The general pasteboard. Where the world begins. Main thread.
+/// The general pasteboard, as an interface that tests implement too. Main thread.
 class Pasteboard {
 public:
     virtual ~Pasteboard();

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-/// The desktop's file browser. Where the world begins: tests record what was asked for. Main thread.
+/// The desktop's file browser, as an interface that tests implement too. Main thread.
 class Workspace {
 public:
     virtual ~Workspace();

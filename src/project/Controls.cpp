@@ -13,8 +13,8 @@ constexpr int mostScripts = 201;
 // "ui_right" is the longest of the names.
 constexpr qsizetype longestAction = 8;
 
-/// Whether `text` holds `word`, which is in small letters of ASCII, in any letter case. No other character
-/// has one of these as its small letter, but for those of "i" and "k".
+/// Whether `text` contains `word` in any letter case. Comparing ASCII letters is enough for a lower-case word
+/// of these without "i" and "k", the only ones that are also the lower case of another character.
 bool containsInAnyCase(QByteArrayView text, QByteArrayView word)
 {
     const char small = word.front();
@@ -104,7 +104,7 @@ ControlsList controlsList(QByteArray readme, const QString &root)
     const QStringList ofReadme = controlsOfReadme(readme);
     readme.clear();
     if (!ofReadme.isEmpty())
-        return { ofReadme, true };
+        return { .controls = ofReadme, .fromReadme = true };
 
     const ScriptActions actions = actionsOfScripts(root);
     QStringList controls { QStringLiteral("See README (it lists no controls).") };
@@ -113,7 +113,7 @@ ControlsList controlsList(QByteArray readme, const QString &root)
     if (actions.jumps())
         controls.append(QStringLiteral("Up arrow: jump (from the game's scripts)"));
     controls.append(QStringLiteral("The game also shows on-screen buttons you can click."));
-    return { controls, false };
+    return { .controls = controls, .fromReadme = false };
 }
 
 void ScriptActions::add(const QByteArray &script)

@@ -9,7 +9,7 @@
 /// folder.
 QByteArray readmeText(const QString &root);
 
-/// A paragraph is used whole, as long as people write them: this many bytes are more than a book.
+/// A paragraph is used whole up to this many bytes, which is more than anybody writes.
 constexpr qsizetype longestParagraph = 512 * 1024;
 
 /// One short description of the game: the README's first heading, an em dash and its first line of at least

@@ -41,7 +41,7 @@ QByteArrayView TextLines::takeLine(QByteArrayView &rest, qsizetype longest)
     const char *const end = rest.data() + rest.size();
     const char *start = rest.data();
     while (start != end) {
-        // Nothing but these makes most empty lines.
+        // The quick way over empty lines and indentation.
         if (isBlank(*start) || isPlainNewline(*start)) {
             ++start;
             continue;
@@ -49,7 +49,7 @@ QByteArrayView TextLines::takeLine(QByteArrayView &rest, qsizetype longest)
         const char *at = start;
         qsizetype size = 0;
         for (; at != end; ++at) {
-            // Most of a text is beyond the first newline characters and below the others.
+            // The quick way over nearly everything: no newline character begins with any of these bytes.
             const auto byte = static_cast<unsigned char>(*at);
             if ((byte > 0x0d && byte < 0xc2) || byte > 0xe2)
                 continue;

@@ -8,8 +8,8 @@
 /// its lines matter.
 namespace TextLines {
 
-/// More of a line, in bytes, is not looked at unless a caller says so: lines become what the player sees, and
-/// nobody reads on that far.
+/// How many bytes of a line are looked at unless a caller says otherwise. Lines become what the player sees,
+/// and nobody reads that far.
 constexpr qsizetype longestLine = 64 * 1024;
 
 /// The next line of `rest` that is not empty, which is taken from it; empty when there is none. Lines end at

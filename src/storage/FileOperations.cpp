@@ -52,7 +52,7 @@ struct Failure {
 
     void note(const QByteArray &atName, int atCode)
     {
-        // Gone already is what was wanted.
+        // What is already gone need not be removed.
         if (code == 0 && atCode != 0 && atCode != ENOENT) {
             name = atName;
             code = atCode;
@@ -113,7 +113,7 @@ void emptyFolder(const QByteArray &path, Failure &failure)
     }
 }
 
-/// How the file begins that holds new content until it takes the place of the old; a UUID follows.
+/// The beginning of the name of a file whose content will replace another's; a UUID follows.
 const QByteArray temporaryName = QByteArrayLiteral(".write-");
 
 int writeAll(int descriptor, const QByteArray &content)

@@ -9,7 +9,7 @@
 
 namespace {
 
-/// The game as long as it may have to be put back, in a scratch folder of its own.
+/// Where the old game waits, in a scratch folder of its own, for as long as it may have to be put back.
 QString setAsideIn(const QString &folder) { return folder + QStringLiteral("/Game"); }
 
 bool moveIfPossible(const QString &from, const QString &to) noexcept
@@ -43,7 +43,7 @@ QString GameFolder::replace(const QString &project)
             FileOperations::removeTreeIfPossible(folder);
         throw;
     }
-    // From here on it is rubbish, and half of it must not come back.
+    // It is not wanted back any more. Under another name, half of it is never put back, however this ends.
     moveIfPossible(old, folder + QStringLiteral("/replaced"));
     return folder;
 }
@@ -53,7 +53,7 @@ bool GameFolder::putBack() noexcept
     const QString game = Paths::gameFolder();
     const QDir temp(Paths::tempFolder());
     if (LauncherFolder::leadsThroughLink(setAsideIn(temp.path())))
-        return true; // whose game that would be, nobody knows
+        return true; // what lies there is not the launcher's
     for (const QString &name :
          temp.entryList(QDir::Dirs | QDir::NoSymLinks | QDir::NoDotAndDotDot | QDir::Hidden)) {
         if (FileOperations::exists(game))

@@ -6,13 +6,14 @@
 /// removed, never followed, also where the launcher's folder itself is one. Any thread.
 namespace LauncherFolder {
 
-/// Throws AppError where the launcher's folder, or the one for engines or scratch in it, is a symbolic link:
-/// what is put there and taken away again would be somewhere else. Whoever made the link may have meant it,
-/// so it stays.
+/// Throws AppError when the launcher's folder, or its folder for engines or for scratch files, is a symbolic
+/// link: what is written and removed there would be somewhere else. The link may be what the player wants, so
+/// it is left alone.
 void requireNoLinks();
 
-/// Whether the launcher's folder, or one on the way from there to `path`, is a symbolic link, so that `path`
-/// is somewhere else. What `path` itself is does not matter. `path` is Paths::root() or lies below it.
+/// Whether the launcher's folder, or a folder between it and `path`, is a symbolic link, so that `path`
+/// really lies somewhere else. Whether `path` itself is a link does not matter. `path` is Paths::root() or
+/// below it.
 bool leadsThroughLink(const QString &path);
 
 }
