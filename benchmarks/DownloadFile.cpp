@@ -12,11 +12,11 @@ int main(int argc, char **argv)
     if (argc != 3)
         return 2;
     const auto downloader = FileDownloader::create(QUrl(QString::fromLocal8Bit(argv[1])),
-                                                   QFile::decodeName(argv[2]), [](DownloadProgress) { });
+                                                   QFile::decodeName(argv[2]), [](DownloadProgress) {});
     const Stopwatch stopwatch;
     double milliseconds = 0;
-    const auto download = [](std::shared_ptr<FileDownloader> file, const Stopwatch *watch,
-                             double *result) -> QCoro::Task<> {
+    const auto download
+        = [](std::shared_ptr<FileDownloader> file, const Stopwatch *watch, double *result) -> QCoro::Task<> {
         co_await file->start();
         *result = watch->milliseconds();
     };

@@ -1,4 +1,5 @@
-// The smallest program with a window that Qt Widgets allows: what the launcher's start and memory are compared with.
+// The smallest program with a window that Qt Widgets allows: what the launcher's start and memory are
+// compared with.
 
 #include <QApplication>
 #include <QPushButton>

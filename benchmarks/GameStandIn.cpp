@@ -1,5 +1,5 @@
-// Stands in for the engine where the launcher is measured and not the game. Says when it was started, then prints
-// lines or stays quiet, as the environment asks:
+// Stands in for the engine where the launcher is measured and not the game. Says when it was started, then
+// prints lines or stays quiet, as the environment asks:
 //
 //   STAMP=FILE  the time of its start goes there, in nanoseconds of the monotonic clock
 //   LINES=N     so many lines of 80 characters, and then its end

@@ -1,6 +1,6 @@
-// Starts a program as directly as a program can, what it prints going nowhere, and tells when (nanoseconds of the monotonic clock), how long it took,
-// and the most memory that it had. From here and not from the script: a child's peak counts from the program that it
-// is split from, and an interpreter is large.
+// Starts a program as directly as a program can, what it prints going nowhere, and tells when (nanoseconds of
+// the monotonic clock), how long it took, and the most memory that it had. From here and not from the script:
+// a child's peak counts from the program that it is split from, and an interpreter is large.
 
 #include <fcntl.h>
 #include <spawn.h>

@@ -1,37 +1,51 @@
 #include "ArchiveCheck.h"
 
+#include "MemberName.h"
 #include "MemberReader.h"
 #include "MemberTree.h"
+#include "Parallel.h"
+
+#include <memory>
 
 namespace {
 
-/// Where each link leads. Before any data is read: reading is the expensive part.
+/// Where each link leads. Before the files' data is read, which is the expensive part.
 std::map<std::string, std::string> readTargets(const ArchiveFile &file, const std::vector<ZipMember> &members)
 {
     std::map<std::string, std::string> targets;
     MemberTree tree(ZipLimits().members);
     MemberReader reader(file);
     for (const ZipMember &member : members) {
-        reader.next(member);
         tree.add(member);
         if (member.kind == ZipMember::Kind::Link) {
-            targets[member.name] = reader.target(member);
-            tree.setTarget(member.name, targets[member.name]);
+            // Too long a one is not even read, and refused like none.
+            const std::string target = member.size > longestName ? "" : reader.target(member);
+            tree.setTarget(member.name, target);
+            targets[member.name] = target;
         }
     }
-    reader.expectEnd();
     tree.checkLinks();
     return targets;
 }
 
-void checkData(const ArchiveFile &file, const std::vector<ZipMember> &members)
+/// Reads all files' data.
+std::vector<Stretch> checkFiles(const ArchiveFile &file, const std::vector<ZipMember> &members)
 {
-    MemberReader reader(file);
-    for (const ZipMember &member : members) {
-        reader.next(member);
-        if (member.kind == ZipMember::Kind::File)
-            reader.check(member);
+    std::vector<std::vector<Stretch>> ofMembers(members.size());
+    inParallel(members.size(), [&file, &members, &ofMembers] {
+        return [&members, &ofMembers, reader = std::make_unique<MemberReader>(file)](std::size_t index) {
+            if (members[index].kind == ZipMember::Kind::File)
+                ofMembers[index] = reader->check(members[index]);
+        };
+    });
+    std::vector<Stretch> stretches;
+    for (std::size_t index = 0; index < members.size(); ++index) {
+        for (Stretch &stretch : ofMembers[index]) {
+            stretch.member = index;
+            stretches.push_back(std::move(stretch));
+        }
     }
+    return stretches;
 }
 
 }
@@ -40,9 +54,7 @@ CheckedArchive checkArchive(const ArchiveFile &file)
 {
     CheckedArchive checked;
     checked.members = readZipDirectory(file.bytes());
-    if (checked.members.empty())
-        return checked; // to libarchive, such an archive is none
     checked.targets = readTargets(file, checked.members);
-    checkData(file, checked.members);
+    checked.stretches = checkFiles(file, checked.members);
     return checked;
 }

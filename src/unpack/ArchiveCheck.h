@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ArchiveFile.h"
+#include "Stretch.h"
 #include "ZipDirectory.h"
 
 #include <map>
@@ -11,9 +12,10 @@
 struct CheckedArchive {
     std::vector<ZipMember> members; ///< in the order in which they lie in it
     std::map<std::string, std::string> targets; ///< where each link leads, by its name
+    std::vector<Stretch> stretches; ///< of the files, in the same order
 };
 
 /// Reads the whole archive without writing anything: the directory, where links lead, and every member's
 /// data, which must have the announced length and checksum. Throws UnpackError for an archive that cannot be
-/// trusted or is damaged, also when libarchive would read it in another way than the directory says.
+/// trusted or is damaged.
 CheckedArchive checkArchive(const ArchiveFile &file);

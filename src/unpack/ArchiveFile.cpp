@@ -3,7 +3,9 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -20,6 +22,24 @@ ArchiveFile::ArchiveFile(const std::string &path)
     m_memory = mmap(nullptr, m_size, PROT_READ, MAP_PRIVATE, m_file.get(), 0);
     if (m_memory == MAP_FAILED)
         throw UnpackError("The archive could not be read: " + std::string(std::strerror(errno)) + ".");
+}
+
+Bytes ArchiveFile::read(ArchivePart part, std::span<unsigned char> buffer) const
+{
+    const std::size_t size = std::min<std::uint64_t>(part.size, buffer.size());
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t count
+            = pread(m_file.get(), buffer.data() + done, size - done, static_cast<off_t>(part.offset + done));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            throw UnpackError("The archive could not be read: " + std::string(std::strerror(errno)) + ".");
+        if (count == 0)
+            throw UnpackError("The archive is damaged: it has become shorter.");
+        done += static_cast<std::size_t>(count);
+    }
+    return buffer.first(size);
 }
 
 ArchiveFile::~ArchiveFile() { munmap(m_memory, m_size); }

@@ -2,6 +2,7 @@
 
 #include "ByteReader.h"
 #include "FileDescriptor.h"
+#include "ZipDirectory.h"
 
 #include <string>
 
@@ -15,8 +16,12 @@ public:
     ArchiveFile(const ArchiveFile &) = delete;
     ArchiveFile &operator=(const ArchiveFile &) = delete;
 
-    int descriptor() const { return m_file.get(); }
+    /// The whole archive in memory, for reading here and there.
     Bytes bytes() const { return { static_cast<const unsigned char *>(m_memory), m_size }; }
+
+    /// Reads the first bytes of `part` into `buffer`, as many as it holds, and gives them. For much data:
+    /// unlike `bytes`, it fills no more memory than the buffer. Any thread. Throws UnpackError.
+    Bytes read(ArchivePart part, std::span<unsigned char> buffer) const;
 
 private:
     FileDescriptor m_file;

@@ -10,7 +10,6 @@
 namespace {
 
 constexpr std::size_t longestPart = 255;
-constexpr std::size_t longestName = 1024;
 
 QString decoded(const std::string &name)
 {
@@ -103,15 +102,4 @@ std::string quoted(const std::string &name)
     if (text.size() > longestShown)
         text = text.left(longestShown) + QStringLiteral("…");
     return (QStringLiteral("“") + text + QStringLiteral("”")).toStdString();
-}
-
-std::uint32_t crc32(std::string_view bytes)
-{
-    std::uint32_t crc = 0xffffffff;
-    for (const char byte : bytes) {
-        crc ^= static_cast<unsigned char>(byte);
-        for (int bit = 0; bit < 8; ++bit)
-            crc = (crc >> 1) ^ ((crc & 1) != 0 ? 0xedb88320U : 0U);
-    }
-    return ~crc;
 }

@@ -1,9 +1,11 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
+
+/// The most bytes that the name of a member, or what a link leads to, may have.
+constexpr std::size_t longestName = 1024;
 
 /// `text` cut at every "/", empty pieces kept.
 std::vector<std::string> partsOf(std::string_view text);
@@ -24,6 +26,3 @@ std::string comparisonKey(const std::string &name);
 
 /// `name` in quotation marks, fit for one line of a log whatever is in it.
 std::string quoted(const std::string &name);
-
-/// The checksum that zip archives use.
-std::uint32_t crc32(std::string_view bytes);

@@ -1,9 +1,9 @@
 #include "MemberReader.h"
 
+#include "Checksum.h"
 #include "MemberName.h"
+#include "Parallel.h"
 
-#include <archive.h>
-#include <archive_entry.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -11,124 +11,127 @@
 
 namespace {
 
-constexpr std::size_t blockSize = 256 * 1024;
+constexpr std::size_t bufferSize = 256 * 1024;
+/// From this size on, in bytes, a file is worth writing by several threads.
+constexpr std::uint64_t large = 32 * 1024 * 1024;
 
-mode_t typeOf(ZipMember::Kind kind)
+[[noreturn]] void refuseDamaged(const ZipMember &member, const std::string &how)
 {
-    switch (kind) {
-    case ZipMember::Kind::Folder:
-        return AE_IFDIR;
-    case ZipMember::Kind::Link:
-        return AE_IFLNK;
-    case ZipMember::Kind::File:
-        break;
-    }
-    return AE_IFREG;
+    throw UnpackError("The archive is damaged: " + quoted(member.name) + " " + how + ".");
 }
 
-void writeAll(int output, const char *data, std::size_t size, const ZipMember &member)
+void writeAll(int output, Bytes bytes, std::uint64_t place, const ZipMember &member)
 {
-    while (size > 0) {
-        const ssize_t count = write(output, data, size);
+    while (!bytes.empty()) {
+        const ssize_t count = pwrite(output, bytes.data(), bytes.size(), static_cast<off_t>(place));
         if (count < 0 && errno == EINTR)
             continue;
         if (count <= 0)
             throw UnpackError(quoted(member.name) + " could not be written: " + std::strerror(errno) + ".");
-        data += count;
-        size -= static_cast<std::size_t>(count);
+        bytes = bytes.subspan(static_cast<std::size_t>(count));
+        place += static_cast<std::uint64_t>(count);
     }
+}
+
+/// A file's whole data as one stretch, of which the checksum is not known yet.
+Stretch wholeOf(const ZipMember &member)
+{
+    Stretch stretch;
+    stretch.data = member.data;
+    return stretch;
+}
+
+void add(Stretch &stretch, Bytes bytes)
+{
+    stretch.size += bytes.size();
+    stretch.checksum = zipChecksum(bytes, stretch.checksum);
 }
 
 }
 
 MemberReader::MemberReader(const ArchiveFile &file)
-    : m_archive(archive_read_new())
+    : m_file(file)
+    , m_inflater(file)
+    , m_buffer(bufferSize)
 {
-    if (!m_archive || archive_read_support_format_zip_seekable(m_archive.get()) != ARCHIVE_OK
-        || lseek(file.descriptor(), 0, SEEK_SET) != 0
-        || archive_read_open_fd(m_archive.get(), file.descriptor(), blockSize) != ARCHIVE_OK)
-        fail("The archive could not be read");
 }
 
-void MemberReader::next(const ZipMember &member)
+std::vector<Stretch> MemberReader::check(const ZipMember &member)
 {
-    if (archive_read_next_header(m_archive.get(), &m_entry) != ARCHIVE_OK)
-        fail(quoted(member.name) + " could not be read");
-    const char *found = archive_entry_pathname(m_entry);
-    std::string name = found ? found : "";
-    if (member.kind == ZipMember::Kind::Folder && !name.empty() && name.back() == '/')
-        name.pop_back();
-    const bool isAsListed = name == member.name && archive_entry_filetype(m_entry) == typeOf(member.kind)
-        && !archive_entry_hardlink(m_entry)
-        && (member.kind == ZipMember::Kind::Link
-            || static_cast<std::uint64_t>(archive_entry_size(m_entry)) == member.size);
-    if (!isAsListed)
-        throw UnpackError("The archive cannot be trusted: " + quoted(member.name)
-                          + " is described in two ways.");
+    std::vector<Stretch> stretches { wholeOf(member) };
+    std::uint32_t checksum = 0;
+    std::uint64_t taken = 0;
+    const auto take = [&](Bytes bytes) {
+        if (bytes.size() > member.size - taken)
+            refuseDamaged(member, "is longer than it says");
+        taken += bytes.size();
+        checksum = zipChecksum(bytes, checksum);
+        add(stretches.back(), bytes);
+    };
+
+    if (!member.isDeflated) {
+        readStored(member.data, take);
+    } else {
+        const std::uint64_t enough = member.size < large ? member.size : member.size / threadCount();
+        m_inflater.begin(member.data);
+        for (Bytes bytes = m_inflater.next(); !bytes.empty(); bytes = m_inflater.next()) {
+            take(bytes);
+            if (stretches.back().size >= enough && taken < member.size)
+                stretches.push_back({ 0, taken, 0, 0, m_inflater.rest(), m_inflater.state() });
+        }
+        if (!m_inflater.isAtEnd())
+            refuseDamaged(member, "cannot be unpacked");
+    }
+    if (taken != member.size)
+        refuseDamaged(member, "is shorter than it says");
+    if (checksum != member.crc)
+        refuseDamaged(member, "has another checksum than it says");
+    return stretches;
 }
 
-std::string MemberReader::target(const ZipMember &member) const
+std::string MemberReader::target(const ZipMember &member)
 {
-    const char *found = archive_entry_symlink(m_entry);
-    const std::string target = found ? found : "";
-    // A target with a NUL in it would be a shorter one now.
-    if (target.size() != member.size || crc32(target) != member.crc)
-        throw UnpackError("The archive is damaged: the link " + quoted(member.name) + " cannot be read.");
+    check(member);
+    std::string target;
+    const auto take = [&target](Bytes bytes) { target.append(bytes.begin(), bytes.end()); };
+    if (!member.isDeflated) {
+        readStored(member.data, take);
+    } else {
+        m_inflater.begin(member.data);
+        take(m_inflater.next()); // short as it is, all of it
+    }
     return target;
 }
 
-std::optional<std::time_t> MemberReader::modified() const
+void MemberReader::write(const Stretch &stretch, const ZipMember &member, int output)
 {
-    if (!archive_entry_mtime_is_set(m_entry))
-        return std::nullopt;
-    return archive_entry_mtime(m_entry);
-}
-
-void MemberReader::check(const ZipMember &member)
-{
-    readData(member, [](const char *, std::size_t) {});
-}
-
-void MemberReader::copyTo(int output, const ZipMember &member)
-{
-    readData(member,
-             [output, &member](const char *data, std::size_t size) { writeAll(output, data, size, member); });
-}
-
-void MemberReader::expectEnd()
-{
-    if (archive_read_next_header(m_archive.get(), &m_entry) != ARCHIVE_EOF)
-        throw UnpackError("The archive cannot be trusted: it holds more than it lists.");
-}
-
-template <typename Take> void MemberReader::readData(const ZipMember &member, Take take)
-{
-    std::uint64_t taken = 0;
-    for (;;) {
-        const void *block = nullptr;
-        std::size_t size = 0;
-        la_int64_t offset = 0;
-        const int result = archive_read_data_block(m_archive.get(), &block, &size, &offset);
-        if (result == ARCHIVE_EOF)
-            break;
-        // A wrong checksum or length is only a warning to libarchive.
-        if (result != ARCHIVE_OK)
-            fail(quoted(member.name) + " is damaged");
-        if (offset < 0 || static_cast<std::uint64_t>(offset) != taken || size > member.size - taken)
-            throw UnpackError("The archive is damaged: " + quoted(member.name) + " is longer than it says.");
-        take(static_cast<const char *>(block), size);
-        taken += size;
+    Stretch written;
+    const auto take = [&](Bytes bytes) {
+        writeAll(output, bytes, stretch.begin + written.size, member);
+        add(written, bytes);
+    };
+    if (!member.isDeflated) {
+        readStored(stretch.data, take);
+    } else {
+        m_inflater.begin(stretch.data, stretch.resume.get());
+        while (written.size < stretch.size) {
+            const Bytes bytes = m_inflater.next(stretch.size - written.size);
+            if (bytes.empty())
+                break;
+            take(bytes);
+        }
     }
-    if (taken != member.size)
-        throw UnpackError("The archive is damaged: " + quoted(member.name) + " is shorter than it says.");
+    // Somebody may have changed the archive since it was checked.
+    if (written.size != stretch.size || written.checksum != stretch.checksum)
+        refuseDamaged(member, "is not what it was");
 }
 
-void MemberReader::fail(const std::string &what) const
+template <typename Take> void MemberReader::readStored(ArchivePart data, Take take)
 {
-    const char *text = m_archive ? archive_error_string(m_archive.get()) : nullptr;
-    std::string reason = text ? text : "";
-    reason = reason.substr(0, reason.find('\n')); // some of libarchive's end with one
-    throw UnpackError(reason.empty() ? what + "." : what + ": " + reason + ".");
+    while (data.size > 0) {
+        const Bytes bytes = m_file.read(data, m_buffer);
+        take(bytes);
+        data.offset += bytes.size();
+        data.size -= bytes.size();
+    }
 }
-
-void MemberReader::Free::operator()(archive *reader) const { archive_read_free(reader); }

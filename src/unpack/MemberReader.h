@@ -1,46 +1,32 @@
 #pragma once
 
-#include "ArchiveFile.h"
+#include "Inflater.h"
+#include "Stretch.h"
 #include "ZipDirectory.h"
 
-#include <ctime>
-#include <memory>
-#include <optional>
 #include <string>
+#include <vector>
 
-struct archive;
-struct archive_entry;
-
-/// Reads the members' data with libarchive, and takes nothing but what the checked directory announced:
-/// libarchive also believes fields that the directory does not have. Whatever fails throws UnpackError.
+/// Reads files' data, and takes nothing but what the checked directory announced: each must have that length
+/// and that checksum. Whatever fails throws UnpackError. The archive stays in memory meanwhile; one thread at
+/// a time.
 class MemberReader final {
 public:
-    /// `file` outlives the reader; one reader at a time.
+    /// `file` outlives it.
     explicit MemberReader(const ArchiveFile &file);
 
-    /// Goes on to the next member in the archive's order, which must be `member`.
-    void next(const ZipMember &member);
-
-    /// Where the current member, a link, leads.
-    std::string target(const ZipMember &member) const;
-
-    std::optional<std::time_t> modified() const;
-
-    /// Reads the current member's data. Its length and its checksum must be the announced ones.
-    void check(const ZipMember &member);
-    /// The same, and writes it to the open file `output`.
-    void copyTo(int output, const ZipMember &member);
-
-    /// Throws unless the last member was read.
-    void expectEnd();
+    /// Reads all data of `member`, and gives it in as many stretches as threads can write at once, if it is
+    /// large. Their `member` is left to the caller.
+    std::vector<Stretch> check(const ZipMember &member);
+    /// Where `member`, a link, leads.
+    std::string target(const ZipMember &member);
+    /// Writes a stretch of `member` to its place in the open file `output`.
+    void write(const Stretch &stretch, const ZipMember &member, int output);
 
 private:
-    template <typename Take> void readData(const ZipMember &member, Take take);
-    [[noreturn]] void fail(const std::string &what) const;
+    template <typename Take> void readStored(ArchivePart data, Take take);
 
-    struct Free {
-        void operator()(archive *reader) const;
-    };
-    std::unique_ptr<archive, Free> m_archive;
-    archive_entry *m_entry = nullptr; // owned by m_archive
+    const ArchiveFile &m_file;
+    Inflater m_inflater;
+    std::vector<unsigned char> m_buffer;
 };

@@ -70,6 +70,8 @@ ZipMember memberOf(const ZipHeader &header)
     member.crc = header.crc;
     member.size = header.size;
     member.offset = header.offset;
+    member.modified = header.modified;
+    member.isDeflated = header.method == deflated;
     return member;
 }
 
@@ -107,8 +109,8 @@ void checkWhatFollows(const ZipHeader &header, Bytes between)
         distrust(header, "is described in two ways");
 }
 
-/// Checks the member that begins at its offset and whose neighbour begins at `next`.
-void checkPlace(Bytes archive, const ZipHeader &header, std::uint64_t next)
+/// Checks the member that begins at its offset and whose neighbour begins at `next`, and gives its data.
+ArchivePart checkPlace(Bytes archive, const ZipHeader &header, std::uint64_t next)
 {
     ByteReader reader(archive.subspan(header.offset, next - header.offset));
     const ZipHeader local = readLocalHeader(reader);
@@ -120,11 +122,15 @@ void checkPlace(Bytes archive, const ZipHeader &header, std::uint64_t next)
         distrust(header, "is described in two ways");
     if (header.packedSize > reader.left())
         distrust(header, "overlaps with something else");
+    const ArchivePart data { next - reader.left(), header.packedSize };
     reader.take(header.packedSize);
     checkWhatFollows(header, reader.take(reader.left()));
+    return data;
 }
 
-void checkPlaces(Bytes archive, const std::vector<ZipHeader> &headers, std::uint64_t directoryOffset)
+/// Checks where the members lie, and gives each its data.
+void checkPlaces(Bytes archive, const std::vector<ZipHeader> &headers, std::uint64_t directoryOffset,
+                 std::vector<ZipMember> &members)
 {
     const std::uint64_t first = headers.empty() ? directoryOffset : headers.front().offset;
     if (first != 0)
@@ -135,7 +141,7 @@ void checkPlaces(Bytes archive, const std::vector<ZipHeader> &headers, std::uint
         const std::uint64_t next = index + 1 < headers.size() ? headers[index + 1].offset : directoryOffset;
         if (next <= headers[index].offset)
             distrust(headers[index], "overlaps with something else");
-        checkPlace(archive, headers[index], next);
+        members[index].data = checkPlace(archive, headers[index], next);
     }
 }
 
@@ -180,6 +186,6 @@ std::vector<ZipMember> readZipDirectory(Bytes archive, const ZipLimits &limits)
         members.push_back(memberOf(header));
         tree.add(members.back());
     }
-    checkPlaces(archive, headers, end.directoryOffset);
+    checkPlaces(archive, headers, end.directoryOffset, members);
     return members;
 }

@@ -2,8 +2,16 @@
 
 #include "ByteReader.h"
 
+#include <ctime>
+#include <optional>
 #include <string>
 #include <vector>
+
+/// So many bytes of an archive.
+struct ArchivePart {
+    std::uint64_t offset = 0;
+    std::uint64_t size = 0;
+};
 
 /// One member of an archive, as its directory describes it.
 struct ZipMember {
@@ -14,7 +22,10 @@ struct ZipMember {
     bool isProgram = false; ///< whether its execute bit is set
     std::uint32_t crc = 0;
     std::uint64_t size = 0; ///< unpacked
-    std::uint64_t offset = 0;
+    std::uint64_t offset = 0; ///< where it begins in the archive, with its header
+    std::optional<std::time_t> modified;
+    bool isDeflated = false; ///< else its data stands in the archive as it is
+    ArchivePart data; ///< as it stands in the archive
 };
 
 /// What an archive may hold before it counts as an attack on the disk.

@@ -1,5 +1,6 @@
 #include "ZipHeader.h"
 
+#include "Checksum.h"
 #include "MemberName.h"
 
 #include <optional>
@@ -9,12 +10,14 @@ namespace {
 constexpr std::uint32_t directorySignature = 0x02014b50;
 constexpr std::uint32_t localSignature = 0x04034b50;
 constexpr std::uint16_t largeSizesField = 0x0001;
+constexpr std::uint16_t timesField = 0x5455;
 constexpr std::uint16_t unicodeNameField = 0x7075;
 constexpr std::uint32_t filledUp = 0xffffffff;
 
 struct ExtraFields {
     std::optional<Bytes> largeSizes;
     std::optional<Bytes> unicodeName;
+    std::optional<Bytes> times;
 };
 
 void keepTheOnlyOne(std::optional<Bytes> &kept, Bytes field)
@@ -36,6 +39,8 @@ ExtraFields readExtraFields(Bytes bytes)
             keepTheOnlyOne(fields.largeSizes, field);
         else if (id == unicodeNameField)
             keepTheOnlyOne(fields.unicodeName, field);
+        else if (id == timesField)
+            fields.times = field;
     }
     return fields;
 }
@@ -59,14 +64,45 @@ private:
     ByteReader m_reader;
 };
 
+Bytes bytesOf(const std::string &text)
+{
+    return { reinterpret_cast<const unsigned char *>(text.data()), text.size() };
+}
+
 std::string unicodeName(Bytes field, const std::string &storedName)
 {
     ByteReader reader(field);
     const unsigned version = reader.take(1).front();
     const auto crcOfStoredName = reader.u32();
-    if (version != 1 || crcOfStoredName != crc32(storedName))
+    if (version != 1 || crcOfStoredName != zipChecksum(bytesOf(storedName)))
         throw UnpackError("The archive cannot be trusted: it gives " + quoted(storedName) + " two names.");
     return reader.text(reader.left());
+}
+
+/// The plain header's time: by the clock of where it was written, to two seconds.
+std::optional<std::time_t> localTime(std::uint16_t time, std::uint16_t date)
+{
+    std::tm fields = {};
+    fields.tm_sec = 2 * (time & 0x1f);
+    fields.tm_min = time >> 5 & 0x3f;
+    fields.tm_hour = time >> 11;
+    fields.tm_mday = date & 0x1f;
+    fields.tm_mon = (date >> 5 & 0xf) - 1;
+    fields.tm_year = 80 + (date >> 9);
+    fields.tm_isdst = -1;
+    if (fields.tm_mday == 0 || fields.tm_mon < 0)
+        return std::nullopt; // the writer knew none
+    return std::mktime(&fields);
+}
+
+/// Info-ZIP's time of the last change, in seconds since 1970; none where the field holds only others.
+std::optional<std::time_t> timeOf(Bytes field)
+{
+    constexpr unsigned hasModified = 1 << 0;
+    if (field.size() < 5 || (field.front() & hasModified) == 0)
+        return std::nullopt;
+    ByteReader reader(field.subspan(1));
+    return static_cast<std::int32_t>(reader.u32());
 }
 
 }
@@ -80,7 +116,8 @@ ZipHeader readDirectoryHeader(ByteReader &directory)
     directory.take(2); // the version of the format
     header.flags = directory.u16();
     header.method = directory.u16();
-    directory.take(4); // the time
+    const auto time = directory.u16();
+    const auto date = directory.u16();
     header.crc = directory.u32();
     header.packedSize = directory.u32();
     header.size = directory.u32();
@@ -102,6 +139,9 @@ ZipHeader readDirectoryHeader(ByteReader &directory)
     large.replaceIfFilledUp(header.packedSize);
     large.replaceIfFilledUp(header.offset);
     header.name = extra.unicodeName ? unicodeName(*extra.unicodeName, header.storedName) : header.storedName;
+    header.modified = extra.times ? timeOf(*extra.times) : std::nullopt;
+    if (!header.modified)
+        header.modified = localTime(time, date);
     return header;
 }
 

@@ -2,6 +2,9 @@
 
 #include "ByteReader.h"
 
+#include <ctime>
+#include <optional>
+
 /// What one member's header says, be it the one in the directory or the one in front of the member's data.
 struct ZipHeader {
     static constexpr std::uint16_t encrypted = 1 << 0;
@@ -17,6 +20,7 @@ struct ZipHeader {
     std::uint64_t size = 0;
     std::uint32_t attributes = 0; // directory only
     std::uint64_t offset = 0; // directory only: of the other header, from the start of the archive
+    std::optional<std::time_t> modified; // directory only
     std::string storedName;
     /// The name that holds: that of Info-ZIP's Unicode field where there is one, else the stored one.
     std::string name;

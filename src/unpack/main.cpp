@@ -9,7 +9,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <clocale>
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -45,14 +44,6 @@ void obeyTermination()
     sigprocmask(SIG_UNBLOCK, &termination, nullptr);
 }
 
-/// Names are UTF-8 whatever the environment says. The systems' names for that differ; where neither is known,
-/// only plain names are unpacked.
-void readNamesAsUtf8()
-{
-    if (!std::setlocale(LC_CTYPE, "C.UTF-8"))
-        std::setlocale(LC_CTYPE, "UTF-8");
-}
-
 /// What the program is asked to do; nothing to call when it is called in another way than it knows.
 std::function<void()> workOf(const std::vector<std::string> &arguments)
 {
@@ -79,7 +70,6 @@ int main(int argc, char **argv)
     obeyTermination();
     if (!endWithParent())
         return problem;
-    readNamesAsUtf8();
 
     try {
         work();

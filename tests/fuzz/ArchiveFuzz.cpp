@@ -5,7 +5,6 @@
 #include "Fuzzing.h"
 #include "MemberName.h"
 
-#include <clocale>
 #include <optional>
 #include <set>
 
@@ -105,8 +104,6 @@ void expectUnpackedAsChecked(const fs::path &zip, const CheckedArchive &checked)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
-    [[maybe_unused]] static const char *const locale = std::setlocale(LC_CTYPE, "C.UTF-8");
-
     const auto members = membersOf({ data, size });
     if (!members)
         return 0;

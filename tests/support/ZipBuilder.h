@@ -18,6 +18,8 @@ struct ZipEntry {
     quint32 mode = 0100644;
     quint8 writersSystem = 3; // Unix
 
+    quint32 time = 0x58214000; // eight o'clock on the first day of 2024
+
     std::optional<QByteArray> localName;
     std::optional<quint16> localFlags;
     std::optional<quint16> localMethod;
@@ -156,7 +158,7 @@ private:
         const quint32 size = entry.size.value_or(static_cast<quint32>(entry.content.size()));
         const quint32 packedSize = entry.packedSize.value_or(static_cast<quint32>(packed.size()));
         const QByteArray localName = entry.localName.value_or(entry.name);
-        const QByteArray time = u32(0x58214000);
+        const QByteArray time = u32(entry.time);
         const auto length = [](const QByteArray &text) { return u16(static_cast<quint64>(text.size())); };
 
         archive += QByteArray("PK\3\4", 4) + u16(20) + u16(entry.localFlags.value_or(entry.flags))

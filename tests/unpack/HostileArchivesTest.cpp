@@ -132,14 +132,20 @@ private Q_SLOTS:
         row("packed",
             { changed(ZipEntry::link("a", "../../../../../../../../../../etc"),
                       [](ZipEntry &entry) { entry.method = ZipEntry::deflated; }) });
-        row("with a wrong checksum",
-            { changed(ZipEntry::link("a", "b"), [](ZipEntry &entry) { entry.crc = 1; }) });
+        row("longer than any path", { ZipEntry::link("a", QByteArray(1025, 'b')) });
     }
 
     void linksThatLeadOutAreRefused()
     {
         QFETCH(QByteArray, archive);
         refuses(archive, QStringLiteral("the link"));
+    }
+
+    void aLinkWithAWrongChecksumIsRefused()
+    {
+        ZipEntry link = ZipEntry::link("a", "b");
+        link.crc = 1;
+        refuses(ZipBuilder { link }.bytes(), isDamaged);
     }
 
     void whatIsNeitherAFileNorAFolderIsRefused_data()
@@ -202,11 +208,6 @@ private Q_SLOTS:
             entry.extra = ZipBuilder::field(
                 0x7075, QByteArray(1, 1) + ZipBuilder::u32(ZipBuilder::crc32(entry.name)) + "../evil");
             entry.localExtra = entry.extra;
-        });
-        row("a field that changes the type", [](ZipEntry &entry) {
-            // Only libarchive knows this one: version 10, made by Unix, the attributes of a link.
-            entry.localExtra = ZipBuilder::field(
-                0x6c78, QByteArray("\x05\x14\x03", 3) + ZipBuilder::u32(quint64(0120777) << 16));
         });
         row("a field twice", [](ZipEntry &entry) {
             entry.extra = ZipBuilder::field(1, ZipBuilder::u64(1)) + ZipBuilder::field(1, ZipBuilder::u64(2));

@@ -146,12 +146,51 @@ private Q_SLOTS:
     {
         ZipEntry entry = ZipEntry::file("game/a", "content");
         const qint64 time = 1'500'000'000;
-        entry.localExtra = ZipBuilder::field(0x5455, QByteArray(1, 1) + ZipBuilder::u32(time));
+        entry.extra = ZipBuilder::field(0x5455, QByteArray(1, 1) + ZipBuilder::u32(time));
         ZipEntry gameFolder = ZipEntry::folder("game/");
-        gameFolder.localExtra = entry.localExtra;
+        gameFolder.extra = entry.extra;
         QCOMPARE(unpack({ gameFolder, entry }).status, 0);
         QCOMPARE(QFileInfo(folder() + QStringLiteral("/game/a")).lastModified().toSecsSinceEpoch(), time);
         QCOMPARE(QFileInfo(folder() + QStringLiteral("/game")).lastModified().toSecsSinceEpoch(), time);
+    }
+
+    void theHeadersTimeHoldsWithoutAnotherOne_data()
+    {
+        QTest::addColumn<QByteArray>("extra");
+        QTest::newRow("no field") << QByteArray();
+        QTest::newRow("a field that holds another time")
+            << ZipBuilder::field(0x5455, QByteArray(1, 2) + ZipBuilder::u32(1'500'000'000));
+        QTest::newRow("a field that is too short") << ZipBuilder::field(0x5455, QByteArray(1, 1));
+    }
+
+    void theHeadersTimeHoldsWithoutAnotherOne()
+    {
+        QFETCH(QByteArray, extra);
+        ZipEntry entry = ZipEntry::file("a", "content");
+        entry.extra = extra;
+        QCOMPARE(unpack({ entry }).status, 0);
+        QCOMPARE(QFileInfo(folder() + QStringLiteral("/a")).lastModified(),
+                 QDateTime(QDate(2024, 1, 1), QTime(8, 0)));
+    }
+
+    void aFileWithoutATimeHasThatOfItsUnpacking()
+    {
+        ZipEntry entry = ZipEntry::file("a", "content");
+        entry.time = 0;
+        QCOMPARE(unpack({ entry }).status, 0);
+        const QDateTime modified = QFileInfo(folder() + QStringLiteral("/a")).lastModified();
+        QVERIFY(modified.secsTo(QDateTime::currentDateTime()) < 60);
+    }
+
+    void aFieldThatOnlyOthersKnowDoesNotChangeTheType()
+    {
+        // libarchive believes this one: version 10, made by Unix, the attributes of a link.
+        ZipEntry entry = ZipEntry::file("a", "content");
+        entry.localExtra = ZipBuilder::field(
+            0x6c78, QByteArray("\x05\x14\x03", 3) + ZipBuilder::u32(quint64(0120777) << 16));
+        QCOMPARE(unpack({ entry }).status, 0);
+        QVERIFY(!QFileInfo(folder() + QStringLiteral("/a")).isSymLink());
+        QCOMPARE(content(QStringLiteral("a")), QByteArray("content"));
     }
 
     void damagedDataIsAProblem_data()
