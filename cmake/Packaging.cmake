@@ -2,6 +2,17 @@
 
 include(ApplicationId)
 
+# Under the same name and ".gz", without the time, so that the same sources make the same package.
+function(install_compressed file folder)
+    find_program(GZIP gzip REQUIRED)
+    cmake_path(GET file FILENAME name)
+    set(compressed "${CMAKE_BINARY_DIR}/${name}.gz")
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${file}")
+    execute_process(COMMAND "${GZIP}" -9nc INPUT_FILE "${CMAKE_SOURCE_DIR}/${file}" OUTPUT_FILE "${compressed}"
+        COMMAND_ERROR_IS_FATAL ANY)
+    install(FILES "${compressed}" DESTINATION "${folder}")
+endfunction()
+
 if(NOT APPLE)
     install(FILES "data/${application_id}.desktop" DESTINATION "${CMAKE_INSTALL_DATADIR}/applications")
     install(FILES "data/${application_id}.metainfo.xml" DESTINATION "${CMAKE_INSTALL_DATADIR}/metainfo")
@@ -11,8 +22,10 @@ if(NOT APPLE)
         install(FILES "data/icons/vantor-platformer-${size}.png"
             DESTINATION "${CMAKE_INSTALL_DATADIR}/icons/hicolor/${size}x${size}/apps" RENAME "${application_id}.png")
     endforeach()
-    # Where Debian looks for a licence; other systems find it there as well.
+    # Where Debian looks for a licence and for what has changed; other systems find them there as well.
     install(FILES LICENSE DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/vantor-platformer" RENAME copyright)
+    install_compressed(data/debian/changelog "${CMAKE_INSTALL_DATADIR}/doc/vantor-platformer")
+    install_compressed(data/vantor-platformer.6 "${CMAKE_INSTALL_MANDIR}/man6")
 endif()
 
 set(CPACK_PACKAGE_NAME vantor-platformer)
@@ -23,22 +36,26 @@ set(CPACK_PACKAGE_DESCRIPTION
     "Press Play: the launcher downloads the game and the official Godot build\nthat the game needs, checks that build against Godot's own list of\nchecksums, prepares the game's files and starts it.")
 set(CPACK_RESOURCE_FILE_LICENSE "${CMAKE_SOURCE_DIR}/LICENSE")
 set(CPACK_VERBATIM_VARIABLES ON)
-set(CPACK_STRIP_FILES ON)
 
 if(NOT APPLE)
     set(CPACK_GENERATOR DEB)
+    set(CPACK_STRIP_FILES ON)
     set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-    set(CPACK_DEBIAN_PACKAGE_SECTION games)
+    # Not among the games, whose programs Debian keeps in a folder of their own: this one fetches a game.
+    set(CPACK_DEBIAN_PACKAGE_SECTION misc)
     set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "https://github.com/Kestrelwood/Vantor")
     set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-    # What no library names: whom to believe when a code host says who it is.
-    set(CPACK_DEBIAN_PACKAGE_DEPENDS "ca-certificates")
+    # What no library names: whom to believe when a code host says who it is, and the option CURLOPT_QUICK_EXIT.
+    set(CPACK_DEBIAN_PACKAGE_DEPENDS "ca-certificates, libcurl4 (>= 7.87)")
     set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-wayland")
     set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 else()
-    # Qt goes into the bundle while it is installed, and the whole of it onto a disk image.
-    qt_generate_deploy_app_script(TARGET vantor-platformer FILENAME_VARIABLE deploy_script NO_UNSUPPORTED_PLATFORM_ERROR)
-    install(SCRIPT "${deploy_script}")
+    # Qt and the other libraries go into the bundle while it is installed, those of the unpacker too, and the whole of it
+    # onto a disk image. The tool that does it strips and signs, so that nothing is stripped after it.
+    find_program(MACDEPLOYQT macdeployqt HINTS "${QT6_INSTALL_PREFIX}/bin" REQUIRED)
+    set(bundle "\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/vantor-platformer.app")
+    install(CODE "execute_process(COMMAND \"${MACDEPLOYQT}\" \"${bundle}\"
+        \"-executable=${bundle}/Contents/MacOS/vantor-unpack\" COMMAND_ERROR_IS_FATAL ANY)")
     set(CPACK_GENERATOR DragNDrop)
     set(CPACK_DMG_VOLUME_NAME "Vantor Platformer")
 endif()

@@ -38,7 +38,7 @@ QString ownUnpackTool()
 {
     const QString folder = programFolder();
     const QString beside = folder + QStringLiteral("/vantor-unpack");
-    const QString installed = folder + QStringLiteral("/../libexec/vantor-platformer/vantor-unpack");
+    const QString installed = folder + QStringLiteral("/" INSTALLED_UNPACKER);
     // If neither exists, the launch fails and the log names the first.
     return !QFileInfo::exists(beside) && QFileInfo::exists(installed)
         ? QFileInfo(installed).canonicalFilePath()

@@ -1,16 +1,20 @@
 """What the bundle for macOS is made of, as far as any system can tell: its description, its icon, what it may do.
 
-    test_macos.py SOURCE_FOLDER VERSION
+    test_macos.py CMAKE SOURCE_FOLDER VERSION
 """
 
+import os
 import plistlib
 import string
 import struct
+import subprocess
 import sys
+import tempfile
 import unittest
 from pathlib import Path
 
-DATA, VERSION = Path(sys.argv[1]) / "data", sys.argv[2]
+CMAKE, PROJECT, VERSION = sys.argv[1], Path(sys.argv[2]), sys.argv[3]
+DATA = PROJECT / "data"
 ICONS = DATA / "icons"
 
 
@@ -42,6 +46,27 @@ class Bundle(unittest.TestCase):
         self.assertEqual(place, len(content))
         for size in (16, 32, 64, 128, 256, 512):
             self.assertIn((ICONS / f"vantor-platformer-{size}.png").read_bytes(), pictures)
+
+    def test_the_libraries_of_both_programs_go_into_the_bundle_that_is_installed(self):
+        """The packaging's own rules, in a project that takes this machine for a Mac, with a deploying tool that only says
+        what it was asked for."""
+        with tempfile.TemporaryDirectory() as scratch:
+            folder = Path(scratch)
+            (folder / "bin").mkdir()
+            tool = folder / "bin/macdeployqt"
+            tool.write_text(f'#!/bin/sh\nprintf "%s\\n" "$@" >{folder}/asked\n')
+            tool.chmod(0o755)
+            (folder / "CMakeLists.txt").write_text(
+                f'cmake_minimum_required(VERSION 3.25)\nproject(mac VERSION 1 LANGUAGES NONE)\nset(APPLE TRUE)\n'
+                f'set(QT6_INSTALL_PREFIX "{folder}")\nlist(APPEND CMAKE_MODULE_PATH "{PROJECT}/cmake")\n'
+                f'file(COPY "{PROJECT}/LICENSE" DESTINATION "{folder}")\ninclude(Packaging)\n')
+            build, stage = folder / "build", folder / "a stage"
+            for step in (["-S", folder, "-B", build], ["--install", build, "--prefix", stage]):
+                run = subprocess.run([CMAKE, *step], env={**os.environ, "DESTDIR": ""}, capture_output=True, text=True)
+                self.assertEqual(run.returncode, 0, run.stderr)
+            bundle = stage / "vantor-platformer.app"
+            self.assertEqual((folder / "asked").read_text().splitlines(),
+                             [str(bundle), f"-executable={bundle}/Contents/MacOS/vantor-unpack"])
 
 
 if __name__ == "__main__":
