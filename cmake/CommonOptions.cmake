@@ -32,7 +32,9 @@ target_compile_definitions(common_options INTERFACE
     QT_NO_CONTEXTLESS_CONNECT
     QT_STRICT_ITERATORS
     QT_DISABLE_DEPRECATED_BEFORE=0x060400
-    _GLIBCXX_ASSERTIONS)
+    QT_WARN_DEPRECATED_UP_TO=0x060400 # what later versions have something newer for is no fault of ours
+    _GLIBCXX_ASSERTIONS
+    $<$<BOOL:${APPLE}>:_LIBCPP_ENABLE_EXPERIMENTAL>) # std::stop_token, before version 20 of that library
 
 if(SANITIZERS)
     target_compile_options(common_options INTERFACE

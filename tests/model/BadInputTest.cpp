@@ -11,7 +11,9 @@
 #include <QRandomGenerator>
 #include <QTest>
 
+#if defined(Q_OS_LINUX)
 #include <sys/mount.h>
+#endif
 #include <unistd.h>
 
 namespace {
@@ -47,12 +49,18 @@ public:
         : m_folder(QFile::encodeName(folder))
     {
         QDir().mkpath(folder);
+#if defined(Q_OS_LINUX)
         m_mounted = ::mount("tmpfs", m_folder.constData(), "tmpfs", 0, options) == 0;
+#else
+        Q_UNUSED(options)
+#endif
     }
     ~SmallDisk()
     {
+#if defined(Q_OS_LINUX)
         if (m_mounted)
             ::umount2(m_folder.constData(), MNT_DETACH);
+#endif
     }
     Q_DISABLE_COPY_MOVE(SmallDisk)
 

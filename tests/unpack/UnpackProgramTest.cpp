@@ -361,7 +361,9 @@ private Q_SLOTS:
         // All that is left of that program is a pipe that nobody reads.
         m_home->write(QStringLiteral("archive.zip"), ZipBuilder { ZipEntry::file("a", "content") }.bytes());
         int output[2] = {};
-        QCOMPARE(::pipe2(output, O_CLOEXEC), 0);
+        QCOMPARE(::pipe(output), 0);
+        for (const int end : output)
+            QCOMPARE(::fcntl(end, F_SETFD, FD_CLOEXEC), 0);
         ::close(output[0]);
         QProcess process;
         process.setChildProcessModifier([&output] { ::dup2(output[1], STDOUT_FILENO); });
