@@ -23,6 +23,10 @@ Totals: 4 passed, 0 failed, 1 skipped, 0 blacklisted, 12ms
 class Counting(unittest.TestCase):
     def count(self, *tests):
         """The closing line and the exit status for tests of (status, output or reason)."""
+        run = self.run_for(*tests)
+        return run.stdout, run.returncode
+
+    def run_for(self, *tests):
         cases = ""
         for status, text in tests:
             inner = f"<system-out>{escape(text)}</system-out>"
@@ -32,8 +36,7 @@ class Counting(unittest.TestCase):
         with tempfile.NamedTemporaryFile("w", suffix=".xml") as file:
             file.write(f"<testsuite>{cases}</testsuite>")
             file.flush()
-            run = subprocess.run([sys.executable, COUNT_TESTS, file.name], capture_output=True, text=True)
-        return run.stdout, run.returncode
+            return subprocess.run([sys.executable, COUNT_TESTS, file.name], capture_output=True, text=True)
 
     def test_functions_are_counted_without_the_beginning_and_the_end(self):
         self.assertEqual(self.count(("run", QT_OUTPUT)), ("2 passed, 0 failed, 1 skipped\n", 0))
@@ -44,6 +47,16 @@ class Counting(unittest.TestCase):
     def test_a_failing_function_counts_and_fails_the_run(self):
         self.assertEqual(self.count(("fail", "PASS   : A::a()\nFAIL!  : A::b() no\nFAIL!  : A::c() no\n")),
                          ("1 passed, 2 failed, 0 skipped\n", 1))
+
+    def test_what_failed_is_named_where_it_is_seen(self):
+        crash = ("PASS   : A::a()\nQFATAL : A::b() There is no button \"Play\".\n"
+                 "FAIL!  : A::b() Received a fatal error.\n#1 x\n")
+        python = "..E\n===\nERROR: test_x (A.test_x)\n---\nRan 3 tests in 1.2s\n\nFAILED (errors=1)\n"
+        self.assertEqual(self.run_for(("run", QT_OUTPUT), ("fail", crash), ("fail", python), ("fail", "")).stderr,
+                         "Failed in a:\n    QFATAL : A::b() There is no button \"Play\".\n"
+                         "    FAIL!  : A::b() Received a fatal error.\n"
+                         "Failed in a:\n    ERROR: test_x (A.test_x)\n"
+                         "Failed in a:\n    It says no more.\n")
 
     def test_a_crash_counts_as_a_failure(self):
         self.assertEqual(self.count(("fail", "PASS   : A::a()\n")), ("1 passed, 1 failed, 0 skipped\n", 1))
