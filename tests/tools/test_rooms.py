@@ -1,0 +1,60 @@
+"""Whether docs/architecture.md draws what the rooms' link lines say."""
+
+import re
+import unittest
+from pathlib import Path
+
+PROJECT = Path(__file__).resolve().parents[2]
+
+
+def reachable(arrows):
+    """For each room, all that can be reached along `arrows`, which name those that begin at a room."""
+    def beyond(room, seen):
+        for other in arrows[room] - seen:
+            seen.add(other)
+            beyond(other, seen)
+        return seen
+    return {room: beyond(room, set()) for room in arrows}
+
+
+class Rooms(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.text = (PROJECT / "docs/architecture.md").read_text("utf-8")
+        drawing = re.search(r"```mermaid\nflowchart LR\n(.*?)```", cls.text, re.DOTALL)[1]
+        cls.drawn = {}
+        for line in drawing.split("\n"):
+            chain = [room.strip() for room in line.split("-->")] if line.strip() else []
+            for room in chain:
+                cls.drawn.setdefault(room, set())
+            for room, other in zip(chain, chain[1:]):
+                cls.drawn[room].add(other)
+
+        lines = {}
+        for file in (PROJECT / "src").glob("*/CMakeLists.txt"):
+            found = re.search(r"^add_room\((\w+) USES (.*?)\bSOURCES", file.read_text("utf-8"), re.DOTALL | re.MULTILINE)
+            assert found and found[1] == file.parent.name, file
+            lines[found[1]] = set(found[2].split())
+        cls.linked = {room: uses & lines.keys() for room, uses in lines.items()}
+
+    def test_every_room_is_drawn_and_no_other(self):
+        self.assertEqual(set(self.drawn), set(self.linked))
+
+    def test_every_room_is_in_the_list(self):
+        listed = re.findall(r"^\| `(\w+)` \|", self.text, re.MULTILINE)
+        self.assertEqual(sorted(listed), sorted(self.linked))
+
+    def test_every_arrow_is_a_link_line(self):
+        for room, others in self.drawn.items():
+            self.assertLessEqual(others, self.linked[room], room)
+
+    def test_what_a_room_may_see_is_what_can_be_reached_along_the_arrows(self):
+        self.assertEqual(reachable(self.drawn), reachable(self.linked))
+
+    def test_no_room_sees_itself(self):
+        for room, seen in reachable(self.linked).items():
+            self.assertNotIn(room, seen)
+
+
+if __name__ == "__main__":
+    unittest.main()
