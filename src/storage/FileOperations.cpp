@@ -2,6 +2,7 @@
 
 #include "FileError.h"
 #include "FolderWalk.h"
+#include "TreeRemoval.h"
 
 #include <QFile>
 #include <QUuid>
@@ -13,7 +14,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <optional>
-#include <vector>
+#include <utility>
 
 namespace {
 
@@ -43,74 +44,6 @@ QByteArray encoded(const QString &path)
     while (bytes.size() > 1 && bytes.endsWith('/'))
         bytes.chop(1);
     return bytes;
-}
-
-/// The first thing that could not be removed.
-struct Failure {
-    QByteArray name;
-    int code = 0;
-
-    void note(const QByteArray &atName, int atCode)
-    {
-        // What is already gone need not be removed.
-        if (code == 0 && atCode != 0 && atCode != ENOENT) {
-            name = atName;
-            code = atCode;
-        }
-    }
-};
-
-/// Removes everything in the folder at `path`, and goes on when something cannot be removed.
-void emptyFolder(const QByteArray &path, Failure &failure)
-{
-    // A folder on the way, and its sub-folders that are still to be removed.
-    struct Level {
-        QByteArray name;
-        QList<QByteArray> folders;
-    };
-    FolderWalk walk(FolderWalk::Permissions::Claimed);
-    std::vector<Level> way;
-    const auto removeFilesHere = [&walk, &way, &failure](const QByteArray &here) {
-        QList<QByteArray> names;
-        Level level { here, {} };
-        failure.note(here, walk.list(names));
-        for (const QByteArray &name : std::as_const(names)) {
-            struct stat status = {};
-            const int error = walk.inspect(name, status);
-            if (error != 0)
-                failure.note(name, error);
-            else if (S_ISDIR(status.st_mode))
-                level.folders.append(name);
-            else
-                failure.note(name, walk.removeFile(name));
-        }
-        way.push_back(std::move(level));
-    };
-
-    if (const int error = walk.begin(path, FolderWalk::Start::NotThroughLink); error != 0) {
-        failure.note(path, error);
-        return;
-    }
-    removeFilesHere(path);
-    while (!way.empty()) {
-        if (!way.back().folders.isEmpty()) {
-            const QByteArray name = way.back().folders.takeLast();
-            const int error = walk.enter(name);
-            if (error == 0)
-                removeFilesHere(name);
-            else if (walk.removeFolder(name) != 0) // an empty one goes even when it cannot be entered
-                failure.note(name, error);
-            continue;
-        }
-        const QByteArray name = way.back().name;
-        way.pop_back();
-        if (const int error = walk.leave(); error != 0) {
-            failure.note(name, error);
-            return;
-        }
-        if (!way.empty())
-            failure.note(name, walk.removeFolder(name));
-    }
 }
 
 /// The beginning of the name of a file whose content will replace another's; a UUID follows.
@@ -216,21 +149,7 @@ void FileOperations::removeTree(const QString &path)
     if (name.isEmpty() || name == "." || name == "..")
         throw FileError(path, action, EINVAL);
 
-    struct stat status = {};
-    if (::lstat(bytes.constData(), &status) != 0) {
-        if (errno == ENOENT)
-            return;
-        throw FileError(path, action, errno);
-    }
-    Failure failure;
-    if (S_ISDIR(status.st_mode)) {
-        emptyFolder(bytes, failure);
-        if (::rmdir(bytes.constData()) != 0)
-            failure.note(bytes, errno);
-    } else if (::unlink(bytes.constData()) != 0) {
-        failure.note(bytes, errno);
-    }
-    if (failure.code != 0)
+    if (const RemovalFailure failure = removeTreeAt(bytes); failure.code != 0)
         throw FileError(QFile::decodeName(failure.name), action, failure.code);
 }
 
