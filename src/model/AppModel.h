@@ -78,6 +78,7 @@ public:
     Published<std::optional<double>> progress { this };
     /// The download's bytes and speed.
     Published<QString> progressDetail { this };
+    /// The sentence of the failure view; none when no failure is shown.
     Published<std::optional<QString>> failureMessage { this };
     /// The last log lines, shown under the failure message.
     Published<QStringList> failureLines { this };
@@ -94,7 +95,8 @@ public:
     GameRunner runner;
 
 private:
-    enum class LastLines { Show, Leave };
+    /// Whether the last lines of the log are shown under a failure.
+    enum class LastLines { Show, Omit };
 
     // Failures, progress and state (AppModel.cpp)
     void fail(const QString &message, LastLines lastLines);

@@ -11,7 +11,7 @@ class Preferences final {
 public:
     /// The store of the player who runs the launcher.
     Preferences();
-    /// A store in `file` (INI), for tests and the local demonstration.
+    /// A store in `file` (INI), for tests.
     explicit Preferences(const QString &file);
 
     /// "fullscreen": start the game in full screen. False when missing.
