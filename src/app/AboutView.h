@@ -6,7 +6,7 @@
 class AppModel;
 class TextLabel;
 
-/// The sheet that says whose game it is and what the launcher does and does not do.
+/// The sheet that says whose game it is and what the launcher does and does not do. The model outlives it.
 class AboutView final : public Sheet {
     Q_OBJECT
 

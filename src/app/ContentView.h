@@ -23,7 +23,7 @@ class ContentView final : public QWidget {
 public:
     ContentView(AppModel &model, Preferences &preferences, QWidget *parent = nullptr);
 
-    /// Each opens its sheet; one that is open already stays.
+    /// Each opens its sheet. Nothing happens when it is open already.
     void showSettings();
     void showAbout();
 

@@ -10,7 +10,7 @@ class Panel;
 class TextLabel;
 
 /// Why the last action or game run failed: one sentence, the last lines of the log, and a button that copies
-/// both. Shown only while there is a failure.
+/// both. Shown only while there is a failure. The model outlives it.
 class FailureView final : public QWidget {
     Q_OBJECT
 

@@ -8,7 +8,7 @@ class LogStore;
 class LogText;
 
 /// The whole log in a box of fixed height that follows new output. Redraws at most some thirty times a
-/// second, however fast lines come, and not at all while it is hidden.
+/// second, however fast lines come, and not at all while it is hidden. The log outlives it.
 class LogView final : public QWidget {
     Q_OBJECT
 

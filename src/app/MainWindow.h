@@ -7,7 +7,7 @@ class ContentView;
 class Preferences;
 
 /// The launcher's one window: its title, its size limits, the usual shortcuts and, where the desktop has one,
-/// the menu bar.
+/// the menu bar. The model and the preferences outlive it.
 class MainWindow final : public QMainWindow {
     Q_OBJECT
 

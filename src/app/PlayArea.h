@@ -12,7 +12,8 @@ class StateDot;
 class TextLabel;
 
 /// The launcher's state and the one action that goes with it: Play, progress with Cancel, or Stop. Keeps the
-/// height of the tallest of the three, so that nothing below it moves when the state changes.
+/// height of the tallest of the three, so that nothing below it moves when the state changes. The model
+/// outlives it.
 class PlayArea final : public QWidget {
     Q_OBJECT
 

@@ -6,8 +6,8 @@ class QPushButton;
 class QVBoxLayout;
 class ScrollColumn;
 
-/// A sheet over the launcher's window: 440 points wide, as high as what it holds, and gone for good once it
-/// is closed. Ends in a row with "Done", which Return presses; Escape closes it too.
+/// A sheet over the launcher's window: 440 points wide and as high as what it holds. It ends in a row with
+/// "Done", which Return presses; Escape closes it too. Once closed it deletes itself.
 class Sheet : public QDialog {
     Q_OBJECT
 
