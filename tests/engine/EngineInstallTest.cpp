@@ -241,7 +241,8 @@ private Q_SLOTS:
         serve(builder.bytes());
         QCOMPARE(failure(),
                  QStringLiteral("Could not unpack Godot_v4.3-stable_linux.x86_64.zip (ditto exit code 1)."));
-        QVERIFY2(log().last().startsWith(QStringLiteral("“damaged” is damaged")), qPrintable(log().last()));
+        QCOMPARE(log().last(),
+                 QStringLiteral("The archive is damaged: “damaged” has another checksum than it says."));
         nothingIsLeftInTemp();
         nothingIsInstalled();
     }
