@@ -12,6 +12,7 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 # On for us, through the presets; off for those who package the launcher with a compiler that we have not met.
 option(WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
 set(SANITIZERS "" CACHE STRING "Sanitizers to build with, as in -fsanitize=: address,undefined or thread")
+option(COVERAGE "Count which lines and branches run, for tools/coverage" OFF)
 
 add_library(common_options INTERFACE)
 
@@ -44,6 +45,13 @@ if(SANITIZERS)
         # Clang 14 takes every call of a coroutine's resume function for one through a wrong function type.
         target_compile_options(common_options INTERFACE -fno-sanitize=function)
     endif()
+endif()
+
+if(COVERAGE)
+    # Several threads count at once.
+    target_compile_options(common_options INTERFACE --coverage -fprofile-update=atomic)
+    target_compile_definitions(common_options INTERFACE COUNTS_COVERAGE)
+    target_link_options(common_options INTERFACE --coverage)
 endif()
 
 # The launcher runs what it downloaded: its own memory errors end the program rather than go on.

@@ -26,8 +26,10 @@ constexpr bool isSanitized = false;
 constexpr bool isSanitized = false;
 #endif
 
-#ifdef __OPTIMIZE__
+#if defined(__OPTIMIZE__)
 constexpr qint64 slowness = 1;
+#elif defined(COUNTS_COVERAGE)
+constexpr qint64 slowness = 16;
 #else
 constexpr qint64 slowness = 8;
 #endif
