@@ -38,8 +38,6 @@ void AppDelegate::attach(AppModel &model, QWidget &window)
 
 bool AppDelegate::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched != m_window)
-        return QObject::eventFilter(watched, event);
     if (event->type() == QEvent::Show)
         m_model = m_attached;
     if (event->type() == QEvent::Close && !m_isLeaving) {

@@ -7,7 +7,6 @@
 #include "Preferences.h"
 #include "ProjectInspector.h"
 
-#include <QPointer>
 #include <QTimer>
 
 #include <chrono>
@@ -27,10 +26,8 @@ void AppModel::launch(const EngineSpec &spec, const QString &engine, const QStri
     const QStringList arguments
         = gameArguments(project, m_preferences.fullscreen(), m_preferences.resolution());
     state = AppState::starting();
-    runner.launch(engine, arguments, log, [self = QPointer<AppModel>(this)](GameExit exit) {
-        if (self)
-            self->gameEnded(exit);
-    });
+    // The runner, which calls nobody once it goes, goes with this.
+    runner.launch(engine, arguments, log, [this](const GameExit &exit) { gameEnded(exit); });
     // Precise, because a coarse timer may fire a fifth of a second early; and about this run only, because
     // the player may stop the game and start it again before the timer fires.
     QTimer::singleShot(startingTime, Qt::PreciseTimer, this, [this, run = runner.controller()] {
