@@ -1,5 +1,7 @@
 #include "CancellationError.h"
 #include "HttpServer.h"
+#include "OrdinaryUser.h"
+#include "ThreadLimit.h"
 #include "TransferTesting.h"
 
 #include <QTest>
@@ -55,6 +57,15 @@ private Q_SLOTS:
                             .send("HTTP/1.1 103 Early Hints\r\nLocation: /elsewhere\r\n\r\n")
                             .send("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nok"));
         QCOMPARE(fetch(m_server->url(u"/list"_s)).body, "ok");
+    }
+
+    void aTransferWithoutAThreadLeftSaysSo()
+    {
+        const QUrl address = m_server->url(u"/list"_s);
+        QVERIFY(OrdinaryUser::run([address] {
+            const ThreadLimit none;
+            return failure(address) == u"The system has no room for another transfer."_s;
+        }));
     }
 
     void anEmptyAnswerIsGood()

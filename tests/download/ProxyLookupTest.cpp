@@ -1,5 +1,6 @@
 #include "HttpServer.h"
 #include "LookupTesting.h"
+#include "SystemProxy.h"
 
 #include <QNetworkProxy>
 #include <QTest>
@@ -8,11 +9,15 @@ using namespace Qt::StringLiterals;
 using namespace LookupTesting;
 using namespace TransferTesting;
 
-// Takes Qt's place for this whole program: settings that name a script on a server that never answers.
+/// What the settings name; where they name nothing, a script on a server that never answers.
+static QList<QNetworkProxy> named;
+
+// Takes Qt's place for this whole program.
 QList<QNetworkProxy> QNetworkProxyFactory::systemProxyForQuery(const QNetworkProxyQuery &)
 {
-    lookups().wait();
-    return {};
+    if (named.isEmpty())
+        lookups().wait();
+    return named;
 }
 
 class ProxyLookupTest final : public QObject {
@@ -21,7 +26,40 @@ class ProxyLookupTest final : public QObject {
 private Q_SLOTS:
     void initTestCase() { withoutProxies(); }
 
-    void cleanup() { lookups().letGo(); }
+    void cleanup()
+    {
+        named.clear();
+        lookups().letGo();
+    }
+
+    void theFirstProxyThatCarriesTheWebIsTaken_data()
+    {
+        QTest::addColumn<QList<int>>("types");
+        QTest::addColumn<QByteArray>("address");
+        QTest::newRow("a web proxy") << QList<int> { QNetworkProxy::HttpProxy }
+                                     << QByteArray("http://proxy:1");
+        QTest::newRow("one that keeps copies")
+            << QList<int> { QNetworkProxy::HttpCachingProxy } << QByteArray("http://proxy:1");
+        QTest::newRow("one that looks names up")
+            << QList<int> { QNetworkProxy::Socks5Proxy } << QByteArray("socks5h://proxy:1");
+        QTest::newRow("one for other things before it")
+            << QList<int> { QNetworkProxy::FtpCachingProxy, QNetworkProxy::HttpProxy }
+            << QByteArray("http://proxy:2");
+        QTest::newRow("only one for other things")
+            << QList<int> { QNetworkProxy::FtpCachingProxy } << QByteArray();
+        QTest::newRow("none, although others follow")
+            << QList<int> { QNetworkProxy::NoProxy, QNetworkProxy::HttpProxy } << QByteArray();
+    }
+
+    void theFirstProxyThatCarriesTheWebIsTaken()
+    {
+        QFETCH(const QList<int>, types);
+        for (const int type : types) {
+            named.append(QNetworkProxy(static_cast<QNetworkProxy::ProxyType>(type), u"proxy"_s,
+                                       static_cast<quint16>(named.size() + 1)));
+        }
+        QTEST(SystemProxy::forUrl(address()).address, "address");
+    }
 
     void aLookupThatNeverEndsIsAnErrorAfterTheLimit() { endsWithAnErrorAfterTheLimit(); }
 

@@ -1,5 +1,6 @@
 #include "Desktop.h"
 
+#include "OrdinaryUser.h"
 #include "TestHome.h"
 
 using System = Desktop::System;
@@ -51,8 +52,21 @@ private Q_SLOTS:
         QVERIFY(onLinux.first().endsWith(QStringLiteral("/.local/share")));
     }
 
+    void withoutANamedHomeAndWithoutAnAccountThereIsNone()
+    {
+        qunsetenv("HOME");
+        qunsetenv("XDG_DATA_HOME");
+        constexpr uid_t unknownUser = 3'000'000'000;
+        if (!OrdinaryUser::isNeeded())
+            QSKIP("Only the superuser can become somebody without an account.");
+        QVERIFY(OrdinaryUser::run(
+            [] { return folders(System::Linux).isEmpty() && folders(System::MacOS).isEmpty(); },
+            unknownUser));
+    }
+
     void theEnginesFolderIsCalledGodotWhenThereIsNone()
     {
+        QDir().mkpath(inDataHome(QStringLiteral("other programs")));
         QCOMPARE(engineFolder(System::Linux), inDataHome(QStringLiteral("Godot")));
         QCOMPARE(engineFolder(System::MacOS), inDataHome(QStringLiteral("Godot")));
     }

@@ -21,6 +21,7 @@ private Q_SLOTS:
     void aLateRequestToEndHarmsNobody();
     void aRequestToEndBeforeTheLaunchDoesNothing();
     void aChildThatCannotStartLeavesNothing();
+    void aChildThatSomebodyElseReapedHasAnUnknownStatus();
     void aPipeNeverTakesThePlaceOfAStandardStream();
 };
 
@@ -71,6 +72,23 @@ void ChildProcessTest::aChildThatCannotStartLeavesNothing()
         child.terminate();
     }
     QVERIFY(Children::noneLeft());
+}
+
+void ChildProcessTest::aChildThatSomebodyElseReapedHasAnUnknownStatus()
+{
+    Pipe output;
+    QCOMPARE(output.open(), 0);
+    ChildProcess child;
+    QCOMPARE(child.launch(QStringLiteral("/bin/sleep"), { QStringLiteral("0.1") }, childEnvironment(),
+                          output.writeEnd.get()),
+             0);
+    // From here on the system forgets a child as it ends.
+    const auto before = std::signal(SIGCHLD, SIG_IGN);
+    const qint32 status = child.waitForEnd();
+    std::signal(SIGCHLD, before);
+    QCOMPARE(status, 255);
+    QVERIFY(Children::noneLeft());
+    child.terminate(); // whose number that is by now, nobody knows
 }
 
 void ChildProcessTest::aPipeNeverTakesThePlaceOfAStandardStream()

@@ -33,6 +33,7 @@ private Q_SLOTS:
     void aPieceNeverCutsACharacter();
     void aLineOfExactlyTheLongestLengthIsOneLine_data();
     void aLineOfExactlyTheLongestLengthIsOneLine();
+    void aLineThatReachesTheLongestLengthDoesNotWaitForMore();
     void anOverlongLineIsCutTheSameHoweverItArrives();
     void theHandlerMayFeedTheSplitterAgain();
     void chunksOfAnySizeGiveTheSameLines();
@@ -213,6 +214,15 @@ void LineSplitterTest::aLineOfExactlyTheLongestLengthIsOneLine()
         feed(line + '\n');
     }
     m_splitter->flush();
+    QCOMPARE(m_lines, QStringList(QString::fromLatin1(line)));
+}
+
+void LineSplitterTest::aLineThatReachesTheLongestLengthDoesNotWaitForMore()
+{
+    const QByteArray line(LineSplitter::longestLine, 'x');
+    feed(line.chopped(1));
+    QVERIFY(m_lines.isEmpty());
+    feed("x");
     QCOMPARE(m_lines, QStringList(QString::fromLatin1(line)));
 }
 

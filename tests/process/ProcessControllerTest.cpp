@@ -1,6 +1,9 @@
 #include "Children.h"
 #include "FileDescriptor.h"
+#include "OrdinaryUser.h"
+#include "OutputReader.h"
 #include "TestHome.h"
+#include "ThreadLimit.h"
 
 #include <QRegularExpression>
 #include <QTest>
@@ -25,6 +28,7 @@ private Q_SLOTS:
     void aProgramThatCannotStartGivesOneLine_data();
     void aProgramThatCannotStartGivesOneLine();
     void aLaunchWithoutDescriptorsLeftCannotStart();
+    void aRunWithoutAThreadLeftCannotStart();
     void theRunEndsOnTheMainThread();
     void linesComeOnOtherThreads();
     void linesComeWhileTheChildRuns();
@@ -141,6 +145,20 @@ void ProcessControllerTest::aLaunchWithoutDescriptorsLeftCannotStart()
     QCOMPARE(tooFew.status, ProcessController::couldNotStart);
     QCOMPARE(tooFew.lines, line);
     QCOMPARE(Children::openDescriptors(), before);
+}
+
+void ProcessControllerTest::aRunWithoutAThreadLeftCannotStart()
+{
+    QVERIFY(OrdinaryUser::run([] {
+        const ThreadLimit none;
+        OutputReader reader([](const QString &) {});
+        if (reader.start() != EAGAIN)
+            return false;
+        const auto run = Children::shell(QStringLiteral("echo ran"));
+        return run.status == ProcessController::couldNotStart
+            && run.lines
+            == QStringList(QStringLiteral("Could not start sh: Resource temporarily unavailable"));
+    }));
 }
 
 void ProcessControllerTest::theRunEndsOnTheMainThread()
@@ -312,8 +330,14 @@ void ProcessControllerTest::ignoredChildSignalsDoNotHideTheStatus()
 {
     std::signal(SIGCHLD, SIG_IGN);
     const auto run = Children::shell(QStringLiteral("exit 7"));
+    struct sigaction forgetting = {};
+    forgetting.sa_handler = SIG_DFL;
+    forgetting.sa_flags = SA_NOCLDWAIT;
+    ::sigaction(SIGCHLD, &forgetting, nullptr);
+    const auto other = Children::shell(QStringLiteral("exit 8"));
     std::signal(SIGCHLD, SIG_DFL);
     QCOMPARE(run.status, 7);
+    QCOMPARE(other.status, 8);
     QVERIFY(Children::noneLeft());
 }
 

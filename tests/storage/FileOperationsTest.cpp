@@ -1,15 +1,18 @@
 #include "FileOperations.h"
 #include "FileError.h"
 
+#include "OrdinaryUser.h"
 #include "TestHome.h"
 
 #include <QTest>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <initializer_list>
 #include <optional>
 
@@ -36,6 +39,9 @@ private Q_SLOTS:
     void aFolderIsNotReplacedByAFile();
     void aPipeIsNotReplacedByAFile();
     void writingIntoAMissingFolderIsAnError();
+    void writingBelowAFileIsAnError();
+    void aFileOfSomebodyElseIsNotReplaced();
+    void aWriteThatFailsHalfwayLeavesTheOldFileAlone();
     void aLinkIsReplacedAndItsTargetLeftAlone();
     void aFileWithTheLongestNameIsWritten();
 
@@ -265,6 +271,47 @@ void FileOperationsTest::writingIntoAMissingFolderIsAnError()
     QVERIFY(error);
     QCOMPARE(error->code(), ENOENT);
     QVERIFY(everythingIn(home.path()).isEmpty());
+}
+
+void FileOperationsTest::writingBelowAFileIsAnError()
+{
+    const TestHome home;
+    const QString path = home.write(QStringLiteral("file"), "old") + QStringLiteral("/new");
+    const auto error = failureOf([&] { FileOperations::writeAtomically(path, "new"); });
+    QVERIFY(error);
+    QCOMPARE(error->code(), ENOTDIR);
+}
+
+void FileOperationsTest::aFileOfSomebodyElseIsNotReplaced()
+{
+    const TestHome home;
+    const QString path = home.write(QStringLiteral("file"), "old");
+    QVERIFY(OrdinaryUser::own(QFile::encodeName(home.path()).constData()));
+    if (!OrdinaryUser::isNeeded())
+        QSKIP("Only the superuser can make a file that belongs to somebody else.");
+    QVERIFY(OrdinaryUser::run([path] {
+        const auto error = failureOf([path] { FileOperations::writeAtomically(path, "new"); });
+        return error && error->code() == EACCES;
+    }));
+    QCOMPARE(contentOf(path), QByteArray("old"));
+}
+
+void FileOperationsTest::aWriteThatFailsHalfwayLeavesTheOldFileAlone()
+{
+    const TestHome home;
+    const QString path = home.write(QStringLiteral("file"), "old");
+    rlimit before = {};
+    QCOMPARE(::getrlimit(RLIMIT_FSIZE, &before), 0);
+    const rlimit small { 1000, before.rlim_max };
+    std::signal(SIGXFSZ, SIG_IGN);
+    ::setrlimit(RLIMIT_FSIZE, &small);
+    const auto error = failureOf([&] { FileOperations::writeAtomically(path, QByteArray(5000, 'x')); });
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, SIG_DFL);
+    QVERIFY(error);
+    QCOMPARE(error->code(), EFBIG);
+    QCOMPARE(everythingIn(home.path()), QStringList(QStringLiteral("file")));
+    QCOMPARE(contentOf(path), QByteArray("old"));
 }
 
 void FileOperationsTest::aLinkIsReplacedAndItsTargetLeftAlone()

@@ -22,7 +22,7 @@ private Q_SLOTS:
     void aLinkToATextIsRead();
     void whatIsNotUtf8IsNone_data();
     void whatIsNotUtf8IsNone();
-    void fiftyMegabytesAreRead();
+    void fiftyMegabytesAreReadAndNotAByteMore();
     void whatIsFarTooLargeForATextIsNone();
     void everyNewlineCharacterEndsALine_data();
     void everyNewlineCharacterEndsALine();
@@ -121,13 +121,16 @@ void TextFileTest::whatIsNotUtf8IsNone()
     QVERIFY(!TextFile::read(home.write(QStringLiteral("a"), content)).has_value());
 }
 
-void TextFileTest::fiftyMegabytesAreRead()
+void TextFileTest::fiftyMegabytesAreReadAndNotAByteMore()
 {
     const TestHome home;
-    const qsizetype size = 50 * 1000 * 1000;
-    const auto text = TextFile::read(home.write(QStringLiteral("a"), QByteArray(size, 'x')));
+    const qsizetype size = 50 * 1024 * 1024;
+    const QString path = home.write(QStringLiteral("a"), QByteArray(size, 'x'));
+    const auto text = TextFile::read(path);
     QVERIFY(text.has_value());
     QCOMPARE(text->size(), size);
+    QVERIFY(QFile::resize(path, size + 1));
+    QVERIFY(!TextFile::read(path).has_value());
 }
 
 void TextFileTest::whatIsFarTooLargeForATextIsNone()

@@ -6,6 +6,10 @@
 
 #include <exception>
 
+#ifdef COUNTS_COVERAGE
+extern "C" void __gcov_dump();
+#endif
+
 /// Permissions stop everybody but the superuser, as whom tests may run too.
 namespace OrdinaryUser {
 
@@ -17,9 +21,29 @@ inline bool isNeeded() { return geteuid() == 0; }
 /// Gives `path` to the user whom `run` becomes.
 inline bool own(const char *path) { return !isNeeded() || lchown(path, nobody, nobody) == 0; }
 
+/// Makes this process the user's for good.
+inline bool become(uid_t user)
+{
+#ifdef COUNTS_COVERAGE
+    // For good but for what was counted, which only the superuser can write down.
+    return setresgid(user, user, 0) == 0 && setresuid(user, user, 0) == 0;
+#else
+    return setgid(user) == 0 && setuid(user) == 0;
+#endif
+}
+
+[[noreturn]] inline void end(bool succeeded)
+{
+#ifdef COUNTS_COVERAGE
+    if (setresuid(0, 0, 0) == 0)
+        __gcov_dump();
+#endif
+    _exit(succeeded ? 0 : 1);
+}
+
 /// Calls `work` as a user whom permissions stop, in a process of its own if this one is the superuser's.
 /// False when it gave false or threw.
-template <typename Work> bool run(Work work)
+template <typename Work> bool run(Work work, uid_t user = nobody)
 {
     const auto succeeds = [&work] {
         try {
@@ -31,10 +55,8 @@ template <typename Work> bool run(Work work)
     if (!isNeeded())
         return succeeds();
     const pid_t child = fork();
-    if (child == 0) {
-        const bool changed = setgid(nobody) == 0 && setuid(nobody) == 0;
-        _exit(changed && succeeds() ? 0 : 1);
-    }
+    if (child == 0)
+        end(become(user) && succeeds());
     int status = 0;
     return child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
