@@ -1,48 +1,9 @@
 #include "AppDelegate.h"
 
 #include "PlayButton.h"
-#include "Stage.h"
+#include "Running.h"
 
 #include <QElapsedTimer>
-#include <QMessageBox>
-
-namespace {
-
-/// A window whose every way out goes through the delegate.
-class Running final {
-public:
-    Running()
-    {
-        delegate.attach(stage.model, stage.open());
-        stage.window->hide();
-        stage.window->show();
-        Stage::settle();
-    }
-
-    void startGame(const QString &script)
-    {
-        stage.model.runner.launch(QStringLiteral("/bin/sh"), { QStringLiteral("-c"), script },
-                                  stage.model.log, [](GameExit) {});
-        if (!QTest::qWaitFor([this] { return stage.model.log.lines->contains(QStringLiteral("playing")); }))
-            qFatal("The game did not start.");
-    }
-
-    void close() const
-    {
-        stage.window->close();
-        Stage::settle();
-    }
-
-    QMessageBox *question() const { return stage.visible<QMessageBox>(); }
-
-    Stage stage;
-    int ended = 0;
-    AppDelegate delegate { [this] { ++ended; } };
-};
-
-const QString game = QStringLiteral("echo playing; exec sleep 60");
-
-}
 
 class AppDelegateTest final : public QObject {
     Q_OBJECT
@@ -59,6 +20,9 @@ private Q_SLOTS:
     void anActionThatRunsIsEndedFirst();
     void aGameThatIgnoresTheRequestDoesNotHoldTheLauncher();
     void theProgramEndsOnlyOnce();
+    void nobodyIsAskedWhenTheSystemEndsTheProgram();
+    void aSystemThatEndsTheProgramTwiceEndsItOnce();
+    void aWindowThatGoesByItselfAsksNothing();
     void aGameThatEndsDuringTheQuestionLeavesTheAnswerToThePlayer();
 };
 
@@ -85,7 +49,7 @@ void AppDelegateTest::closingTheWindowWhileNoGameRunsEndsWithoutAQuestion()
 void AppDelegateTest::closingWhileTheGameRunsAsksOnce()
 {
     Running running;
-    running.startGame(game);
+    running.startGame(Running::game);
     running.close();
     running.close();
     running.delegate.requestQuit();
@@ -105,7 +69,7 @@ void AppDelegateTest::closingWhileTheGameRunsAsksOnce()
 void AppDelegateTest::keepPlayingLeavesTheGameAndTheWindow()
 {
     Running running;
-    running.startGame(game);
+    running.startGame(Running::game);
     running.close();
     Stage::click(*running.question(), QStringLiteral("Keep Playing"));
     QVERIFY(!running.question());
@@ -121,7 +85,7 @@ void AppDelegateTest::keepPlayingLeavesTheGameAndTheWindow()
 void AppDelegateTest::escapeKeepsPlaying()
 {
     Running running;
-    running.startGame(game);
+    running.startGame(Running::game);
     running.close();
     QTest::keyClick(running.question(), Qt::Key_Escape);
     Stage::settle();
@@ -133,7 +97,7 @@ void AppDelegateTest::escapeKeepsPlaying()
 void AppDelegateTest::quitStopsTheGameAndEnds()
 {
     Running running;
-    running.startGame(game);
+    running.startGame(Running::game);
     running.close();
     Stage::click(*running.question(), QStringLiteral("Quit"));
     QVERIFY(!running.stage.window->isVisible());
@@ -144,7 +108,7 @@ void AppDelegateTest::quitStopsTheGameAndEnds()
 void AppDelegateTest::returnQuits()
 {
     Running running;
-    running.startGame(game);
+    running.startGame(Running::game);
     running.close();
     QTest::keyClick(running.question(), Qt::Key_Return);
     QTRY_COMPARE(running.ended, 1);
@@ -153,7 +117,7 @@ void AppDelegateTest::returnQuits()
 void AppDelegateTest::theDesktopsOwnQuitAsksToo()
 {
     Running running;
-    running.startGame(game);
+    running.startGame(Running::game);
     QEvent quit(QEvent::Quit);
     QCoreApplication::sendEvent(qApp, &quit);
     Stage::settle();
@@ -195,15 +159,56 @@ void AppDelegateTest::theProgramEndsOnlyOnce()
     Running running;
     running.close();
     running.delegate.requestQuit();
+    QVERIFY(running.stage.window->close()); // an end of the session closes every window
     QTRY_COMPARE(running.ended, 1);
     QTest::qWait(1000);
     QCOMPARE(running.ended, 1);
 }
 
+void AppDelegateTest::nobodyIsAskedWhenTheSystemEndsTheProgram()
+{
+    Running running;
+    running.startGame(Running::game);
+    running.close();
+    QVERIFY(running.question());
+    running.delegate.quitAtOnce();
+    QVERIFY(running.stage.window->findChildren<QMessageBox *>().isEmpty());
+    QVERIFY(!running.stage.window->isVisible());
+    QTRY_COMPARE(running.ended, 1);
+    QTRY_VERIFY(!running.stage.model.runner.isRunning);
+}
+
+void AppDelegateTest::aSystemThatEndsTheProgramTwiceEndsItOnce()
+{
+    Stage stage;
+    MainWindow window(stage.model, stage.player.preferences);
+    int ended = 0;
+    AppDelegate delegate([&ended] { ++ended; });
+    delegate.attach(stage.model, window);
+    int leaving = 0;
+    connect(&delegate, &AppDelegate::leaving, this, [&leaving] { ++leaving; });
+    delegate.quitAtOnce();
+    delegate.quitAtOnce();
+    QCOMPARE(ended, 1);
+    QCOMPARE(leaving, 1);
+}
+
+void AppDelegateTest::aWindowThatGoesByItselfAsksNothing()
+{
+    Running running;
+    running.startGame(Running::game);
+    running.stage.window.reset();
+    Stage::settle();
+    QCOMPARE(running.ended, 0);
+    QVERIFY(running.stage.model.runner.isRunning);
+    running.delegate.quitAtOnce();
+    QTRY_COMPARE(running.ended, 1);
+}
+
 void AppDelegateTest::aGameThatEndsDuringTheQuestionLeavesTheAnswerToThePlayer()
 {
     Running running;
-    running.startGame(game);
+    running.startGame(Running::game);
     running.close();
     running.stage.model.runner.stop();
     QTRY_VERIFY(!running.stage.model.runner.isRunning);

@@ -22,6 +22,7 @@ private Q_SLOTS:
     void theBoxGrowsWithItsLinesAndThenScrolls();
     void oddLinesAreShownQuicklyAndCopiedExactly();
     void aMessageOfAHundredThousandCharactersDoesNotFreezeTheWindow();
+    void linesThatAreTooMuchForOneTurnComeInTheNext();
 };
 
 void FailureViewTest::aFailureWithoutLinesShowsTheMessageAndCopyButNoBox()
@@ -138,6 +139,22 @@ void FailureViewTest::aMessageOfAHundredThousandCharactersDoesNotFreezeTheWindow
     Stage::settle();
     stage.window->grab();
     QVERIFY(std::clock() - start < 5 * CLOCKS_PER_SEC);
+}
+
+void FailureViewTest::linesThatAreTooMuchForOneTurnComeInTheNext()
+{
+    Stage stage;
+    stage.open();
+    QStringList lines;
+    for (int line = 0; line < 30; ++line)
+        lines << QString::number(line) + QString(40000, QLatin1Char('x'));
+    stage.model.failureMessage = QStringLiteral("It failed.");
+    stage.model.failureLines = lines;
+    Stage::settle();
+    const auto *text = stage.visible<FailureView>()->findChild<LogText *>();
+    const auto shown = [text] { return text->toPlainText().remove(QLatin1Char('\n')); };
+    QTRY_COMPARE(shown().size(), lines.join(QString()).size());
+    QCOMPARE(shown(), lines.join(QString()));
 }
 
 QTEST_MAIN(FailureViewTest)

@@ -1,3 +1,4 @@
+#include "CodeHost.h"
 #include "Desktop.h"
 #include "PlayButton.h"
 #include "ProgressBlock.h"
@@ -19,6 +20,8 @@ private Q_SLOTS:
     void tabGoesThroughEveryControlAndComesBack();
     void theShortcutsOpenTheSettingsAndCloseTheWindow();
     void copyTakesTheFailureReport();
+    void whoGoesByKeySeesWhereTheFocusIs_data();
+    void whoGoesByKeySeesWhereTheFocusIs();
     void theMenusAreThereOnMacOnly();
 };
 
@@ -140,6 +143,39 @@ void KeyboardTest::copyTakesTheFailureReport()
     QCOMPARE(stage.player.pasteboard.texts, QStringList { report });
     Stage::click(*stage.window, QStringLiteral("Copy"));
     QCOMPARE(stage.player.pasteboard.texts, (QStringList { report, report }));
+}
+
+void KeyboardTest::whoGoesByKeySeesWhereTheFocusIs_data()
+{
+    QTest::addColumn<QString>("sheet");
+    QTest::addColumn<QString>("control");
+    QTest::newRow("Play") << QString() << QStringLiteral("Play");
+    QTest::newRow("a choice") << QStringLiteral("Settings\u2026") << QStringLiteral("Windowed");
+    QTest::newRow("a link") << QStringLiteral("About")
+                            << CodeHost::url(QStringLiteral("/Kestrelwood/Vantor")).toString();
+}
+
+void KeyboardTest::whoGoesByKeySeesWhereTheFocusIs()
+{
+    QFETCH(const QString, sheet);
+    QFETCH(const QString, control);
+    Stage stage;
+    stage.open();
+    if (!sheet.isEmpty())
+        Stage::click(*stage.window, sheet);
+    auto *button = Stage::button(*stage.window, control);
+    QVERIFY(button);
+    const auto goOn = [button] {
+        QTest::keyClick(button->window(), Qt::Key_Tab);
+        Stage::settle();
+    };
+    do
+        goOn();
+    while (!button->hasFocus());
+    const QImage focused = button->grab().toImage();
+    goOn();
+    QVERIFY(!button->hasFocus());
+    QVERIFY(button->grab().toImage() != focused);
 }
 
 void KeyboardTest::theMenusAreThereOnMacOnly()

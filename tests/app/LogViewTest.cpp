@@ -81,6 +81,7 @@ private Q_SLOTS:
     void nothingIsSelectedUnlessThePlayerSelects();
     void theCopiedTextIsExactWhateverItHolds();
     void aPartOfALongLineIsCopiedExactly();
+    void aCharacterOfTwoHalvesIsNotCutInTwo();
     void harmfulCharactersAreShownAsSignsOfTheSameLength_data();
     void harmfulCharactersAreShownAsSignsOfTheSameLength();
     void aLineOfAnotherScriptStaysOnTheLeft();
@@ -256,6 +257,20 @@ void LogViewTest::aPartOfALongLineIsCopiedExactly()
     QCOMPARE(QGuiApplication::clipboard()->text(), line.mid(from, to - from));
 }
 
+void LogViewTest::aCharacterOfTwoHalvesIsNotCutInTwo()
+{
+    Shown shown;
+    // With one letter in front, or with none, one of the two lines would be cut in the middle of a character.
+    QString runners;
+    while (runners.size() < 20000)
+        runners += QStringLiteral("\U0001f3c3");
+    shown.log.lines = QStringList { runners, QLatin1Char('x') + runners };
+    shown.settle();
+    QVERIFY(shown.text->document()->blockCount() > 2);
+    QVERIFY(!shown.text->toPlainText().contains(QChar(QChar::ReplacementCharacter)));
+    QCOMPARE(shown.copied(), shown.log.lines->join(u'\n'));
+}
+
 void LogViewTest::harmfulCharactersAreShownAsSignsOfTheSameLength_data()
 {
     QTest::addColumn<QString>("text");
@@ -270,6 +285,14 @@ void LogViewTest::harmfulCharactersAreShownAsSignsOfTheSameLength_data()
     QTest::newRow("directions") << QStringLiteral("\u202e\u2067\u200f\u061c") << QString(4, QChar(0xfffd));
     QTest::newRow("separators") << QStringLiteral("\u2028\u2029") << QStringLiteral("\u2424\u2424");
     QTest::newRow("layout marks") << QStringLiteral("\ufdd0\ufdd1\ufffc") << QString(3, QChar(0xfffd));
+    QTest::newRow("the first and the last of each kind")
+        << QStringLiteral("\u009f\u200e\u202a\u202e\u2066\u2069\ufdef\ufffe\uffff")
+        << QString(9, QChar(0xfffd));
+    QTest::newRow("the neighbours of each kind")
+        << QStringLiteral("~\u00a0\u200d\u2010\u202f\u2065\u206a\ufdcf\ufdf0\ufffb")
+        << QStringLiteral("~\u00a0\u200d\u2010\u202f\u2065\u206a\ufdcf\ufdf0\ufffb");
+    QTest::newRow("half a character at the end") << QString(QChar(0xd83d)) << QStringLiteral("\ufffd");
+    QTest::newRow("half a character at the beginning") << QString(QChar(0xdc00)) << QStringLiteral("\ufffd");
     QTest::newRow("half characters") << QString(QChar(0xd83d)) + QChar(u'x') + QChar(0xdc00)
                                      << QStringLiteral("\ufffdx\ufffd");
 }

@@ -259,6 +259,8 @@ void MainWindowTest::settingsAndAboutOpenTheirSheetsOnce()
 
     Stage::click(*stage.window, QStringLiteral("About"));
     QVERIFY(stage.visible<AboutView>());
+    stage.window->findChild<ContentView *>()->showAbout();
+    QCOMPARE(stage.window->findChildren<AboutView *>().size(), 1);
     QTest::keyClick(stage.visible<AboutView>(), Qt::Key_Escape);
     Stage::settle();
     QVERIFY(!stage.visible<AboutView>());

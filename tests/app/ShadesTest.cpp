@@ -13,6 +13,7 @@ private Q_SLOTS:
     void everyTextCanBeReadInEveryPalette_data();
     void everyTextCanBeReadInEveryPalette();
     void aColourThatStandsOutStaysAsItIs();
+    void whatNoMixtureReachesIsWhiteOrBlack();
     void aDarkDesktopGetsALighterRed();
     void theTextSizesFollowTheDesktopsFont();
     void aFontInPixelsIsScaledToo();
@@ -60,6 +61,12 @@ void ShadesTest::aColourThatStandsOutStaysAsItIs()
 {
     QCOMPARE(Shades::readable(Qt::black, Qt::white, Shades::textContrast), QColor(Qt::black));
     QCOMPARE(Shades::readable(QColor(0x80, 0, 0), Qt::white, Shades::textContrast), QColor(0x80, 0, 0));
+}
+
+void ShadesTest::whatNoMixtureReachesIsWhiteOrBlack()
+{
+    QCOMPARE(Shades::readable(Qt::red, Qt::black, 21), QColor(Qt::white));
+    QCOMPARE(Shades::readable(Qt::red, Qt::white, 21), QColor(Qt::black));
 }
 
 void ShadesTest::aDarkDesktopGetsALighterRed()

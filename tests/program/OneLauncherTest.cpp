@@ -3,6 +3,7 @@
 #include "TestHome.h"
 
 #include <QDirIterator>
+#include <QLocalSocket>
 #include <QProcess>
 #include <QTest>
 
@@ -89,6 +90,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("token");
         QTest::newRow("two lines") << QByteArray("one\ncome forward two");
+        QTest::newRow("two words") << QByteArray("one two");
         QTest::newRow("longer than any") << QByteArray(100000, 'x');
     }
 
@@ -219,6 +221,30 @@ private Q_SLOTS:
         Candidate second(m_root, {}, 500);
         QCOMPARE(second.line(), QStringLiteral("other is silent"));
         QVERIFY(timer.elapsed() < 5000);
+    }
+
+    void aStrangerIsGotRidOf_data()
+    {
+        QTest::addColumn<QByteArray>("words");
+        QTest::newRow("who writes without end") << QByteArray(100000, 'x');
+        QTest::newRow("who wants something else") << QByteArray("open the window, please\n");
+    }
+
+    void aStrangerIsGotRidOf()
+    {
+        QFETCH(QByteArray, words);
+        Candidate first(m_root);
+        QCOMPARE(first.line(), QStringLiteral("holds"));
+        QDirIterator entries(m_runtime, QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
+        QLocalSocket stranger;
+        stranger.connectToServer(entries.next());
+        QVERIFY(stranger.waitForConnected(timeLimit));
+        stranger.write(words);
+        QTRY_COMPARE_WITH_TIMEOUT(stranger.state(), QLocalSocket::UnconnectedState, timeLimit);
+
+        Candidate second(m_root);
+        QCOMPARE(second.line(), QStringLiteral("other came forward"));
+        QCOMPARE(first.line(), QStringLiteral("came forward []"));
     }
 
     void theNextLauncherTakesOverFromOneThatIsEnding()

@@ -1,0 +1,133 @@
+// The desktop's session ends while the game runs. The session is one of the test's own.
+
+#include "Running.h"
+
+#include <private/qguiapplication_p.h>
+#include <private/qsessionmanager_p.h>
+#include <qpa/qplatformsessionmanager.h>
+
+#include <QScopedValueRollback>
+
+namespace {
+
+class Session final : public QPlatformSessionManager {
+public:
+    Session()
+        : QPlatformSessionManager({}, {})
+        , m_place(platformSide(), this)
+    {
+    }
+
+    bool allowsInteraction() override { return letsAsk; }
+    void release() override { ++released; }
+    void cancel() override { ++cancelled; }
+
+    bool letsAsk = true;
+    int released = 0;
+    int cancelled = 0;
+
+private:
+    static QPlatformSessionManager *&platformSide()
+    {
+        auto *manager = QGuiApplicationPrivate::instance()->session_manager;
+        return static_cast<QSessionManagerPrivate *>(QObjectPrivate::get(manager))->platformSessionManager;
+    }
+
+    const QScopedValueRollback<QPlatformSessionManager *> m_place;
+};
+
+/// Presses `answer` as soon as the question is there: the session waits for it.
+void answerWith(Running &running, const QString &answer)
+{
+    auto *look = new QTimer(&running.delegate);
+    QObject::connect(look, &QTimer::timeout, look, [look, &running, answer] {
+        if (QMessageBox *question = running.question()) {
+            look->stop();
+            Stage::click(*question, answer);
+        }
+    });
+    look->start(10);
+}
+
+}
+
+class SessionEndTest final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void withoutAGameTheSessionEndsUnasked()
+    {
+        Running running;
+        Session session;
+        session.appCommitData();
+        QVERIFY(!running.question());
+        QCOMPARE(session.cancelled, 0);
+    }
+
+    void aSessionThatLetsNobodyAskEndsUnasked()
+    {
+        Running running;
+        running.startGame(Running::game);
+        Session session;
+        session.letsAsk = false;
+        session.appCommitData();
+        QVERIFY(!running.question());
+        QCOMPARE(session.cancelled, 0);
+        QVERIFY(running.stage.model.runner.isRunning);
+    }
+
+    void whoKeepsPlayingKeepsTheSession()
+    {
+        Running running;
+        running.startGame(Running::game);
+        Session session;
+        answerWith(running, QStringLiteral("Keep Playing"));
+        session.appCommitData();
+        QCOMPARE(session.released, 1);
+        QCOMPARE(session.cancelled, 1);
+        QVERIFY(!running.question());
+        QVERIFY(running.stage.window->isVisible());
+        QVERIFY(running.stage.model.runner.isRunning);
+        QCOMPARE(running.ended, 0);
+    }
+
+    void whoQuitsLetsTheSessionEnd()
+    {
+        Running running;
+        running.startGame(Running::game);
+        Session session;
+        answerWith(running, QStringLiteral("Quit"));
+        session.appCommitData();
+        QCOMPARE(session.released, 1);
+        QCOMPARE(session.cancelled, 0);
+        QTRY_COMPARE(running.ended, 1);
+        QTRY_VERIFY(!running.stage.model.runner.isRunning);
+    }
+
+    void aQuestionThatIsOpenAlreadyIsAskedAnew()
+    {
+        Running running;
+        running.startGame(Running::game);
+        running.close();
+        QVERIFY(running.question());
+        Session session;
+        answerWith(running, QStringLiteral("Keep Playing"));
+        session.appCommitData();
+        QCOMPARE(session.cancelled, 1);
+        QVERIFY(running.stage.window->findChildren<QMessageBox *>().isEmpty());
+    }
+
+    void aLauncherThatLeavesIsNotAskedAgain()
+    {
+        Running running;
+        running.startGame(QStringLiteral("trap '' TERM; echo playing; sleep 3"));
+        Session session;
+        running.delegate.quitAtOnce();
+        session.appCommitData();
+        QCOMPARE(session.released, 0);
+        QTRY_COMPARE(running.ended, 1);
+    }
+};
+
+QTEST_MAIN(SessionEndTest)
+#include "SessionEndTest.moc"
