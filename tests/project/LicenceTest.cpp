@@ -162,6 +162,8 @@ void LicenceTest::theAuthorIsWhatIsLeftOfTheCopyrightLine_data()
     row("digits of other writings", QStringLiteral("Copyright \u0662\u0660\u0662\u0661 Jane Roe"), jane);
     row("Roman numerals and fractions", QStringLiteral("Copyright \u216b \u00bd Jane Roe"), jane);
     row("digits beyond the first plane", QStringLiteral("Copyright \U0001D7D0\U0001D7CE Jane Roe"), jane);
+    row("nothing but digits beyond the first plane", QStringLiteral("Copyright \U0001D7D0\U0001D7CE"),
+        QStringLiteral("see LICENSE"));
     row("letters beyond the first plane stay", QStringLiteral("Copyright 2020 \U0001D4D9ane"),
         QStringLiteral("\U0001D4D9ane"));
     row("a sign within a sign", QStringLiteral("Copyright ((c)c) 2020 Jane"),

@@ -36,6 +36,11 @@ void TextLinesTest::everyNewlineCharacterEndsALine()
 {
     QCOMPARE(linesOf("a\nb\vc\fd\re\u0085f\u2028g\u2029h"), QStringLiteral("a b c d e f g h").split(u' '));
     QCOMPARE(linesOf("a\u001cb\u00a0c\u200bd\u0086e\u2027f\u202ag").size(), 1);
+    // Nor does the beginning of one where the text ends; what follows it in memory is none of the text.
+    for (const char *text : { "a\xc2\x85", "a\xe2\x80\xa8" }) {
+        for (qsizetype size = 2; size < QByteArrayView(text).size(); ++size)
+            QVERIFY(linesOf({ text, size }).first().size() > 1);
+    }
 }
 
 void TextLinesTest::onlyNewlineCharactersEndALine()

@@ -63,6 +63,15 @@ private Q_SLOTS:
         QVERIFY(!isTrusted({ { "a", "" } }));
     }
 
+    void aTargetThatIsNoProperPathIsNotFine()
+    {
+        QVERIFY(!isTrusted({ { "a", "" } }));
+        QVERIFY(!isTrusted({ { "a", "b\nc" } }));
+        QVERIFY(!isTrusted({ { "a", "b\xff" } }));
+        QVERIFY(isTrusted({ { "a", std::string(1024, 'b') } }));
+        QVERIFY(!isTrusted({ { "a", std::string(1025, 'b') } }));
+    }
+
     void aWayThroughAnotherLinkIsFollowed()
     {
         QVERIFY(isTrusted({ { "up/here", ".." }, { "a", "up/here/b" } }));

@@ -29,6 +29,8 @@ private Q_SLOTS:
         row("too many", "-x -k a b c");
         row("another order", "-k -x a b");
         row("another option", "-c -k a b");
+        row("another second option", "-x -c a b");
+        row("another word for a check", "--verify a");
         row("a check of nothing", "--check");
         row("a check with a folder", "--check a b");
     }
@@ -88,6 +90,15 @@ private Q_SLOTS:
     {
         m_home->write(QStringLiteral("folder/a"), "before");
         const Unpacker result = unpack({ ZipEntry::file("a", "content") });
+        QCOMPARE(result.status, 1);
+        QCOMPARE(result.problems, QStringLiteral("“a” could not be created: File exists.\n"));
+        QCOMPARE(content(QStringLiteral("a")), QByteArray("before"));
+    }
+
+    void aLinkDoesNotTakeThePlaceOfAFileThatIsThere()
+    {
+        m_home->write(QStringLiteral("folder/a"), "before");
+        const Unpacker result = unpack({ ZipEntry::link("a", "b"), ZipEntry::file("b", "content") });
         QCOMPARE(result.status, 1);
         QCOMPARE(result.problems, QStringLiteral("“a” could not be created: File exists.\n"));
         QCOMPARE(content(QStringLiteral("a")), QByteArray("before"));
