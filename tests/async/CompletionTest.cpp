@@ -122,6 +122,16 @@ private Q_SLOTS:
         QCOMPARE(steps, 1);
     }
 
+    void whatFailsAfterAStopFailsBecauseOfIt()
+    {
+        std::stop_source stop;
+        const std::runtime_error failure("out of space");
+        QVERIFY(!isCancellation(failure, stop.get_token()));
+        QVERIFY(isCancellation(CancellationError(), stop.get_token()));
+        stop.request_stop();
+        QVERIFY(isCancellation(failure, stop.get_token()));
+    }
+
     void anActionWhoseHandleIsDroppedRunsOn()
     {
         int steps = 0;

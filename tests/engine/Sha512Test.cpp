@@ -1,5 +1,6 @@
 #include "EngineManager.h"
 
+#include "CancellationError.h"
 #include "FileError.h"
 #include "TestHome.h"
 
@@ -57,6 +58,15 @@ private Q_SLOTS:
         const auto error = failure(home.path());
         QVERIFY(error);
         QCOMPARE(error->code(), EISDIR);
+    }
+
+    void aStopEndsTheReading()
+    {
+        const TestHome home;
+        std::stop_source stop;
+        stop.request_stop();
+        const QString file = home.write(QStringLiteral("file"), "content");
+        QVERIFY_THROWS_EXCEPTION(CancellationError, EngineManager::sha512(file, stop.get_token()));
     }
 
 private:

@@ -227,6 +227,18 @@ private Q_SLOTS:
         QVERIFY(!QFileInfo::exists(Paths::root()));
     }
 
+    void whatWasReadOfARemovedGameIsDropped()
+    {
+        Player player;
+        player.home.write(QStringLiteral("data/Vantor Platformer/Game/project.godot"),
+                          "config/name=\"Hill Run\"\n");
+        AppModel &model = player.startModel(); // which reads it in the background
+        model.removeEverything();
+        QVERIFY(QThreadPool::globalInstance()->waitForDone(20000));
+        QCoreApplication::processEvents();
+        QVERIFY(!model.info.get());
+    }
+
     void removeEverythingWhileTheGameIsReadForPlayLeavesNothingOfItInTheWindow()
     {
         Player player;

@@ -160,7 +160,7 @@ private Q_SLOTS:
         entry.extra = ZipBuilder::field(0x5455, QByteArray(1, 1) + ZipBuilder::u32(time));
         ZipEntry gameFolder = ZipEntry::folder("game/");
         gameFolder.extra = entry.extra;
-        QCOMPARE(unpack({ gameFolder, entry }).status, 0);
+        QCOMPARE(unpack({ gameFolder, entry, ZipEntry::link("game/link", "a") }).status, 0);
         QCOMPARE(QFileInfo(folder() + QStringLiteral("/game/a")).lastModified().toSecsSinceEpoch(), time);
         QCOMPARE(QFileInfo(folder() + QStringLiteral("/game")).lastModified().toSecsSinceEpoch(), time);
     }
