@@ -24,10 +24,11 @@ StallWatch::Clock::time_point now() { return StallWatch::Clock::now(); }
 
 }
 
-HttpExchange::HttpExchange(CURLM *multi, const HttpTransfer::Request &request,
+HttpExchange::HttpExchange(const CurlLibrary &curl, CURLM *multi, const HttpTransfer::Request &request,
                            const std::atomic<bool> &cancelled, const HttpTransfer::OnBody &onBody)
-    : m_multi(multi)
-    , m_easy(curl_easy_init())
+    : m_curl(curl)
+    , m_multi(multi)
+    , m_easy(m_curl.curl_easy_init())
     , m_request(request)
     , m_cancelled(cancelled)
     , m_onBody(onBody)
@@ -37,11 +38,12 @@ HttpExchange::HttpExchange(CURLM *multi, const HttpTransfer::Request &request,
         throw TransferError::couldNotBegin();
 }
 
-HttpExchange::~HttpExchange() { curl_easy_cleanup(m_easy); }
+HttpExchange::~HttpExchange() { m_curl.curl_easy_cleanup(m_easy); }
 
 void HttpExchange::setOptions(const QByteArray &url)
 {
-    const auto set = [this](CURLoption option, auto value) { curl_easy_setopt(m_easy, option, value); };
+    const auto set
+        = [this](CURLoption option, auto value) { m_curl.curl_easy_setopt(m_easy, option, value); };
     const TransferRules &rules = m_request.rules;
 
     set(CURLOPT_URL, url.constData());
@@ -92,9 +94,9 @@ HttpExchange::Answer HttpExchange::perform(const QByteArray &url)
     m_detail[0] = '\0';
     setOptions(url);
 
-    if (curl_multi_add_handle(m_multi, m_easy) != CURLM_OK)
+    if (m_curl.curl_multi_add_handle(m_multi, m_easy) != CURLM_OK)
         throw TransferError::couldNotBegin();
-    const auto remove = [this](CURL *easy) { curl_multi_remove_handle(m_multi, easy); };
+    const auto remove = [this](CURL *easy) { m_curl.curl_multi_remove_handle(m_multi, easy); };
     const std::unique_ptr<CURL, decltype(remove)> added(m_easy, remove);
 
     const CURLcode code = drive();
@@ -132,7 +134,7 @@ CURLcode HttpExchange::drive()
     using namespace std::chrono;
     while (true) {
         int running = 0;
-        if (curl_multi_perform(m_multi, &running) != CURLM_OK)
+        if (m_curl.curl_multi_perform(m_multi, &running) != CURLM_OK)
             throw TransferError::couldNotBegin();
         if (const auto code = result())
             return *code;
@@ -141,15 +143,15 @@ CURLcode HttpExchange::drive()
         const auto left = ceil<milliseconds>(m_watch.deadline() - now());
         if (left <= milliseconds::zero())
             throw TransferError::timedOut();
-        curl_multi_poll(m_multi, nullptr, 0,
-                        static_cast<int>(std::min<milliseconds>(left, seconds(1)).count()), nullptr);
+        m_curl.curl_multi_poll(m_multi, nullptr, 0,
+                               static_cast<int>(std::min<milliseconds>(left, seconds(1)).count()), nullptr);
     }
 }
 
 std::optional<CURLcode> HttpExchange::result() const
 {
     int left = 0;
-    while (const CURLMsg *message = curl_multi_info_read(m_multi, &left)) {
+    while (const CURLMsg *message = m_curl.curl_multi_info_read(m_multi, &left)) {
         if (message->msg == CURLMSG_DONE)
             return message->data.result;
     }
@@ -160,7 +162,7 @@ TransferError HttpExchange::failure(CURLcode code) const
 {
     // A proxy that refuses to connect us has several results in libcurl's versions.
     long proxyStatus = 0;
-    curl_easy_getinfo(m_easy, CURLINFO_HTTP_CONNECTCODE, &proxyStatus);
+    m_curl.curl_easy_getinfo(m_easy, CURLINFO_HTTP_CONNECTCODE, &proxyStatus);
     const bool refusedByProxy = proxyStatus != 0 && (proxyStatus < 200 || proxyStatus > 299);
     return TransferError::fromCurl(refusedByProxy ? CURLE_PROXY : code, m_detail);
 }
@@ -213,7 +215,7 @@ void HttpExchange::takeHeaderLine(QByteArrayView line)
 void HttpExchange::takeEndOfHead()
 {
     long status = 0;
-    curl_easy_getinfo(m_easy, CURLINFO_RESPONSE_CODE, &status);
+    m_curl.curl_easy_getinfo(m_easy, CURLINFO_RESPONSE_CODE, &status);
     if (status < 200)
         return; // another head follows
     m_answer.status = static_cast<int>(status);
@@ -221,7 +223,7 @@ void HttpExchange::takeEndOfHead()
     if (m_isComplete)
         return;
     curl_off_t length = -1;
-    curl_easy_getinfo(m_easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+    m_curl.curl_easy_getinfo(m_easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
     m_total = length;
     if (m_isBeyondNumbers || m_total > m_request.rules.largestBody)
         throw TransferError::tooLarge();

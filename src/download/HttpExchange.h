@@ -1,10 +1,9 @@
 #pragma once
 
+#include "CurlLibrary.h"
 #include "HttpTransfer.h"
 #include "StallWatch.h"
 #include "TransferError.h"
-
-#include <curl/curl.h>
 
 #include <atomic>
 #include <optional>
@@ -23,8 +22,8 @@ public:
     };
 
     /// Everything outlives the exchange. `multi` lets another thread wake it up after setting `cancelled`.
-    HttpExchange(CURLM *multi, const HttpTransfer::Request &request, const std::atomic<bool> &cancelled,
-                 const HttpTransfer::OnBody &onBody);
+    HttpExchange(const CurlLibrary &curl, CURLM *multi, const HttpTransfer::Request &request,
+                 const std::atomic<bool> &cancelled, const HttpTransfer::OnBody &onBody);
     ~HttpExchange();
     HttpExchange(const HttpExchange &) = delete;
     HttpExchange &operator=(const HttpExchange &) = delete;
@@ -46,6 +45,7 @@ private:
     void takeEndOfHead();
     void takePiece(QByteArrayView piece);
 
+    const CurlLibrary &m_curl;
     CURLM *m_multi;
     CURL *m_easy;
     const HttpTransfer::Request &m_request;

@@ -12,22 +12,23 @@ using namespace Qt::StringLiterals;
 namespace {
 
 struct UrlCleanup {
-    void operator()(CURLU *url) const { curl_url_cleanup(url); }
+    void operator()(CURLU *url) const { CurlLibrary::loaded()->curl_url_cleanup(url); }
 };
 using Url = std::unique_ptr<CURLU, UrlCleanup>;
 
 struct MultiCleanup {
-    void operator()(CURLM *multi) const { curl_multi_cleanup(multi); }
+    void operator()(CURLM *multi) const { CurlLibrary::loaded()->curl_multi_cleanup(multi); }
 };
 using Multi = std::unique_ptr<CURLM, MultiCleanup>;
 
 QByteArray partOf(const Url &url, CURLUPart part)
 {
+    const CurlLibrary &curl = *CurlLibrary::loaded();
     char *text = nullptr;
-    if (curl_url_get(url.get(), part, &text, 0) != CURLUE_OK)
+    if (curl.curl_url_get(url.get(), part, &text, 0) != CURLUE_OK)
         return {};
     const QByteArray copy(text);
-    curl_free(text);
+    curl.curl_free(text);
     return copy;
 }
 
@@ -49,13 +50,14 @@ bool isRedirect(const HttpExchange::Answer &answer)
 /// name and password that the server may have put there.
 QByteArray redirected(const QByteArray &from, const QByteArray &location)
 {
-    const Url url(curl_url());
-    const bool isRead = url && curl_url_set(url.get(), CURLUPART_URL, from.constData(), 0) == CURLUE_OK
-        && curl_url_set(url.get(), CURLUPART_URL, location.constData(), CURLU_URLENCODE) == CURLUE_OK;
+    const CurlLibrary &curl = *CurlLibrary::loaded();
+    const Url url(curl.curl_url());
+    const bool isRead = url && curl.curl_url_set(url.get(), CURLUPART_URL, from.constData(), 0) == CURLUE_OK
+        && curl.curl_url_set(url.get(), CURLUPART_URL, location.constData(), CURLU_URLENCODE) == CURLUE_OK;
     if (!isRead)
         throw TransferError::notUnderstood();
     for (const CURLUPart part : { CURLUPART_USER, CURLUPART_PASSWORD, CURLUPART_OPTIONS, CURLUPART_FRAGMENT })
-        curl_url_set(url.get(), part, nullptr, 0);
+        curl.curl_url_set(url.get(), part, nullptr, 0);
 
     const QByteArray scheme = partOf(url, CURLUPART_SCHEME);
     const bool isAllowed = scheme == "https" || (scheme == "http" && !from.startsWith("https:"));
@@ -101,7 +103,7 @@ struct HttpTransfer::Private {
         if ((scheme != "http"_L1 && scheme != "https"_L1) || request.url.host().isEmpty())
             throw TransferError::fromCurl(CURLE_URL_MALFORMAT, {});
         QByteArray url = request.url.toEncoded(QUrl::RemoveUserInfo | QUrl::RemoveFragment);
-        HttpExchange exchange(multi.get(), request, cancelled, onBody);
+        HttpExchange exchange(*CurlLibrary::loaded(), multi.get(), request, cancelled, onBody);
         for (int followed = 0;; ++followed) {
             const HttpExchange::Answer answer = exchange.perform(url);
             if (!isRedirect(answer))
@@ -116,17 +118,16 @@ struct HttpTransfer::Private {
 HttpTransfer::HttpTransfer(Request request, OnBody onBody, OnEnd onEnd)
     : m_private(std::make_unique<Private>())
 {
-    static const CURLcode ready
-        = curl_global_init(CURL_GLOBAL_DEFAULT); // never undone: other threads may be in it
-    Q_UNUSED(ready)
-
     m_private->request = std::move(request);
     m_private->onBody = std::move(onBody);
     m_private->onEnd = std::move(onEnd);
-    m_private->multi.reset(curl_multi_init());
+    const CurlLibrary *const curl = CurlLibrary::loaded();
+    if (!curl)
+        return; // which `start` finds out
+    m_private->multi.reset(curl->curl_multi_init());
 #if LIBCURL_VERSION_NUM >= 0x081400
-    curl_multi_setopt(m_private->multi.get(), CURLMOPT_QUICK_EXIT,
-                      1L); // as for the exchange: do not wait for a lookup
+    curl->curl_multi_setopt(m_private->multi.get(), CURLMOPT_QUICK_EXIT,
+                            1L); // as for the exchange: do not wait for a lookup
 #endif
 }
 
@@ -152,5 +153,5 @@ void HttpTransfer::cancel()
 {
     m_private->cancelled = true;
     if (m_private->multi)
-        curl_multi_wakeup(m_private->multi.get());
+        CurlLibrary::loaded()->curl_multi_wakeup(m_private->multi.get());
 }

@@ -1,6 +1,6 @@
 #include "TransferError.h"
 
-#include <curl/curl.h>
+#include "CurlLibrary.h"
 
 using namespace Qt::StringLiterals;
 
@@ -58,7 +58,8 @@ TransferError TransferError::fromCurl(int code, const QByteArray &detail)
     case CURLE_URL_MALFORMAT:
         return TransferError(u"The address is not a web address."_s);
     default:
-        return TransferError(withoutFullStop(curl_easy_strerror(static_cast<CURLcode>(code))) + u'.');
+        return TransferError(
+            withoutFullStop(CurlLibrary::loaded()->curl_easy_strerror(static_cast<CURLcode>(code))) + u'.');
     }
 }
 
