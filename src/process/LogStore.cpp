@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <numeric>
 #include <utility>
 
 namespace {
@@ -43,7 +44,7 @@ public:
     {
         const QString text = withoutNewlinesAtEnds(line);
         if (QThread::currentThreadId() == m_mainThread)
-            store(text);
+            store({ text });
         else
             push(text);
     }
@@ -72,14 +73,13 @@ private:
     void storeAll()
     {
         ++m_eventsBegun;
-        for (const QString &line : takeAll())
-            store(line);
+        store(takeAll());
     }
 
-    void store(const QString &line)
+    void store(const QStringList &added)
     {
         if (m_store)
-            m_store->add(line);
+            m_store->add(added);
     }
 
     /// The lines in the order in which they came.
@@ -115,25 +115,23 @@ std::function<void(const QString &)> LogStore::appender() const
     return [inbox = m_inbox](const QString &line) { inbox->append(line); };
 }
 
-void LogStore::add(const QString &line)
+/// Announces once, however many lines there are: a game may print faster than observers can be told.
+void LogStore::add(const QStringList &added)
 {
-    lines.change([&line](QStringList &all) { all.append(line); });
-
-    m_textLength += line.size();
-    if (++m_countedLines != lines->size()) {
+    const QStringList newest = added.mid(std::max<qsizetype>(0, added.size() - maxLines));
+    const auto length = [](qint64 sum, const QString &line) { return sum + line.size(); };
+    if (m_countedLines != lines->size()) {
         // The list was assigned to since the last line.
-        m_countedLines = lines->size();
-        m_textLength = 0;
-        for (const QString &kept : lines.get())
-            m_textLength += kept.size();
+        m_textLength = std::accumulate(lines->cbegin(), lines->cend(), qint64(0), length);
     }
-
-    qint64 surplus = 0;
-    while (m_countedLines > maxLines || (m_textLength > maxTextLength && m_countedLines > 1)) {
-        m_textLength -= lines->at(surplus).size();
-        --m_countedLines;
-        ++surplus;
-    }
-    if (surplus > 0)
-        lines.change([surplus](QStringList &all) { all.remove(0, surplus); });
+    m_textLength = std::accumulate(newest.cbegin(), newest.cend(), m_textLength, length);
+    lines.change([this, &newest](QStringList &all) {
+        all.append(newest);
+        qsizetype surplus = 0;
+        for (m_countedLines = all.size();
+             m_countedLines > maxLines || (m_textLength > maxTextLength && m_countedLines > 1);
+             --m_countedLines)
+            m_textLength -= all.at(surplus++).size();
+        all.remove(0, surplus);
+    });
 }

@@ -15,8 +15,9 @@
 
 namespace {
 
-/// Even if it holds nothing but lines of one letter, the main thread stores it in a few milliseconds.
-constexpr qsizetype pieceSize = 8 * 1024;
+/// What a pipe holds. Even if that is nothing but lines of one letter, the main thread stores it in some
+/// milliseconds.
+constexpr qsizetype pieceSize = 64 * 1024;
 /// Enough to keep the reader busy while the main thread stores, little enough for one turn of its event loop.
 constexpr int mostNotesOut = 2;
 

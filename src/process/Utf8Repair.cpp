@@ -54,6 +54,9 @@ qsizetype wellFormedPrefix(QByteArrayView bytes, const Sequence &sequence)
 
 QString decodeValid(QByteArrayView bytes)
 {
+    // Which takes a byte order mark for none of the text.
+    if (!bytes.startsWith('\xEF'))
+        return QString::fromUtf8(bytes);
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
     return decoder.decode(bytes);
 }
