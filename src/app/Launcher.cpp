@@ -15,6 +15,7 @@
 #include <QApplication>
 #include <QIcon>
 #include <QMessageBox>
+#include <QPixmap>
 #include <QThreadPool>
 
 #include <cstdio>
@@ -44,7 +45,8 @@ public:
         QGuiApplication::setDesktopFileName(QStringLiteral(APPLICATION_ID));
         QIcon icon;
         for (const int size : { 16, 24, 32, 48, 64, 128, 256 })
-            icon.addFile(QStringLiteral(":/icons/vantor-platformer-%1.png").arg(size), QSize(size, size));
+            // Without its name, Qt loads all its picture formats to find the one it has built in.
+            icon.addPixmap(QPixmap(QStringLiteral(":/icons/vantor-platformer-%1.png").arg(size), "PNG"));
         QApplication::setWindowIcon(icon);
     }
 

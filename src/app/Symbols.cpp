@@ -25,7 +25,7 @@ QPainterPath limb(const QPolygonF &joints, double thickness)
     stroker.setWidth(thickness);
     stroker.setCapStyle(Qt::RoundCap);
     stroker.setJoinStyle(Qt::RoundJoin);
-    return stroker.createStroke(line).simplified();
+    return stroker.createStroke(line);
 }
 
 /// Paints the stop sign in whatever size it is asked for.
@@ -85,21 +85,22 @@ QPainterPath Symbols::runner(const QRectF &box)
     const QPointF hip(29, 36.5);
 
     QPainterPath figure;
+    figure.setFillRule(Qt::WindingFill); // for its parts lie over each other
     figure.addEllipse(QPointF(43, 7.5), 6, 6);
-    figure = figure.united(limb({ shoulder, hip }, 9));
+    figure.addPath(limb({ shoulder, hip }, 9));
     // Arms: one drawn back, one swung forward, both bent.
-    figure = figure.united(limb({ { 35.5, 18 }, { 23.5, 18 }, { 16.5, 28 } }, 5));
-    figure = figure.united(limb({ { 38, 20.5 }, { 44, 30.5 }, { 54, 28.5 } }, 5));
+    figure.addPath(limb({ { 35.5, 18 }, { 23.5, 18 }, { 16.5, 28 } }, 5));
+    figure.addPath(limb({ { 38, 20.5 }, { 44, 30.5 }, { 54, 28.5 } }, 5));
     // Legs: one pushing off behind, one with its knee lifted in front.
-    figure = figure.united(limb({ hip, { 23.5, 49 }, { 9, 52 } }, 6));
-    figure = figure.united(limb({ hip, { 42, 42.5 }, { 39, 59.5 } }, 6));
+    figure.addPath(limb({ hip, { 23.5, 49 }, { 9, 52 } }, 6));
+    figure.addPath(limb({ hip, { 42, 42.5 }, { 39, 59.5 } }, 6));
 
     const double scale = std::min(box.width(), box.height()) / grid;
     QTransform place;
     place.translate(box.center().x(), box.center().y());
     place.scale(scale, scale);
     place.translate(-grid / 2, -grid / 2);
-    return place.map(figure.simplified());
+    return place.map(figure);
 }
 
 QIcon Symbols::stopIcon() { return QIcon(new StopIconEngine); }

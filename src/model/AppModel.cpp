@@ -48,7 +48,7 @@ void AppModel::refreshState()
         return;
     }
     const EngineSpec spec
-        = EngineManager::spec(info.get() ? *info.get() : ProjectInspector::inspect(*project));
+        = EngineManager::spec(info.get() ? *info.get() : ProjectInspector::inspectForEngine(*project));
     const bool isComplete
         = EngineManager::executable(spec) && FileOperations::exists(EngineManager::markerURL(spec));
     state = isComplete ? AppState::ready() : AppState::notDownloaded();

@@ -31,14 +31,9 @@ bool isCSharpProject(const QStringList &features, const QString &root)
 
 }
 
-ProjectInfo ProjectInspector::inspect(const QString &root)
+ProjectInfo ProjectInspector::inspectForEngine(const QString &root)
 {
     const ProjectFile file = readProjectFile(root);
-    QByteArray readme = readmeText(root);
-    const QString description = blurb(readme, file.name);
-    const ControlsList controls = controlsList(std::move(readme), root);
-    const LicenseInfo license = licenseInfo(root);
-
     ProjectInfo info;
     info.root = root;
     info.name = file.name;
@@ -46,7 +41,17 @@ ProjectInfo ProjectInspector::inspect(const QString &root)
     info.features = file.features;
     info.mainScene = file.mainScene;
     info.isCSharp = isCSharpProject(file.features, root);
-    info.blurb = description;
+    return info;
+}
+
+ProjectInfo ProjectInspector::inspect(const QString &root)
+{
+    ProjectInfo info = inspectForEngine(root);
+    QByteArray readme = readmeText(root);
+    info.blurb = blurb(readme, info.name);
+    const ControlsList controls = controlsList(std::move(readme), root);
+    const LicenseInfo license = licenseInfo(root);
+
     info.licenseName = license.name;
     info.author = license.author;
     info.controls = controls.controls;

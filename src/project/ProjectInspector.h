@@ -20,6 +20,10 @@ std::optional<QString> findProjectRoot(const QString &folder);
 /// The facts of the project in `root`.
 ProjectInfo inspect(const QString &root);
 
+/// Those of them that say which engine the project wants, without reading any other file than the project's:
+/// quick enough for the launcher's start. The rest is as if nothing could be read.
+ProjectInfo inspectForEngine(const QString &root);
+
 /// Lets mouse clicks count as touches in the downloaded copy of a 3.x game whose on-screen buttons know only
 /// touches. Says in `log` what it did; does nothing, without a word, when the project file decides the
 /// setting itself or cannot be read. The file is replaced atomically.
