@@ -1,6 +1,6 @@
 #include "Controls.h"
 #include "FolderListing.h"
-#include "Licence.h"
+#include "LicenseInfo.h"
 #include "ProjectFile.h"
 #include "ProjectInspector.h"
 #include "Readme.h"

@@ -1,4 +1,4 @@
-#include "Licence.h"
+#include "LicenseInfo.h"
 
 #include "FolderListing.h"
 #include "TextFile.h"

@@ -1,11 +1,11 @@
-#include "Licence.h"
+#include "LicenseInfo.h"
 #include "TestHome.h"
 
 #include <QTest>
 
 #include <filesystem>
 
-class LicenceTest final : public QObject {
+class LicenseInfoTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -32,7 +32,7 @@ const LicenseInfo none { QStringLiteral("No licence file found in the repository
 
 }
 
-void LicenceTest::nameAndAuthorAreRead()
+void LicenseInfoTest::nameAndAuthorAreRead()
 {
     const TestHome home;
     home.write(QStringLiteral("LICENSE"),
@@ -41,7 +41,7 @@ void LicenceTest::nameAndAuthorAreRead()
              (LicenseInfo { QStringLiteral("MIT License"), QStringLiteral("Jane Roe") }));
 }
 
-void LicenceTest::anEmptyFileGivesTheTwoFallbacks()
+void LicenseInfoTest::anEmptyFileGivesTheTwoFallbacks()
 {
     const TestHome home;
     home.write(QStringLiteral("LICENSE"), "");
@@ -49,7 +49,7 @@ void LicenceTest::anEmptyFileGivesTheTwoFallbacks()
     QCOMPARE(LicenseInfo::parse("\n \t \r\n"), empty);
 }
 
-void LicenceTest::withoutAFileBothAreFixedTexts()
+void LicenseInfoTest::withoutAFileBothAreFixedTexts()
 {
     const TestHome home;
     QCOMPARE(licenseInfo(home.path()), none);
@@ -58,7 +58,7 @@ void LicenceTest::withoutAFileBothAreFixedTexts()
     QCOMPARE(licenseInfo(home.path()), none);
 }
 
-void LicenceTest::theNameBeginsWithLicenseOrCopyingInAnyLetterCase_data()
+void LicenseInfoTest::theNameBeginsWithLicenseOrCopyingInAnyLetterCase_data()
 {
     QTest::addColumn<QString>("name");
     for (const char *name : { "LICENSE", "LICENSE.md", "License.txt", "license-code", "LICENSES", "COPYING",
@@ -69,7 +69,7 @@ void LicenceTest::theNameBeginsWithLicenseOrCopyingInAnyLetterCase_data()
     QTest::newRow("a long s") << QStringLiteral("licen\u017fe");
 }
 
-void LicenceTest::theNameBeginsWithLicenseOrCopyingInAnyLetterCase()
+void LicenseInfoTest::theNameBeginsWithLicenseOrCopyingInAnyLetterCase()
 {
     QFETCH(QString, name);
     const TestHome home;
@@ -77,14 +77,14 @@ void LicenceTest::theNameBeginsWithLicenseOrCopyingInAnyLetterCase()
     QCOMPARE(licenseInfo(home.path()), (LicenseInfo { QStringLiteral("A licence"), QStringLiteral("B") }));
 }
 
-void LicenceTest::otherNamesDoNotQualify_data()
+void LicenseInfoTest::otherNamesDoNotQualify_data()
 {
     QTest::addColumn<QString>("name");
     for (const char *name : { "LICENCE", "licence.md", "MIT-LICENSE", ".license", "COPYRIGHT", "UNLICENSE" })
         QTest::newRow(name) << QString::fromLatin1(name);
 }
 
-void LicenceTest::otherNamesDoNotQualify()
+void LicenseInfoTest::otherNamesDoNotQualify()
 {
     QFETCH(QString, name);
     const TestHome home;
@@ -93,7 +93,7 @@ void LicenceTest::otherNamesDoNotQualify()
     QCOMPARE(licenseInfo(home.path()), none);
 }
 
-void LicenceTest::ofSeveralTheFirstInListingOrderIsTaken()
+void LicenseInfoTest::ofSeveralTheFirstInListingOrderIsTaken()
 {
     const TestHome home;
     for (int number = 0; number < 30; ++number) {
@@ -106,7 +106,7 @@ void LicenceTest::ofSeveralTheFirstInListingOrderIsTaken()
     QCOMPARE(licenseInfo(home.path()).name, QString::fromStdString(first));
 }
 
-void LicenceTest::aFileThatCannotBeReadCountsAsEmpty()
+void LicenseInfoTest::aFileThatCannotBeReadCountsAsEmpty()
 {
     const TestHome notUtf8;
     notUtf8.write(QStringLiteral("LICENSE"), "MIT\nCopyright \xa9 Jane\n");
@@ -117,7 +117,7 @@ void LicenceTest::aFileThatCannotBeReadCountsAsEmpty()
     QCOMPARE(licenseInfo(folder.path()), empty);
 }
 
-void LicenceTest::theFirstLineThatIsNotEmptyIsTheName()
+void LicenseInfoTest::theFirstLineThatIsNotEmptyIsTheName()
 {
     QCOMPARE(LicenseInfo::parse("\r\n \t\n   # The **MIT** License\t\nmore").name,
              QStringLiteral("# The **MIT** License"));
@@ -125,7 +125,7 @@ void LicenceTest::theFirstLineThatIsNotEmptyIsTheName()
              (LicenseInfo { QStringLiteral("Copyright 2020 Jane"), QStringLiteral("Jane") }));
 }
 
-void LicenceTest::onlyTheFirstCopyrightLineCounts()
+void LicenseInfoTest::onlyTheFirstCopyrightLineCounts()
 {
     QCOMPARE(LicenseInfo::parse("MIT\n  COPYRIGHT 2020\nCopyright 2021 Jane Roe\n").author,
              QStringLiteral("see LICENSE"));
@@ -133,7 +133,7 @@ void LicenceTest::onlyTheFirstCopyrightLineCounts()
              QStringLiteral("Jane Roe"));
 }
 
-void LicenceTest::theAuthorIsWhatIsLeftOfTheCopyrightLine_data()
+void LicenseInfoTest::theAuthorIsWhatIsLeftOfTheCopyrightLine_data()
 {
     QTest::addColumn<QString>("line");
     QTest::addColumn<QString>("author");
@@ -170,12 +170,12 @@ void LicenceTest::theAuthorIsWhatIsLeftOfTheCopyrightLine_data()
         QStringLiteral("(c) 2020 Jane"));
 }
 
-void LicenceTest::theAuthorIsWhatIsLeftOfTheCopyrightLine()
+void LicenseInfoTest::theAuthorIsWhatIsLeftOfTheCopyrightLine()
 {
     QFETCH(QString, line);
     QFETCH(QString, author);
     QCOMPARE(LicenseInfo::parse("MIT License\n" + line.toUtf8() + "\n").author, author);
 }
 
-QTEST_GUILESS_MAIN(LicenceTest)
-#include "LicenceTest.moc"
+QTEST_GUILESS_MAIN(LicenseInfoTest)
+#include "LicenseInfoTest.moc"
