@@ -235,7 +235,8 @@ private Q_SLOTS:
         AppModel &model = player.startModel(); // which reads it in the background
         model.removeEverything();
         QVERIFY(QThreadPool::globalInstance()->waitForDone(20000));
-        QCoreApplication::processEvents();
+        for (int turn = 0; turn < 10; ++turn) // what was read takes a few to arrive
+            QCoreApplication::processEvents();
         QVERIFY(!model.info.get());
     }
 
