@@ -3,6 +3,7 @@
 
 import argparse
 import os
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -33,9 +34,10 @@ def figures(output):
 
 
 class Bench:
-    def __init__(self, programs, engine, folder, runs):
+    def __init__(self, programs, engine, folder, scratch, runs):
         self.programs = programs.absolute()
         self.folder = folder.absolute()
+        self.scratch_folder = scratch
         self.runs = runs
         self.engine = engine
         self.table = Table()
@@ -48,8 +50,8 @@ class Bench:
         return self.programs / name
 
     def scratch(self):
-        """A fresh folder on the file system of the materials."""
-        return tempfile.TemporaryDirectory(dir=self.folder)
+        """A fresh folder for what is written."""
+        return tempfile.TemporaryDirectory(dir=self.scratch_folder)
 
     def spawned(self, *command, **options):
         """Runs a command, and gives its milliseconds, processor milliseconds and peak megabytes."""
@@ -367,11 +369,18 @@ def engine_program(launcher_of_it):
     return inside if inside.exists() else launcher_of_it
 
 
+def memory_folder():
+    """Files in memory, where there are such: then programs are compared, and not how the disk feels that moment."""
+    folder = Path("/dev/shm")
+    return folder if folder.is_dir() and shutil.disk_usage(folder).free > 2_000_000_000 else None
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--programs", type=Path, required=True)
     parser.add_argument("--engine", type=Path, required=True)
     parser.add_argument("--folder", type=Path, required=True)
+    parser.add_argument("--scratch", type=Path, default=memory_folder())
     parser.add_argument("--runs", type=int, default=11)
     parser.add_argument("subjects", nargs="*", metavar="SUBJECT", help=", ".join(SUBJECTS))
     options = parser.parse_args()
@@ -379,7 +388,8 @@ def main():
         if subject not in SUBJECTS:
             parser.error(f"nothing is measured under the name of {subject}: there are {', '.join(SUBJECTS)}")
     options.folder.mkdir(parents=True, exist_ok=True)
-    bench = Bench(options.programs, engine_program(options.engine), options.folder, options.runs)
+    bench = Bench(options.programs, engine_program(options.engine), options.folder, options.scratch or options.folder,
+                  options.runs)
     for subject in options.subjects or SUBJECTS:
         measure = getattr(bench, subject)
         print(f"-- {measure.__doc__}", flush=True)

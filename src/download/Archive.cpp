@@ -17,7 +17,7 @@ QCoro::Task<qint32> runTool(QString tool, QStringList arguments, LogStore *log, 
 {
     const auto controller = ProcessController::create();
     const std::stop_callback onStop(stop, [controller] { controller->cancel(); });
-    const auto appendToLog = [log](const QString &line) { log->append(line); };
+    const std::function<void(const QString &)> appendToLog = log->appender();
     const qint32 status = co_await controller->run(tool, arguments, appendToLog);
     throwIfCancelled(stop);
     co_return status;

@@ -202,11 +202,11 @@ void HttpExchange::takeHeaderLine(QByteArrayView line)
         throw TransferError::notUnderstood();
     if (line.startsWith("HTTP/")) {
         m_answer = {};
-        m_isBeyondNumbers = false;
+        m_isLengthBeyondNumbers = false;
     } else if (hasName(locationName)) {
         m_answer.location = line.sliced(locationName.size()).trimmed().toByteArray();
     } else if (hasName(lengthName)) {
-        m_isBeyondNumbers = isBeyondNumbers(line.sliced(lengthName.size()).trimmed());
+        m_isLengthBeyondNumbers = isBeyondNumbers(line.sliced(lengthName.size()).trimmed());
     } else if (line.trimmed().isEmpty()) {
         takeEndOfHead();
     }
@@ -225,7 +225,7 @@ void HttpExchange::takeEndOfHead()
     curl_off_t length = -1;
     m_curl.curl_easy_getinfo(m_easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
     m_total = length;
-    if (m_isBeyondNumbers || m_total > m_request.rules.largestBody)
+    if (m_isLengthBeyondNumbers || m_total > m_request.rules.largestBody)
         throw TransferError::tooLarge();
 }
 

@@ -55,7 +55,7 @@ private:
     char m_detail[CURL_ERROR_SIZE] = {};
 
     Answer m_answer;
-    bool m_isBeyondNumbers = false; // the announced length, which libcurl then takes for none
+    bool m_isLengthBeyondNumbers = false; // the announced length, which libcurl then takes for none
     bool m_isComplete = false; // the head says that nothing of the body is wanted
     std::exception_ptr m_exception; // thrown inside a callback, where libcurl's frames lie between
     qint64 m_headerBytes = 0;

@@ -2,6 +2,8 @@
 
 #include "Utf8Repair.h"
 
+#include <QStringList>
+
 #include <algorithm>
 
 namespace {

@@ -45,9 +45,9 @@ int FolderWalk::leave()
         struct stat status = {};
         if (above < 0 || ::fstat(above, &status) != 0)
             error = errno;
+        // The folder may have been moved while the walk was in it: what is above it now is none of ours.
         else if (Identity { status.st_dev, status.st_ino } != m_way.back())
-            error = ENOENT; // the folder was moved while the walk was in it; what is above it now is none of
-                            // ours
+            error = ENOENT;
     }
     ::close(m_folder);
     m_folder = above;

@@ -85,8 +85,8 @@ void checkLinkTarget(const std::string &link, const std::string &target)
 
 std::string comparisonKey(const std::string &name)
 {
-    // Only capitals come in twos where a letter has none ("ß" and "SS"). Folding can undo the normal form, so
-    // that it is made again behind it.
+    // Capitals first: only as a capital does "ß" become the "SS" that it is the same as. Folding can undo the
+    // normal form, so that it is made again behind it.
     const QString normal = decoded(name).normalized(QString::NormalizationForm_D).toUpper().toCaseFolded();
     return normal.normalized(QString::NormalizationForm_D).toStdString();
 }

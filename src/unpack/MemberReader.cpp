@@ -77,7 +77,8 @@ std::vector<Stretch> MemberReader::check(const ZipMember &member)
         for (Bytes bytes = m_inflater.next(); !bytes.empty(); bytes = m_inflater.next()) {
             take(bytes);
             if (stretches.back().size >= enough && taken < member.size)
-                stretches.push_back({ 0, taken, 0, 0, m_inflater.rest(), m_inflater.state() });
+                stretches.push_back(
+                    { .begin = taken, .data = m_inflater.rest(), .resume = m_inflater.state() });
         }
         if (!m_inflater.isAtEnd())
             refuseDamaged(member, "cannot be unpacked");

@@ -20,7 +20,8 @@ public:
     std::vector<Stretch> check(const ZipMember &member);
     /// Where `member`, a link, leads.
     std::string target(const ZipMember &member);
-    /// Writes a stretch of `member` to its place in the open file `output`.
+    /// Writes a stretch of `member` to its place in the open file `output`. Throws UnpackError when it is no
+    /// longer what was checked.
     void write(const Stretch &stretch, const ZipMember &member, int output);
 
 private:

@@ -5,7 +5,6 @@
 #include <map>
 #include <string>
 #include <unordered_map>
-#include <vector>
 
 /// The folder tree that an archive's members make. It refuses members that cannot stand beside each other on
 /// every file system, and links that lead out of the tree.

@@ -53,7 +53,7 @@ template <typename MakeWorker> void inParallel(std::size_t count, const MakeWork
             while (others.size() + 1 < std::min(threads, count))
                 others.emplace_back(workOn);
         } catch (const std::system_error &) {
-            // Then those that there are do it all.
+            // The threads that could be started do all of it.
         }
         workOn();
     }

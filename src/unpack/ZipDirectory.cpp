@@ -76,7 +76,7 @@ ZipMember memberOf(const ZipHeader &header)
 }
 
 /// Whether the header in front of the data says a number as the directory does. A writer that did not know it
-/// yet leaves nought.
+/// yet leaves zero.
 bool agrees(std::uint64_t local, std::uint64_t listed, bool sizesFollow)
 {
     return local == listed || (sizesFollow && local == 0);
@@ -87,16 +87,12 @@ bool agrees(std::uint64_t local, std::uint64_t listed, bool sizesFollow)
 void checkWhatFollows(const ZipHeader &header, Bytes between)
 {
     constexpr std::uint32_t signature = 0x08074b50;
-    if ((header.flags & ZipHeader::sizesFollow) == 0) {
-        if (!between.empty())
-            throw UnpackError("The archive cannot be trusted: something is hidden behind "
-                              + quoted(header.name) + ".");
+    if ((header.flags & ZipHeader::sizesFollow) == 0 && between.empty())
         return;
-    }
     // With or without a signature, with short or with long numbers: four lengths, no two the same.
     const bool hasSignature = between.size() == 16 || between.size() == 24;
     const bool isLarge = between.size() == 20 || between.size() == 24;
-    if (!hasSignature && !isLarge && between.size() != 12)
+    if ((header.flags & ZipHeader::sizesFollow) == 0 || (!hasSignature && !isLarge && between.size() != 12))
         throw UnpackError("The archive cannot be trusted: something is hidden behind " + quoted(header.name)
                           + ".");
     ByteReader reader(between);

@@ -21,7 +21,7 @@ bool hasSignature(Bytes archive, std::size_t position, Bytes signature)
 }
 
 /// Whether an end record at `position` would have its comment end where the archive ends. Writers that fill
-/// up whole tape records, as bsdtar does when it writes to a pipe, add noughts.
+/// up whole tape records, as bsdtar does when it writes to a pipe, add zeros.
 bool endsTheArchive(Bytes archive, std::size_t position)
 {
     constexpr std::size_t tapeRecord = 10 * 1024;
@@ -90,7 +90,7 @@ ZipEnd findZipEnd(Bytes archive)
         const auto largeDisk = locator.u32();
         const auto largePosition = locator.u64();
         const auto disks = locator.u32();
-        // Some writers count the disks from nought.
+        // Some writers count the disks from zero.
         if (largeDisk != 0 || disks > 1)
             refuseSeveralDisks();
         if (position < locatorSize + largeEndSize || largePosition != position - locatorSize - largeEndSize
