@@ -5,9 +5,7 @@
 
 #include <QThread>
 
-#include <algorithm>
 #include <atomic>
-#include <numeric>
 #include <utility>
 
 namespace {
@@ -34,7 +32,10 @@ public:
     {
     }
 
-    ~Inbox() { static_cast<void>(takeAll()); }
+    ~Inbox()
+    {
+        for (Node *node = takeAll(); node; delete std::exchange(node, node->next)) { }
+    }
     Q_DISABLE_COPY_MOVE(Inbox)
 
     /// The store goes. Main thread.
@@ -44,7 +45,7 @@ public:
     {
         const QString text = withoutNewlinesAtEnds(line);
         if (QThread::currentThreadId() == m_mainThread)
-            store({ text });
+            store(text);
         else
             push(text);
     }
@@ -73,25 +74,25 @@ private:
     void storeAll()
     {
         ++m_eventsBegun;
-        store(takeAll());
+        for (Node *node = takeAll(); node; delete std::exchange(node, node->next))
+            store(node->line);
     }
 
-    void store(const QStringList &added)
+    void store(const QString &line)
     {
         if (m_store)
-            m_store->add(added);
+            m_store->add(line);
     }
 
     /// The lines in the order in which they came.
-    QStringList takeAll()
+    Node *takeAll()
     {
-        QStringList arrived;
+        Node *oldest = nullptr;
         for (Node *node = m_newest.exchange(nullptr); node;) {
-            arrived.append(std::move(node->line));
-            delete std::exchange(node, node->next);
+            Node *const before = std::exchange(node->next, oldest);
+            oldest = std::exchange(node, before);
         }
-        std::reverse(arrived.begin(), arrived.end());
-        return arrived;
+        return oldest;
     }
 
     LogStore *m_store; // main thread only
@@ -115,23 +116,25 @@ std::function<void(const QString &)> LogStore::appender() const
     return [inbox = m_inbox](const QString &line) { inbox->append(line); };
 }
 
-/// Announces once, however many lines there are: a game may print faster than observers can be told.
-void LogStore::add(const QStringList &added)
+void LogStore::add(const QString &line)
 {
-    const QStringList newest = added.mid(std::max<qsizetype>(0, added.size() - maxLines));
-    const auto length = [](qint64 sum, const QString &line) { return sum + line.size(); };
-    if (m_countedLines != lines->size()) {
+    lines.change([&line](QStringList &all) { all.append(line); });
+
+    m_textLength += line.size();
+    if (++m_countedLines != lines->size()) {
         // The list was assigned to since the last line.
-        m_textLength = std::accumulate(lines->cbegin(), lines->cend(), qint64(0), length);
+        m_countedLines = lines->size();
+        m_textLength = 0;
+        for (const QString &kept : lines.get())
+            m_textLength += kept.size();
     }
-    m_textLength = std::accumulate(newest.cbegin(), newest.cend(), m_textLength, length);
-    lines.change([this, &newest](QStringList &all) {
-        all.append(newest);
-        qsizetype surplus = 0;
-        for (m_countedLines = all.size();
-             m_countedLines > maxLines || (m_textLength > maxTextLength && m_countedLines > 1);
-             --m_countedLines)
-            m_textLength -= all.at(surplus++).size();
-        all.remove(0, surplus);
-    });
+
+    qint64 surplus = 0;
+    while (m_countedLines > maxLines || (m_textLength > maxTextLength && m_countedLines > 1)) {
+        m_textLength -= lines->at(surplus).size();
+        --m_countedLines;
+        ++surplus;
+    }
+    if (surplus > 0)
+        lines.change([surplus](QStringList &all) { all.remove(0, surplus); });
 }

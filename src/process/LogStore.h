@@ -38,7 +38,7 @@ public:
 private:
     class Inbox;
 
-    void add(const QStringList &added);
+    void add(const QString &line);
 
     /// What other threads have appended and the main thread has not yet stored. Shared with those threads, so
     /// that a late line finds a live inbox even when the store is gone.
