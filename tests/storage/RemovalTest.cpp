@@ -27,6 +27,7 @@ private Q_SLOTS:
     void namesThatAreNotUtf8AreRemoved();
     void foldersWithoutPermissionsAreRemoved();
     void theRestGoesWhenSomethingCannotBeRemoved();
+    void ofFoldersThatCannotBeEnteredTheEmptyOneGoes();
     void theFirstThingThatCannotBeRemovedIsNamed();
     void aPathBelowAFileIsAnError();
     void theTopOfTheFileSystemIsRefused_data();
@@ -216,6 +217,31 @@ void RemovalTest::theRestGoesWhenSomethingCannotBeRemoved()
     QVERIFY(!FileOperations::exists(home.filePath(QStringLiteral("tree/a"))));
     QVERIFY(!FileOperations::exists(home.filePath(QStringLiteral("tree/z"))));
     QVERIFY(FileOperations::exists(home.filePath(QStringLiteral("tree/held/file"))));
+}
+
+void RemovalTest::ofFoldersThatCannotBeEnteredTheEmptyOneGoes()
+{
+    if (!OrdinaryUser::isNeeded())
+        QSKIP("Only the superuser can make a folder that belongs to somebody else.");
+    const TestHome home;
+    QVERIFY(makeTreeWithForeignFolder(home));
+    const QString tree = home.filePath(QStringLiteral("tree"));
+    const QByteArray full = QFile::encodeName(tree + QStringLiteral("/held"));
+    const QByteArray empty = QFile::encodeName(tree + QStringLiteral("/empty"));
+    QCOMPARE(::chmod(full.constData(), 0700), 0);
+    QCOMPARE(::mkdir(empty.constData(), 0700), 0);
+    const bool named = OrdinaryUser::run([&] {
+        try {
+            FileOperations::removeTree(tree);
+            return false;
+        } catch (const FileError &error) {
+            return error.code() == EACCES
+                && error.description() == QStringLiteral("“held” could not be removed: Permission denied.");
+        }
+    });
+    QVERIFY(named);
+    QVERIFY(FileOperations::exists(QFile::decodeName(full)));
+    QVERIFY(!FileOperations::exists(QFile::decodeName(empty)));
 }
 
 void RemovalTest::theFirstThingThatCannotBeRemovedIsNamed()
