@@ -22,6 +22,7 @@ private Q_SLOTS:
     void copyTakesTheFailureReport();
     void whoGoesByKeySeesWhereTheFocusIs_data();
     void whoGoesByKeySeesWhereTheFocusIs();
+    void aPointerOverPlayShows();
     void theMenusAreThereOnMacOnly();
 };
 
@@ -176,6 +177,20 @@ void KeyboardTest::whoGoesByKeySeesWhereTheFocusIs()
     goOn();
     QVERIFY(!button->hasFocus());
     QVERIFY(button->grab().toImage() != focused);
+}
+
+void KeyboardTest::aPointerOverPlayShows()
+{
+    Stage stage;
+    stage.open();
+    auto *play = stage.visible<PlayButton>();
+    play->setAttribute(Qt::WA_UnderMouse, false);
+    const QImage alone = play->grab().toImage();
+    play->setAttribute(Qt::WA_UnderMouse);
+    const QImage pointedAt = play->grab().toImage();
+    play->setDown(true);
+    QVERIFY(pointedAt != alone);
+    QVERIFY(play->grab().toImage() != pointedAt);
 }
 
 void KeyboardTest::theMenusAreThereOnMacOnly()
