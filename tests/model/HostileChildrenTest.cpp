@@ -7,6 +7,7 @@
 
 #include <QElapsedTimer>
 #include <QTest>
+#include <QThreadPool>
 
 #include <csignal>
 
@@ -36,8 +37,9 @@ QStringList numbers(qint64 from, qint64 end)
 class Watch final {
 public:
     Watch()
-        : m_files(Children::openFiles())
     {
+        QThreadPool::globalInstance()->waitForDone(); // a model that is new reads the game there
+        m_files = Children::openFiles();
     }
 
     Strain strain;
