@@ -157,7 +157,7 @@ private Q_SLOTS:
     void aLargeFileIsWrittenAsItWas()
     {
         QByteArray large;
-        for (int line = 0; large.size() < 33 * 1024 * 1024; ++line)
+        for (unsigned line = 0; large.size() < 33 * 1024 * 1024; ++line)
             large += QByteArray::number(line * 2654435761U) + " is a number\n";
         ZipEntry packed = ZipEntry::file("game/packed", large);
         packed.method = ZipEntry::deflated;
