@@ -47,9 +47,8 @@ Bytes Inflater::next(std::uint64_t most)
         const auto inputBefore = m_state->avail_in;
         if (isal_inflate(m_state.get()) != ISAL_DECOMP_OK)
             break;
-        const bool cameOn = m_state->avail_in != inputBefore || m_ahead.size > 0;
-        if (m_state->avail_out == size && !cameOn)
-            break;
+        if (m_state->avail_out == size && m_state->avail_in == inputBefore)
+            break; // it neither reads nor gives
     }
     return { m_block.data(), size - m_state->avail_out };
 }
