@@ -2,59 +2,107 @@
 
 #include "MemberName.h"
 #include "MemberReader.h"
-#include "MemberTree.h"
 #include "Parallel.h"
 
 #include <memory>
 
 namespace {
 
-/// Where each link leads. Before the files' data is read, which is the expensive part.
-std::map<std::string, std::string> readTargets(const ArchiveFile &file, const std::vector<ZipMember> &members)
+std::string targetOf(const ZipMember &link, const std::string &name, MemberReader &reader)
 {
-    std::map<std::string, std::string> targets;
-    MemberTree tree(ZipLimits().members);
-    MemberReader reader(file);
-    for (const ZipMember &member : members) {
-        tree.add(member);
-        if (member.kind == ZipMember::Kind::Link) {
-            // Too long a one is not even read, and refused like none.
-            const std::string target = member.size > longestName ? "" : reader.target(member);
-            tree.setTarget(member.name, target);
-            targets[member.name] = target;
-        }
-    }
-    tree.checkLinks();
-    return targets;
+    if (link.size > longestName)
+        return {}; // too long to be read, and refused like an empty one
+    std::string target(link.size, '\0');
+    reader.begin(link, name);
+    // It has been read, and is as it should be, when there is no more of it.
+    while (reader.read({ reinterpret_cast<unsigned char *>(target.data()), target.size() }) > 0) { }
+    return target;
 }
 
-/// Reads all files' data.
-std::vector<Stretch> checkFiles(const ArchiveFile &file, const std::vector<ZipMember> &members)
+void readTargets(const ArchiveFile &file, ZipDirectory &directory, MemberTree &tree)
 {
-    std::vector<std::vector<Stretch>> ofMembers(members.size());
-    inParallel(members.size(), [&file, &members, &ofMembers] {
-        return [&members, &ofMembers, reader = std::make_unique<MemberReader>(file)](std::size_t index) {
-            if (members[index].kind == ZipMember::Kind::File)
-                ofMembers[index] = reader->check(members[index]);
+    MemberReader reader(file);
+    MemberNames names(file);
+    for (ZipLink &link : directory.links) {
+        const ZipMember &member = directory.members[link.member];
+        const std::string name = names.of(member);
+        link.target = targetOf(member, name, reader);
+        checkLinkTarget(name, link.target);
+        for (const MemberTree::Node node : link.nodes)
+            tree.setTarget(node, link.target);
+    }
+}
+
+void checkLinks(const ArchiveFile &file, const ZipDirectory &directory, MemberTree &tree)
+{
+    MemberNames names(file);
+    const auto refuse = [&](const ZipLink &link, const char *how) {
+        throw UnpackError("The archive cannot be trusted: the link "
+                          + quoted(names.of(directory.members[link.member])) + " leads " + how + ".");
+    };
+    for (const ZipLink &link : directory.links) {
+        for (const MemberTree::Node node : link.nodes) {
+            switch (tree.follow(node)) {
+            case MemberTree::Way::Inside:
+                break;
+            case MemberTree::Way::Outside:
+                refuse(link, "out of the folder");
+                break;
+            case MemberTree::Way::Circle:
+                refuse(link, "in a circle");
+                break;
+            case MemberTree::Way::TooLong:
+                refuse(link, "to no proper path");
+                break;
+            }
+        }
+    }
+}
+
+/// Reads files' data, on one thread.
+class FileCheck final {
+public:
+    FileCheck(const ArchiveFile &file, const std::vector<ZipMember> &members)
+        : m_members(members)
+        , m_reader(file)
+        , m_names(file)
+        , m_block(blockSize)
+    {
+    }
+
+    void operator()(std::size_t index)
+    {
+        const ZipMember &member = m_members[index];
+        if (member.kind != ZipMember::Kind::File)
+            return;
+        m_reader.begin(member, m_names.of(member));
+        while (m_reader.read(m_block) > 0) { }
+    }
+
+private:
+    const std::vector<ZipMember> &m_members;
+    MemberReader m_reader;
+    MemberNames m_names;
+    std::vector<unsigned char> m_block;
+};
+
+}
+
+ZipDirectory readContents(const ArchiveFile &file, const ZipLimits &limits)
+{
+    MemberTree tree(limits.members);
+    ZipDirectory directory = readZipDirectory(file, tree, limits);
+    readTargets(file, directory, tree);
+    checkLinks(file, directory, tree);
+    return directory;
+}
+
+void checkArchive(const ArchiveFile &file)
+{
+    const ZipDirectory directory = readContents(file);
+    inParallel(directory.members.size(), [&file, &directory] {
+        return [check = std::make_unique<FileCheck>(file, directory.members)](std::size_t index) {
+            (*check)(index);
         };
     });
-    std::vector<Stretch> stretches;
-    for (std::size_t index = 0; index < members.size(); ++index) {
-        for (Stretch &stretch : ofMembers[index]) {
-            stretch.member = index;
-            stretches.push_back(std::move(stretch));
-        }
-    }
-    return stretches;
-}
-
-}
-
-CheckedArchive checkArchive(const ArchiveFile &file)
-{
-    CheckedArchive checked;
-    checked.members = readZipDirectory(file.bytes());
-    checked.targets = readTargets(file, checked.members);
-    checked.stretches = checkFiles(file, checked.members);
-    return checked;
 }

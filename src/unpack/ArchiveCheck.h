@@ -1,21 +1,13 @@
 #pragma once
 
 #include "ArchiveFile.h"
-#include "Stretch.h"
 #include "ZipDirectory.h"
 
-#include <map>
-#include <string>
-#include <vector>
+/// Reads all of an archive but its files' data: the directory, the headers and where links lead. Nothing has
+/// been written yet when it throws UnpackError for an archive that cannot be trusted. Every link has its
+/// target then.
+ZipDirectory readContents(const ArchiveFile &file, const ZipLimits &limits = {});
 
-/// An archive that can be trusted: everything in it is known to be sound.
-struct CheckedArchive {
-    std::vector<ZipMember> members; ///< in the order in which they lie in it
-    std::map<std::string, std::string> targets; ///< where each link leads, by its name
-    std::vector<Stretch> stretches; ///< of the files, in the same order
-};
-
-/// Reads the whole archive without writing anything: the directory, where links lead, and every member's
-/// data, which must have the announced length and checksum. Throws UnpackError for an archive that cannot be
-/// trusted or is damaged.
-CheckedArchive checkArchive(const ArchiveFile &file);
+/// Reads the whole archive and writes nothing: the same, and the data of every file, which must have the
+/// announced length and checksum. Throws UnpackError.
+void checkArchive(const ArchiveFile &file);

@@ -1,13 +1,19 @@
 #include "ArchiveFile.h"
 
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+
+namespace {
+
+/// Enough for a few dozen headers with their names; little to read where they are far apart.
+constexpr std::size_t windowSize = 4096;
+
+}
 
 ArchiveFile::ArchiveFile(const std::string &path)
     // Not blocking: opening a pipe would wait for a writer.
@@ -18,10 +24,7 @@ ArchiveFile::ArchiveFile(const std::string &path)
         throw UnpackError("The archive could not be opened: " + std::string(std::strerror(errno)) + ".");
     if (!S_ISREG(info.st_mode) || info.st_size == 0)
         throw UnpackError("The file is not a zip archive.");
-    m_size = static_cast<std::size_t>(info.st_size);
-    m_memory = mmap(nullptr, m_size, PROT_READ, MAP_PRIVATE, m_file.get(), 0);
-    if (m_memory == MAP_FAILED)
-        throw UnpackError("The archive could not be read: " + std::string(std::strerror(errno)) + ".");
+    m_size = static_cast<std::uint64_t>(info.st_size);
 }
 
 Bytes ArchiveFile::read(ArchivePart part, std::span<unsigned char> buffer) const
@@ -42,4 +45,22 @@ Bytes ArchiveFile::read(ArchivePart part, std::span<unsigned char> buffer) const
     return buffer.first(size);
 }
 
-ArchiveFile::~ArchiveFile() { munmap(m_memory, m_size); }
+ArchiveWindow::ArchiveWindow(const ArchiveFile &file)
+    : m_file(file)
+    , m_buffer(windowSize)
+{
+}
+
+Bytes ArchiveWindow::bytes(ArchivePart part)
+{
+    const bool isHeld = part.offset >= m_held.offset && part.size <= m_held.size
+        && part.offset - m_held.offset <= m_held.size - part.size;
+    if (!isHeld) {
+        if (m_buffer.size() < part.size)
+            m_buffer.resize(part.size);
+        m_held = {}; // nothing, should reading fail
+        const ArchivePart behind { part.offset, m_file.size() - part.offset };
+        m_held = { part.offset, m_file.read(behind, m_buffer).size() };
+    }
+    return Bytes(m_buffer).subspan(part.offset - m_held.offset, part.size);
+}

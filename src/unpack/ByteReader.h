@@ -8,6 +8,11 @@
 
 using Bytes = std::span<const unsigned char>;
 
+[[noreturn]] inline void refuseMissingPart()
+{
+    throw UnpackError("The archive is damaged: a part of its list of contents is missing.");
+}
+
 /// Reads little-endian numbers and texts one after the other, and never beyond the end: that throws
 /// UnpackError.
 class ByteReader final {
@@ -22,7 +27,7 @@ public:
     Bytes take(std::size_t count)
     {
         if (count > m_bytes.size())
-            throw UnpackError("The archive is damaged: a part of its list of contents is missing.");
+            refuseMissingPart();
         const Bytes taken = m_bytes.first(count);
         m_bytes = m_bytes.subspan(count);
         return taken;

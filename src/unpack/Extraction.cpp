@@ -2,84 +2,129 @@
 
 #include "ArchiveCheck.h"
 #include "FolderWriter.h"
+#include "MemberName.h"
 #include "MemberReader.h"
 #include "Parallel.h"
+#include "WriteBehind.h"
 
+#include <cerrno>
+#include <cstring>
 #include <memory>
 #include <utility>
 
 namespace {
 
+/// From this size on, in bytes, a file is worth a second thread.
+constexpr std::uint64_t large = 4 * 1024 * 1024;
+
+void writeAll(int output, Bytes bytes, const std::string &name)
+{
+    while (!bytes.empty()) {
+        const ssize_t count = write(output, bytes.data(), bytes.size());
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            throw UnpackError(quoted(name) + " could not be written: "
+                              + (count < 0 ? std::strerror(errno) : "the disk took nothing of it") + ".");
+        bytes = bytes.subspan(static_cast<std::size_t>(count));
+    }
+}
+
 /// What one thread writes files with.
-class FileWorker final {
+class FileExtraction final {
 public:
-    FileWorker(const ArchiveFile &file, const CheckedArchive &checked, const std::string &folder,
-               std::map<std::size_t, FileDescriptor> &shared)
-        : m_checked(checked)
-        , m_reader(file)
+    FileExtraction(const ArchiveFile &archive, const std::vector<ZipMember> &members, int folder)
+        : m_members(members)
+        , m_reader(archive)
+        , m_names(archive)
         , m_writer(folder)
-        , m_shared(shared)
+        , m_block(blockSize)
     {
     }
 
-    void write(const Stretch &stretch)
+    void operator()(std::size_t index)
     {
-        const ZipMember &member = m_checked.members[stretch.member];
-        if (const auto file = m_shared.find(stretch.member); file != m_shared.end()) {
-            m_reader.write(stretch, member, file->second.get());
+        const ZipMember &member = m_members[index];
+        if (member.kind != ZipMember::Kind::File)
             return;
-        }
-        FileDescriptor file = m_writer.createFile(member.name);
-        m_reader.write(stretch, member, file.get());
-        m_writer.finishFile(member.name, std::move(file), member.isProgram, member.modified);
+        const std::string name = m_names.of(member);
+        FileDescriptor file = m_writer.createFile(name, member.isProgram);
+        m_reader.begin(member, name);
+        if (member.size >= large && threadCount() > 1)
+            copyOnTwoThreads(file.get(), name);
+        else
+            copy(file.get(), name);
+        m_writer.finishFile(name, std::move(file), member.modified);
     }
 
 private:
-    const CheckedArchive &m_checked;
+    void copy(int output, const std::string &name)
+    {
+        while (const std::size_t count = m_reader.read(m_block))
+            writeAll(output, Bytes(m_block).first(count), name);
+    }
+
+    void copyOnTwoThreads(int output, const std::string &name)
+    {
+        WriteBehind writing([output, &name](Bytes bytes) { writeAll(output, bytes, name); });
+        while (const std::size_t count = m_reader.read(writing.block()))
+            writing.hand(count);
+        writing.finish();
+    }
+
+    const std::vector<ZipMember> &m_members;
     MemberReader m_reader;
+    MemberNames m_names;
     FolderWriter m_writer;
-    std::map<std::size_t, FileDescriptor> &m_shared;
+    std::vector<unsigned char> m_block;
 };
 
-/// Creates the files that several threads write, by their place among the members.
-std::map<std::size_t, FileDescriptor> createShared(const CheckedArchive &checked, FolderWriter &writer)
+void makeFolders(const ArchiveFile &archive, const std::vector<ZipMember> &members, int folder)
 {
-    std::map<std::size_t, FileDescriptor> shared;
-    for (const Stretch &stretch : checked.stretches) {
-        if (stretch.begin > 0 && !shared.contains(stretch.member))
-            shared[stretch.member] = writer.createFile(checked.members[stretch.member].name);
-    }
-    return shared;
-}
-
-}
-
-void unpack(const std::string &archive, const std::string &folder)
-{
-    const ArchiveFile file(archive);
-    const CheckedArchive checked = checkArchive(file);
-
     FolderWriter writer(folder);
-    for (const ZipMember &member : checked.members) {
+    MemberNames names(archive);
+    for (const ZipMember &member : members) {
+        const std::string name = names.of(member);
         if (member.kind == ZipMember::Kind::Folder)
-            writer.makeFolder(member.name);
+            writer.makeFolder(name);
+        else
+            writer.makeFolderOf(name);
     }
-    auto shared = createShared(checked, writer);
-    inParallel(checked.stretches.size(), [&file, &checked, &folder, &shared] {
-        return [&checked, worker = std::make_unique<FileWorker>(file, checked, folder, shared)](
-                   std::size_t index) { worker->write(checked.stretches[index]); };
-    });
-    for (auto &[index, descriptor] : shared) {
-        const ZipMember &member = checked.members[index];
-        writer.finishFile(member.name, std::move(descriptor), member.isProgram, member.modified);
-    }
+}
 
-    // Links last, so that there is none while files are written; times behind everything that would change
-    // them.
-    for (const auto &[name, target] : checked.targets)
-        writer.makeLink(name, target);
-    for (const ZipMember &member : checked.members) {
+void writeFiles(const ArchiveFile &archive, const std::vector<ZipMember> &members, int folder)
+{
+    inParallel(members.size(), [&archive, &members, folder] {
+        return [extraction = std::make_unique<FileExtraction>(archive, members, folder)](std::size_t index) {
+            (*extraction)(index);
+        };
+    });
+}
+
+/// Last, so that there is no link while files are written, and nothing changes folders' times any more.
+void makeLinksAndSetTimes(const ArchiveFile &archive, const ZipDirectory &directory, int folder)
+{
+    FolderWriter writer(folder);
+    MemberNames names(archive);
+    for (const ZipLink &link : directory.links)
+        writer.makeLink(names.of(directory.members[link.member]), link.target);
+    for (const ZipMember &member : directory.members) {
         if (member.kind == ZipMember::Kind::Folder && member.modified)
-            writer.setFolderTime(member.name, *member.modified);
+            writer.setFolderTime(names.of(member), *member.modified);
+    }
+}
+
+}
+
+void unpack(const ArchiveFile &archive, int folder)
+{
+    const ZipDirectory directory = readContents(archive);
+    try {
+        makeFolders(archive, directory.members, folder);
+        writeFiles(archive, directory.members, folder);
+        makeLinksAndSetTimes(archive, directory, folder);
+    } catch (...) {
+        clearFolder(folder);
+        throw;
     }
 }

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string>
+#include "ArchiveFile.h"
 
-/// Unpacks the zip archive at `archive` into `folder`, which is created when missing. Checks the whole
-/// archive first: one that cannot be trusted, or is damaged, writes nothing. Throws UnpackError; only what
-/// the disk refuses leaves what was unpacked so far.
-void unpack(const std::string &archive, const std::string &folder);
+/// Unpacks the zip archive into the open folder, which is empty. What the directory and the headers tell is
+/// checked before anything is written; each file's length and checksum when it has been written. Throws
+/// UnpackError, and then nothing is left in the folder.
+void unpack(const ArchiveFile &archive, int folder);

@@ -3,17 +3,21 @@
 #include "MemberName.h"
 #include "UnpackError.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <memory>
 
 namespace {
 
 constexpr mode_t folderMode = 0755;
 constexpr mode_t programMode = 0755;
 constexpr mode_t fileMode = 0644;
+constexpr int openFolder = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 [[noreturn]] void fail(const std::string &name, const std::string &action)
 {
@@ -30,36 +34,72 @@ void setTime(int file, const std::string &name, std::time_t modified)
         fail(name, "given its time");
 }
 
+std::string folderOf(const std::string &name) { return name.substr(0, name.rfind('/') + 1); }
 std::string lastPartOf(const std::string &name) { return name.substr(name.rfind('/') + 1); }
 
+/// Everything in the open folder.
+std::vector<std::string> namesIn(int folder)
+{
+    std::vector<std::string> names;
+    const int again = openat(folder, ".", openFolder); // reading takes its own place in it
+    const std::unique_ptr<DIR, int (*)(DIR *)> listing(again >= 0 ? fdopendir(again) : nullptr, closedir);
+    while (const dirent *entry = listing ? readdir(listing.get()) : nullptr) {
+        const std::string name = entry->d_name;
+        if (name != "." && name != "..")
+            names.push_back(name);
+    }
+    return names;
 }
 
-FolderWriter::FolderWriter(const std::string &folder)
-{
-    if (mkdir(folder.c_str(), folderMode) != 0 && errno != EEXIST)
-        fail(folder, "created");
-    m_root = FileDescriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!m_root.isOpen())
-        fail(folder, "opened");
 }
 
-void FolderWriter::makeFolder(const std::string &name) { folderAt(partsOf(name)); }
-
-FileDescriptor FolderWriter::createFile(const std::string &name)
+FileDescriptor openEmptyFolder(const std::string &path)
 {
-    const int parent = parentOf(name);
-    FileDescriptor file(openat(parent, lastPartOf(name).c_str(),
-                               O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    if (mkdir(path.c_str(), folderMode) != 0 && errno != EEXIST)
+        fail(path, "created");
+    FileDescriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder.isOpen())
+        fail(path, "opened");
+    if (!namesIn(folder.get()).empty())
+        throw UnpackError(quoted(path) + " is not an empty folder.");
+    return folder;
+}
+
+void clearFolder(int folder)
+{
+    // Whatever stays does so because the system keeps it: the archive's own refusal is what is told.
+    for (const std::string &name : namesIn(folder)) {
+        if (unlinkat(folder, name.c_str(), 0) == 0)
+            continue;
+        const FileDescriptor below(openat(folder, name.c_str(), openFolder));
+        if (below.isOpen())
+            clearFolder(below.get());
+        unlinkat(folder, name.c_str(), AT_REMOVEDIR);
+    }
+}
+
+FolderWriter::FolderWriter(int root)
+    : m_root(root)
+{
+}
+
+void FolderWriter::makeFolder(const std::string &name) { folderAt(name + '/'); }
+
+void FolderWriter::makeFolderOf(const std::string &name) { folderAt(folderOf(name)); }
+
+FileDescriptor FolderWriter::createFile(const std::string &name, bool isProgram)
+{
+    FileDescriptor file(openat(folderAt(folderOf(name)), lastPartOf(name).c_str(),
+                               O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                               isProgram ? programMode : fileMode));
     if (!file.isOpen())
         fail(name, "created");
     return file;
 }
 
-void FolderWriter::finishFile(const std::string &name, FileDescriptor file, bool isProgram,
+void FolderWriter::finishFile(const std::string &name, FileDescriptor file,
                               std::optional<std::time_t> modified)
 {
-    if (fchmod(file.get(), isProgram ? programMode : fileMode) != 0)
-        fail(name, "given its permissions");
     if (modified)
         setTime(file.get(), name, *modified);
     if (!file.close())
@@ -68,41 +108,37 @@ void FolderWriter::finishFile(const std::string &name, FileDescriptor file, bool
 
 void FolderWriter::makeLink(const std::string &name, const std::string &target)
 {
-    if (symlinkat(target.c_str(), parentOf(name), lastPartOf(name).c_str()) != 0)
+    if (symlinkat(target.c_str(), folderAt(folderOf(name)), lastPartOf(name).c_str()) != 0)
         fail(name, "created");
 }
 
 void FolderWriter::setFolderTime(const std::string &name, std::time_t modified)
 {
-    setTime(folderAt(partsOf(name)), name, modified);
+    setTime(folderAt(name + '/'), name, modified);
 }
 
-int FolderWriter::folderAt(const std::vector<std::string> &parts)
+/// `name` ends with "/", unless it is empty.
+int FolderWriter::folderAt(const std::string &name)
 {
-    if (parts.empty())
-        return m_root.get();
-    if (m_latest.isOpen() && parts == m_latestParts)
+    if (name.empty())
+        return m_root;
+    if (m_latest.isOpen() && name == m_latestName)
         return m_latest.get();
 
-    int parent = m_root.get();
+    int parent = m_root;
     FileDescriptor folder;
+    std::vector<std::string> parts = partsOf(name);
+    parts.pop_back(); // behind the last "/"
     for (const std::string &part : parts) {
         if (mkdirat(parent, part.c_str(), folderMode) != 0 && errno != EEXIST)
             fail(part, "created");
-        FileDescriptor next(openat(parent, part.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        FileDescriptor next(openat(parent, part.c_str(), openFolder));
         if (!next.isOpen())
             fail(part, "opened");
         folder = std::move(next);
         parent = folder.get();
     }
     m_latest = std::move(folder);
-    m_latestParts = parts;
+    m_latestName = name;
     return m_latest.get();
-}
-
-int FolderWriter::parentOf(const std::string &name)
-{
-    std::vector<std::string> parts = partsOf(name);
-    parts.pop_back();
-    return folderAt(parts);
 }

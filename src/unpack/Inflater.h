@@ -1,42 +1,42 @@
 #pragma once
 
-#include "ArchiveFile.h"
-#include "Stretch.h"
+#include "ByteReader.h"
 
-#include <limits>
+#include <functional>
 #include <memory>
-#include <vector>
 
-/// Unpacks what was packed by the method "deflate", block by block.
+struct inflate_state;
+
+/// Decompresses what was compressed by the method "deflate". ISA-L does the work: it takes half the time of
+/// zlib.
 ///
-/// With ISA-L, not with zlib or libarchive, which stands on it: these take more than twice as long.
-/// Everything is unpacked twice, once to check it and once to write it, and the player waits for both.
+/// An error is final: ISA-L must not be called again after one, because its state then counts wrongly how
+/// much input is left, and it would read beyond the end of it. Not thread-safe; reusable.
 class Inflater final {
 public:
-    /// `file` outlives it.
-    explicit Inflater(const ArchiveFile &file);
+    /// Returns the next compressed bytes, valid until the next call, and nothing at their end.
+    using Source = std::function<Bytes()>;
+
+    Inflater();
     ~Inflater();
     Inflater(const Inflater &) = delete;
     Inflater &operator=(const Inflater &) = delete;
 
-    /// Begins with `data`, or goes on with it from where `resume` was taken.
-    void begin(ArchivePart data, const inflate_state *resume = nullptr);
+    /// Starts a new stream, which `source` is asked for piece by piece.
+    void begin(Source source);
 
-    /// The next bytes, at most `most` of them; valid until the next call. Empty when there are no more, at
-    /// the end or because the data breaks off or cannot be understood.
-    Bytes next(std::uint64_t most = std::numeric_limits<std::uint64_t>::max());
+    /// Fills `output` with the next bytes and returns how many. Fewer than it holds, and from then on none,
+    /// at the end of the stream or when it has failed.
+    std::size_t read(std::span<unsigned char> output);
 
-    /// Whether the packed data has ended, by its own account, and nothing stands behind it.
-    bool isAtEnd() const;
+    /// Whether the stream cannot be understood, or breaks off. Nothing that it held may be used then.
+    bool hasFailed() const { return m_hasFailed; }
 
-    /// What it takes to go on from here later: the state, and the data not read yet.
-    std::shared_ptr<const inflate_state> state() const;
-    ArchivePart rest() const;
+    /// Whether the stream has ended by its own account, and nothing stands behind it.
+    bool isAtEnd();
 
 private:
-    const ArchiveFile &m_file;
     std::unique_ptr<inflate_state> m_state;
-    ArchivePart m_ahead; // not read yet
-    std::vector<unsigned char> m_packed;
-    std::vector<unsigned char> m_block;
+    Source m_source;
+    bool m_hasFailed = false;
 };

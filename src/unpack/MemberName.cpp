@@ -4,28 +4,38 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringDecoder>
 
 #include <algorithm>
+#include <optional>
 
 namespace {
 
 constexpr std::size_t longestPart = 255;
 
-QString decoded(const std::string &name)
+bool isAscii(std::string_view text)
 {
-    return QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size()));
+    return std::ranges::all_of(text, [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
 }
 
-/// Decoding replaces what is no UTF-8, so that only a text that is comes back as it was.
-bool isUtf8(const std::string &name)
+/// The text in UTF-8, or nothing when it is not. A byte order mark is a character like any other.
+std::optional<QString> decoded(const std::string &name)
 {
-    const QByteArray again = decoded(name).toUtf8();
-    return std::string_view(again.constData(), static_cast<std::size_t>(again.size())) == name;
+    QStringDecoder decoder(QStringDecoder::Utf8,
+                           QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
+    const QString text = decoder(QByteArrayView(name.data(), static_cast<qsizetype>(name.size())));
+    return decoder.hasError() ? std::nullopt : std::optional(text);
 }
 
 bool hasControlCharacters(const std::string &name)
 {
-    const QString text = decoded(name);
+    const auto isAsciiControl = [](char character) {
+        const auto code = static_cast<unsigned char>(character);
+        return code < 0x20 || code == 0x7f;
+    };
+    if (std::ranges::any_of(name, isAsciiControl))
+        return true;
+    const QString text = isAscii(name) ? QString() : decoded(name).value_or(QString());
     return std::any_of(text.begin(), text.end(),
                        [](QChar character) { return character.category() == QChar::Other_Control; });
 }
@@ -33,6 +43,39 @@ bool hasControlCharacters(const std::string &name)
 [[noreturn]] void refuse(const std::string &name, const std::string &reason)
 {
     throw UnpackError("The archive cannot be trusted: the name " + quoted(name) + " " + reason + ".");
+}
+
+/// All rules for names that do not depend on the character set.
+void checkParts(const std::string &name)
+{
+    if (name.empty())
+        refuse(name, "is empty");
+    if (name.size() > longestName)
+        refuse(name, "is too long");
+    if (hasControlCharacters(name))
+        refuse(name, "holds control characters");
+    if (name.find('\\') != std::string::npos)
+        refuse(name, "holds a backslash");
+    if (name.front() == '/')
+        refuse(name, "leads out of the folder");
+    for (const std::string &part : partsOf(name)) {
+        // As file systems may read it.
+        const std::string key = comparisonKey(part);
+        if (key == "..")
+            refuse(name, "leads out of the folder");
+        if (key.empty() || key == ".")
+            refuse(name, "has an empty part");
+        if (part.size() > longestPart)
+            refuse(name, "is too long");
+    }
+}
+
+/// Whether HFS+ leaves the character out when it compares names.
+bool isIgnoredByHfs(QChar character)
+{
+    const char16_t code = character.unicode();
+    return (code >= 0x200c && code <= 0x200f) || (code >= 0x202a && code <= 0x202e)
+        || (code >= 0x206a && code <= 0x206f) || code == 0xfeff;
 }
 
 }
@@ -51,31 +94,21 @@ std::vector<std::string> partsOf(std::string_view text)
 
 void checkMemberName(const std::string &name)
 {
-    if (name.empty())
-        refuse(name, "is empty");
-    if (name.size() > longestName)
-        refuse(name, "is too long");
-    if (!isUtf8(name))
+    if (!isAscii(name) && !decoded(name))
         refuse(name, "is not written in UTF-8");
-    if (hasControlCharacters(name))
-        refuse(name, "holds control characters");
-    if (name.find('\\') != std::string::npos)
-        refuse(name, "holds a backslash");
-    if (name.front() == '/')
-        refuse(name, "leads out of the folder");
-    for (const std::string &part : partsOf(name)) {
-        if (part == "..")
-            refuse(name, "leads out of the folder");
-        if (part.empty() || part == ".")
-            refuse(name, "has an empty part");
-        if (part.size() > longestPart)
-            refuse(name, "is too long");
-    }
+    checkParts(name);
 }
+
+void checkOtherName(const std::string &name) { checkParts(name); }
 
 void checkLinkTarget(const std::string &link, const std::string &target)
 {
-    if (target.empty() || target.size() > longestName || !isUtf8(target) || hasControlCharacters(target))
+    const auto isDisguised = [](const std::string &part) {
+        const std::string key = comparisonKey(part);
+        return key != part && (key.empty() || key == "." || key == "..");
+    };
+    if (target.empty() || target.size() > longestName || (!isAscii(target) && !decoded(target))
+        || hasControlCharacters(target) || std::ranges::any_of(partsOf(target), isDisguised))
         throw UnpackError("The archive cannot be trusted: the link " + quoted(link)
                           + " leads to no proper path.");
     if (target.front() == '/')
@@ -83,18 +116,28 @@ void checkLinkTarget(const std::string &link, const std::string &target)
                           + " leads out of the folder.");
 }
 
-std::string comparisonKey(const std::string &name)
+std::string comparisonKey(const std::string &part)
 {
-    // Capitals first: only as a capital does "ß" become the "SS" that it is the same as. Folding can undo the
-    // normal form, so that it is made again behind it.
-    const QString normal = decoded(name).normalized(QString::NormalizationForm_D).toUpper().toCaseFolded();
-    return normal.normalized(QString::NormalizationForm_D).toStdString();
+    const auto text = isAscii(part) ? std::nullopt : decoded(part);
+    if (!text) {
+        // Plain letters, or a character set that nobody names: then only plain letters have a case.
+        std::string key = part;
+        for (char &character : key) {
+            if (character >= 'A' && character <= 'Z')
+                character = static_cast<char>(character - 'A' + 'a');
+        }
+        return key;
+    }
+    QString normal = text->normalized(QString::NormalizationForm_D);
+    normal.removeIf(isIgnoredByHfs);
+    // Uppercase before folding, so that ß equals SS; folding can denormalise, so normalise again.
+    return normal.toUpper().toCaseFolded().normalized(QString::NormalizationForm_D).toStdString();
 }
 
 std::string quoted(const std::string &name)
 {
     constexpr qsizetype longestShown = 120;
-    QString text = decoded(name);
+    QString text = QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size()));
     for (QChar &character : text) {
         if (!character.isPrint() && !character.isSurrogate())
             character = QLatin1Char('?');

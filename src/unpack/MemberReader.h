@@ -1,33 +1,41 @@
 #pragma once
 
+#include "ArchiveFile.h"
 #include "Inflater.h"
-#include "Stretch.h"
 #include "ZipDirectory.h"
 
 #include <string>
 #include <vector>
 
-/// Reads files' data, and takes nothing but what the checked directory announced: each must have that length
-/// and that checksum. Whatever fails throws UnpackError. The archive stays in memory meanwhile; one thread at
-/// a time.
+/// How many bytes are best read at once: few enough to stay in the processor's cache until they are written.
+constexpr std::size_t blockSize = 256 * 1024;
+
+/// Reads members' data and compares it with what the directory announced: each must have that length and that
+/// checksum, or an UnpackError is thrown, at the latest with its last byte. Not thread-safe.
 class MemberReader final {
 public:
     /// `file` outlives it.
     explicit MemberReader(const ArchiveFile &file);
 
-    /// Reads all data of `member`, and gives it in as many stretches as threads can write at once, if it is
-    /// large. Their `member` is left to the caller.
-    std::vector<Stretch> check(const ZipMember &member);
-    /// Where `member`, a link, leads.
-    std::string target(const ZipMember &member);
-    /// Writes a stretch of `member` to its place in the open file `output`. Throws UnpackError when it is no
-    /// longer what was checked.
-    void write(const Stretch &stretch, const ZipMember &member, int output);
+    /// Starts with `member`; `name` is what a refusal calls it.
+    void begin(const ZipMember &member, const std::string &name);
+
+    /// Fills `buffer` with the next bytes and returns how many: zero when all have been read, and they are
+    /// what was announced. Read until then, even where no bytes are expected. Throws UnpackError.
+    std::size_t read(std::span<unsigned char> buffer);
 
 private:
-    template <typename Take> void readStored(ArchivePart data, Take take);
+    [[noreturn]] void refuse(const std::string &how) const;
+    void readDeflated(std::span<unsigned char> buffer);
+    void finish();
 
     const ArchiveFile &m_file;
     Inflater m_inflater;
-    std::vector<unsigned char> m_buffer;
+    std::vector<unsigned char> m_packed; // compressed bytes on their way to the inflater
+    ZipMember m_member;
+    std::string m_name;
+    ArchivePart m_ahead; // the data that was not read yet
+    std::uint64_t m_taken = 0; // bytes that were handed out
+    std::uint32_t m_checksum = 0; // of these
+    bool m_isFinished = false;
 };

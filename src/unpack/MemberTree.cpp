@@ -1,115 +1,117 @@
 #include "MemberTree.h"
 
 #include "MemberName.h"
-
-#include <deque>
+#include "NameHash.h"
+#include "UnpackError.h"
 
 namespace {
 
-[[noreturn]] void refuseTwice(const std::string &name, const std::string &other)
-{
-    throw UnpackError(
-        "The archive cannot be trusted: " + quoted(name)
-        + (name == other ? " is in it twice." : " and " + quoted(other) + " are the same name."));
-}
-
-std::string joined(const std::vector<std::string> &parts)
-{
-    std::string path;
-    for (const std::string &part : parts)
-        path += (path.empty() ? "" : "/") + part;
-    return path;
-}
+constexpr MemberTree::Node root = 0;
+constexpr int mostLinks = 40; // on one way, as on Linux
+/// How many parts a path may have beyond what the archive holds. No name has more, and links that lead on
+/// from one to the next would add them up.
+constexpr std::size_t mostMissing = longestName / 2;
 
 }
 
-MemberTree::MemberTree(std::uint64_t largestSize)
-    : m_largestSize(largestSize)
+MemberTree::MemberTree(std::uint64_t mostNodes)
+    : m_mostNodes(mostNodes)
+    , m_entries(1) // the root
 {
 }
 
-void MemberTree::add(const ZipMember &member)
+MemberTree::Node MemberTree::add(const std::string &name, ZipMember::Kind kind)
 {
-    const std::string key = comparisonKey(member.name);
-    // Every "/" of the name is one of the key, so that both are walked side by side.
-    std::size_t keyEnd = key.find('/');
-    std::size_t end = member.name.find('/');
-    while (end != std::string::npos && keyEnd != std::string::npos) {
-        addFolderOf(key.substr(0, keyEnd), member.name.substr(0, end));
-        keyEnd = key.find('/', keyEnd + 1);
-        end = member.name.find('/', end + 1);
+    const std::vector<std::string> parts = partsOf(name);
+    Node node = root;
+    std::size_t length = 0;
+    for (std::size_t index = 0; index + 1 < parts.size(); ++index) {
+        length += parts[index].size() + 1;
+        node = insert(node, parts[index], ZipMember::Kind::Folder, name.substr(0, length - 1));
+        if (m_entries[node].kind != ZipMember::Kind::Folder)
+            throw UnpackError("The archive cannot be trusted: something lies below "
+                              + quoted(name.substr(0, length - 1)) + ", which is no folder.");
     }
 
-    Node &node = insert(key, member.name, member.kind);
-    if (node.isListed || node.spelling != member.name || node.kind != member.kind)
-        refuseTwice(member.name, node.spelling);
-    node.isListed = true;
-}
-
-void MemberTree::setTarget(const std::string &name, const std::string &target)
-{
-    checkLinkTarget(name, target);
-    m_targets[comparisonKey(name)] = target;
-}
-
-void MemberTree::checkLinks() const
-{
-    for (const auto &[key, target] : m_targets)
-        checkLink(key, target);
-}
-
-/// Notes that `spelling` is a folder because something lies in it.
-void MemberTree::addFolderOf(const std::string &key, const std::string &spelling)
-{
-    const Node &node = insert(key, spelling, ZipMember::Kind::Folder);
-    if (node.spelling != spelling)
-        refuseTwice(spelling, node.spelling);
-    if (node.kind != ZipMember::Kind::Folder)
-        throw UnpackError("The archive cannot be trusted: something lies below " + quoted(spelling)
-                          + ", which is no folder.");
-}
-
-MemberTree::Node &MemberTree::insert(const std::string &key, const std::string &spelling,
-                                     ZipMember::Kind kind)
-{
-    Node &node = m_nodes.try_emplace(key, Node { spelling, kind, false }).first->second;
-    if (m_nodes.size() > m_largestSize)
-        throw UnpackError("The archive holds too many files.");
+    node = insert(node, parts.back(), kind, name);
+    Entry &entry = m_entries[node];
+    if (entry.isListed || entry.kind != kind)
+        throw UnpackError("The archive cannot be trusted: " + quoted(name) + " is in it twice.");
+    entry.isListed = true;
     return node;
 }
 
-/// Walks the way that the operating system would: one part after the other, through the links that it meets.
-void MemberTree::checkLink(const std::string &key, const std::string &target) const
+/// The child of `parent` that a file system may take for `part`, which is the last part of `name`: added as
+/// `kind` where there was none.
+MemberTree::Node MemberTree::insert(Node parent, const std::string &part, ZipMember::Kind kind,
+                                    const std::string &name)
 {
-    constexpr int mostLinks = 40; // the limit of Linux
-    const std::string name = m_nodes.at(key).spelling;
+    const Step step { nameHash(comparisonKey(part)), parent };
+    const std::uint64_t spelling = nameHash(part);
+    const auto [child, isNew] = m_children.try_emplace(step, static_cast<Node>(m_entries.size()));
+    if (isNew) {
+        if (m_entries.size() > m_mostNodes)
+            throw UnpackError("The archive holds too many files.");
+        m_entries.push_back({ spelling, parent, kind, false });
+    }
+    if (m_entries[child->second].spelling != spelling)
+        throw UnpackError("The archive cannot be trusted: " + quoted(name)
+                          + " and another name in it are the same to some file systems.");
+    return child->second;
+}
 
-    std::vector<std::string> folder = partsOf(key);
-    folder.pop_back();
-    const std::vector<std::string> targetParts = partsOf(comparisonKey(target));
-    std::deque<std::string> ahead(targetParts.begin(), targetParts.end());
-    int links = 0;
-    while (!ahead.empty()) {
-        const std::string part = ahead.front();
-        ahead.pop_front();
+void MemberTree::setTarget(Node link, const std::string &target) { m_links[link].target = target; }
+
+MemberTree::Way MemberTree::follow(Node link) { return resolve(link, 1); }
+
+MemberTree::Way MemberTree::resolve(Node node, int depth)
+{
+    Link &link = m_links.at(node);
+    if (link.state == Link::State::Known)
+        return Way::Inside;
+    if (link.state == Link::State::OnTheWay || depth > mostLinks)
+        return Way::Circle;
+    link.state = Link::State::OnTheWay;
+    const Way way = walk(node, link, depth);
+    link.state = way == Way::Inside ? Link::State::Known : Link::State::Unknown;
+    return way;
+}
+
+MemberTree::Way MemberTree::walk(Node node, Link &link, int depth)
+{
+    Place place { m_entries[node].parent, 0 };
+    link.followed = 1;
+    for (const std::string &part : partsOf(link.target)) {
         if (part.empty() || part == ".")
             continue;
         if (part == "..") {
-            if (folder.empty())
-                throw UnpackError("The archive cannot be trusted: the link " + quoted(name)
-                                  + " leads out of the folder.");
-            folder.pop_back();
+            if (place.missing == 0 && place.node == root)
+                return Way::Outside;
+            if (place.missing > 0)
+                --place.missing;
+            else
+                place.node = m_entries[place.node].parent;
             continue;
         }
-        folder.push_back(part);
-        const auto link = m_targets.find(joined(folder));
-        if (link == m_targets.end())
+        const Step step { nameHash(comparisonKey(part)), place.node };
+        const auto child = place.missing > 0 ? m_children.end() : m_children.find(step);
+        if (child == m_children.end()) {
+            if (++place.missing > mostMissing)
+                return Way::TooLong;
             continue;
-        if (++links > mostLinks)
-            throw UnpackError("The archive cannot be trusted: the link " + quoted(name)
-                              + " leads in a circle.");
-        folder.pop_back();
-        const std::vector<std::string> way = partsOf(comparisonKey(link->second));
-        ahead.insert(ahead.begin(), way.begin(), way.end());
+        }
+        place.node = child->second;
+        if (m_entries[place.node].kind != ZipMember::Kind::Link)
+            continue;
+        const Way way = resolve(place.node, depth + 1);
+        if (way != Way::Inside)
+            return way;
+        const Link &other = m_links.at(place.node);
+        link.followed += other.followed;
+        if (link.followed > mostLinks)
+            return Way::Circle;
+        place = other.end;
     }
+    link.end = place;
+    return Way::Inside;
 }

@@ -1,41 +1,69 @@
 #pragma once
 
-#include "ZipDirectory.h"
+#include "ZipMember.h"
 
-#include <map>
+#include <cstdint>
+#include <deque>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
-/// The folder tree that an archive's members make. It refuses members that cannot stand beside each other on
-/// every file system, and links that lead out of the tree.
+/// The folder tree that the names in an archive make. It refuses names that cannot stand beside each other on
+/// every file system, and tells where links lead. It keeps hashes in place of names, so that its size depends
+/// on how many there are and not on how long they are.
 class MemberTree final {
 public:
-    explicit MemberTree(std::uint64_t largestSize);
+    using Node = std::uint32_t;
+    enum class Way { Inside, Outside, Circle, TooLong };
 
-    /// Throws UnpackError when the name, or one that a file system may take for it, is taken already, or when
-    /// something would lie below a file or a link.
-    void add(const ZipMember &member);
+    /// Holds at most `mostNodes` files, links and folders, those included that are only parts of names.
+    explicit MemberTree(std::uint64_t mostNodes);
 
-    /// Says where the link called `name`, added before, leads. Throws UnpackError when that is no relative
-    /// path.
-    void setTarget(const std::string &name, const std::string &target);
+    /// Adds a name that keeps all rules for names, and returns where it stands. Throws UnpackError when the
+    /// name, or one that a file system may take for it, is taken already, when something would lie below a
+    /// file or a link, or when the tree is full.
+    Node add(const std::string &name, ZipMember::Kind kind);
 
-    /// Throws UnpackError when a link leads out of the tree, be it through other links, or in a circle. Every
-    /// link has its target by now.
-    void checkLinks() const;
+    /// Says where `link`, which was added as one, leads: a relative path.
+    void setTarget(Node link, const std::string &target);
+
+    /// Walks the way that the operating system would, through all links on it. Every link has its target by
+    /// now. All ways together take time in proportion to the length of all targets.
+    Way follow(Node link);
 
 private:
-    struct Node {
-        std::string spelling;
+    struct Entry {
+        std::uint64_t spelling = 0; // hash of its part of the name
+        Node parent = 0;
         ZipMember::Kind kind = ZipMember::Kind::Folder;
-        bool isListed = false; ///< a member of its own, not only a part of others' names
+        bool isListed = false; // a member of its own, not only a part of others' names
+    };
+    struct Step {
+        std::uint64_t key = 0; // hash of the comparison key
+        Node parent = 0;
+        bool operator==(const Step &) const = default;
+    };
+    struct StepHash {
+        std::size_t operator()(const Step &step) const noexcept { return step.key ^ step.parent; }
+    };
+    /// A place in the tree, or so many parts below it where the archive has nothing.
+    struct Place {
+        Node node = 0;
+        std::size_t missing = 0;
+    };
+    struct Link {
+        std::string target;
+        enum class State { Unknown, OnTheWay, Known } state = State::Unknown;
+        Place end; // once known
+        int followed = 0; // links on the way, itself included
     };
 
-    void addFolderOf(const std::string &key, const std::string &spelling);
-    Node &insert(const std::string &key, const std::string &spelling, ZipMember::Kind kind);
-    void checkLink(const std::string &key, const std::string &target) const;
+    Node insert(Node parent, const std::string &part, ZipMember::Kind kind, const std::string &name);
+    Way resolve(Node node, int depth);
+    Way walk(Node node, Link &link, int depth);
 
-    std::uint64_t m_largestSize = 0;
-    std::unordered_map<std::string, Node> m_nodes; // by comparisonKey of the whole path
-    std::map<std::string, std::string> m_targets; // by the same key
+    std::uint64_t m_mostNodes = 0;
+    std::deque<Entry> m_entries;
+    std::unordered_map<Step, Node, StepHash> m_children;
+    std::unordered_map<Node, Link> m_links;
 };

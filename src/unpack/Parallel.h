@@ -9,12 +9,9 @@
 #include <thread>
 #include <vector>
 
-/// How many threads work is shared among. More would wait for the disk.
-inline std::size_t threadCount()
-{
-    constexpr std::size_t most = 4;
-    return std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, most);
-}
+/// How many threads work is shared among: as many as there are processors for this process, and not more than
+/// wait for the disk. Asks the system at the first call only.
+std::size_t threadCount();
 
 /// Does the work of every index below `count`, on this thread and others, each with a worker of its own:
 /// `makeWorker()` gives something to call with an index, on that thread. Throws what a worker threw, that of

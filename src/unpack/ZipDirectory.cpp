@@ -1,17 +1,19 @@
 #include "ZipDirectory.h"
 
 #include "MemberName.h"
-#include "MemberTree.h"
+#include "NameHash.h"
 #include "ZipEnd.h"
 #include "ZipHeader.h"
 
 #include <algorithm>
+#include <unordered_map>
+#include <utility>
 
 namespace {
 
+constexpr std::uint64_t shortestHeader = 46; // in the directory, in bytes
 constexpr std::uint16_t stored = 0;
 constexpr std::uint16_t deflated = 8;
-constexpr std::uint8_t unixSystem = 3;
 // How hard the writer tried: of no interest to a reader.
 constexpr std::uint16_t effortFlags = (1 << 1) | (1 << 2);
 constexpr std::uint16_t encryptionFlags = ZipHeader::encrypted | (1 << 6) | (1 << 13);
@@ -36,43 +38,11 @@ void checkFeatures(const ZipHeader &header)
         distrust(header, "is empty but has a checksum");
 }
 
-ZipMember::Kind kindOf(const ZipHeader &header, bool endsWithSlash)
-{
-    constexpr std::uint32_t typeMask = 0170000;
-    constexpr std::uint32_t regularFile = 0100000;
-    constexpr std::uint32_t folder = 0040000;
-    constexpr std::uint32_t link = 0120000;
+bool isFolderName(const std::string &name) { return name.size() > 1 && name.back() == '/'; }
 
-    const std::uint32_t type = header.writersSystem == unixSystem ? (header.attributes >> 16) & typeMask : 0;
-    if (type != 0 && type != regularFile && type != folder && type != link)
-        distrust(header, "is neither a file nor a folder");
-    if (type != 0 && endsWithSlash != (type == folder))
-        distrust(header, "is a file and a folder at once");
-    if (type == link)
-        return ZipMember::Kind::Link;
-    return endsWithSlash ? ZipMember::Kind::Folder : ZipMember::Kind::File;
-}
-
-ZipMember memberOf(const ZipHeader &header)
+std::string withoutSlash(const std::string &name)
 {
-    checkFeatures(header);
-    ZipMember member;
-    member.name = header.name;
-    const bool endsWithSlash = member.name.size() > 1 && member.name.back() == '/';
-    if (endsWithSlash)
-        member.name.pop_back();
-    checkMemberName(member.name);
-    member.kind = kindOf(header, endsWithSlash);
-    if (member.kind == ZipMember::Kind::Folder && header.size != 0)
-        distrust(header, "is a folder with a content of its own");
-    member.isProgram = member.kind == ZipMember::Kind::File && header.writersSystem == unixSystem
-        && (header.attributes >> 16 & 0100) != 0;
-    member.crc = header.crc;
-    member.size = header.size;
-    member.offset = header.offset;
-    member.modified = header.modified;
-    member.isDeflated = header.method == deflated;
-    return member;
+    return isFolderName(name) ? name.substr(0, name.size() - 1) : name;
 }
 
 /// Whether the header in front of the data says a number as the directory does. A writer that did not know it
@@ -84,18 +54,18 @@ bool agrees(std::uint64_t local, std::uint64_t listed, bool sizesFollow)
 
 /// Checks what stands between the end of a member's data and the next member: nothing, or the checksum and
 /// the sizes for which there was no time in front of the data.
-void checkWhatFollows(const ZipHeader &header, Bytes between)
+void checkWhatFollows(ArchiveWindow &window, const ZipHeader &header, ArchivePart between)
 {
     constexpr std::uint32_t signature = 0x08074b50;
-    if ((header.flags & ZipHeader::sizesFollow) == 0 && between.empty())
+    if ((header.flags & ZipHeader::sizesFollow) == 0 && between.size == 0)
         return;
     // With or without a signature, with short or with long numbers: four lengths, no two the same.
-    const bool hasSignature = between.size() == 16 || between.size() == 24;
-    const bool isLarge = between.size() == 20 || between.size() == 24;
-    if ((header.flags & ZipHeader::sizesFollow) == 0 || (!hasSignature && !isLarge && between.size() != 12))
+    const bool hasSignature = between.size == 16 || between.size == 24;
+    const bool isLarge = between.size == 20 || between.size == 24;
+    if ((header.flags & ZipHeader::sizesFollow) == 0 || (!hasSignature && !isLarge && between.size != 12))
         throw UnpackError("The archive cannot be trusted: something is hidden behind " + quoted(header.name)
                           + ".");
-    ByteReader reader(between);
+    ByteReader reader(window.bytes(between));
     if (hasSignature && reader.u32() != signature)
         distrust(header, "is described in two ways");
     const auto crc = reader.u32();
@@ -105,83 +75,196 @@ void checkWhatFollows(const ZipHeader &header, Bytes between)
         distrust(header, "is described in two ways");
 }
 
-/// Checks the member that begins at its offset and whose neighbour begins at `next`, and gives its data.
-ArchivePart checkPlace(Bytes archive, const ZipHeader &header, std::uint64_t next)
+ZipMember::Kind kindOf(const ZipHeader &header)
 {
-    ByteReader reader(archive.subspan(header.offset, next - header.offset));
-    const ZipHeader local = readLocalHeader(reader);
+    constexpr std::uint32_t typeMask = 0170000;
+    constexpr std::uint32_t regularFile = 0100000;
+    constexpr std::uint32_t folder = 0040000;
+    constexpr std::uint32_t link = 0120000;
+    constexpr std::uint32_t folderOfDos = 0x10;
+
+    // The type belongs to writers on Unix, and yet other readers believe it of everybody.
+    const std::uint32_t type = (header.attributes >> 16) & typeMask;
+    const bool endsWithSlash = isFolderName(header.name);
+    if (type != 0 && type != regularFile && type != folder && type != link)
+        distrust(header, "is neither a file nor a folder");
+    if ((type != 0 && endsWithSlash != (type == folder)) || isFolderName(header.storedName) != endsWithSlash
+        || ((header.attributes & folderOfDos) != 0 && !endsWithSlash))
+        distrust(header, "is a file and a folder at once");
+    if (type == link)
+        return ZipMember::Kind::Link;
+    return endsWithSlash ? ZipMember::Kind::Folder : ZipMember::Kind::File;
+}
+
+ZipMember memberOf(const ZipHeader &header, std::uint64_t place)
+{
+    checkFeatures(header);
+    const std::string name = withoutSlash(header.name);
+    checkMemberName(name);
+    ZipMember member;
+    member.header = place;
+    member.nameHash = nameHash(name);
+    member.kind = kindOf(header);
+    if (member.kind == ZipMember::Kind::Folder && header.size != 0)
+        distrust(header, "is a folder with a content of its own");
+    member.isProgram = member.kind == ZipMember::Kind::File && (header.attributes >> 16 & 0100) != 0;
+    member.crc = header.crc;
+    member.size = header.size;
+    member.offset = header.offset;
+    member.modified = header.modified;
+    member.isDeflated = header.method == deflated;
+    return member;
+}
+
+/// Adds the member to the tree by each name that a reader may use, and returns these places.
+std::vector<MemberTree::Node> addTo(MemberTree &tree, const ZipHeader &header, ZipMember::Kind kind)
+{
+    const std::string name = withoutSlash(header.name);
+    std::vector<MemberTree::Node> nodes { tree.add(name, kind) };
+    const std::string other = withoutSlash(header.storedName);
+    if (other == name)
+        return nodes;
+    checkOtherName(other);
+    if (!std::ranges::equal(partsOf(other), partsOf(name), {}, comparisonKey, comparisonKey))
+        nodes.push_back(tree.add(other, kind));
+    return nodes;
+}
+
+/// Adds up what members hold.
+class TotalSize final {
+public:
+    explicit TotalSize(const ZipLimits &limits)
+        : m_limits(limits)
+    {
+    }
+
+    void add(std::uint64_t size)
+    {
+        if (size > m_limits.size - m_total)
+            throw UnpackError("The archive holds more than can be unpacked.");
+        m_total += size;
+    }
+
+    void compareWith(std::uint64_t archiveSize) const
+    {
+        if (m_total > m_limits.small && m_total / m_limits.growth > archiveSize)
+            throw UnpackError("The archive cannot be trusted: it would grow beyond all measure.");
+    }
+
+private:
+    const ZipLimits &m_limits;
+    std::uint64_t m_total = 0;
+};
+
+ZipDirectory readHeaders(const ArchiveFile &file, const ZipEnd &end, MemberTree &tree,
+                         const ZipLimits &limits)
+{
+    if (end.count > limits.members)
+        throw UnpackError("The archive holds too many files.");
+    ZipDirectory directory;
+    ArchiveWindow window(file);
+    TotalSize total(limits);
+    ArchivePart rest { end.directoryOffset, end.directorySize };
+    directory.members.reserve(std::min(end.count, end.directorySize / shortestHeader));
+    for (std::uint64_t index = 0; index < end.count; ++index) {
+        const ZipHeader header = readDirectoryHeader(window, rest);
+        const ZipMember member = memberOf(header, rest.offset);
+        total.add(member.size);
+        const auto nodes = addTo(tree, header, member.kind);
+        if (member.kind == ZipMember::Kind::Link) {
+            if (directory.links.size() == limits.links)
+                throw UnpackError("The archive holds too many links.");
+            // Until the members are sorted, what tells them apart is the place of their header.
+            directory.links.push_back({ static_cast<std::size_t>(member.header), nodes, {} });
+        }
+        directory.members.push_back(member);
+        rest.offset += header.length;
+        rest.size -= header.length;
+    }
+    if (rest.size != 0)
+        throw UnpackError("The archive is damaged: its list of contents is longer than it says.");
+    total.compareWith(file.size());
+    return directory;
+}
+
+/// Sorts members and links by where they lie in the archive.
+void sort(ZipDirectory &directory)
+{
+    std::ranges::sort(directory.members, {},
+                      [](const ZipMember &member) { return std::pair(member.offset, member.header); });
+    std::unordered_map<std::uint64_t, std::size_t> places; // of links, by their header
+    for (std::size_t index = 0; index < directory.members.size(); ++index) {
+        if (directory.members[index].kind == ZipMember::Kind::Link)
+            places[directory.members[index].header] = index;
+    }
+    for (ZipLink &link : directory.links)
+        link.member = places.at(link.member);
+    std::ranges::sort(directory.links, {}, &ZipLink::member);
+}
+
+/// Checks the member that begins where `place` begins and may reach to its end, and returns its data.
+ArchivePart checkPlace(ArchiveWindow &window, const ZipHeader &header, ArchivePart place)
+{
+    const ZipHeader local = readLocalHeader(window, place);
     const bool sizesFollow = (header.flags & ZipHeader::sizesFollow) != 0;
     if (local.flags != header.flags || local.method != header.method || local.storedName != header.storedName
         || local.name != header.name || !agrees(local.crc, header.crc, sizesFollow)
         || !agrees(local.packedSize, header.packedSize, sizesFollow)
         || !agrees(local.size, header.size, sizesFollow))
         distrust(header, "is described in two ways");
-    if (header.packedSize > reader.left())
+    const ArchivePart behindHeader { place.offset + local.length, place.size - local.length };
+    if (header.packedSize > behindHeader.size)
         distrust(header, "overlaps with something else");
-    const ArchivePart data { next - reader.left(), header.packedSize };
-    reader.take(header.packedSize);
-    checkWhatFollows(header, reader.take(reader.left()));
-    return data;
+    checkWhatFollows(window, header,
+                     { behindHeader.offset + header.packedSize, behindHeader.size - header.packedSize });
+    return { behindHeader.offset, header.packedSize };
 }
 
-/// Checks where the members lie, and gives each its data.
-void checkPlaces(Bytes archive, const std::vector<ZipHeader> &headers, std::uint64_t directoryOffset,
-                 std::vector<ZipMember> &members)
+/// Checks where the members lie, and tells each where its data is.
+void checkPlaces(const ArchiveFile &file, const ZipEnd &end, std::vector<ZipMember> &members)
 {
-    const std::uint64_t first = headers.empty() ? directoryOffset : headers.front().offset;
+    const std::uint64_t first = members.empty() ? end.directoryOffset : members.front().offset;
     if (first != 0)
         throw UnpackError("The archive cannot be trusted: something stands in front of its beginning.");
-    if (!headers.empty() && headers.back().offset >= directoryOffset)
+    if (!members.empty() && members.back().offset >= end.directoryOffset)
         throw UnpackError("The archive is damaged: its list of contents names a place where nothing begins.");
-    for (std::size_t index = 0; index < headers.size(); ++index) {
-        const std::uint64_t next = index + 1 < headers.size() ? headers[index + 1].offset : directoryOffset;
-        if (next <= headers[index].offset)
-            distrust(headers[index], "overlaps with something else");
-        members[index].data = checkPlace(archive, headers[index], next);
+    ArchiveWindow directory(file);
+    ArchiveWindow places(file);
+    const std::uint64_t directoryEnd = end.directoryOffset + end.directorySize;
+    for (std::size_t index = 0; index < members.size(); ++index) {
+        ZipMember &member = members[index];
+        const std::uint64_t next
+            = index + 1 < members.size() ? members[index + 1].offset : end.directoryOffset;
+        const ZipHeader header
+            = readDirectoryHeader(directory, { member.header, directoryEnd - member.header });
+        if (next <= member.offset)
+            distrust(header, "overlaps with something else");
+        member.data = checkPlace(places, header, { member.offset, next - member.offset });
     }
 }
 
-/// The directory's headers, in the order in which the members lie in the archive.
-std::vector<ZipHeader> readHeaders(Bytes archive, const ZipEnd &end, const ZipLimits &limits)
-{
-    if (end.count > limits.members)
-        throw UnpackError("The archive holds too many files.");
-    std::vector<ZipHeader> headers;
-    ByteReader directory(archive.subspan(end.directoryOffset, end.directorySize));
-    for (std::uint64_t index = 0; index < end.count; ++index)
-        headers.push_back(readDirectoryHeader(directory));
-    if (directory.left() != 0)
-        throw UnpackError("The archive is damaged: its list of contents is longer than it says.");
-    std::ranges::stable_sort(headers, {}, &ZipHeader::offset);
-    return headers;
 }
 
-void checkTotalSize(const std::vector<ZipHeader> &headers, std::uint64_t archiveSize, const ZipLimits &limits)
+ZipDirectory readZipDirectory(const ArchiveFile &file, MemberTree &tree, const ZipLimits &limits)
 {
-    std::uint64_t total = 0;
-    for (const ZipHeader &header : headers) {
-        if (header.size > limits.size - total)
-            throw UnpackError("The archive holds more than can be unpacked.");
-        total += header.size;
-    }
-    if (total > limits.small && total / limits.growth > archiveSize)
-        throw UnpackError("The archive cannot be trusted: it would grow beyond all measure.");
+    const ZipEnd end = findZipEnd(file);
+    ZipDirectory directory = readHeaders(file, end, tree, limits);
+    sort(directory);
+    checkPlaces(file, end, directory.members);
+    return directory;
 }
 
+MemberNames::MemberNames(const ArchiveFile &file)
+    : m_file(file)
+    , m_window(file)
+{
 }
 
-std::vector<ZipMember> readZipDirectory(Bytes archive, const ZipLimits &limits)
+std::string MemberNames::of(const ZipMember &member)
 {
-    const ZipEnd end = findZipEnd(archive);
-    const std::vector<ZipHeader> headers = readHeaders(archive, end, limits);
-    checkTotalSize(headers, archive.size(), limits);
-
-    std::vector<ZipMember> members;
-    MemberTree tree(limits.members);
-    for (const ZipHeader &header : headers) {
-        members.push_back(memberOf(header));
-        tree.add(members.back());
-    }
-    checkPlaces(archive, headers, end.directoryOffset, members);
-    return members;
+    const ArchivePart rest { member.header, m_file.size() - member.header };
+    std::string name = withoutSlash(readDirectoryHeader(m_window, rest).name);
+    if (nameHash(name) != member.nameHash)
+        throw UnpackError("The archive is damaged: " + quoted(name) + " is not what it was.");
+    return name;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <vector>
 
 namespace {
 
@@ -71,8 +72,15 @@ void checkAgainstLarge(std::uint64_t plain, std::uint64_t filledUp, std::uint64_
 
 }
 
-ZipEnd findZipEnd(Bytes archive)
+ZipEnd findZipEnd(const ArchiveFile &file)
 {
+    // Everything that belongs to the end, as the whole archive that it may be; places in it are told from its
+    // own beginning.
+    constexpr std::uint64_t longest = furthestEnd + locatorSize + largeEndSize;
+    const std::uint64_t begin = file.size() - std::min(file.size(), longest);
+    std::vector<unsigned char> buffer(file.size() - begin);
+    const Bytes archive = file.read({ begin, buffer.size() }, buffer);
+
     const std::size_t position = endPosition(archive);
     ByteReader record(archive.subspan(position + endSignature.size()));
     const auto disk = record.u16();
@@ -82,7 +90,7 @@ ZipEnd findZipEnd(Bytes archive)
     end.count = record.u16();
     end.directorySize = record.u32();
     end.directoryOffset = record.u32();
-    std::size_t endsBegin = position;
+    std::uint64_t endsBegin = begin + position;
 
     if (position >= locatorSize && hasSignature(archive, position - locatorSize, locatorSignature)) {
         ByteReader locator(archive.subspan(position - locatorSize + locatorSignature.size(),
@@ -93,11 +101,12 @@ ZipEnd findZipEnd(Bytes archive)
         // Some writers count the disks from zero.
         if (largeDisk != 0 || disks > 1)
             refuseSeveralDisks();
-        if (position < locatorSize + largeEndSize || largePosition != position - locatorSize - largeEndSize
-            || !hasSignature(archive, largePosition, largeEndSignature))
+        const std::size_t expected = position - locatorSize - largeEndSize;
+        if (position < locatorSize + largeEndSize || largePosition != begin + expected
+            || !hasSignature(archive, expected, largeEndSignature))
             refuseDisagreeingEnds();
 
-        ByteReader large(archive.subspan(largePosition + largeEndSignature.size()));
+        ByteReader large(archive.subspan(expected + largeEndSignature.size()));
         const auto sizeOfTheRest = large.u64();
         large.take(4); // the versions of the writer and of the format
         const auto thisDisk = large.u32();

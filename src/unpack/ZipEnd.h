@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ByteReader.h"
+#include "ArchiveFile.h"
 
 /// What the records at the end of a zip archive say about its directory.
 struct ZipEnd {
@@ -11,4 +11,4 @@ struct ZipEnd {
 
 /// Finds and checks the end records, those of large archives (zip64) included. There must be exactly one end,
 /// and nothing between the directory and it, nor behind it. Throws UnpackError.
-ZipEnd findZipEnd(Bytes archive);
+ZipEnd findZipEnd(const ArchiveFile &file);

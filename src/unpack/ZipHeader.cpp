@@ -105,35 +105,50 @@ std::optional<std::time_t> timeOf(Bytes field)
     return static_cast<std::int32_t>(reader.u32());
 }
 
+/// The first bytes of `rest`, which has to hold so many.
+ByteReader firstBytes(ArchiveWindow &window, ArchivePart rest, std::uint64_t count)
+{
+    if (count > rest.size)
+        refuseMissingPart();
+    return ByteReader(window.bytes({ rest.offset, count }));
 }
 
-ZipHeader readDirectoryHeader(ByteReader &directory)
+}
+
+ZipHeader readDirectoryHeader(ArchiveWindow &window, ArchivePart rest)
 {
-    if (directory.u32() != directorySignature)
+    constexpr std::uint64_t fixedLength = 46;
+    ByteReader fixed = firstBytes(window, rest, fixedLength);
+    if (fixed.u32() != directorySignature)
         throw UnpackError("The archive is damaged: its list of contents is broken off.");
     ZipHeader header;
-    header.writersSystem = static_cast<std::uint8_t>(directory.u16() >> 8);
-    directory.take(2); // the version of the format
-    header.flags = directory.u16();
-    header.method = directory.u16();
-    const auto time = directory.u16();
-    const auto date = directory.u16();
-    header.crc = directory.u32();
-    header.packedSize = directory.u32();
-    header.size = directory.u32();
-    const auto nameSize = directory.u16();
-    const auto extraSize = directory.u16();
-    const auto commentSize = directory.u16();
-    const auto disk = directory.u16();
-    directory.take(2); // whether the writer took it for a text
-    header.attributes = directory.u32();
-    header.offset = directory.u32();
-    header.storedName = directory.text(nameSize);
-    const ExtraFields extra = readExtraFields(directory.take(extraSize));
-    directory.take(commentSize);
-
+    header.writersSystem = static_cast<std::uint8_t>(fixed.u16() >> 8);
+    fixed.take(2); // the version of the format
+    header.flags = fixed.u16();
+    header.method = fixed.u16();
+    const auto time = fixed.u16();
+    const auto date = fixed.u16();
+    header.crc = fixed.u32();
+    header.packedSize = fixed.u32();
+    header.size = fixed.u32();
+    const auto nameSize = fixed.u16();
+    const auto extraSize = fixed.u16();
+    const auto commentSize = fixed.u16();
+    const auto disk = fixed.u16();
+    fixed.take(2); // whether the writer took it for a text
+    header.attributes = fixed.u32();
+    header.offset = fixed.u32();
     if (disk != 0)
         throw UnpackError("The archive is one piece of several, and the others are not here.");
+
+    header.length = fixedLength + nameSize + extraSize;
+    ByteReader texts = firstBytes(window, rest, header.length);
+    texts.take(fixedLength);
+    header.storedName = texts.text(nameSize);
+    const ExtraFields extra = readExtraFields(texts.take(extraSize));
+    header.length += commentSize;
+    if (header.length > rest.size)
+        refuseMissingPart();
     LargeNumbers large(extra.largeSizes);
     large.replaceIfFilledUp(header.size);
     large.replaceIfFilledUp(header.packedSize);
@@ -145,23 +160,28 @@ ZipHeader readDirectoryHeader(ByteReader &directory)
     return header;
 }
 
-ZipHeader readLocalHeader(ByteReader &archive)
+ZipHeader readLocalHeader(ArchiveWindow &window, ArchivePart rest)
 {
-    if (archive.u32() != localSignature)
+    constexpr std::uint64_t fixedLength = 30;
+    ByteReader fixed = firstBytes(window, rest, fixedLength);
+    if (fixed.u32() != localSignature)
         throw UnpackError("The archive is damaged: its list of contents names a place where nothing begins.");
     ZipHeader header;
-    archive.take(2); // the version of the format
-    header.flags = archive.u16();
-    header.method = archive.u16();
-    archive.take(4); // the time
-    header.crc = archive.u32();
-    header.packedSize = archive.u32();
-    header.size = archive.u32();
-    const auto nameSize = archive.u16();
-    const auto extraSize = archive.u16();
-    header.storedName = archive.text(nameSize);
-    const ExtraFields extra = readExtraFields(archive.take(extraSize));
+    fixed.take(2); // the version of the format
+    header.flags = fixed.u16();
+    header.method = fixed.u16();
+    fixed.take(4); // the time
+    header.crc = fixed.u32();
+    header.packedSize = fixed.u32();
+    header.size = fixed.u32();
+    const auto nameSize = fixed.u16();
+    const auto extraSize = fixed.u16();
 
+    header.length = fixedLength + nameSize + extraSize;
+    ByteReader texts = firstBytes(window, rest, header.length);
+    texts.take(fixedLength);
+    header.storedName = texts.text(nameSize);
+    const ExtraFields extra = readExtraFields(texts.take(extraSize));
     LargeNumbers large(extra.largeSizes);
     large.replaceIfFilledUp(header.size);
     large.replaceIfFilledUp(header.packedSize);

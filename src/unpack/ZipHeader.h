@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ByteReader.h"
+#include "ArchiveFile.h"
 
 #include <ctime>
 #include <optional>
@@ -24,10 +24,13 @@ struct ZipHeader {
     std::string storedName;
     /// The name that holds: that of Info-ZIP's Unicode field where there is one, else the stored one.
     std::string name;
+    std::uint64_t length = 0; ///< of the header itself, in bytes
 };
 
-/// Reads the next header of the directory. Throws UnpackError.
-ZipHeader readDirectoryHeader(ByteReader &directory);
+/// Reads the header of the directory with which `rest`, the directory from there to its end, begins. Throws
+/// UnpackError.
+ZipHeader readDirectoryHeader(ArchiveWindow &window, ArchivePart rest);
 
-/// Reads the header in front of a member's data, and leaves `archive` at that data. Throws UnpackError.
-ZipHeader readLocalHeader(ByteReader &archive);
+/// Reads the header in front of a member's data with which `rest`, all that may belong to the member, begins.
+/// Throws UnpackError.
+ZipHeader readLocalHeader(ArchiveWindow &window, ArchivePart rest);

@@ -1,11 +1,12 @@
 #include "ArchiveCheck.h"
 #include "Extraction.h"
-#include "UnpackError.h"
+#include "FolderWriter.h"
 
 #include <poll.h>
 #ifdef __linux__
 #include <sys/prctl.h>
 #endif
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -48,7 +49,11 @@ void obeyTermination()
 std::function<void()> workOf(const std::vector<std::string> &arguments)
 {
     if (arguments.size() == 4 && arguments[0] == "-x" && arguments[1] == "-k")
-        return [&arguments] { unpack(arguments[2], arguments[3]); };
+        return [&arguments] {
+            const ArchiveFile archive(arguments[2]);
+            const FileDescriptor folder = openEmptyFolder(arguments[3]);
+            unpack(archive, folder.get());
+        };
     if (arguments.size() == 2 && arguments[0] == "--check")
         return [&arguments] { checkArchive(ArchiveFile(arguments[1])); };
     return {};
@@ -68,6 +73,8 @@ int main(int argc, char **argv)
         return problem;
     }
     obeyTermination();
+    std::signal(SIGXFSZ, SIG_IGN); // a file that grows too large is an error like any other
+    umask(0); // modes are those that are asked for
     if (!endWithParent())
         return problem;
 

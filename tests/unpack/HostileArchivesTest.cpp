@@ -420,13 +420,14 @@ private:
         return builder.bytes();
     }
 
-    /// Checks that the archive is refused with one line that holds `reason`, with nothing written; gives the
-    /// line.
+    /// Checks that the archive is refused with one line that holds `reason`, and that nothing is in the
+    /// folder that it was to be unpacked into; returns the line.
     static QString refuses(const QByteArray &archive, const QString &reason)
     {
         const TestHome home;
         const QString zip = home.write(QStringLiteral("a/b/c/archive.zip"), archive);
         const QString folder = home.filePath(QStringLiteral("a/b/c/folder"));
+        QDir().mkdir(folder);
         const Unpacker result = Unpacker::unpack(zip, folder);
         [&] {
             QCOMPARE(result.status, 1);
@@ -446,7 +447,7 @@ private:
         [&] {
             QCOMPARE(written,
                      QStringList({ QStringLiteral("a"), QStringLiteral("a/b"), QStringLiteral("a/b/c"),
-                                   QStringLiteral("a/b/c/archive.zip") }));
+                                   QStringLiteral("a/b/c/archive.zip"), QStringLiteral("a/b/c/folder") }));
         }();
         return result.problems;
     }
