@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QList>
 
+#include <array>
 #include <optional>
 
 /// One member of a zip archive, as ZipBuilder writes it. What is not set is what a sound archive would hold;
@@ -17,6 +18,7 @@ struct ZipEntry {
     quint16 flags = 1 << 11; // the name is UTF-8
     quint32 mode = 0100644;
     quint8 writersSystem = 3; // Unix
+    std::optional<quint32> attributes; // the mode and what DOS has
 
     quint32 time = 0x58214000; // eight o'clock on the first day of 2024
 
@@ -130,12 +132,19 @@ public:
 
     static quint32 crc32(const QByteArray &bytes)
     {
+        static const auto table = [] {
+            std::array<quint32, 256> remainders = {};
+            for (quint32 byte = 0; byte < remainders.size(); ++byte) {
+                remainders[byte] = byte;
+                for (int bit = 0; bit < 8; ++bit)
+                    remainders[byte]
+                        = (remainders[byte] >> 1) ^ ((remainders[byte] & 1) != 0 ? 0xedb88320U : 0U);
+            }
+            return remainders;
+        }();
         quint32 crc = 0xffffffff;
-        for (const char byte : bytes) {
-            crc ^= static_cast<unsigned char>(byte);
-            for (int bit = 0; bit < 8; ++bit)
-                crc = (crc >> 1) ^ ((crc & 1) != 0 ? 0xedb88320U : 0U);
-        }
+        for (const char byte : bytes)
+            crc = (crc >> 8) ^ table[(crc ^ static_cast<unsigned char>(byte)) & 0xff];
         return ~crc;
     }
 
@@ -169,8 +178,8 @@ private:
         directory += QByteArray("PK\1\2", 4) + u16(20U | static_cast<unsigned>(entry.writersSystem) << 8)
             + u16(20) + u16(entry.flags) + u16(entry.method) + time + u32(crc) + u32(packedSize) + u32(size)
             + length(entry.name) + length(entry.extra) + u16(0) + u16(entry.disk) + u16(0)
-            + u32(static_cast<quint64>(entry.mode) << 16) + u32(entry.offset.value_or(offset)) + entry.name
-            + entry.extra;
+            + u32(entry.attributes.value_or(entry.mode << 16)) + u32(entry.offset.value_or(offset))
+            + entry.name + entry.extra;
     }
 
     QByteArray largeEnd(quint64 position, quint64 offset, quint64 size) const

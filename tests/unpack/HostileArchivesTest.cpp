@@ -1,3 +1,4 @@
+#include "DeflateStream.h"
 #include "TestHome.h"
 #include "Unpacker.h"
 #include "ZipBuilder.h"
@@ -20,6 +21,43 @@ QByteArray changed(ZipBuilder builder, const std::function<void(ZipBuilder &)> &
 {
     change(builder);
     return builder.bytes();
+}
+
+/// The entry with a second name, for readers that know Info-ZIP's field for it.
+ZipEntry withUnicodeName(ZipEntry entry, const QByteArray &name)
+{
+    entry.extra
+        = ZipBuilder::field(0x7075, QByteArray(1, 1) + ZipBuilder::u32(ZipBuilder::crc32(entry.name)) + name);
+    entry.localExtra = entry.extra;
+    return entry;
+}
+
+/// What a link leads to, with a quarter of a megabyte of blocks that hold nothing in the middle.
+ZipEntry linkInPieces(const QByteArray &name, const QByteArray &begin, const QByteArray &end)
+{
+    DeflateStream stream;
+    stream.stored(begin);
+    for (int block = 0; block < 256 * 1024 / 5; ++block)
+        stream.stored(QByteArray());
+    stream.stored(end, true);
+    ZipEntry entry = ZipEntry::link(name, begin + end);
+    entry.method = ZipEntry::deflated;
+    entry.packed = stream.bytes();
+    return entry;
+}
+
+/// Links of 500 parts, each beginning with the one before it: followed one by one, the last is 19,000 parts
+/// long.
+ZipBuilder linksThatAddUp()
+{
+    ZipBuilder builder;
+    QByteArray target = QByteArray("a/").repeated(499) + "a";
+    for (int link = 0; link < 38; ++link) {
+        const QByteArray name = "l" + QByteArray::number(link);
+        builder.entries.append(ZipEntry::link(name, target));
+        target = name + QByteArray("/a").repeated(500);
+    }
+    return builder;
 }
 
 const auto cannotBeTrusted = QStringLiteral("The archive cannot be trusted: ");
@@ -62,6 +100,8 @@ private Q_SLOTS:
                                                                      "evil");
         QTest::newRow("half a character") << QByteArray("a\xc3");
         QTest::newRow("a surrogate") << QByteArray("a\xed\xa0\x80");
+        QTest::newRow("the parent to HFS+") << QByteArray("a/.\xe2\x80\x8d./evil");
+        QTest::newRow("nothing to HFS+") << QByteArray("a/\xe2\x80\x8c/evil");
     }
 
     void namesThatLeadElsewhereAreRefused()
@@ -105,6 +145,17 @@ private Q_SLOTS:
         row("below a link in other case", { ZipEntry::link("a", "b"), file("A/evil") });
         row("a link where others lie", { file("a/evil"), ZipEntry::link("a", "b") });
         row("a link and a file", { ZipEntry::link("a", "b"), file("a") });
+        row("with a character that HFS+ ignores",
+            { file("Readme"),
+              file("Read\xe2\x80\x8c"
+                   "me") });
+        row("with a byte order mark, which HFS+ ignores", { file("\xef\xbb\xbfReadme"), file("Readme") });
+        row("one stored name and two others",
+            { withUnicodeName(file("a"), "b"), withUnicodeName(file("a"), "c") });
+        row("a stored name that is another one's Unicode name",
+            { withUnicodeName(file("a"), "b"), withUnicodeName(file("c"), "a") });
+        row("a stored name that is another one's only name", { withUnicodeName(file("a"), "b"), file("A") });
+        row("a stored name below a link", { ZipEntry::link("a", "b"), withUnicodeName(file("a/c"), "d") });
     }
 
     void membersThatCannotStandBesideEachOtherAreRefused()
@@ -132,6 +183,12 @@ private Q_SLOTS:
         row("packed",
             { changed(ZipEntry::link("a", "../../../../../../../../../../etc"),
                       [](ZipEntry &entry) { entry.method = ZipEntry::deflated; }) });
+        row("in pieces", { linkInPieces("a", "abc", "/../../../../../etc/passwd") });
+        row("where only some readers make it",
+            { withUnicodeName(ZipEntry::link("a", "../b"), "deep/a"), file("b") });
+        row("made by a writer on another system",
+            { changed(ZipEntry::link("a", "/etc"), [](ZipEntry &entry) { entry.writersSystem = 0; }) });
+        row("adding up to an endless path", linksThatAddUp());
         row("longer than any path", { ZipEntry::link("a", QByteArray(1025, 'b')) });
     }
 
@@ -162,7 +219,25 @@ private Q_SLOTS:
     void whatIsNeitherAFileNorAFolderIsRefused()
     {
         QFETCH(quint32, mode);
-        refuses(with([mode](ZipEntry &entry) { entry.mode = mode; }), cannotBeTrusted);
+        for (const quint8 system : std::initializer_list<quint8> { 3, 0, 19 }) { // Unix, DOS, macOS
+            refuses(with([mode, system](ZipEntry &entry) {
+                        entry.mode = mode;
+                        entry.writersSystem = system;
+                    }),
+                    cannotBeTrusted);
+        }
+    }
+
+    void moreLinksThanAnyArchiveNeedsAreRefused()
+    {
+        ZipBuilder builder;
+        for (int link = 0; link < 5000; ++link)
+            builder.entries.append(ZipEntry::link("l" + QByteArray::number(link), "a"));
+        const TestHome home;
+        const QString zip = home.write(QStringLiteral("archive.zip"), builder.bytes());
+        QCOMPARE(Unpacker::run({ QStringLiteral("--check"), zip }).problems, QString());
+        builder.entries.append(ZipEntry::link("another", "a"));
+        refuses(builder.bytes(), QStringLiteral("The archive holds too many links."));
     }
 
     void aFolderWithAnotherTypeIsRefused()
@@ -209,6 +284,15 @@ private Q_SLOTS:
                 0x7075, QByteArray(1, 1) + ZipBuilder::u32(ZipBuilder::crc32(entry.name)) + "../evil");
             entry.localExtra = entry.extra;
         });
+        const auto rowFor = [](const char *name, const ZipEntry &entry) {
+            QTest::newRow(name) << ZipBuilder { file("first"), entry }.bytes();
+        };
+        rowFor("a stored name that leads out", withUnicodeName(file("../evil.txt"), "good.txt"));
+        rowFor("a stored name that is absolute", withUnicodeName(file("/evil.txt"), "good.txt"));
+        rowFor("a stored name with a backslash", withUnicodeName(file("..\\evil.txt"), "good.txt"));
+        rowFor("a stored name of a folder for a file", withUnicodeName(file("evil/"), "good.txt"));
+        row("a file that DOS takes for a folder",
+            [](ZipEntry &entry) { entry.attributes = quint32(0100644) << 16 | 0x10; });
         row("a field twice", [](ZipEntry &entry) {
             entry.extra = ZipBuilder::field(1, ZipBuilder::u64(1)) + ZipBuilder::field(1, ZipBuilder::u64(2));
         });

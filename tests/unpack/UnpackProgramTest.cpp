@@ -1,3 +1,4 @@
+#include "DeflateStream.h"
 #include "TestHome.h"
 #include "Unpacker.h"
 #include "ZipBuilder.h"
@@ -5,6 +6,8 @@
 #include <QDateTime>
 #include <QElapsedTimer>
 #include <QStandardPaths>
+
+#include <functional>
 
 #include <fcntl.h>
 #include <signal.h>
@@ -247,6 +250,26 @@ private Q_SLOTS:
         ZipEntry more = packed;
         more.packed = ZipBuilder::deflate(packed.content) + "more";
         QTest::newRow("more behind the packed data") << more;
+
+        // The bytes around a part that cannot be understood match length and checksum.
+        const auto broken = [&](const char *name, const std::function<void(DeflateStream &)> &breakIt) {
+            DeflateStream stream;
+            stream.beginFixed();
+            stream.literals("abc");
+            breakIt(stream);
+            stream.literals("def");
+            stream.endBlock();
+            stream.stored("ghi", true);
+            ZipEntry entry = ZipEntry::file("a", "abcdefghi");
+            entry.method = ZipEntry::deflated;
+            entry.packed = stream.bytes();
+            QTest::newRow(name) << entry;
+        };
+        broken("a match from before the beginning", [](DeflateStream &stream) { stream.match(4); });
+        broken("two matches from before the beginning", [](DeflateStream &stream) {
+            stream.match(4);
+            stream.match(4);
+        });
 
         ZipEntry followed = packed;
         followed.flags |= 8;

@@ -145,6 +145,35 @@ private Q_SLOTS:
         QVERIFY(!refusal(builder.bytes()).empty());
     }
 
+    void aByteOrderMarkIsACharacterLikeAnyOther()
+    {
+        const QByteArray archive = ZipBuilder { ZipEntry::file("\xef\xbb\xbf"
+                                                               "a",
+                                                               "content") }
+                                       .bytes();
+        QCOMPARE(membersOf(archive).at(0).name,
+                 std::string("\xef\xbb\xbf"
+                             "a"));
+    }
+
+    void aNameThatIsStoredInAnotherCharacterSetIsReadFromItsField()
+    {
+        // As Info-ZIP writes it where names are in Latin-1.
+        ZipEntry entry = ZipEntry::file("\xe4/b", "content");
+        entry.flags = 0;
+        entry.extra = ZipBuilder::field(
+            0x7075, QByteArray(1, 1) + ZipBuilder::u32(ZipBuilder::crc32(entry.name)) + "\xc3\xa4/b");
+        entry.localExtra = entry.extra;
+        QCOMPARE(membersOf(ZipBuilder { entry }.bytes()).at(0).name, std::string("\xc3\xa4/b"));
+    }
+
+    void aLinkIsOneWhateverSystemItsWriterNames()
+    {
+        ZipEntry entry = ZipEntry::link("a", "b");
+        entry.writersSystem = 0;
+        QVERIFY(membersOf(ZipBuilder { entry }.bytes()).at(0).kind == ZipMember::Kind::Link);
+    }
+
     void aNameWithoutTheFlagMayBeUtf8()
     {
         ZipEntry entry = ZipEntry::file("\xc3\xa4", "content");
