@@ -1,6 +1,9 @@
 #include "ArchiveCheck.h"
+#include "Confinement.h"
 #include "Extraction.h"
 #include "FolderWriter.h"
+#include "NameHash.h"
+#include "Parallel.h"
 
 #include <poll.h>
 #ifdef __linux__
@@ -12,6 +15,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <ctime>
 #include <exception>
 #include <functional>
 #include <string>
@@ -45,17 +49,38 @@ void obeyTermination()
     sigprocmask(SIG_UNBLOCK, &termination, nullptr);
 }
 
+/// Asks the system what it will not be asked for later, and gives up the rights that reading an archive does
+/// not need. Everything that has a path is open by now.
+void giveUpRights(int folder)
+{
+    tzset(); // times in headers are local ones
+    threadCount();
+    nameHash({});
+    confine(folder); // what the system lacks is no reason not to unpack
+}
+
+void unpackFile(const std::string &path, const std::string &folderPath)
+{
+    const ArchiveFile archive(path);
+    const FileDescriptor folder = openEmptyFolder(folderPath);
+    giveUpRights(folder.get());
+    unpack(archive, folder.get());
+}
+
+void checkFile(const std::string &path)
+{
+    const ArchiveFile archive(path);
+    giveUpRights(-1);
+    checkArchive(archive);
+}
+
 /// What the program is asked to do; nothing to call when it is called in another way than it knows.
 std::function<void()> workOf(const std::vector<std::string> &arguments)
 {
     if (arguments.size() == 4 && arguments[0] == "-x" && arguments[1] == "-k")
-        return [&arguments] {
-            const ArchiveFile archive(arguments[2]);
-            const FileDescriptor folder = openEmptyFolder(arguments[3]);
-            unpack(archive, folder.get());
-        };
+        return [&arguments] { unpackFile(arguments[2], arguments[3]); };
     if (arguments.size() == 2 && arguments[0] == "--check")
-        return [&arguments] { checkArchive(ArchiveFile(arguments[1])); };
+        return [&arguments] { checkFile(arguments[1]); };
     return {};
 }
 
