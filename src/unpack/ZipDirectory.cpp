@@ -111,7 +111,7 @@ ZipMember memberOf(const ZipHeader &header, std::uint64_t place)
     member.crc = header.crc;
     member.size = header.size;
     member.offset = header.offset;
-    member.modified = header.modified;
+    member.modified = modificationTime(header);
     member.isDeflated = header.method == deflated;
     return member;
 }

@@ -79,22 +79,6 @@ std::string unicodeName(Bytes field, const std::string &storedName)
     return reader.text(reader.left());
 }
 
-/// The plain header's time: by the clock of where it was written, to two seconds.
-std::optional<std::time_t> localTime(std::uint16_t time, std::uint16_t date)
-{
-    std::tm fields = {};
-    fields.tm_sec = 2 * (time & 0x1f);
-    fields.tm_min = time >> 5 & 0x3f;
-    fields.tm_hour = time >> 11;
-    fields.tm_mday = date & 0x1f;
-    fields.tm_mon = (date >> 5 & 0xf) - 1;
-    fields.tm_year = 80 + (date >> 9);
-    fields.tm_isdst = -1;
-    if (fields.tm_mday == 0 || fields.tm_mon < 0)
-        return std::nullopt; // the writer knew none
-    return std::mktime(&fields);
-}
-
 /// Info-ZIP's time of the last change, in seconds since 1970; none where the field holds only others.
 std::optional<std::time_t> timeOf(Bytes field)
 {
@@ -115,6 +99,26 @@ ByteReader firstBytes(ArchiveWindow &window, ArchivePart rest, std::uint64_t cou
 
 }
 
+std::optional<std::time_t> modificationTime(const ZipHeader &header)
+{
+    if (header.utcTime)
+        return header.utcTime;
+    const auto field = [&header](unsigned lowest, unsigned count) {
+        return static_cast<int>(header.localTime >> lowest & ((1U << count) - 1));
+    };
+    std::tm fields = {};
+    fields.tm_sec = 2 * field(0, 5);
+    fields.tm_min = field(5, 6);
+    fields.tm_hour = field(11, 5);
+    fields.tm_mday = field(16, 5);
+    fields.tm_mon = field(21, 4) - 1;
+    fields.tm_year = 80 + field(25, 7);
+    fields.tm_isdst = -1;
+    if (fields.tm_mday == 0 || fields.tm_mon < 0)
+        return std::nullopt;
+    return std::mktime(&fields);
+}
+
 ZipHeader readDirectoryHeader(ArchiveWindow &window, ArchivePart rest)
 {
     constexpr std::uint64_t fixedLength = 46;
@@ -126,8 +130,7 @@ ZipHeader readDirectoryHeader(ArchiveWindow &window, ArchivePart rest)
     fixed.take(2); // the version of the format
     header.flags = fixed.u16();
     header.method = fixed.u16();
-    const auto time = fixed.u16();
-    const auto date = fixed.u16();
+    header.localTime = fixed.u32();
     header.crc = fixed.u32();
     header.packedSize = fixed.u32();
     header.size = fixed.u32();
@@ -154,9 +157,7 @@ ZipHeader readDirectoryHeader(ArchiveWindow &window, ArchivePart rest)
     large.replaceIfFilledUp(header.packedSize);
     large.replaceIfFilledUp(header.offset);
     header.name = extra.unicodeName ? unicodeName(*extra.unicodeName, header.storedName) : header.storedName;
-    header.modified = extra.times ? timeOf(*extra.times) : std::nullopt;
-    if (!header.modified)
-        header.modified = localTime(time, date);
+    header.utcTime = extra.times ? timeOf(*extra.times) : std::nullopt;
     return header;
 }
 

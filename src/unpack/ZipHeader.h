@@ -20,12 +20,16 @@ struct ZipHeader {
     std::uint64_t size = 0;
     std::uint32_t attributes = 0; // directory only
     std::uint64_t offset = 0; // directory only: of the other header, from the start of the archive
-    std::optional<std::time_t> modified; // directory only
+    std::uint32_t localTime = 0; // directory only: by the clock of where it was written, as DOS packs it
+    std::optional<std::time_t> utcTime; // directory only: Info-ZIP's time, which says what time it was
     std::string storedName;
     /// The name that holds: that of Info-ZIP's Unicode field where there is one, else the stored one.
     std::string name;
     std::uint64_t length = 0; ///< of the header itself, in bytes
 };
+
+/// When the member was changed; nothing where the writer did not know. Asks for the time zone.
+std::optional<std::time_t> modificationTime(const ZipHeader &header);
 
 /// Reads the header of the directory with which `rest`, the directory from there to its end, begins. Throws
 /// UnpackError.

@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <exception>
 #include <functional>
@@ -53,7 +54,10 @@ void obeyTermination()
 /// not need. Everything that has a path is open by now.
 void giveUpRights(int folder)
 {
-    tzset(); // times in headers are local ones
+    // Times in headers are local ones. Without a name for the zone, the C library looks for a new one each
+    // time.
+    setenv("TZ", ":/etc/localtime", 0);
+    tzset();
     threadCount();
     nameHash({});
     confine(folder); // what the system lacks is no reason not to unpack
