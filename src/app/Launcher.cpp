@@ -2,6 +2,7 @@
 
 #include "AppDelegate.h"
 #include "AppModel.h"
+#include "Background.h"
 #include "CodeHost.h"
 #include "Leftovers.h"
 #include "MainWindow.h"
@@ -99,7 +100,7 @@ int showWindow(OneLauncher &one)
     const int status = QApplication::exec();
     // What has not unwound by now still uses the model, like an engine that ignores being asked to end, or
     // would be waited for below, like a desktop that does not answer: the player waits for neither.
-    const bool isBusy = model.isWorking() || model.runner.isRunning
+    const bool isBusy = model.isWorking() || model.runner.isRunning || jobsInBackground() > 0
         || QThreadPool::globalInstance()->activeThreadCount() > 0;
     if (isBusy)
         std::_Exit(status);

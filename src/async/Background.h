@@ -2,14 +2,29 @@
 
 #include "Completion.h"
 
-#include <QThreadPool>
-
+#include <chrono>
 #include <exception>
+#include <functional>
 #include <type_traits>
 #include <variant>
 
-/// Runs `work` on the pool and resumes on the main thread with its value, or with the very exception that it
-/// threw. `work` is moved to the pool: it may hold values only, never a reference to the caller's frame.
+/// Runs `job`, which must not throw, on a thread of its own. Where the system refuses another thread (a limit
+/// on processes is reached), the job runs on a later turn of the main thread's event loop instead: the window
+/// waits for it then, but nobody who waits for the job waits for ever. Main thread.
+///
+/// Not QThreadPool: when it cannot start a thread it drops the job without telling anybody, and counts the
+/// thread as busy from then on.
+void startInBackground(std::function<void()> job);
+
+/// How many jobs run on threads of their own. Any thread.
+int jobsInBackground();
+
+/// Blocks until none does, and says whether that came within `limit`. Main thread.
+bool waitForBackground(std::chrono::milliseconds limit);
+
+/// Runs `work` as startInBackground does and resumes on the main thread with its value, or with the very
+/// exception that it threw. `work` is moved to the other thread: it may hold values only, never a reference
+/// to the caller's frame.
 ///
 /// Not QtConcurrent: a QFuture loses the type of an exception, and awaiting a cancelled one crashes in QCoro
 /// 0.8. GCC 12 destroys a capturing lambda twice when it is written inside the co_await expression: name it
@@ -20,7 +35,7 @@ template <typename Work> QCoro::Task<std::invoke_result_t<Work &>> runInBackgrou
     using Outcome = std::variant<Value, std::exception_ptr>;
 
     const Completion<Outcome> completion;
-    QThreadPool::globalInstance()->start([work = std::move(work), completion]() mutable {
+    startInBackground([work = std::move(work), completion]() mutable {
         auto outcome = std::make_shared<Outcome>();
         try {
             outcome->template emplace<0>(work());

@@ -11,6 +11,7 @@
 // Each print is one line of JSON.
 
 #include "AppModel.h"
+#include "Background.h"
 #include "CodeHost.h"
 #include "FileOperations.h"
 #include "Leftovers.h"
@@ -23,7 +24,6 @@
 #include <QCoreApplication>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QThreadPool>
 #include <QTimer>
 
 #include <chrono>
@@ -111,7 +111,7 @@ private:
     /// Lets the project facts, which are read in the background, arrive.
     static void settle()
     {
-        QThreadPool::globalInstance()->waitForDone();
+        waitForBackground(std::chrono::seconds(60));
         QCoreApplication::processEvents();
         QCoreApplication::processEvents();
     }

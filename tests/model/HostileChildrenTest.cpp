@@ -1,13 +1,13 @@
 // What a game and an import can do to the launcher: it is told exactly, the main thread keeps its turns, the
 // memory stays small, and nothing is left of the child.
 
+#include "Background.h"
 #include "Children.h"
 #include "Player.h"
 #include "Strain.h"
 
 #include <QElapsedTimer>
 #include <QTest>
-#include <QThreadPool>
 
 #include <csignal>
 
@@ -38,7 +38,7 @@ class Watch final {
 public:
     Watch()
     {
-        QThreadPool::globalInstance()->waitForDone(); // a model that is new reads the game there
+        waitForBackground(std::chrono::seconds(20)); // a model that is new reads the game there
         m_files = Children::openFiles();
     }
 

@@ -234,7 +234,7 @@ private Q_SLOTS:
                           "config/name=\"Hill Run\"\n");
         AppModel &model = player.startModel(); // which reads it in the background
         model.removeEverything();
-        QVERIFY(QThreadPool::globalInstance()->waitForDone(20000));
+        QVERIFY(waitForBackground(std::chrono::seconds(20)));
         for (int turn = 0; turn < 10; ++turn) // what was read takes a few to arrive
             QCoreApplication::processEvents();
         QVERIFY(!model.info.get());
@@ -250,11 +250,11 @@ private Q_SLOTS:
         player.home.write(game + QStringLiteral("README"), QByteArray(32 * 1024 * 1024, '\n'));
         AppModel &model = player.startModel();
         QTRY_VERIFY(model.info.get());
-        QVERIFY(QThreadPool::globalInstance()->waitForDone(20000));
+        QVERIFY(waitForBackground(std::chrono::seconds(20)));
         model.play();
         int looks = 0; // what comes before the reading is over at the first look
         QVERIFY(QTest::qWaitFor([&looks] {
-            looks = QThreadPool::globalInstance()->activeThreadCount() > 0 ? looks + 1 : 0;
+            looks = jobsInBackground() > 0 ? looks + 1 : 0;
             return looks == 3;
         }));
         model.removeEverything();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "AppModel.h"
+#include "Background.h"
 #include "LocalCodeHost.h"
 #include "Pasteboard.h"
 #include "Paths.h"
@@ -11,7 +12,6 @@
 
 #include <QDirIterator>
 #include <QTest>
-#include <QThreadPool>
 
 #include <memory>
 #include <optional>
@@ -115,7 +115,7 @@ if [ "$import" ]; then . ./import.sh; else . ./play.sh; fi
             qFatal("What the model runs did not end.");
         // What is still being read in the background comes back before the model goes, and no frame is left
         // over.
-        QThreadPool::globalInstance()->waitForDone();
+        waitForBackground(std::chrono::seconds(30));
         QCoreApplication::processEvents();
         QCoreApplication::processEvents();
     }

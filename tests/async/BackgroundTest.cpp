@@ -1,0 +1,84 @@
+#include "Background.h"
+
+#include "OrdinaryUser.h"
+#include "Tasks.h"
+#include "ThreadLimit.h"
+
+#include <QTest>
+#include <QThread>
+
+#include <atomic>
+#include <stdexcept>
+
+namespace {
+
+/// Whether the job runs beside the main thread.
+auto isBeside()
+{
+    return [main = QThread::currentThread()] { return QThread::currentThread() != main; };
+}
+
+}
+
+class BackgroundTest final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void withoutAThreadLeftEveryJobStillEnds()
+    {
+        QVERIFY(OrdinaryUser::run([] {
+            const ThreadLimit none;
+            for (int job = 0; job < 20; ++job) {
+                auto task = runInBackground(isBeside());
+                if (task.isReady() || Tasks::finish(std::move(task)))
+                    return false;
+            }
+            return jobsInBackground() == 0;
+        }));
+    }
+
+    void withoutAThreadLeftAnExceptionKeepsItsType()
+    {
+        QVERIFY(OrdinaryUser::run([] {
+            const ThreadLimit none;
+            auto work = []() -> int { throw std::out_of_range("too far"); };
+            return Tasks::failure<std::out_of_range>(runInBackground(std::move(work))).has_value();
+        }));
+    }
+
+    void onceThereIsRoomAgainJobsRunBesideTheMainThread()
+    {
+        QVERIFY(OrdinaryUser::run([] {
+            {
+                const ThreadLimit none;
+                Tasks::finish(runInBackground(isBeside()));
+            }
+            return Tasks::finish(runInBackground(isBeside()));
+        }));
+    }
+
+    void theJobsThatRunAreCountedAndCanBeWaitedFor()
+    {
+        std::atomic<bool> goesOn = false;
+        startInBackground([&goesOn] { goesOn.wait(false); });
+        QCOMPARE(jobsInBackground(), 1);
+        QVERIFY(!waitForBackground(std::chrono::milliseconds(20)));
+        goesOn = true;
+        goesOn.notify_all();
+        QVERIFY(waitForBackground(std::chrono::seconds(20)));
+        QCOMPARE(jobsInBackground(), 0);
+    }
+
+    void whatAJobHoldsGoesBeforeTheJobIsOver()
+    {
+        const auto held = std::make_shared<int>(0);
+        for (int round = 0; round < 100; ++round) {
+            startInBackground([held] {});
+            QVERIFY(waitForBackground(std::chrono::seconds(20)));
+            QCOMPARE(held.use_count(), 1);
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(BackgroundTest)
+#include "BackgroundTest.moc"
