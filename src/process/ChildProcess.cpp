@@ -126,17 +126,23 @@ int ChildProcess::launch(const QString &executable, const QStringList &arguments
     return error;
 }
 
-qint32 ChildProcess::waitForEnd()
+ChildEnd ChildProcess::waitForEnd()
 {
-    siginfo_t info = {};
-    // Learns of the end and leaves the child to be reaped.
-    while (::waitid(P_PID, static_cast<id_t>(m_pid.load()), &info, WEXITED | WNOWAIT) != 0) {
-        if (errno != EINTR) {
+    const auto child = static_cast<id_t>(m_pid.load());
+    for (;;) {
+        siginfo_t info = {};
+        // Learns of the end and leaves the child to be reaped.
+        if (::waitid(P_PID, child, &info, WEXITED | WNOWAIT) != 0) {
+            if (errno == EINTR)
+                continue;
             m_pid = 0; // somebody else has reaped it: its number is not ours any more
-            return unknownStatus;
+            return { .status = unknownStatus, .bySignal = false };
         }
+        if (const auto end = childEnd(info.si_code, info.si_status))
+            return *end;
+        // A system that reports more than ends reports it until it is taken away.
+        ::waitid(P_PID, child, &info, WSTOPPED | WCONTINUED | WNOHANG);
     }
-    return info.si_status;
 }
 
 void ChildProcess::terminate() const { send(SIGTERM); }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ChildEnd.h"
+
 #include <QByteArrayList>
 #include <QString>
 #include <QStringList>
@@ -26,8 +28,9 @@ public:
     int launch(const QString &executable, const QStringList &arguments, const QByteArrayList &environment,
                int output);
 
-    /// Blocks until the child has ended, and gives its exit code or the number of the signal that ended it.
-    qint32 waitForEnd();
+    /// Blocks until the child has ended; a child that is only stopped has not. Status 255 when the system
+    /// does not say how.
+    ChildEnd waitForEnd();
 
     /// Sends SIGTERM. Nothing happens before the launch and after the end.
     void terminate() const;

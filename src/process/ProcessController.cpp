@@ -91,6 +91,12 @@ qint32 ProcessController::runToEnd(const QString &executable, const QStringList 
                                    std::function<void(const QString &)> onLine)
 {
     OutputReader reader(onLine);
+bool ProcessController::wasEndedBySignal() const
+{
+    const std::lock_guard lock(m_lock);
+    return m_endedBySignal;
+}
+
     int error = reader.start();
 
     const auto process = std::make_shared<ChildProcess>();
@@ -100,14 +106,14 @@ qint32 ProcessController::runToEnd(const QString &executable, const QStringList 
         error = process->launch(executable, arguments, environment, reader.childEnd());
     reader.closeChildEnd();
     if (error != 0) {
-        release();
+        release(false);
         onLine(couldNotStartLine(executable, error));
         return couldNotStart;
     }
-    const qint32 status = process->waitForEnd();
+    const ChildEnd end = process->waitForEnd();
     reader.finish();
-    release();
-    return status;
+    release(end.bySignal);
+    return end.status;
 }
 
 /// Makes `process` the one that `cancel` reaches. False when the run was cancelled already.
@@ -128,9 +134,10 @@ std::shared_ptr<ChildProcess> ProcessController::admitted() const
 }
 
 /// From here on `cancel` reaches nothing.
-void ProcessController::release()
+void ProcessController::release(bool endedBySignal)
 {
     std::shared_ptr<ChildProcess> ended; // destroyed after the lock is let go
     const std::lock_guard lock(m_lock);
     ended.swap(m_process);
 }
+    m_endedBySignal = endedBySignal;

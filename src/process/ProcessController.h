@@ -44,15 +44,20 @@ public:
     bool isCancelled() const;
 
 private:
+    /// Whether the run is over and it was a signal that ended the child: its status is then the signal's
+    /// number. Any thread.
+    bool wasEndedBySignal() const;
+
     ProcessController();
 
     qint32 runToEnd(const QString &executable, const QStringList &arguments,
                     const QByteArrayList &environment, std::function<void(const QString &)> onLine);
     bool admit(std::shared_ptr<ChildProcess> process);
     std::shared_ptr<ChildProcess> admitted() const;
-    void release();
+    void release(bool endedBySignal);
 
     mutable std::mutex m_lock;
     std::shared_ptr<ChildProcess> m_process; // guarded by m_lock; none until the run is about to launch it
     bool m_cancelled = false; // guarded by m_lock
 };
+    bool m_endedBySignal = false; // guarded by m_lock

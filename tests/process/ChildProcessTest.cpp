@@ -33,7 +33,7 @@ void ChildProcessTest::anEndedChildKeepsItsNumberUntilItsHolderLetsGo()
     QCOMPARE(child->launch(QStringLiteral("/bin/sh"), { QStringLiteral("-c"), QStringLiteral("exit 3") },
                            childEnvironment(), output.writeEnd.get()),
              0);
-    QCOMPARE(child->waitForEnd(), 3);
+    QCOMPARE(child->waitForEnd().status, 3);
     QVERIFY(!Children::noneLeft());
     child.reset();
     QVERIFY(Children::noneLeft());
@@ -45,9 +45,9 @@ void ChildProcessTest::aLateRequestToEndHarmsNobody()
     QCOMPARE(output.open(), 0);
     ChildProcess child;
     QCOMPARE(child.launch(QStringLiteral("/bin/true"), {}, childEnvironment(), output.writeEnd.get()), 0);
-    QCOMPARE(child.waitForEnd(), 0);
+    QCOMPARE(child.waitForEnd().status, 0);
     child.terminate();
-    QCOMPARE(child.waitForEnd(), 0);
+    QCOMPARE(child.waitForEnd().status, 0);
 }
 
 void ChildProcessTest::aRequestToEndBeforeTheLaunchDoesNothing()
@@ -57,7 +57,7 @@ void ChildProcessTest::aRequestToEndBeforeTheLaunchDoesNothing()
     ChildProcess child;
     child.terminate();
     QCOMPARE(child.launch(QStringLiteral("/bin/true"), {}, childEnvironment(), output.writeEnd.get()), 0);
-    QCOMPARE(child.waitForEnd(), 0);
+    QCOMPARE(child.waitForEnd().status, 0);
 }
 
 void ChildProcessTest::aChildThatCannotStartLeavesNothing()
@@ -84,7 +84,7 @@ void ChildProcessTest::aChildThatSomebodyElseReapedHasAnUnknownStatus()
              0);
     // From here on the system forgets a child as it ends.
     const auto before = std::signal(SIGCHLD, SIG_IGN);
-    const qint32 status = child.waitForEnd();
+    const qint32 status = child.waitForEnd().status;
     std::signal(SIGCHLD, before);
     QCOMPARE(status, 255);
     QVERIFY(Children::noneLeft());
