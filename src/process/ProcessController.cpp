@@ -3,6 +3,7 @@
 #include "ChildEnvironment.h"
 #include "ChildProcess.h"
 #include "Completion.h"
+#include "MainThread.h"
 #include "OutputReader.h"
 
 #include <QFileInfo>
@@ -45,15 +46,20 @@ ProcessController::~ProcessController() = default;
 QCoro::Task<qint32> ProcessController::run(QString executable, QStringList arguments,
                                            std::function<void(const QString &)> onLine)
 {
+    const auto kept = shared_from_this();
     const Completion<qint32> completion;
     const QByteArrayList environment = childEnvironment();
-    const int error = startOwnThread(
-        [self = shared_from_this(), executable, arguments, environment, onLine, completion]() mutable {
-            const qint32 status = self->runToEnd(executable, arguments, environment, std::move(onLine));
-            self.reset();
-            postToMainThread([completion, status] { completion.settle(status); });
-        });
+    const int error
+        = startOwnThread([self = kept, executable, arguments, environment, onLine, completion]() mutable {
+              const qint32 status = self->runToEnd(executable, arguments, environment, std::move(onLine));
+              self.reset();
+              postToMainThread([completion, status] { completion.settle(status); });
+          });
     if (error != 0) {
+        // Even this run ends after its caller has returned, and can be cancelled in between.
+        co_await nextTurn();
+        if (isCancelled())
+            co_return cancelledBeforeLaunch;
         onLine(couldNotStartLine(executable, error));
         co_return couldNotStart;
     }
@@ -85,18 +91,18 @@ bool ProcessController::isCancelled() const
     return m_cancelled;
 }
 
-/// The whole life of the child, on the run's own thread.
-qint32 ProcessController::runToEnd(const QString &executable, const QStringList &arguments,
-                                   const QByteArrayList &environment,
-                                   std::function<void(const QString &)> onLine)
-{
-    OutputReader reader(onLine);
 bool ProcessController::wasEndedBySignal() const
 {
     const std::lock_guard lock(m_lock);
     return m_endedBySignal;
 }
 
+/// The whole life of the child, on the run's own thread.
+qint32 ProcessController::runToEnd(const QString &executable, const QStringList &arguments,
+                                   const QByteArrayList &environment,
+                                   std::function<void(const QString &)> onLine)
+{
+    OutputReader reader(onLine);
     int error = reader.start();
 
     const auto process = std::make_shared<ChildProcess>();
@@ -138,6 +144,6 @@ void ProcessController::release(bool endedBySignal)
 {
     std::shared_ptr<ChildProcess> ended; // destroyed after the lock is let go
     const std::lock_guard lock(m_lock);
+    m_endedBySignal = endedBySignal;
     ended.swap(m_process);
 }
-    m_endedBySignal = endedBySignal;

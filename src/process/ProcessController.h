@@ -29,7 +29,8 @@ public:
     /// directory, with nothing to read on standard input, and gives its exit status (the signal's number for
     /// a child that a signal ended), `couldNotStart` or `cancelledBeforeLaunch`. Never throws. A child that
     /// could not be started gives one line that says why. Call it on the main thread, which it also resumes
-    /// on; `onLine` is called on background threads, and never again once the run is over.
+    /// on, always on a later turn. `onLine` is called on background threads, or on the main thread where the
+    /// system refused the run a thread, and never again once the run is over.
     QCoro::Task<qint32> run(QString executable, QStringList arguments,
                             std::function<void(const QString &)> onLine);
 
@@ -43,11 +44,11 @@ public:
     /// Whether `cancel` was called. Any thread.
     bool isCancelled() const;
 
-private:
     /// Whether the run is over and it was a signal that ended the child: its status is then the signal's
     /// number. Any thread.
     bool wasEndedBySignal() const;
 
+private:
     ProcessController();
 
     qint32 runToEnd(const QString &executable, const QStringList &arguments,
@@ -59,5 +60,5 @@ private:
     mutable std::mutex m_lock;
     std::shared_ptr<ChildProcess> m_process; // guarded by m_lock; none until the run is about to launch it
     bool m_cancelled = false; // guarded by m_lock
-};
     bool m_endedBySignal = false; // guarded by m_lock
+};

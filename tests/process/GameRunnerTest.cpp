@@ -1,6 +1,8 @@
 #include "GameRunner.h"
 #include "Children.h"
+#include "OrdinaryUser.h"
 #include "TestHome.h"
+#include "ThreadLimit.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -39,6 +41,8 @@ private Q_SLOTS:
     void aGameThatCannotStartIsReported();
     void stopSendsTheGameSigterm();
     void aStopBeforeTheLaunchIsReported();
+    void aGameThatGetsNoThreadIsReportedOnALaterTurn_data();
+    void aGameThatGetsNoThreadIsReportedOnALaterTurn();
     void aGameThatIgnoresTheRequestKeepsRunning();
     void stoppingAnIdleRunnerDoesNothing();
     void stoppingAfterTheEndDoesNothing();
@@ -200,6 +204,29 @@ void GameRunnerTest::stopSendsTheGameSigterm()
     QCOMPARE(m_exits.first().status, SIGTERM);
     QVERIFY(m_exits.first().stoppedByUser);
 }
+void GameRunnerTest::aGameThatGetsNoThreadIsReportedOnALaterTurn_data()
+{
+    QTest::addColumn<bool>("isStopped");
+    QTest::addColumn<int>("status");
+    QTest::newRow("left alone") << false << -1;
+    QTest::newRow("stopped before that turn") << true << -2;
+}
+
+void GameRunnerTest::aGameThatGetsNoThreadIsReportedOnALaterTurn()
+{
+    QFETCH(bool, isStopped);
+    QFETCH(int, status);
+    QVERIFY(OrdinaryUser::run([this, isStopped, status] {
+        const ThreadLimit none;
+        launch(QStringLiteral("/bin/true"), {});
+        const bool isReportedAtOnce = !m_exits.isEmpty();
+        if (isStopped)
+            m_runner->stop();
+        return !isReportedAtOnce && waitForExit() && m_exits.first().status == status
+            && m_exits.first().stoppedByUser == isStopped && !m_runner->isRunning;
+    }));
+}
+
 
 void GameRunnerTest::aStopBeforeTheLaunchIsReported()
 {

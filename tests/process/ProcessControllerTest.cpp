@@ -29,6 +29,10 @@ private Q_SLOTS:
     void aProgramThatCannotStartGivesOneLine();
     void aLaunchWithoutDescriptorsLeftCannotStart();
     void aRunWithoutAThreadLeftCannotStart();
+    void aRunWithoutAThreadLeftEndsOnALaterTurnAndCanBeCancelledUntilThen();
+    void aChildThatIsStoppedHasNotEnded();
+    void whetherASignalEndedTheChildIsTold_data();
+    void whetherASignalEndedTheChildIsTold();
     void theRunEndsOnTheMainThread();
     void linesComeOnOtherThreads();
     void linesComeWhileTheChildRuns();
@@ -159,6 +163,58 @@ void ProcessControllerTest::aRunWithoutAThreadLeftCannotStart()
             && run.lines
             == QStringList(QStringLiteral("Could not start sh: Resource temporarily unavailable"));
     }));
+}
+
+void ProcessControllerTest::aRunWithoutAThreadLeftEndsOnALaterTurnAndCanBeCancelledUntilThen()
+{
+    QVERIFY(OrdinaryUser::run([] {
+        const ThreadLimit none;
+        Children::Lines lines;
+        const auto controller = ProcessController::create();
+        auto task = controller->run(QStringLiteral("/bin/true"), {}, lines.adder());
+        const bool isLater = !task.isReady() && lines.all().isEmpty();
+        controller->cancel();
+        return isLater && Tasks::finish(std::move(task)) == ProcessController::cancelledBeforeLaunch
+            && lines.all().isEmpty();
+    }));
+}
+
+void ProcessControllerTest::aChildThatIsStoppedHasNotEnded()
+{
+    Children::Lines lines;
+    auto task = ProcessController::create()->run(
+        QStringLiteral("/bin/sh"),
+        { QStringLiteral("-c"), QStringLiteral("echo $$; kill -STOP $$; echo on; exit 3") }, lines.adder());
+    QTRY_COMPARE(lines.all().size(), 1);
+    const QByteArray child = lines.all().first().toLatin1();
+    QTRY_VERIFY([&child] {
+        QFile state(QStringLiteral("/proc/%1/stat").arg(QLatin1StringView(child)));
+        return state.open(QIODevice::ReadOnly) && state.readAll().contains(") T ");
+    }());
+    QTest::qWait(50); // what a stop that was taken for the end would need to arrive
+    QVERIFY(!task.isReady());
+    QCOMPARE(::kill(child.toInt(), SIGCONT), 0);
+    QCOMPARE(Tasks::finish(std::move(task)), 3);
+    QCOMPARE(lines.all().last(), QStringLiteral("on"));
+}
+
+void ProcessControllerTest::whetherASignalEndedTheChildIsTold_data()
+{
+    QTest::addColumn<QString>("script");
+    QTest::addColumn<bool>("bySignal");
+    QTest::newRow("exit code 9") << QStringLiteral("exit 9") << false;
+    QTest::newRow("signal 9") << QStringLiteral("kill -KILL $$") << true;
+    QTest::newRow("signal 11") << QStringLiteral("ulimit -c 0; kill -SEGV $$") << true;
+}
+
+void ProcessControllerTest::whetherASignalEndedTheChildIsTold()
+{
+    QFETCH(QString, script);
+    QFETCH(bool, bySignal);
+    const auto controller = ProcessController::create();
+    Tasks::finish(
+        controller->run(QStringLiteral("/bin/sh"), { QStringLiteral("-c"), script }, [](const QString &) {}));
+    QCOMPARE(controller->wasEndedBySignal(), bySignal);
 }
 
 void ProcessControllerTest::theRunEndsOnTheMainThread()
