@@ -25,7 +25,8 @@ QCoro::Task<> GameRunner::runToEnd(QString executable, QStringList arguments,
                                    std::function<void(const QString &)> log,
                                    std::function<void(GameExit)> onExit)
 {
-    using Clock = std::chrono::system_clock;
+    // Not the wall clock: it may be set while the game runs.
+    using Clock = std::chrono::steady_clock;
 
     const QPointer<GameRunner> self(this);
     const std::shared_ptr<ProcessController> controller = m_controller;

@@ -6,6 +6,7 @@
 
 #include <QSignalSpy>
 #include <QTest>
+#include <QThread>
 
 #include <csignal>
 #include <memory>
@@ -36,13 +37,14 @@ private Q_SLOTS:
     void theWholeOutputIsInTheLogWhenOnExitIsCalled();
     void aGameThatExitsByItselfIsReported();
     void theDurationIsThatOfTheRun();
+    void theDurationBeginsBeforeTheFirstLogLine();
     void aGameThatFailsIsReportedWithItsStatus();
     void aSecondLaunchWhileRunningIsIgnored();
     void aGameThatCannotStartIsReported();
-    void stopSendsTheGameSigterm();
-    void aStopBeforeTheLaunchIsReported();
     void aGameThatGetsNoThreadIsReportedOnALaterTurn_data();
     void aGameThatGetsNoThreadIsReportedOnALaterTurn();
+    void stopSendsTheGameSigterm();
+    void aStopBeforeTheLaunchIsReported();
     void aGameThatIgnoresTheRequestKeepsRunning();
     void stoppingAnIdleRunnerDoesNothing();
     void stoppingAfterTheEndDoesNothing();
@@ -156,6 +158,14 @@ void GameRunnerTest::theDurationIsThatOfTheRun()
     QVERIFY(!m_exits.first().stoppedByUser);
 }
 
+void GameRunnerTest::theDurationBeginsBeforeTheFirstLogLine()
+{
+    connect(m_log.get(), &Observable::willChange, this, [] { QThread::msleep(200); });
+    launch(QStringLiteral("/bin/true"), {});
+    QVERIFY(waitForExit());
+    QVERIFY(m_exits.first().seconds >= 0.2);
+}
+
 void GameRunnerTest::aGameThatFailsIsReportedWithItsStatus()
 {
     launch(shellProgram, script(QStringLiteral("exit 255")));
@@ -194,16 +204,6 @@ void GameRunnerTest::aGameThatCannotStartIsReported()
     QVERIFY(!m_exits.first().stoppedByUser);
 }
 
-void GameRunnerTest::stopSendsTheGameSigterm()
-{
-    launch(shellProgram, script(endless));
-    QTRY_COMPARE(m_log->lines->size(), 2);
-    m_runner->stop();
-    QVERIFY(m_runner->isRunning);
-    QVERIFY(waitForExit());
-    QCOMPARE(m_exits.first().status, SIGTERM);
-    QVERIFY(m_exits.first().stoppedByUser);
-}
 void GameRunnerTest::aGameThatGetsNoThreadIsReportedOnALaterTurn_data()
 {
     QTest::addColumn<bool>("isStopped");
@@ -227,6 +227,16 @@ void GameRunnerTest::aGameThatGetsNoThreadIsReportedOnALaterTurn()
     }));
 }
 
+void GameRunnerTest::stopSendsTheGameSigterm()
+{
+    launch(shellProgram, script(endless));
+    QTRY_COMPARE(m_log->lines->size(), 2);
+    m_runner->stop();
+    QVERIFY(m_runner->isRunning);
+    QVERIFY(waitForExit());
+    QCOMPARE(m_exits.first().status, SIGTERM);
+    QVERIFY(m_exits.first().stoppedByUser);
+}
 
 void GameRunnerTest::aStopBeforeTheLaunchIsReported()
 {

@@ -3,6 +3,8 @@
 
 #include <QTest>
 
+#include <sys/resource.h>
+
 class ProcessOutputTest final : public QObject {
     Q_OBJECT
 
@@ -14,6 +16,7 @@ private Q_SLOTS:
     void invalidBytesBecomeReplacementCharacters();
     void whatAChildPrintsJustBeforeItsEndComesWhole();
     void everyLineIsInTheLogWhenTheRunIsOver();
+    void outputThatWasClosedCostsNoTimeWhileTheChildRunsOn();
 };
 
 void ProcessOutputTest::carriageReturnAndLineFeedEndOneLine()
@@ -69,6 +72,20 @@ void ProcessOutputTest::everyLineIsInTheLogWhenTheRunIsOver()
         QCOMPARE(log.lines->size(), 2501);
         QCOMPARE(log.lines->last(), QStringLiteral("last"));
     }
+}
+
+void ProcessOutputTest::outputThatWasClosedCostsNoTimeWhileTheChildRunsOn()
+{
+    const auto used = [] {
+        rusage usage = {};
+        getrusage(RUSAGE_SELF, &usage);
+        const auto milliseconds
+            = [](const timeval &time) { return time.tv_sec * 1000 + time.tv_usec / 1000; };
+        return milliseconds(usage.ru_utime) + milliseconds(usage.ru_stime);
+    };
+    const auto before = used();
+    QCOMPARE(Children::shell(QStringLiteral("exec >&- 2>&-; sleep 1.5")).status, 0);
+    QVERIFY2(used() - before < 200, qPrintable(QString::number(used() - before)));
 }
 
 QTEST_GUILESS_MAIN(ProcessOutputTest)

@@ -1,0 +1,119 @@
+// What can only be seen from below: this program has some of the system's functions itself, and looks at the
+// launcher whenever one of them is called.
+
+#include "Children.h"
+#include "GameRunner.h"
+
+#include <QTest>
+
+#include <dlfcn.h>
+#include <spawn.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <ctime>
+#include <future>
+#include <thread>
+
+namespace {
+
+std::atomic<time_t> wallClockIsAhead = 0; // seconds
+
+std::shared_ptr<ProcessController> watched;
+std::atomic<int> callsSeen = 0;
+std::atomic<int> callsUnderTheLock = 0;
+
+/// Whether another thread gets at the watched controller now, which takes its lock.
+void noteCall()
+{
+    if (!watched)
+        return;
+    ++callsSeen;
+    std::promise<void> isAnswered;
+    auto answer = isAnswered.get_future();
+    std::thread([controller = watched, promise = std::move(isAnswered)]() mutable {
+        controller->isCancelled();
+        promise.set_value();
+    }).detach();
+    if (answer.wait_for(std::chrono::seconds(5)) != std::future_status::ready)
+        ++callsUnderTheLock;
+}
+
+}
+
+extern "C" int clock_gettime(clockid_t clock, timespec *time) noexcept
+{
+    const long result = ::syscall(SYS_clock_gettime, clock, time);
+    if (result == 0 && clock == CLOCK_REALTIME)
+        time->tv_sec += wallClockIsAhead;
+    return static_cast<int>(result);
+}
+
+extern "C" int kill(pid_t process, int signal) noexcept
+{
+    noteCall();
+    return static_cast<int>(::syscall(SYS_kill, process, signal));
+}
+
+extern "C" int posix_spawn(pid_t *process, const char *path, const posix_spawn_file_actions_t *actions,
+                           const posix_spawnattr_t *attributes, char *const arguments[],
+                           char *const environment[])
+{
+    noteCall();
+    const auto original = reinterpret_cast<decltype(&posix_spawn)>(::dlsym(RTLD_NEXT, "posix_spawn"));
+    return original(process, path, actions, attributes, arguments, environment);
+}
+
+class SystemCallsTest final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void theDurationOfAGameIsItsOwnWhenTheWallClockIsSet_data()
+    {
+        QTest::addColumn<qint64>("ahead");
+        QTest::newRow("a day back") << qint64(-86'400);
+        QTest::newRow("a day forward") << qint64(86'400);
+    }
+
+    void theDurationOfAGameIsItsOwnWhenTheWallClockIsSet()
+    {
+        QFETCH(qint64, ahead);
+        LogStore log;
+        GameRunner runner;
+        std::optional<GameExit> exit;
+        runner.launch(QStringLiteral("/bin/sleep"), { QStringLiteral("0.3") }, log,
+                      [&exit](const GameExit &reported) { exit = reported; });
+        const time_t before = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
+        wallClockIsAhead = ahead;
+        const time_t after = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
+        const bool hasEnded = QTest::qWaitFor([&exit] { return exit.has_value(); }, 20'000);
+        wallClockIsAhead = 0;
+        QVERIFY(std::abs(after - before - ahead) < 60); // the clock was set
+        QVERIFY(hasEnded);
+        QVERIFY2(exit->seconds >= 0.3 && exit->seconds < 20, qPrintable(QString::number(exit->seconds)));
+    }
+
+    void theControllersLockIsNotHeldWhileAChildIsLaunchedOrSignalled()
+    {
+        Children::Lines lines;
+        watched = ProcessController::create();
+        auto task = watched->run(QStringLiteral("/bin/sh"),
+                                 { QStringLiteral("-c"),
+                                   QStringLiteral("trap '' TERM; echo ready; while :; do sleep 0.01; done") },
+                                 lines.adder());
+        QTRY_COMPARE(lines.all().size(), 1);
+        watched->cancel();
+        watched->kill();
+        const qint32 status = Tasks::finish(std::move(task));
+        watched.reset();
+        QCOMPARE(status, SIGKILL);
+        QCOMPARE(callsSeen, 3);
+        QCOMPARE(callsUnderTheLock, 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(SystemCallsTest)
+#include "SystemCallsTest.moc"
