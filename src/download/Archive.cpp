@@ -6,20 +6,40 @@
 #include "LogStore.h"
 #include "ProcessController.h"
 
+#include <QCoreApplication>
 #include <QFileInfo>
+#include <QTimer>
+
+#include <chrono>
+#include <cstring>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
+/// How long a tool may take to end when it is asked to. It holds nothing of the player's.
+constexpr std::chrono::milliseconds patience { 200 };
+
+/// Asks the tool to end, and ends it soon after: one that hangs or is stopped (SIGSTOP) follows no request.
+void end(const std::shared_ptr<ProcessController> &controller)
+{
+    controller->cancel();
+    QTimer::singleShot(patience, QCoreApplication::instance(), [controller] { controller->kill(); });
+}
+
 /// Runs `tool`, whose lines go to `log`, and gives its status.
 QCoro::Task<qint32> runTool(QString tool, QStringList arguments, LogStore *log, std::stop_token stop)
 {
     const auto controller = ProcessController::create();
-    const std::stop_callback onStop(stop, [controller] { controller->cancel(); });
+    const std::stop_callback onStop(stop, [controller] { end(controller); });
     const std::function<void(const QString &)> appendToLog = log->appender();
     const qint32 status = co_await controller->run(tool, arguments, appendToLog);
     throwIfCancelled(stop);
+    // The failure to come gives a number only.
+    if (controller->wasEndedBySignal()) {
+        log->append(u"%1 was ended by signal %2 (%3) before it had finished."_s.arg(
+            QFileInfo(tool).fileName(), QString::number(status), QString::fromLocal8Bit(strsignal(status))));
+    }
     co_return status;
 }
 

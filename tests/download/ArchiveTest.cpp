@@ -81,6 +81,56 @@ private Q_SLOTS:
         QVERIFY(m_log->lines->first().startsWith("Could not start nowhere: "_L1));
     }
 
+    void aToolThatASignalEndedIsNamedInTheLog_data()
+    {
+        QTest::addColumn<QByteArray>("script");
+        QTest::addColumn<QStringList>("lines");
+        const QString line = u"tool was ended by signal %1 (%2) before it had finished."_s;
+        QTest::newRow("crashed") << QByteArray("ulimit -c 0; echo last; kill -SEGV $$")
+                                 << QStringList { u"last"_s, line.arg(11).arg(u"Segmentation fault"_s) };
+        QTest::newRow("killed") << QByteArray("kill -KILL $$")
+                                << QStringList { line.arg(9).arg(u"Killed"_s) };
+        QTest::newRow("exited with the same number") << QByteArray("exit 11") << QStringList();
+    }
+
+    void aToolThatASignalEndedIsNamedInTheLog()
+    {
+        QFETCH(QByteArray, script);
+        QFETCH(QStringList, lines);
+        useTool(script);
+        QVERIFY(failure().startsWith(u"Could not unpack game.zip (ditto exit code "_s));
+        QCOMPARE(m_log->lines.get(), lines);
+    }
+
+    void aToolThatFollowsNoRequestIsEndedSoonAfterCancel_data()
+    {
+        QTest::addColumn<QByteArray>("script");
+        QTest::newRow("stopped") << QByteArray("echo ready; kill -STOP $$");
+        QTest::newRow("deaf") << QByteArray("trap '' TERM; echo ready; while :; do sleep 0.05; done");
+    }
+
+    void aToolThatFollowsNoRequestIsEndedSoonAfterCancel()
+    {
+        QFETCH(QByteArray, script);
+        useTool(script);
+        std::stop_source stop;
+        auto unpacking = Archive::unzip(zipFile(), destination(), &*m_log, stop.get_token());
+        QTRY_COMPARE(m_log->lines.get(), QStringList { u"ready"_s });
+        stop.request_stop();
+        QVERIFY(Tasks::failure<CancellationError>(std::move(unpacking), std::chrono::seconds(5)));
+        QCOMPARE(m_log->lines.get(), QStringList { u"ready"_s });
+    }
+
+    void theToolsLinesComeWhileItRuns()
+    {
+        useTool("echo early; while [ ! -e \"$4/go\" ]; do sleep 0.01; done");
+        auto unpacking = Archive::unzip(zipFile(), destination(), &*m_log);
+        QTRY_COMPARE(m_log->lines.get(), QStringList { u"early"_s });
+        QVERIFY(!unpacking.isReady());
+        write(destination() + u"/go"_s, {});
+        Tasks::finish(std::move(unpacking));
+    }
+
     void whatIsNoArchiveIsAnError_data()
     {
         QTest::addColumn<QByteArray>("content");
