@@ -32,6 +32,10 @@ QCoro::Task<> AppModel::runUpdate(std::stop_token stop)
         enterStep(QStringLiteral("Updating the game (your save files are kept)"));
         auto installing = repo.install(&log, progressOnMainThread(), stop);
         co_await installing;
+        // Everything may have been removed in the last moments, when nothing looked for a cancellation any
+        // more.
+        if (m_removeRootAgain)
+            throw CancellationError();
         loadInfo();
         notice = QStringLiteral("The game was updated.");
         state = AppState::notDownloaded();
