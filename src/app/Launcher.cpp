@@ -19,6 +19,7 @@
 #include <QPixmap>
 #include <QThreadPool>
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 
@@ -111,6 +112,9 @@ int showWindow(OneLauncher &one)
 
 int Launcher::run(char *program, const QUrl &codeHost)
 {
+    // A peer that is gone is an error of a call, in whichever thread and library, and never the launcher's
+    // end. Children start with the default again.
+    std::signal(SIGPIPE, SIG_IGN);
     const Application application(program);
     OneLauncher one(Paths::root());
     switch (one.begin()) {

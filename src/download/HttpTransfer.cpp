@@ -3,7 +3,6 @@
 #include "HttpExchange.h"
 #include "TransferError.h"
 
-#include <csignal>
 #include <system_error>
 #include <thread>
 
@@ -66,15 +65,6 @@ QByteArray redirected(const QByteArray &from, const QByteArray &location)
     return partOf(url, CURLUPART_URL);
 }
 
-/// Libraries below libcurl may write to a connection that is gone, which must not end the launcher.
-void ignoreBrokenPipesOnThisThread()
-{
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGPIPE);
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-}
-
 }
 
 struct HttpTransfer::Private {
@@ -87,7 +77,6 @@ struct HttpTransfer::Private {
 
     void run()
     {
-        ignoreBrokenPipesOnThisThread();
         Ending ending;
         try {
             ending.status = fetch();

@@ -92,6 +92,54 @@ class Processes(LauncherCase):
             for game in games:
                 os.kill(game, signal.SIGKILL)
 
+    def test_the_next_launcher_leaves_the_game_of_a_killed_one_alone(self):
+        self.start_host()
+        self.open()
+        self.assertEqual(self.play(), "Playing")
+        first = children_of(self.launcher.pid)
+        self.launcher.kill()
+        self.launcher.wait()
+        try:
+            # Nobody can own a game that another process started: this launcher shows what lies on the disk, and Play
+            # starts a game of its own beside the first.
+            self.assertEqual(self.open(), "Ready")
+            self.assertEqual(self.play(), "Playing")
+            second = children_of(self.launcher.pid)
+            self.assertTrue(second and not second.keys() & first.keys())
+            self.press("Stop")
+            self.assertEqual(self.see("Ready", "Needs something"), "Ready")
+            self.assertTrue(first and all(map(is_alive, first)))
+        finally:
+            for game in first:
+                os.kill(game, signal.SIGKILL)
+
+    def test_a_broken_pipe_ends_no_thread_of_the_launcher_and_is_as_usual_for_the_game(self):
+        self.write(self.game / "play.sh", "cp /proc/self/status status; exec sleep 60\n")
+        self.write(self.game / "big", "".join(map(str, range(100000))))
+        self.start_host("--slow", "100")
+        self.open()
+        self.press("Play")
+        self.see("Downloading")
+        wait_for(lambda: any((self.root / "Temp").glob("*/game.zip.part")))
+        for thread in Path(f"/proc/{self.launcher.pid}/task").iterdir():
+            ignored, blocked = (self.is_in(thread / "status", kind) for kind in ("SigIgn", "SigBlk"))
+            self.assertEqual((ignored, blocked), (True, False), (thread / "comm").read_text())
+        self.press("Cancel")
+        self.see("Not downloaded")
+        self.start_host()
+        self.launcher.terminate()
+        self.launcher.wait(LONG)
+        self.open()
+        self.assertEqual(self.play(), "Playing")
+        for kind in ("SigIgn", "SigBlk"):
+            self.assertFalse(self.is_in(self.root / "Game" / "status", kind), kind)
+
+    @staticmethod
+    def is_in(status, kind):
+        """Whether SIGPIPE is in a set of signals of a process or thread."""
+        fields = dict(line.split(":", 1) for line in status.read_text().splitlines())
+        return bool(int(fields[kind], 16) >> (signal.SIGPIPE - 1) & 1)
+
 
 if __name__ == "__main__":
     main()

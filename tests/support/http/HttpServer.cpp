@@ -201,14 +201,9 @@ HttpServer::HttpServer(const std::optional<TestIdentity> &identity)
     for (const int end : m_shared->wakeUp)
         ::fcntl(end, F_SETFD, FD_CLOEXEC);
 
-    // A client that goes while we write must not end the program: the server's threads inherit this.
-    sigset_t brokenPipe;
-    sigset_t before;
-    sigemptyset(&brokenPipe);
-    sigaddset(&brokenPipe, SIGPIPE);
-    pthread_sigmask(SIG_BLOCK, &brokenPipe, &before);
+    // As in the launcher: a peer that goes while somebody writes must not end the program.
+    std::signal(SIGPIPE, SIG_IGN);
     m_shared->acceptor = std::thread([this] { acceptConnections(); });
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 HttpServer::~HttpServer()
