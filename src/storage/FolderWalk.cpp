@@ -115,6 +115,14 @@ int FolderWalk::stand(int descriptor)
     // removed.
     if (m_permissions == Permissions::Claimed && (status.st_mode & ownerAll) != ownerAll)
         static_cast<void>(::fchmod(descriptor, (status.st_mode & 07777) | ownerAll));
+    // A folder that may be listed but not searched says nothing about its entries, and there is no way back
+    // out of it: the walk stays where it is.
+    struct stat searched = {};
+    if (::fstatat(descriptor, ".", &searched, 0) != 0) {
+        const int error = errno;
+        ::close(descriptor);
+        return error;
+    }
     if (m_folder >= 0)
         ::close(m_folder);
     m_folder = descriptor;

@@ -28,7 +28,7 @@ public:
 
     /// Steps into the folder at `path`, as the first step.
     int begin(const QByteArray &path, Start start);
-    /// Steps into the sub-folder `name`.
+    /// Steps into the sub-folder `name`. Fails, and stays, when it cannot be listed or searched.
     int enter(const QByteArray &name);
     /// Steps back to the folder above; out of the tree after the first folder. Fails when the folder was
     /// moved meanwhile: then the walk is over.

@@ -24,7 +24,8 @@ private Q_SLOTS:
     void aFolderNamedByALinkIsSized();
     void namesThatAreNotUtf8Count();
     void aVeryDeepTreeIsWalkedToItsEnd();
-    void anUnreadableFolderAddsNothingAndTheRestCounts();
+    void aFolderThatIsShutAddsNothingAndTheRestCounts_data();
+    void aFolderThatIsShutAddsNothingAndTheRestCounts();
 
 private:
     static qint64 blocksOf(const QString &path)
@@ -150,19 +151,36 @@ void DirectorySizeTest::aVeryDeepTreeIsWalkedToItsEnd()
     QCOMPARE(directorySize(home.path()), blocksOf(file) + blocksOf(beside));
 }
 
-void DirectorySizeTest::anUnreadableFolderAddsNothingAndTheRestCounts()
+void DirectorySizeTest::aFolderThatIsShutAddsNothingAndTheRestCounts_data()
 {
+    QTest::addColumn<int>("mode");
+    QTest::newRow("neither listed nor searched") << 0;
+    QTest::newRow("listed, but not searched") << 0444;
+    QTest::newRow("searched, but not listed") << 0311;
+}
+
+void DirectorySizeTest::aFolderThatIsShutAddsNothingAndTheRestCounts()
+{
+    QFETCH(int, mode);
     const TestHome home;
-    const QString shut = home.write(QStringLiteral("shut/file"), QByteArray(10'000, 'x'));
-    const QString open = home.write(QStringLiteral("open/file"), QByteArray(10'000, 'x'));
-    const QByteArray folder = QFile::encodeName(home.filePath(QStringLiteral("shut")));
     QCOMPARE(::chmod(QFile::encodeName(home.path()).constData(), 0755), 0);
-    QCOMPARE(::chmod(folder.constData(), 0), 0);
+    // One in each of two folders, so that in whichever order they are met, something comes after one.
+    qint64 open = 0;
+    qint64 shut = 0;
+    const QList<QByteArray> folders { QFile::encodeName(home.filePath(QStringLiteral("a/shut"))),
+                                      QFile::encodeName(home.filePath(QStringLiteral("b/shut"))) };
+    for (const QString &name : { QStringLiteral("a"), QStringLiteral("b") }) {
+        open += blocksOf(home.write(name + QStringLiteral("/file"), QByteArray(10'000, 'x')));
+        shut += blocksOf(home.write(name + QStringLiteral("/shut/file"), QByteArray(10'000, 'x')));
+    }
+    for (const QByteArray &folder : folders)
+        QCOMPARE(::chmod(folder.constData(), static_cast<mode_t>(mode)), 0);
     const QString root = home.path();
-    const bool asExpected = OrdinaryUser::run([&] { return directorySize(root) == blocksOf(open); });
-    QCOMPARE(::chmod(folder.constData(), 0700), 0);
+    const bool asExpected = OrdinaryUser::run([&] { return directorySize(root) == open; });
+    for (const QByteArray &folder : folders)
+        QCOMPARE(::chmod(folder.constData(), 0700), 0);
     QVERIFY(asExpected);
-    QCOMPARE(directorySize(root), blocksOf(open) + blocksOf(shut));
+    QCOMPARE(directorySize(root), open + shut);
 }
 
 QTEST_GUILESS_MAIN(DirectorySizeTest)

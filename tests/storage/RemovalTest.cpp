@@ -27,6 +27,7 @@ private Q_SLOTS:
     void namesThatAreNotUtf8AreRemoved();
     void foldersWithoutPermissionsAreRemoved();
     void theRestGoesWhenSomethingCannotBeRemoved();
+    void theRestGoesWhenAFolderMayOnlyBeListed();
     void ofFoldersThatCannotBeEnteredTheEmptyOneGoes();
     void theFirstThingThatCannotBeRemovedIsNamed();
     void aPathBelowAFileIsAnError();
@@ -217,6 +218,30 @@ void RemovalTest::theRestGoesWhenSomethingCannotBeRemoved()
     QVERIFY(!FileOperations::exists(home.filePath(QStringLiteral("tree/a"))));
     QVERIFY(!FileOperations::exists(home.filePath(QStringLiteral("tree/z"))));
     QVERIFY(FileOperations::exists(home.filePath(QStringLiteral("tree/held/file"))));
+}
+
+void RemovalTest::theRestGoesWhenAFolderMayOnlyBeListed()
+{
+    if (!OrdinaryUser::isNeeded())
+        QSKIP("Only the superuser can make a folder that belongs to somebody else.");
+    const TestHome home;
+    const auto path = [&home](const QString &name) { return QFile::encodeName(home.filePath(name)); };
+    QCOMPARE(::chmod(path(QStringLiteral(".")).constData(), 0755), 0);
+    // One in each of two folders, so that in whichever order they are met, something comes after one.
+    const QStringList folders { QStringLiteral("tree/a"), QStringLiteral("tree/b") };
+    for (const QString &folder : folders) {
+        home.write(folder + QStringLiteral("/file"), "1");
+        home.write(folder + QStringLiteral("/held/file"), "1");
+        QVERIFY(OrdinaryUser::own(path(folder).constData()));
+        QCOMPARE(::chmod(path(folder + QStringLiteral("/held")).constData(), 0744), 0);
+    }
+    QVERIFY(OrdinaryUser::own(path(QStringLiteral("tree")).constData()));
+    QVERIFY(OrdinaryUser::run(
+        [&home] { return !FileOperations::removeTreeIfPossible(home.filePath(QStringLiteral("tree"))); }));
+    for (const QString &folder : folders) {
+        QVERIFY(!FileOperations::exists(home.filePath(folder + QStringLiteral("/file"))));
+        QVERIFY(FileOperations::exists(home.filePath(folder + QStringLiteral("/held/file"))));
+    }
 }
 
 void RemovalTest::ofFoldersThatCannotBeEnteredTheEmptyOneGoes()
