@@ -5,7 +5,8 @@
 #include <filesystem>
 #include <system_error>
 
-// Not QDir, which sorts; and the kind of an entry comes with its name, without another question to the disk.
+// Not QDir, which sorts and asks the disk about every entry. Here most file systems give the kind of an entry
+// together with its name; `symlink_status` would ask all the same.
 std::optional<QList<FolderEntry>> listFolder(const QString &folder)
 {
     std::error_code error;
@@ -17,8 +18,7 @@ std::optional<QList<FolderEntry>> listFolder(const QString &folder)
     while (iterator != std::filesystem::directory_iterator()) {
         // An entry whose kind cannot be told is nothing to walk into.
         std::error_code unknown;
-        const bool isFolder
-            = iterator->symlink_status(unknown).type() == std::filesystem::file_type::directory;
+        const bool isFolder = !iterator->is_symlink(unknown) && iterator->is_directory(unknown);
         entries.append({ QFile::decodeName(iterator->path().filename().c_str()), isFolder });
         // After an error the iterator is at its end: what has been listed so far counts.
         iterator.increment(error);
