@@ -201,6 +201,9 @@ void HttpExchange::takeHeaderLine(QByteArrayView line)
     m_headerBytes += line.size();
     if (m_headerBytes > longestHeaders)
         throw TransferError::notUnderstood();
+    // What follows the body is no second head, however it reads.
+    if (m_answer.status != 0)
+        return;
     if (line.startsWith("HTTP/")) {
         m_answer = {};
         m_isLengthBeyondNumbers = false;

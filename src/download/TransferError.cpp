@@ -6,6 +6,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+/// CURLE_TOO_LARGE, which the oldest libcurl that we build with does not know by name.
+constexpr int tooLargeAHeader = 100;
+
 /// `text` as the end of a sentence: without the full stop that some of libcurl's texts have and others have
 /// not.
 QString withoutFullStop(const QByteArray &text)
@@ -25,6 +28,7 @@ QString insecure(const QByteArray &detail)
 
 }
 
+// Our own words for everything that a player can meet: libcurl's change from version to version.
 TransferError TransferError::fromCurl(int code, const QByteArray &detail)
 {
     switch (code) {
@@ -35,11 +39,13 @@ TransferError TransferError::fromCurl(int code, const QByteArray &detail)
     case CURLE_PROXY:
         return TransferError(u"The proxy server refused the connection."_s);
     case CURLE_COULDNT_CONNECT:
+    case CURLE_INTERFACE_FAILED:
         return TransferError(u"Could not connect to the server."_s);
     case CURLE_SEND_ERROR:
     case CURLE_RECV_ERROR:
     case CURLE_PARTIAL_FILE:
     case CURLE_GOT_NOTHING:
+    case CURLE_AGAIN:
         return TransferError(u"The connection was lost."_s);
     case CURLE_OPERATION_TIMEDOUT:
         return timedOut();
@@ -49,12 +55,27 @@ TransferError TransferError::fromCurl(int code, const QByteArray &detail)
     case CURLE_SSL_CACERT_BADFILE:
     case CURLE_SSL_ISSUER_ERROR:
     case CURLE_SSL_INVALIDCERTSTATUS:
+    case CURLE_SSL_CRL_BADFILE:
+    case CURLE_SSL_CLIENTCERT:
+    case CURLE_SSL_SHUTDOWN_FAILED:
+    case CURLE_SSL_ENGINE_NOTFOUND:
+    case CURLE_SSL_ENGINE_SETFAILED:
+    case CURLE_SSL_ENGINE_INITFAILED:
     case CURLE_PEER_FAILED_VERIFICATION:
         return TransferError(insecure(detail));
     case CURLE_UNSUPPORTED_PROTOCOL:
     case CURLE_WEIRD_SERVER_REPLY:
-    case CURLE_OUT_OF_MEMORY: // libcurl's word for a header line that is longer than it takes
+    case CURLE_BAD_CONTENT_ENCODING:
+    case CURLE_BAD_FUNCTION_ARGUMENT: // libcurl's word for a trailer without a colon
+    case CURLE_OUT_OF_MEMORY: // and for a header line that is longer than it takes, up to libcurl 8.5
+    case tooLargeAHeader:
         return notUnderstood();
+    case CURLE_FILESIZE_EXCEEDED:
+        return tooLarge();
+    case CURLE_FAILED_INIT:
+    case CURLE_NO_CONNECTION_AVAILABLE:
+    case CURLE_UNRECOVERABLE_POLL:
+        return couldNotBegin();
     case CURLE_URL_MALFORMAT:
         return TransferError(u"The address is not a web address."_s);
     default:

@@ -75,6 +75,12 @@ private Q_SLOTS:
         row("no HTTP at all", HttpReply().send("This is not the web.\r\n\r\n"), unclear);
         row("a header that is too long",
             HttpReply().send("HTTP/1.1 200 OK\r\n").send(QByteArray("X-Y: z\r\n").repeated(60'000)), unclear);
+        const HttpReply inTrailer = HttpReply(chunks).send("3\r\nabc\r\n0\r\n");
+        row("a status line as a trailer", HttpReply(inTrailer).send("HTTP/1.1 404 Gone\r\n\r\n"), unclear);
+        row("a trailer without a colon", HttpReply(inTrailer).send("abc\r\n\r\n"), unclear);
+        row("a transfer coding that nobody asked for",
+            HttpReply::head(200, { "Transfer-Encoding: gzip" }).send("abc"), unclear);
+        row("a header without a colon", HttpReply().send("HTTP/1.1 200 OK\r\nabc\r\n\r\n"), unclear);
         row("a length that is none", HttpReply::head(200, { "Content-Length: -5" }).send("abc"), unclear);
     }
 
@@ -84,6 +90,24 @@ private Q_SLOTS:
         HttpServer server;
         server.serve(u"/list"_s, reply);
         QTEST(failure(server.url(u"/list"_s)), "sentence");
+    }
+
+    void whatATrailerSaysOfTheAnswerIsPassedOver_data()
+    {
+        QTest::addColumn<QByteArray>("trailer");
+        QTest::newRow("another status") << QByteArray("HTTP/1.1 404 Gone: really");
+        QTest::newRow("another place") << QByteArray("Location: /elsewhere");
+        QTest::newRow("another length") << QByteArray("Content-Length: 99999999999999999999999");
+    }
+
+    void whatATrailerSaysOfTheAnswerIsPassedOver()
+    {
+        QFETCH(QByteArray, trailer);
+        HttpServer server;
+        server.serve(u"/list"_s,
+                     HttpReply::head(200, { "Transfer-Encoding: chunked" })
+                         .send("3\r\nabc\r\n0\r\n" + trailer + "\r\n\r\n"));
+        QCOMPARE(fetch(server.url(u"/list"_s)).body, "abc");
     }
 
     void silenceEndsInAnErrorWhereverItFalls_data()

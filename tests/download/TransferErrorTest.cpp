@@ -38,6 +38,17 @@ private Q_SLOTS:
         row(CURLE_PROXY, "", u"The proxy server refused the connection."_s);
         row(CURLE_URL_MALFORMAT, "", u"The address is not a web address."_s);
         row(CURLE_OUT_OF_MEMORY, "", u"The server's answer could not be understood."_s);
+        row(CURLE_BAD_FUNCTION_ARGUMENT, "Invalid response header",
+            u"The server's answer could not be understood."_s);
+        row(CURLE_BAD_CONTENT_ENCODING, "Unsolicited Transfer-Encoding (gzip) found",
+            u"The server's answer could not be understood."_s);
+        constexpr int tooLargeAHeader = 100; // CURLE_TOO_LARGE, in later versions
+        row(tooLargeAHeader, "Too many response headers, 5000 is max",
+            u"The server's answer could not be understood."_s);
+        row(CURLE_FILESIZE_EXCEEDED, "", u"The file is larger than expected."_s);
+        row(CURLE_SSL_ENGINE_INITFAILED, "", u"A secure connection to the server could not be made."_s);
+        row(CURLE_FAILED_INIT, "", u"The system has no room for another transfer."_s);
+        row(CURLE_UNRECOVERABLE_POLL, "", u"The system has no room for another transfer."_s);
     }
 
     void aFailureIsAPlainSentence()
