@@ -52,7 +52,11 @@ void PartFile::moveIntoPlace()
     write({}); // an empty body makes an empty file
     close();
     FileOperations::removeTree(m_destination);
-    FileOperations::move(m_path, m_destination);
+    try {
+        FileOperations::move(m_path, m_destination);
+    } catch (const FileError &error) {
+        throw FileError(m_destination, QStringLiteral("written"), error.code());
+    }
     m_exists = false;
 }
 

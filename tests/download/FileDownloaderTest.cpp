@@ -272,6 +272,27 @@ private Q_SLOTS:
     void theCallerIsResumedOnceOnTheMainThread()
     {
         m_server->serve(path, "new");
+        QCOMPARE(error->description(), u"“game.zip” could not be written: No such file or directory."_s);
+    }
+
+    void aDestinationThatCannotBeRemovedIsAFileErrorAndNothingIsLeftBesideIt()
+    {
+#if defined(Q_OS_LINUX)
+        QVERIFY(QDir().mkpath(destination()));
+        const QByteArray folder = QFile::encodeName(destination());
+        // What a file system is mounted on cannot go.
+        if (::mount("none", folder.constData(), "tmpfs", 0, "size=64k") != 0)
+            QSKIP("Only the superuser can bring in another file system.");
+        const auto unmount = qScopeGuard([folder] { ::umount(folder.constData()); });
+        m_server->serve(path, "new");
+        const auto error = Tasks::failure<FileError>(downloader()->start());
+        QVERIFY(error);
+        QCOMPARE(error->code(), EBUSY);
+        QCOMPARE(error->description(), u"“game.zip” could not be removed: Device or resource busy."_s);
+        QCOMPARE(filesInFolder(), QStringList { u"game.zip"_s });
+#else
+        QSKIP("There is no other file system to be had here.");
+#endif
         int resumed = 0;
         const auto download = downloader();
         const auto task = countResumptions(download, &resumed);
