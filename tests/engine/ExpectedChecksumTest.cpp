@@ -38,7 +38,7 @@ private Q_SLOTS:
     void anAnswerOutsideTheGoodOnesIsAServerError_data()
     {
         QTest::addColumn<int>("status");
-        for (const int status : { 304, 400, 403, 404, 429, 500, 503 })
+        for (const int status : { 300, 301, 302, 303, 304, 400, 403, 404, 429, 500, 503 })
             QTest::addRow("%d", status) << status;
     }
 
