@@ -53,7 +53,7 @@ QCoro::Task<QString> RepoDownloader::installFrom(QString scratch, LogStore *log,
     log->append(u"Downloading the game from "_s + url.toString(QUrl::FullyEncoded));
     const QString zipFile = scratch + u"/game.zip"_s;
     const auto downloader = FileDownloader::create(url, zipFile, onProgress, m_rules);
-    std::atomic_store(&m_downloader, downloader);
+    keep(downloader);
     co_await downloader->start(stop);
     throwIfCancelled(stop);
 
@@ -78,8 +78,22 @@ QCoro::Task<QString> RepoDownloader::installFrom(QString scratch, LogStore *log,
     co_return *installed;
 }
 
+void RepoDownloader::keep(std::shared_ptr<FileDownloader> downloader)
+{
+    {
+        const std::lock_guard guard(m_lock);
+        m_downloader.swap(downloader);
+    }
+    // The one before it, if any, goes here: its end may wait for a thread.
+}
+
 void RepoDownloader::cancel()
 {
-    if (const auto downloader = std::atomic_load(&m_downloader))
+    std::shared_ptr<FileDownloader> downloader;
+    {
+        const std::lock_guard guard(m_lock);
+        downloader = m_downloader;
+    }
+    if (downloader)
         downloader->cancel();
 }

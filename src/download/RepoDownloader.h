@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <stop_token>
 
 class FileDownloader;
@@ -36,8 +37,11 @@ private:
     QCoro::Task<QString> installFrom(QString scratch, LogStore *log,
                                      std::function<void(DownloadProgress)> onProgress, std::stop_token stop);
 
+    /// Makes `downloader` the one that `cancel` reaches.
+    void keep(std::shared_ptr<FileDownloader> downloader);
+
     const TransferRules m_rules;
-    // Kept after the download: cancelling it then does nothing. Other threads come in through `cancel`, so it
-    // is only touched through std::atomic_load and std::atomic_store.
+    std::mutex m_lock; // guards the rest; nothing is called under it
+    // Kept after the download: cancelling it then does nothing.
     std::shared_ptr<FileDownloader> m_downloader;
 };

@@ -12,6 +12,7 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <mutex>
 
 namespace {
 
@@ -20,6 +21,22 @@ constexpr qsizetype failureLineCount = 30;
 
 /// How long an import may take to end when the player cancels it.
 constexpr std::chrono::seconds importPatience { 5 };
+
+/// The newest report of a download that the main thread has not seen yet, if any. Any thread.
+class UnseenReport final {
+public:
+    /// Puts `other` in place of the report, and gives what was there.
+    std::optional<DownloadProgress> exchange(std::optional<DownloadProgress> other)
+    {
+        const std::lock_guard guard(m_lock);
+        m_report.swap(other);
+        return other;
+    }
+
+private:
+    std::mutex m_lock;
+    std::optional<DownloadProgress> m_report;
+};
 
 }
 
@@ -127,13 +144,12 @@ void AppModel::setProgress(DownloadProgress downloadProgress)
 std::function<void(DownloadProgress)> AppModel::progressOnMainThread()
 {
     // The server decides how often a download reports; only the newest report is kept for the main thread.
-    const auto newest = std::make_shared<std::shared_ptr<const DownloadProgress>>();
+    const auto newest = std::make_shared<UnseenReport>();
     return [self = QPointer<AppModel>(this), newest](DownloadProgress downloadProgress) {
-        const auto report = std::make_shared<const DownloadProgress>(downloadProgress);
-        if (std::atomic_exchange(newest.get(), report))
+        if (newest->exchange(downloadProgress))
             return; // the one before it is on its way and takes this one along
         postToMainThread([self, newest] {
-            const auto latest = std::atomic_exchange(newest.get(), {});
+            const auto latest = newest->exchange(std::nullopt);
             if (self)
                 self->setProgress(*latest);
         });
