@@ -13,7 +13,7 @@ bool isAbsolute(const QString &path) { return path.startsWith(QLatin1Char('/'));
 
 /// Not QDir::homePath(): without $HOME that is the root of the file system, where nothing of a player's
 /// belongs.
-QString homeFolder()
+QString ownHomeFolder()
 {
     const QString named = QFile::decodeName(qgetenv("HOME"));
     if (isAbsolute(named))
@@ -46,9 +46,15 @@ std::optional<QString> folderInOtherLetterCase(const QString &parent, const QStr
 
 }
 
+QString Desktop::homeFolder()
+{
+    const QString home = ownHomeFolder();
+    return home.isEmpty() ? QDir::rootPath() : home;
+}
+
 QStringList Desktop::applicationSupportFolders() const
 {
-    const QString home = homeFolder();
+    const QString home = ownHomeFolder();
     if (system == System::MacOS)
         return home.isEmpty()
             ? QStringList()

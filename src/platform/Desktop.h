@@ -31,6 +31,10 @@ struct Desktop {
     /// threads run.
     static void use(std::optional<Desktop> desktop);
 
+    /// The user's home folder: the one in HOME if that is an absolute path, else the account's, else the root
+    /// of the file system, where a player may not write and reads why.
+    static QString homeFolder();
+
     /// The user's folders for application data, best first. Empty when the system names none.
     QStringList applicationSupportFolders() const;
 

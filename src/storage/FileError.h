@@ -12,11 +12,18 @@ public:
     /// value.
     FileError(const QString &path, const QString &action, int code);
 
+    /// A folder could not be created, because of `place`, the nearest thing above it that exists. Names
+    /// `place` with its whole path, since that is what the player can mend: "A folder could not be created in
+    /// “/home/me/.local/share”: Permission denied."
+    static FileError noNewFolderIn(const QString &place, int code);
+
     const QString &description() const { return m_description; }
     int code() const { return m_code; }
     const char *what() const noexcept override { return m_utf8.constData(); }
 
 private:
+    FileError(const QString &description, int code);
+
     QString m_description;
     QByteArray m_utf8;
     int m_code = 0;

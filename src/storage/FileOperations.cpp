@@ -11,6 +11,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <optional>
@@ -18,16 +19,20 @@
 
 namespace {
 
+/// The user's alone, whatever the umask says: somebody else who may write here could swap an engine between
+/// its check and its start.
+constexpr mode_t newFolderMode = S_IRWXU;
+
 /// Creates the folder and those above it; an errno value, 0 for success.
 int makeFolder(const QByteArray &path)
 {
-    if (::mkdir(path.constData(), 0777) == 0)
+    if (::mkdir(path.constData(), newFolderMode) == 0)
         return 0;
     int error = errno;
     const qsizetype slash = path.lastIndexOf('/');
     if (error == ENOENT && slash > 0) {
         error = makeFolder(path.left(slash));
-        if (error != 0 || ::mkdir(path.constData(), 0777) == 0)
+        if (error != 0 || ::mkdir(path.constData(), newFolderMode) == 0)
             return error;
         error = errno;
     }
@@ -44,6 +49,17 @@ QByteArray encoded(const QString &path)
     while (bytes.size() > 1 && bytes.endsWith('/'))
         bytes.chop(1);
     return bytes;
+}
+
+/// `path`, or the nearest thing above it that is there; empty when there is none.
+QByteArray nearestThatExists(QByteArray path)
+{
+    struct stat status = {};
+    while (!path.isEmpty() && ::lstat(path.constData(), &status) != 0) {
+        const qsizetype slash = path.lastIndexOf('/');
+        path.truncate(slash == 0 && path.size() > 1 ? 1 : std::max<qsizetype>(slash, 0));
+    }
+    return path;
 }
 
 /// The beginning of the name of a file whose content will replace another's; a UUID follows.
@@ -135,10 +151,22 @@ bool FileOperations::exists(const QString &path)
     return ::lstat(encoded(path).constData(), &status) == 0;
 }
 
+bool FileOperations::isReachable(const QString &path)
+{
+    struct stat status = {};
+    return ::stat(encoded(path).constData(), &status) == 0;
+}
+
 void FileOperations::createFolder(const QString &folder)
 {
-    if (const int error = makeFolder(encoded(folder)); error != 0)
+    const QByteArray path = encoded(folder);
+    const int error = makeFolder(path);
+    if (error == 0)
+        return;
+    const QByteArray place = nearestThatExists(path);
+    if (place.isEmpty() || place == path)
         throw FileError(folder, QStringLiteral("created"), error);
+    throw FileError::noNewFolderIn(QFile::decodeName(place), error);
 }
 
 void FileOperations::removeTree(const QString &path)

@@ -9,7 +9,12 @@ namespace FileOperations {
 /// Whether anything, a dangling symbolic link included, exists at `path`.
 bool exists(const QString &path);
 
-/// Creates `folder` with all missing parents. No error when it exists as a folder. Throws FileError.
+/// Whether something exists where `path` leads: symbolic links are followed, and one that leads nowhere is
+/// nothing.
+bool isReachable(const QString &path);
+
+/// Creates `folder` with all missing parents, for this user alone. No error when it exists as a folder.
+/// Throws FileError.
 void createFolder(const QString &folder);
 
 /// Removes the file, link or folder tree at `path`. Never follows a symbolic link, removes what lies in

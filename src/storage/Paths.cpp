@@ -11,7 +11,7 @@ namespace {
 
 QString applicationSupport(const Desktop &desktop)
 {
-    return Paths::applicationSupportBase(desktop.applicationSupportFolders(), QDir::homePath());
+    return Paths::applicationSupportBase(desktop.applicationSupportFolders(), Desktop::homeFolder());
 }
 
 }
@@ -44,5 +44,6 @@ QString Paths::newTempDir()
 
 QString Paths::applicationSupportBase(const QStringList &reported, const QString &home)
 {
-    return reported.isEmpty() ? home + QStringLiteral("/Library/Application Support") : reported.first();
+    return reported.isEmpty() ? QDir(home).filePath(QStringLiteral("Library/Application Support"))
+                              : reported.first();
 }

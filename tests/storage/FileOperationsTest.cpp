@@ -21,6 +21,7 @@ class FileOperationsTest final : public QObject {
 
 private Q_SLOTS:
     void anythingAtAPathExists();
+    void whatALinkLeadsToIsReachableUnlessItLeadsNowhere();
     void aFolderIsCreatedWithAllMissingParents();
     void aFolderThatExistsIsNoError();
     void aFileInTheWayOfAFolderIsAnError();
@@ -80,6 +81,19 @@ void FileOperationsTest::anythingAtAPathExists()
     QVERIFY(FileOperations::exists(home.filePath(QStringLiteral("link"))));
 }
 
+void FileOperationsTest::whatALinkLeadsToIsReachableUnlessItLeadsNowhere()
+{
+    const TestHome home;
+    const QString link = home.filePath(QStringLiteral("link"));
+    QVERIFY(QFile::link(home.filePath(QStringLiteral("folder")), link));
+    QVERIFY(FileOperations::exists(link));
+    QVERIFY(!FileOperations::isReachable(link));
+    QVERIFY(!FileOperations::isReachable(home.filePath(QStringLiteral("folder"))));
+    home.write(QStringLiteral("folder/file"), "1");
+    QVERIFY(FileOperations::isReachable(link));
+    QVERIFY(FileOperations::isReachable(link + QStringLiteral("/file")));
+}
+
 void FileOperationsTest::aFolderIsCreatedWithAllMissingParents()
 {
     const TestHome home;
@@ -111,7 +125,8 @@ void FileOperationsTest::aFileInTheWayOfAFolderIsAnError()
     QCOMPARE(error->description(), QStringLiteral("“file” could not be created: File exists."));
     error = failureOf([&] { FileOperations::createFolder(file + QStringLiteral("/a/b")); });
     QVERIFY(error);
-    QCOMPARE(error->description(), QStringLiteral("“b” could not be created: Not a directory."));
+    QCOMPARE(error->description(),
+             QStringLiteral("A folder could not be created in “%1”: Not a directory.").arg(file));
     QVERIFY(failureOf([] { FileOperations::createFolder(QString()); }));
 }
 

@@ -3,11 +3,14 @@
 #include "ScratchFolder.h"
 
 #include "Desktop.h"
+#include "OrdinaryUser.h"
 #include "TestHome.h"
 
 #include <QDir>
 #include <QRegularExpression>
 #include <QTest>
+
+#include <sys/stat.h>
 
 #include <cerrno>
 
@@ -30,6 +33,10 @@ private Q_SLOTS:
     void aTempDirIsNamedByAnUpperCaseUuid();
     void twoTempDirsAreDifferentEmptyFoldersUnderTemp();
     void aTempDirThatCannotBeMadeIsTheFileSystemsOwnError();
+    void theFolderThatMayNotBeWrittenIsNamed_data();
+    void theFolderThatMayNotBeWrittenIsNamed();
+    void theLaunchersFolderIsItsUsersAlone();
+    void withoutAHomeAndAnAccountTheBaseIsStillAnAbsolutePath();
     void aScratchFolderGoesWithItsOwner();
     void aScratchFolderGoesWhenItsOwnerThrows();
     void aScratchFolderThatIsGoneAlreadyIsNoError();
@@ -137,7 +144,69 @@ void PathsTest::aTempDirThatCannotBeMadeIsTheFileSystemsOwnError()
         QFAIL("A folder was made inside a file.");
     } catch (const FileError &error) {
         QCOMPARE(error.code(), ENOTDIR);
-        QVERIFY(error.description().endsWith(QStringLiteral("” could not be created: Not a directory.")));
+        QCOMPARE(error.description(),
+                 QStringLiteral("A folder could not be created in “%1”: Not a directory.")
+                     .arg(Paths::tempFolder()));
+    }
+}
+
+void PathsTest::theFolderThatMayNotBeWrittenIsNamed_data()
+{
+    QTest::addColumn<QString>("folder");
+    QTest::newRow("for scratch files") << QStringLiteral("data/Vantor Platformer/Temp");
+    QTest::newRow("the launcher's") << QStringLiteral("data/Vantor Platformer");
+    QTest::newRow("for application data") << QStringLiteral("data");
+    QTest::newRow("the home") << QStringLiteral(".");
+}
+
+void PathsTest::theFolderThatMayNotBeWrittenIsNamed()
+{
+    QFETCH(QString, folder);
+    const QString path = QDir::cleanPath(m_home->filePath(folder));
+    QVERIFY(QDir().mkpath(path));
+    QCOMPARE(::chmod(QFile::encodeName(m_home->path()).constData(), 0755), 0);
+    QCOMPARE(::chmod(QFile::encodeName(path).constData(), 0555), 0);
+    const auto isNamed = [&path] {
+        try {
+            Paths::newTempDir();
+            return false;
+        } catch (const FileError &error) {
+            return error.code() == EACCES
+                && error.description()
+                == QStringLiteral("A folder could not be created in “%1”: Permission denied.").arg(path);
+        }
+    };
+    const bool asExpected = OrdinaryUser::run(isNamed);
+    QCOMPARE(::chmod(QFile::encodeName(path).constData(), 0755), 0);
+    QVERIFY(asExpected);
+}
+
+void PathsTest::theLaunchersFolderIsItsUsersAlone()
+{
+    const mode_t before = ::umask(0);
+    const QString scratch = Paths::newTempDir();
+    ::umask(before);
+    for (const QString &folder : { scratch, Paths::tempFolder(), Paths::root() }) {
+        struct stat status = {};
+        QCOMPARE(::stat(QFile::encodeName(folder).constData(), &status), 0);
+        QCOMPARE(status.st_mode & 07777U, 0700U);
+    }
+}
+
+void PathsTest::withoutAHomeAndAnAccountTheBaseIsStillAnAbsolutePath()
+{
+    if (!OrdinaryUser::isNeeded())
+        QSKIP("Only the superuser can become somebody without an account.");
+    constexpr uid_t unknownUser = 3'000'000'000;
+    qunsetenv("XDG_DATA_HOME");
+    for (const char *home : { "", "relative" }) {
+        qputenv("HOME", home);
+        QVERIFY(OrdinaryUser::run(
+            [] {
+                return Paths::root() == QStringLiteral("/Library/Application Support/Vantor Platformer")
+                    && Paths::godotData() == QStringLiteral("/Library/Application Support/Godot");
+            },
+            unknownUser));
     }
 }
 
