@@ -23,7 +23,7 @@ QStringList importArguments(const EngineSpec &spec, const QString &project)
 bool hasImportedFiles(const EngineSpec &spec, const QString &project)
 {
     if (spec.major >= 4)
-        return FileOperations::exists(project + QStringLiteral("/.godot"));
+        return FileOperations::isReachable(project + QStringLiteral("/.godot"));
     const QDir imported(project + QStringLiteral("/.import"));
     return !imported.isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
 }

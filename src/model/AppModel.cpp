@@ -67,7 +67,7 @@ void AppModel::refreshState()
     const EngineSpec spec
         = EngineManager::spec(info.get() ? *info.get() : ProjectInspector::inspectForEngine(*project));
     const bool isComplete
-        = EngineManager::executable(spec) && FileOperations::exists(EngineManager::markerURL(spec));
+        = EngineManager::executable(spec) && FileOperations::isReachable(EngineManager::markerURL(spec));
     state = isComplete ? AppState::ready() : AppState::notDownloaded();
 }
 

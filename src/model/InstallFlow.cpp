@@ -130,7 +130,7 @@ QCoro::Task<QString> AppModel::provideEngine(EngineSpec spec, std::stop_token st
 QCoro::Task<> AppModel::provideImport(EngineSpec spec, QString executable, QString project,
                                       std::stop_token stop)
 {
-    if (FileOperations::exists(EngineManager::markerURL(spec)))
+    if (FileOperations::isReachable(EngineManager::markerURL(spec)))
         co_return;
 
     state = AppState::settingUp();

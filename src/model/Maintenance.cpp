@@ -92,7 +92,7 @@ QCoro::Task<> AppModel::sumRoot()
 
 void AppModel::revealInFinder()
 {
-    if (FileOperations::exists(Paths::root()))
+    if (FileOperations::isReachable(Paths::root()))
         m_workspace.reveal(Paths::root());
     else
         notice = QStringLiteral("Nothing is downloaded yet.");
@@ -102,7 +102,7 @@ void AppModel::showSaves()
 {
     const QString projectName = info.get() ? info.get()->name : ProjectInfo().name;
     for (const QString &folder : saveFolderCandidates(Paths::godotData(), projectName)) {
-        if (FileOperations::exists(folder)) {
+        if (FileOperations::isReachable(folder)) {
             m_workspace.open(folder);
             return;
         }
