@@ -125,7 +125,7 @@ int Launcher::run(char *program, const QUrl &codeHost)
         return EXIT_FAILURE;
     case OneLauncher::Outcome::Holds:
         // A launcher that was killed could not clear up; no other one is at work in there.
-        Leftovers::clear();
+        Leftovers::beginToClear();
         break;
     case OneLauncher::Outcome::CannotHold:
         // Where nothing can be written there is nothing to guard, and Play says why it cannot.

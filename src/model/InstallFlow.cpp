@@ -29,7 +29,7 @@ QCoro::Task<> AppModel::runAction(Action action, std::stop_token stop)
 {
     // The action begins when the press has been handled, with its handle in place.
     co_await nextTurn();
-    auto clearing = [] { return Leftovers::clear(); };
+    auto clearing = [stop] { return Leftovers::clear(stop); };
     co_await runInBackground(std::move(clearing));
     auto running = (this->*action)(stop);
     co_await running;

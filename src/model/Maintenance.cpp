@@ -54,7 +54,7 @@ void AppModel::reinstall()
 {
     if (workTask || runner.isRunning)
         return;
-    Leftovers::clear(); // or a game that was about to be replaced would come back
+    Leftovers::beginToClear(); // or a game that was about to be replaced would come back
     Leftovers::discard(Paths::gameFolder());
     Leftovers::discard(Paths::engineFolder());
     forgetInfo();

@@ -12,6 +12,7 @@
 
 #include "AppModel.h"
 #include "Background.h"
+#include "BackgroundRemoval.h"
 #include "CodeHost.h"
 #include "FileOperations.h"
 #include "Leftovers.h"
@@ -108,9 +109,10 @@ public:
     }
 
 private:
-    /// Lets the project facts, which are read in the background, arrive.
+    /// Lets the project facts, which are read in the background, arrive, and what was removed be gone.
     static void settle()
     {
+        BackgroundRemoval::wait({});
         waitForBackground(std::chrono::seconds(60));
         QCoreApplication::processEvents();
         QCoreApplication::processEvents();

@@ -1,4 +1,5 @@
 #include "AppError.h"
+#include "BackgroundRemoval.h"
 #include "FileOperations.h"
 #include "Leftovers.h"
 #include "Paths.h"
@@ -37,6 +38,7 @@ bool removed(const QString &path)
         Leftovers::clear();
     else
         Leftovers::discard(path);
+    BackgroundRemoval::wait({});
     return !FileOperations::exists(path);
 }
 
@@ -90,6 +92,7 @@ private Q_SLOTS:
         const pid_t child = fork();
         if (child == 0) {
             Leftovers::discard(Paths::gameFolder());
+            BackgroundRemoval::wait({});
             _exit(0);
         }
         // The moment when a part is gone: either the game is not seen any more, or nothing of it is missing.
@@ -200,13 +203,14 @@ private Q_SLOTS:
         giveAllTo(*m_home);
         const QByteArray held = QFile::encodeName(Paths::gameFolder() + QStringLiteral("/held"));
         QCOMPARE(::lchown(held.constData(), 0, 0), 0);
-        QVERIFY(OrdinaryUser::run([] { return !removed(Paths::root()); }));
+        QVERIFY(OrdinaryUser::run([] { return removed(Paths::root()); }));
         QVERIFY(!FileOperations::exists(Paths::engineFolder()));
         QVERIFY(!FileOperations::exists(Paths::root() + QStringLiteral("/note.txt")));
         // The game is not seen any more, so a whole one can take its place.
         QVERIFY(!FileOperations::exists(Paths::gameFolder()));
         QStringList files;
-        QDirIterator left(Paths::root(), QDir::Files, QDirIterator::Subdirectories);
+        QDirIterator left(QFileInfo(Paths::root()).path(), QDir::Files | QDir::Hidden,
+                          QDirIterator::Subdirectories);
         while (left.hasNext())
             files << QFileInfo(left.next()).fileName();
         QCOMPARE(files, QStringList({ QStringLiteral("file") }));

@@ -60,13 +60,14 @@ public:
     /// The longest time between two turns of the event loop while `runUntil` ran, in milliseconds.
     qint64 longestGap() const { return m_longestGap; }
 
-    /// Whether no turn lasted too long. Where more programs want to run than there are processors, the main
-    /// thread's own work decides: how long it waits for its turn among them is not the launcher's doing.
-    bool keptItsTurns() const
+    /// Whether no turn lasted longer than `most` milliseconds. Where more programs want to run than there are
+    /// processors, the main thread's own work decides: how long it waits for its turn among them is not the
+    /// launcher's doing.
+    bool keptItsTurns(qint64 most = longestPause) const
     {
         double load = 0;
         const bool isBusy = ::getloadavg(&load, 1) == 1 && load > QThread::idealThreadCount();
-        return (isBusy || m_longestGap <= longestPause) && m_longestWork <= longestPause;
+        return (isBusy || m_longestGap <= most) && m_longestWork <= most;
     }
 
     /// How far the memory in use has ever risen above what it was, in bytes. 0 where the system does not say.

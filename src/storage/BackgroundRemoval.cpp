@@ -1,0 +1,135 @@
+#include "BackgroundRemoval.h"
+
+#include "FolderWalk.h"
+#include "TreeRemoval.h"
+
+#include <QFile>
+#include <QUuid>
+
+#include <condition_variable>
+#include <cstdio>
+#include <deque>
+#include <mutex>
+#include <set>
+#include <system_error>
+#include <thread>
+
+namespace {
+
+/// The beginning of the name of what is being removed; a UUID follows.
+const QByteArray asideName = QByteArrayLiteral(".vantor-platformer-removed-");
+
+bool isAside(const QByteArray &name)
+{
+    return name.startsWith(asideName)
+        && !QUuid::fromString(QString::fromUtf8(name.sliced(asideName.size()))).isNull();
+}
+
+class Worker final {
+public:
+    /// The one of this process. Never destroyed: its thread may still run while the process ends.
+    static Worker &instance()
+    {
+        static Worker *const worker = new Worker;
+        return *worker;
+    }
+
+    void add(std::function<void()> job)
+    {
+        std::unique_lock lock(m_lock);
+        m_jobs.push_back(std::move(job));
+        startThread();
+    }
+
+    /// Once for each path, however often it is asked for before it is done.
+    void remove(const QByteArray &path)
+    {
+        {
+            const std::lock_guard guard(m_lock);
+            if (!m_paths.insert(path).second)
+                return;
+        }
+        add([this, path] {
+            static_cast<void>(removeTreeAt(path)); // the next resume tries again
+            const std::lock_guard guard(m_lock);
+            m_paths.erase(path);
+        });
+    }
+
+    void wait(const std::stop_token &stop)
+    {
+        std::unique_lock lock(m_lock);
+        startThread();
+        if (!m_isRunning && !m_jobs.empty()) {
+            // The system had no thread to spare, so the one that waits does the work.
+            m_isRunning = true;
+            lock.unlock();
+            work();
+            lock.lock();
+        }
+        m_done.wait(lock, stop, [this] { return !m_isRunning; });
+    }
+
+private:
+    /// To be called with the lock held. Where no thread can be had, the work waits for the next call.
+    void startThread()
+    {
+        if (m_isRunning || m_jobs.empty())
+            return;
+        try {
+            std::thread(&Worker::work, this).detach();
+            m_isRunning = true;
+        } catch (const std::system_error &) {
+        }
+    }
+
+    void work()
+    {
+        std::unique_lock lock(m_lock);
+        while (!m_jobs.empty()) {
+            const auto job = std::move(m_jobs.front());
+            m_jobs.pop_front();
+            lock.unlock();
+            job();
+            lock.lock();
+        }
+        m_isRunning = false;
+        m_done.notify_all();
+    }
+
+    std::mutex m_lock; // guards the rest
+    std::condition_variable_any m_done;
+    std::deque<std::function<void()>> m_jobs;
+    std::set<QByteArray> m_paths; // to be removed
+    bool m_isRunning = false;
+};
+
+}
+
+bool BackgroundRemoval::begin(const QString &path, const QString &place) noexcept
+{
+    const QByteArray aside
+        = QFile::encodeName(place) + '/' + asideName + QUuid::createUuid().toByteArray(QUuid::WithoutBraces);
+    if (std::rename(QFile::encodeName(path).constData(), aside.constData()) != 0)
+        return false;
+    Worker::instance().remove(aside);
+    return true;
+}
+
+void BackgroundRemoval::resume(const QString &place) noexcept
+{
+    const QByteArray folder = QFile::encodeName(place);
+    FolderWalk walk(FolderWalk::Permissions::AsTheyAre);
+    QList<QByteArray> names;
+    if (walk.begin(folder, FolderWalk::Start::ThroughLink) != 0)
+        return;
+    static_cast<void>(walk.list(names)); // what cannot be listed stays
+    for (const QByteArray &name : std::as_const(names)) {
+        if (isAside(name))
+            Worker::instance().remove(folder + '/' + name);
+    }
+}
+
+void BackgroundRemoval::then(std::function<void()> work) noexcept { Worker::instance().add(std::move(work)); }
+
+void BackgroundRemoval::wait(const std::stop_token &stop) noexcept { Worker::instance().wait(stop); }

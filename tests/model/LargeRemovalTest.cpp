@@ -1,0 +1,90 @@
+// The removal of very many files, while the window is to answer. With FLOOD=full as many as the largest games
+// have, else a part of them.
+
+#include "BackgroundRemoval.h"
+#include "FileOperations.h"
+#include "Leftovers.h"
+#include "Player.h"
+#include "Strain.h"
+
+#include <QTest>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+class LargeRemovalTest final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cleanup() { BackgroundRemoval::wait({}); }
+
+    void theWindowAnswersMeanwhile_data()
+    {
+        QTest::addColumn<QString>("action");
+        for (const char *action : { "reinstall", "remove everything", "start after a crash" })
+            QTest::newRow(action) << QString::fromLatin1(action);
+    }
+
+    void theWindowAnswersMeanwhile()
+    {
+        QFETCH(QString, action);
+        const Player player; // without a code host: the reinstallation ends as it begins to download
+        Preferences preferences(player.home.filePath(QStringLiteral("preferences.ini")));
+        RecordedWorkspace workspace;
+        RecordedPasteboard pasteboard;
+        AppModel model(preferences, workspace, pasteboard);
+        const QString many
+            = (action.startsWith(QStringLiteral("start")) ? Paths::tempFolder() : Paths::gameFolder())
+            + QStringLiteral("/extract");
+        fill(many);
+        bool isGone = false;
+        {
+            Strain strain;
+            QTimer::singleShot(0, &model, [&] {
+                if (action == QStringLiteral("reinstall"))
+                    model.reinstall();
+                else if (action == QStringLiteral("remove everything"))
+                    model.removeEverything();
+                else
+                    Leftovers::beginToClear();
+                isGone = !FileOperations::exists(many);
+            });
+            const auto isOver = [&] { return isGone && !model.isWorking() && !isAnythingAside(); };
+            QVERIFY(strain.runUntil(isOver, std::chrono::minutes(2)));
+            qInfo("%d files, longest gap %lld ms", fileCount(), static_cast<long long>(strain.longestGap()));
+            QVERIFY2(strain.keptItsTurns(longestGap), QByteArray::number(strain.longestGap()).constData());
+        }
+    }
+
+private:
+    /// As good as no pause at all, in milliseconds.
+    static constexpr qint64 longestGap = 50;
+
+    static int fileCount() { return qgetenv("FLOOD") == "full" ? 200'000 : 8'000; }
+
+    static void fill(const QString &folder)
+    {
+        constexpr int filesInAFolder = 500;
+        for (int index = 0; index < fileCount(); ++index) {
+            const QString sub = folder + u'/' + QString::number(index / filesInAFolder);
+            if (index % filesInAFolder == 0)
+                QVERIFY(QDir().mkpath(sub));
+            const QByteArray file = QFile::encodeName(sub + u'/' + QString::number(index));
+            const int descriptor = ::open(file.constData(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
+            QVERIFY(descriptor >= 0);
+            ::close(descriptor);
+        }
+    }
+
+    static bool isAnythingAside()
+    {
+        const QStringList names { QStringLiteral(".vantor-platformer-removed-*") };
+        const QDir::Filters all = QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot;
+        return !QDir(Paths::root()).entryList(names, all).isEmpty()
+            || !QDir(QFileInfo(Paths::root()).path()).entryList(names, all).isEmpty();
+    }
+};
+
+QTEST_GUILESS_MAIN(LargeRemovalTest)
+#include "LargeRemovalTest.moc"
