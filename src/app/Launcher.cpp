@@ -71,10 +71,8 @@ void bringForward(QWidget &window, const QByteArray &activationToken)
     qunsetenv(name.constData());
 }
 
-void sayThatTheOtherIsSilent()
+void say(const QString &sentence)
 {
-    const QString sentence
-        = QStringLiteral("2D Platformer is already open, but does not answer. End it and start it again.");
     std::fprintf(stderr, "%s\n", qPrintable(sentence));
     QMessageBox box(QMessageBox::Warning, QStringLiteral("2D Platformer"), sentence, QMessageBox::Ok);
     box.exec(); // gate: allowed, because there is no window and no event loop yet
@@ -121,7 +119,12 @@ int Launcher::run(char *program, const QUrl &codeHost)
     case OneLauncher::Outcome::OtherCameForward:
         return EXIT_SUCCESS;
     case OneLauncher::Outcome::OtherIsSilent:
-        sayThatTheOtherIsSilent();
+        say(QStringLiteral("2D Platformer is already open, but does not answer. End it and start it again."));
+        return EXIT_FAILURE;
+    case OneLauncher::Outcome::HeldByUnknown:
+        say(QStringLiteral("Another program has locked the folder “%1”, where 2D Platformer keeps its files. "
+                           "End that program and start 2D Platformer again.")
+                .arg(one.folder()));
         return EXIT_FAILURE;
     case OneLauncher::Outcome::Holds:
         // A launcher that was killed could not clear up; no other one is at work in there.

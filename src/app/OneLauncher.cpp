@@ -12,6 +12,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -69,6 +70,7 @@ OneLauncher::~OneLauncher()
 OneLauncher::Outcome OneLauncher::begin(std::chrono::milliseconds patience)
 {
     const QDeadlineTimer deadline(patience);
+    Reply lastReply = Reply::NobodyThere;
     do {
         switch (takeLock()) {
         case Lock::Taken:
@@ -79,11 +81,12 @@ OneLauncher::Outcome OneLauncher::begin(std::chrono::milliseconds patience)
         case Lock::HeldByOther:
             break;
         }
-        if (askOther(std::chrono::milliseconds(deadline.remainingTime())))
+        lastReply = askOther(std::chrono::milliseconds(deadline.remainingTime()));
+        if (lastReply == Reply::CameForward)
             return Outcome::OtherCameForward;
         QThread::msleep(pauseInMilliseconds);
     } while (!deadline.hasExpired());
-    return Outcome::OtherIsSilent;
+    return lastReply == Reply::Silence ? Outcome::OtherIsSilent : Outcome::HeldByUnknown;
 }
 
 void OneLauncher::stopAnswering() { m_server.close(); }
@@ -95,8 +98,31 @@ OneLauncher::Lock OneLauncher::takeLock()
     } catch (const FileError &) {
         return Lock::Unavailable; // whatever the player does next will name the reason
     }
+    const Lock folder = lockFolder();
+    return folder == Lock::Unavailable ? lockSubstitute() : folder;
+}
+
+OneLauncher::Lock OneLauncher::lockFolder()
+{
+    return lock(::open(QFile::encodeName(m_folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+}
+
+OneLauncher::Lock OneLauncher::lockSubstitute()
+{
+    const QByteArray path = QFile::encodeName(m_socketPath + QStringLiteral(".lock"));
     const int descriptor
-        = ::open(QFile::encodeName(m_folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        = ::open(path.constData(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
+    struct stat status = {};
+    // Where everybody may write, somebody else may have been here first.
+    const bool isOurs = descriptor >= 0 && ::fstat(descriptor, &status) == 0 && status.st_uid == ::getuid();
+    if (descriptor >= 0 && !isOurs)
+        ::close(descriptor);
+    return lock(isOurs ? descriptor : -1);
+}
+
+/// Locks an open file, and keeps it open when that worked.
+OneLauncher::Lock OneLauncher::lock(int descriptor)
+{
     if (descriptor < 0)
         return Lock::Unavailable;
     int error = 0;
@@ -132,14 +158,14 @@ void OneLauncher::answer(QLocalSocket *other)
     other->disconnectFromServer();
 }
 
-bool OneLauncher::askOther(std::chrono::milliseconds patience) const
+OneLauncher::Reply OneLauncher::askOther(std::chrono::milliseconds patience) const
 {
     const QDeadlineTimer deadline(patience);
     QLocalSocket socket;
     socket.connectToServer(m_socketPath);
     int left = static_cast<int>(deadline.remainingTime());
     if (!socket.waitForConnected(left)) // gate: allowed, because no event loop runs yet
-        return false;
+        return Reply::NobodyThere;
     // A token has neither spaces nor line feeds; anything else is no token.
     QByteArray token = ownActivationToken();
     if (token.size() > longestRequest / 2 || token.contains(' ') || token.contains('\n'))
@@ -149,8 +175,8 @@ bool OneLauncher::askOther(std::chrono::milliseconds patience) const
     while (!received.contains(reply)) {
         left = static_cast<int>(deadline.remainingTime());
         if (!socket.waitForReadyRead(left)) // gate: allowed, because no event loop runs yet
-            return false;
+            return Reply::Silence;
         received += socket.readAll();
     }
-    return true;
+    return Reply::CameForward;
 }

@@ -7,7 +7,10 @@
 #include <QProcess>
 #include <QTest>
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/types.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <memory>
@@ -184,10 +187,10 @@ private Q_SLOTS:
 
         Candidate first(m_root);
         QCOMPARE(first.line(), QStringLiteral("holds"));
-        // Only a folder is not ours to clear away: the second one then says that the first is open.
+        // Only a folder is not ours to clear away: the second one then says that the folder is held.
         Candidate second(m_root, {}, 500);
         QCOMPARE(second.line(),
-                 kind.contains(QStringLiteral("folder")) ? QStringLiteral("other is silent")
+                 kind.contains(QStringLiteral("folder")) ? QStringLiteral("held by unknown")
                                                          : QStringLiteral("other came forward"));
     }
 
@@ -261,6 +264,48 @@ private Q_SLOTS:
         m_home->write(QStringLiteral("a file"), "not a folder");
         Candidate first(m_home->filePath(QStringLiteral("a file/share/Vantor Platformer")));
         QCOMPARE(first.line(), QStringLiteral("cannot hold"));
+    }
+
+    void whereFoldersCannotBeLockedThereIsStillOneLauncher_data()
+    {
+        QTest::addColumn<QByteArray>("error");
+        QTest::newRow("a network's file system") << QByteArray("EBADF");
+        QTest::newRow("no more locks") << QByteArray("ENOLCK");
+    }
+
+    void whereFoldersCannotBeLockedThereIsStillOneLauncher()
+    {
+#if defined(Q_OS_LINUX)
+        QFETCH(QByteArray, error);
+        qputenv("FOLDER_LOCK_ERROR", error);
+        const auto locksAgain = qScopeGuard([] { qunsetenv("FOLDER_LOCK_ERROR"); });
+        {
+            Candidate first(m_root);
+            QCOMPARE(first.line(), QStringLiteral("holds"));
+            Candidate second(m_root);
+            QCOMPARE(second.line(), QStringLiteral("other came forward"));
+            QCOMPARE(first.line(), QStringLiteral("came forward []"));
+            first.process().kill();
+        }
+        Candidate next(m_root);
+        QCOMPARE(next.line(), QStringLiteral("holds"));
+        QVERIFY(QDir(m_home->dataHome()).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
+#else
+        QSKIP("There the system's own function cannot be replaced.");
+#endif
+    }
+
+    void aFolderThatAnotherProgramHasLockedIsNotTakenForAnOpenLauncher()
+    {
+        QVERIFY(QDir().mkpath(m_home->dataHome()));
+        const int folder
+            = ::open(QFile::encodeName(m_home->dataHome()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        QCOMPARE(::flock(folder, LOCK_EX), 0);
+        Candidate launcher(m_root, {}, 500);
+        QCOMPARE(launcher.line(), QStringLiteral("held by unknown"));
+        ::close(folder);
+        Candidate next(m_root);
+        QCOMPARE(next.line(), QStringLiteral("holds"));
     }
 
     void ofPairsThatStartTogetherOneWinsAndTheOtherBringsItForward()
