@@ -113,6 +113,8 @@ int Launcher::run(char *program, const QUrl &codeHost)
     // A peer that is gone is an error of a call, in whichever thread and library, and never the launcher's
     // end. Children start with the default again.
     std::signal(SIGPIPE, SIG_IGN);
+    // A file that may not grow is an error of the call that writes it, not the launcher's end.
+    std::signal(SIGXFSZ, SIG_IGN);
     const Application application(program);
     OneLauncher one(Paths::root());
     switch (one.begin()) {

@@ -26,7 +26,7 @@ public:
         sigset_t signals;
         sigemptyset(&signals);
         ::posix_spawnattr_setsigmask(&m_value, &signals);
-        for (const int signal : { SIGPIPE, SIGTERM, SIGCHLD })
+        for (const int signal : { SIGPIPE, SIGTERM, SIGCHLD, SIGXFSZ })
             sigaddset(&signals, signal);
         ::posix_spawnattr_setsigdefault(&m_value, &signals);
         int flags = POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF;

@@ -375,7 +375,9 @@ void ProcessControllerTest::aChildsSignalsAreAsUsual()
     pthread_sigmask(SIG_BLOCK, &blocked, &before);
     const auto pipeBefore = std::signal(SIGPIPE, SIG_IGN);
     const auto termBefore = std::signal(SIGTERM, SIG_IGN);
+    const auto sizeBefore = std::signal(SIGXFSZ, SIG_IGN);
     const auto run = Children::run(Children::program(QStringLiteral("child-report")));
+    std::signal(SIGXFSZ, sizeBefore);
     std::signal(SIGTERM, termBefore);
     std::signal(SIGPIPE, pipeBefore);
     pthread_sigmask(SIG_SETMASK, &before, nullptr);

@@ -1,6 +1,8 @@
 """How the launcher starts: alone, a second time, and on desktops that lack something."""
 
+import fcntl
 import os
+import resource
 import shutil
 import signal
 import subprocess
@@ -87,6 +89,40 @@ class Start(LauncherCase):
                 self.assertEqual(len(sentences), 1, self.driver.texts())
                 self.launcher.terminate()
                 self.assertEqual(self.launcher.wait(LONG), 0)
+
+    def test_a_folder_that_another_program_has_locked_is_named(self):
+        (self.home / "data").mkdir()
+        folder = os.open(self.home / "data", os.O_RDONLY)
+        self.addCleanup(os.close, folder)
+        fcntl.flock(folder, fcntl.LOCK_EX)
+        self.start()
+        wait_for(self.printed)
+        self.assertEqual(self.printed(), f"Another program has locked the folder “{self.home}/data”, where 2D Platformer "
+                                         "keeps its files. End that program and start 2D Platformer again.\n")
+
+    def test_very_many_leftovers_delay_neither_the_start_nor_the_end_and_the_next_start_goes_on(self):
+        leftover = self.root / "Temp" / "OLD"
+        for index in range(20000):
+            if index % 500 == 0:
+                (leftover / str(index)).mkdir(parents=True)
+            os.close(os.open(leftover / str(index // 500 * 500) / str(index), os.O_CREAT | os.O_WRONLY))
+        self.open()
+        self.launcher.terminate()
+        begin = time.monotonic()
+        self.assertEqual(self.launcher.wait(LONG), 0)
+        self.assertLess(time.monotonic() - begin, 1.5)
+        self.assertFalse(leftover.exists())
+        self.open()
+        wait_for(lambda: list(self.root.iterdir()) == [])
+
+    def test_a_limit_on_the_size_of_files_ends_in_a_sentence(self):
+        self.write(self.game / "level.txt", os.urandom(400000).hex())
+        limit = (200000, resource.RLIM_INFINITY)
+        self.open(preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, limit))
+        self.assertEqual(self.play(), "Needs something")
+        self.assertIsNone(self.launcher.poll())
+        self.assertIn("“game.zip” could not be written: File too large.", self.driver.texts())
+        self.assertEqual(self.scratch(), [])
 
     def test_a_window_size_that_nobody_offers_is_shown_and_passed_on(self):
         self.write(self.home / "config" / "vantor-platformer" / "vantor-platformer.conf",
