@@ -76,6 +76,8 @@ private Q_SLOTS:
         };
         row("zip to a file", "zip", "zip -qry ../archive.zip wrap");
         row("zip to a pipe", "zip", "zip -qry - wrap | cat > ../archive.zip");
+        row("zip to a pipe, without links", "zip",
+            "rm wrap/.hidden/link && zip -qry - wrap | cat > ../archive.zip");
         row("zip without packing", "zip", "zip -qry0 ../archive.zip wrap");
         row("zip packing hard", "zip", "zip -qry9 ../archive.zip wrap");
         row("zip with large records", "zip", "zip -qry -fz ../archive.zip wrap");
@@ -98,7 +100,9 @@ private Q_SLOTS:
         QFETCH(QString, command);
         if (isMissing(tool))
             QSKIP(qPrintable(tool + QStringLiteral(" is not installed here.")));
-        runIn(QStringLiteral("tree"), command);
+        const QString complaint = complaintOf(command, QStringLiteral("tree"));
+        if (!complaint.isEmpty())
+            QSKIP(qPrintable(complaint));
         unpack();
         QCOMPARE(treeOf(m_home->filePath(QStringLiteral("out"))),
                  treeOf(m_home->filePath(QStringLiteral("tree"))));
@@ -119,12 +123,14 @@ private Q_SLOTS:
             QSKIP("git is not installed here.");
         // Git knows no empty folders, and leaves the times out of this comparison.
         QDir().rmdir(m_home->filePath(QStringLiteral("tree/wrap/nothing in here")));
-        runIn(
-            QStringLiteral("tree/wrap"),
+        const QString complaint = complaintOf(
             QStringLiteral(
                 "git init -q . && git add -A && git -c user.name=a -c user.email=a@example.org commit -qm x "
                 "&& git archive --format=zip %1 --prefix=wrap/ HEAD > ../../archive.zip && rm -rf .git")
-                .arg(options));
+                .arg(options),
+            QStringLiteral("tree/wrap"));
+        if (!complaint.isEmpty())
+            QSKIP(qPrintable(complaint));
         unpack();
         QCOMPARE(treeOf(m_home->filePath(QStringLiteral("out"))),
                  treeOf(m_home->filePath(QStringLiteral("tree"))));
@@ -165,7 +171,9 @@ private Q_SLOTS:
             QFile::setPermissions(
                 file, QFile::permissions(file) | QFile::ExeOwner | QFile::ExeGroup | QFile::ExeOther);
         }
-        runIn(QStringLiteral("engine"), command);
+        const QString complaint = complaintOf(command, QStringLiteral("engine"));
+        if (!complaint.isEmpty())
+            QSKIP(qPrintable(complaint));
         unpack();
         QCOMPARE(treeOf(m_home->filePath(QStringLiteral("out"))),
                  treeOf(m_home->filePath(QStringLiteral("engine"))));
@@ -183,8 +191,10 @@ private Q_SLOTS:
         QFETCH(QString, options);
         if (isMissing(QStringLiteral("jar")))
             QSKIP("jar is not installed here.");
-        runIn(QStringLiteral("tree"),
-              QStringLiteral("LC_ALL=C.UTF-8 jar %1 ../archive.zip wrap").arg(options));
+        const QString complaint = complaintOf(
+            QStringLiteral("LC_ALL=C.UTF-8 jar %1 ../archive.zip wrap").arg(options), QStringLiteral("tree"));
+        if (!complaint.isEmpty())
+            QSKIP(qPrintable(complaint));
         unpack();
         // Java keeps no execute bits.
         Tree expected = treeOf(m_home->filePath(QStringLiteral("tree")), Links::Followed);
@@ -245,7 +255,10 @@ private Q_SLOTS:
                                     " def write(self, data): return self.file.write(data)\n"
                                     " def flush(self): self.file.flush()\n";
         m_home->write(QStringLiteral("script.py"), helpers + script.toUtf8() + "\n");
-        runIn(QStringLiteral("tree"), QStringLiteral("python3 -X utf8 ../script.py"));
+        const QString complaint
+            = complaintOf(QStringLiteral("python3 -X utf8 ../script.py"), QStringLiteral("tree"));
+        if (!complaint.isEmpty())
+            QSKIP(qPrintable(complaint));
         unpack();
         QCOMPARE(treeOf(m_home->filePath(QStringLiteral("out"))),
                  treeOf(m_home->filePath(QStringLiteral("tree"))));
@@ -259,7 +272,9 @@ private Q_SLOTS:
                       "import zipfile\n"
                       "with zipfile.ZipFile('../archive.zip', 'w') as z:\n"
                       " for i in range(66000): z.writestr('d/%d' % i, b'')\n");
-        runIn(QStringLiteral("tree"), QStringLiteral("python3 ../script.py"));
+        const QString complaint = complaintOf(QStringLiteral("python3 ../script.py"), QStringLiteral("tree"));
+        if (!complaint.isEmpty())
+            QSKIP(qPrintable(complaint));
         unpack();
         QCOMPARE(QDir(m_home->filePath(QStringLiteral("out/d"))).count(), 66000U + 2);
     }
@@ -271,16 +286,54 @@ private Q_SLOTS:
         QVERIFY(QDir(m_home->filePath(QStringLiteral("out"))).isEmpty());
     }
 
+    void aToolThatFailsIsNamedAndItsRowSkipped_data()
+    {
+        QTest::addColumn<QString>("row");
+        QTest::newRow("alone") << QStringLiteral("zip to a file");
+        QTest::newRow("before a pipe") << QStringLiteral("zip to a pipe");
+        QTest::newRow("behind one") << QStringLiteral("zip with a comment");
+    }
+
+    void aToolThatFailsIsNamedAndItsRowSkipped()
+    {
+        QFETCH(QString, row);
+        const QString standIn = m_home->write(QStringLiteral("bin/zip"),
+                                              "#!/bin/sh\necho this zip does not work >&2\nexit 5\n");
+        QFile::setPermissions(standIn, QFile::permissions(standIn) | QFile::ExeOwner);
+        auto environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("PATH"),
+                           m_home->filePath(QStringLiteral("bin:"))
+                               + environment.value(QStringLiteral("PATH")));
+        QProcess process;
+        process.setProcessEnvironment(environment);
+        process.start(QCoreApplication::applicationFilePath(),
+                      { QStringLiteral("everyToolsArchiveComesOutAsItWentIn:") + row });
+        QVERIFY(process.waitForFinished());
+        const QString output = QString::fromLocal8Bit(process.readAllStandardOutput());
+        QVERIFY2(output.contains(QStringLiteral("0 failed, 1 skipped")), qPrintable(output));
+        QVERIFY2(output.contains(QStringLiteral("this zip does not work")), qPrintable(output));
+        QCOMPARE(process.exitCode(), 0);
+    }
+
 private:
     static bool isMissing(const QString &tool) { return QStandardPaths::findExecutable(tool).isEmpty(); }
 
-    void runIn(const QString &folder, const QString &command) const
+    /// Makes an archive with other people's tools. Returns what they said when one of them failed, also in
+    /// the middle of a pipe: then there is nothing to unpack.
+    QString complaintOf(const QString &command, const QString &folder) const
     {
         QProcess process;
         process.setWorkingDirectory(m_home->filePath(folder));
-        process.start(QStringLiteral("/bin/sh"), { QStringLiteral("-ec"), command });
-        if (!process.waitForFinished() || process.exitCode() != 0)
-            qFatal("“%s” failed: %s", qPrintable(command), process.readAllStandardError().constData());
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        process.start(QStringLiteral("/bin/bash"),
+                      { QStringLiteral("-e"), QStringLiteral("-o"), QStringLiteral("pipefail"),
+                        QStringLiteral("-c"), command });
+        const bool hasEnded = process.waitForFinished();
+        if (hasEnded && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0)
+            return {};
+        const QString output = QString::fromLocal8Bit(process.readAll()).simplified();
+        return QStringLiteral("\u201c%1\u201d failed here: %2")
+            .arg(command, hasEnded && !output.isEmpty() ? output : process.errorString());
     }
 
     void unpack() const
