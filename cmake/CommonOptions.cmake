@@ -9,7 +9,7 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 # One folder for all programs: the launcher looks for its unpacker beside itself, and so do the tests.
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 
-# On for us, through the presets; off for those who package the launcher with a compiler that we have not met.
+# On in the presets that we work with. Off for whoever builds a release, perhaps with a compiler that we have not met.
 option(WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
 set(SANITIZERS "" CACHE STRING "Sanitizers to build with, as in -fsanitize=: address,undefined or thread")
 option(COVERAGE "Count which lines and branches run, for tools/coverage" OFF)
