@@ -9,7 +9,8 @@ function(add_room name)
     target_link_libraries(${name} PUBLIC ${ROOM_USES} PRIVATE common_options)
 endfunction()
 
-# A test program of one subject. It may run for TIMEOUT seconds (60 unless told) and has no window of its own.
+# A test program of one subject. It may run for TIMEOUT seconds (60 unless told), has no window of its own and sees the
+# fonts of tests/fonts.
 # A program that cannot test anything here (its engine is not to be had) says why and ends with status 77.
 #
 #   add_subject_test(LineSplitterTest USES process)
@@ -35,5 +36,5 @@ function(add_subject_test name)
         TIMEOUT ${SUBJECT_TIMEOUT}
         SKIP_RETURN_CODE 77
         LABELS "${SUBJECT_LABELS}"
-        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;${SUBJECT_ENVIRONMENT}")
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;${FONT_ENVIRONMENT};${SUBJECT_ENVIRONMENT}")
 endfunction()

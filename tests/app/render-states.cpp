@@ -147,8 +147,9 @@ private:
 int takeAll(const QString &folder)
 {
     QApplication::setStyle(QStringLiteral("fusion"));
-    // The size that most desktops begin with; the family only where it is there.
-    QApplication::setFont(QFont(QStringLiteral("Inter"), 10));
+    QFont font = QApplication::font();
+    font.setPointSizeF(10); // that most desktops begin with
+    QApplication::setFont(font);
     Studio studio(folder);
     for (const Scheme &scheme : schemes()) {
         QApplication::setPalette(scheme.palette);
