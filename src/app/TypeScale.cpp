@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QFontDatabase>
+#include <QFontInfo>
 
 namespace {
 
@@ -64,5 +65,19 @@ QFont TypeScale::fixedWidth()
     font.setStyleHint(QFont::Monospace);
     font.setFixedPitch(true);
     font.setPointSizeF(fixedWidthPoints);
+    if (QFontInfo(font).fixedPitch())
+        return font;
+
+    // Where the rules of a desktop do not know the fonts that it has, "monospace" is some font or other. That
+    // a family is called monospaced is not enough either: what it stands for may be that very font.
+    const QStringList families = QFontDatabase::families(QFontDatabase::Latin);
+    for (const QString &family : families) {
+        if (!QFontDatabase::isFixedPitch(family) || !QFontDatabase::isSmoothlyScalable(family))
+            continue;
+        QFont candidate = font;
+        candidate.setFamilies({ family });
+        if (QFontInfo(candidate).fixedPitch())
+            return candidate;
+    }
     return font;
 }

@@ -11,7 +11,8 @@ namespace TypeScale {
 /// The desktop's font in the size and weight of `style`, as the desktop has it now. Main thread.
 QFont font(TextStyle style);
 
-/// The fixed-width font of logs and reports: 11 points, whatever the desktop's size.
+/// The fixed-width font of logs and reports: 11 points, whatever the desktop's size. Where the desktop's own
+/// is not fixed in width it is another one that is, if there is any. Main thread.
 QFont fixedWidth();
 
 }

@@ -1,0 +1,34 @@
+#include "TypeScale.h"
+
+#include <QFontDatabase>
+#include <QFontMetrics>
+#include <QTest>
+
+/// On a desktop whose "monospace" is no monospaced font, though there is one.
+class TypeScaleTest final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void logsHaveAMonospacedFontWhateverTheDesktopCallsOne();
+};
+
+void TypeScaleTest::initTestCase()
+{
+    if (QFontInfo(QFontDatabase::systemFont(QFontDatabase::FixedFont)).fixedPitch())
+        QSKIP("The fonts of this machine are seen here, with a rule that finds the monospaced one.");
+}
+
+void TypeScaleTest::logsHaveAMonospacedFontWhateverTheDesktopCallsOne()
+{
+    const QFont font = TypeScale::fixedWidth();
+    QCOMPARE(QFontInfo(font).family(), QStringLiteral("DejaVu Sans Mono"));
+    QVERIFY(QFontInfo(font).fixedPitch());
+    const QFontMetrics metrics(font);
+    QCOMPARE(metrics.horizontalAdvance(QStringLiteral("iiii")),
+             metrics.horizontalAdvance(QStringLiteral("MMMM")));
+    QCOMPARE(font.pointSizeF(), 11.0);
+}
+
+QTEST_MAIN(TypeScaleTest)
+#include "TypeScaleTest.moc"
