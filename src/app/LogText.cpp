@@ -152,6 +152,8 @@ void LogText::scrollToEnd() { verticalScrollBar()->setValue(verticalScrollBar()-
 void LogText::growUpTo(int lines)
 {
     m_mostLines = lines;
+    // Room that a tall window has to spare is not for the box around the text.
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     fitHeight();
 }
 
