@@ -32,9 +32,13 @@ function(add_subject_test name)
         set(configurations CONFIGURATIONS Long)
     endif()
     add_test(NAME ${name} COMMAND ${name} ${configurations})
+    # What a person's desktop tells Qt's programs about sizes and looks is not for the tests.
+    set(desktops_words QT_SCALE_FACTOR QT_SCREEN_SCALE_FACTORS QT_FONT_DPI QT_STYLE_OVERRIDE QT_QPA_PLATFORMTHEME)
+    list(TRANSFORM desktops_words APPEND "=unset:" OUTPUT_VARIABLE without_desktop)
     set_tests_properties(${name} PROPERTIES
         TIMEOUT ${SUBJECT_TIMEOUT}
         SKIP_RETURN_CODE 77
         LABELS "${SUBJECT_LABELS}"
-        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;${FONT_ENVIRONMENT};${SUBJECT_ENVIRONMENT}")
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;${FONT_ENVIRONMENT};${SUBJECT_ENVIRONMENT}"
+        ENVIRONMENT_MODIFICATION "${without_desktop}")
 endfunction()
