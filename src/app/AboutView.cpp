@@ -33,8 +33,11 @@ AboutView::AboutView(AppModel &model, QWidget *parent)
         QStringLiteral("The game belongs to its author; this app only downloads and starts it."));
     add(TextStyle::Callout, Ink::Primary, QStringLiteral("Based on Kestrelwood/Vantor, MIT License."));
     if (const QUrl page = CodeHost::url(QStringLiteral("/Kestrelwood/Vantor"));
-        page.isValid() && !page.isRelative())
-        column()->addWidget(new LinkButton(page), 0, Qt::AlignLeft);
+        page.isValid() && !page.isRelative()) {
+        auto *link = new LinkButton(page);
+        connect(link, &QPushButton::clicked, this, [this, page] { m_model.browse(page); });
+        column()->addWidget(link, 0, Qt::AlignLeft);
+    }
     addDivider();
     add(TextStyle::Caption, Ink::Secondary,
         QStringLiteral(

@@ -100,7 +100,7 @@ int showWindow(OneLauncher &one)
     // What has not unwound by now still uses the model, like an engine that ignores being asked to end, or
     // would be waited for below, like a desktop that does not answer: the player waits for neither.
     const bool isBusy = model.isWorking() || model.runner.isRunning || jobsInBackground() > 0
-        || QThreadPool::globalInstance()->activeThreadCount() > 0;
+        || QThreadPool::globalInstance()->activeThreadCount() > 0 || workspace.isWaitingForBus();
     if (isBusy)
         std::_Exit(status);
     return status;

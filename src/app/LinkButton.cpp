@@ -2,7 +2,6 @@
 
 #include "Shades.h"
 
-#include <QDesktopServices>
 #include <QPainter>
 #include <QStyleOptionButton>
 
@@ -19,7 +18,6 @@ LinkButton::LinkButton(const QUrl &address, QWidget *parent)
     setCursor(Qt::PointingHandCursor);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setAccessibleDescription(QStringLiteral("Opens the web page of the game"));
-    connect(this, &QPushButton::clicked, this, [address] { QDesktopServices::openUrl(address); });
 }
 
 QSize LinkButton::sizeHint() const { return fontMetrics().size(0, text()) + QSize(1, 2 * focusMargin); }

@@ -3,7 +3,7 @@
 #include <QPushButton>
 #include <QUrl>
 
-/// An address that opens in the desktop's browser when it is pressed, by mouse or by keyboard.
+/// An address to be pressed, by mouse or by keyboard. Whoever makes it opens the page.
 class LinkButton final : public QPushButton {
     Q_OBJECT
 

@@ -21,6 +21,7 @@
 
 class Pasteboard;
 class Preferences;
+class QUrl;
 class Workspace;
 
 /// Everything that the window shows, and every action that the player can take. The views read the published
@@ -59,6 +60,8 @@ public:
     void revealInFinder();
     /// Opens the folder of the game's saves in the file browser, or the nearest one that exists.
     void showSaves();
+    /// Opens `page` in the desktop's web browser.
+    void browse(const QUrl &page);
     /// Puts the failure message and its lines on the pasteboard.
     void copyFailure();
     /// Asks a running game to end, without waiting: the player has confirmed to quit.
@@ -126,6 +129,8 @@ private:
     // Update and removal (Maintenance.cpp)
     QCoro::Task<> runUpdate(std::stop_token stop);
     QCoro::Task<> sumRoot();
+    /// What tells the player that nothing on this desktop opens what they asked for.
+    std::function<void()> notOpened(const QString &sentence);
 
     Preferences &m_preferences;
     Workspace &m_workspace;

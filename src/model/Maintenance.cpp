@@ -21,6 +21,11 @@ namespace {
 /// How long an import may take to end when the launcher does, which itself does not wait much longer.
 constexpr std::chrono::milliseconds farewellPatience { 300 };
 
+QString folderSentence(const QString &folder)
+{
+    return QStringLiteral("Nothing on this desktop could open the folder \u201c%1\u201d.").arg(folder);
+}
+
 }
 
 void AppModel::updateGame() { startAction(&AppModel::runUpdate); }
@@ -93,7 +98,7 @@ QCoro::Task<> AppModel::sumRoot()
 void AppModel::revealInFinder()
 {
     if (FileOperations::isReachable(Paths::root()))
-        m_workspace.reveal(Paths::root());
+        m_workspace.reveal(Paths::root(), notOpened(folderSentence(Paths::root())));
     else
         notice = QStringLiteral("Nothing is downloaded yet.");
 }
@@ -103,11 +108,26 @@ void AppModel::showSaves()
     const QString projectName = info.get() ? info.get()->name : ProjectInfo().name;
     for (const QString &folder : saveFolderCandidates(Paths::godotData(), projectName)) {
         if (FileOperations::isReachable(folder)) {
-            m_workspace.open(folder);
+            m_workspace.open(folder, notOpened(folderSentence(folder)));
             return;
         }
     }
     notice = QStringLiteral("No save files yet. Godot creates them when the game first saves something.");
+}
+
+void AppModel::browse(const QUrl &page)
+{
+    m_workspace.browse(page,
+                       notOpened(QStringLiteral("Nothing on this desktop could open the page \u201c%1\u201d.")
+                                     .arg(page.toString())));
+}
+
+std::function<void()> AppModel::notOpened(const QString &sentence)
+{
+    return [self = QPointer<AppModel>(this), sentence] {
+        if (self)
+            self->notice = sentence;
+    };
 }
 
 void AppModel::copyFailure()

@@ -2,6 +2,8 @@
 
 #import <AppKit/AppKit.h>
 
+class FileManagerQuestions { };
+
 namespace {
 
 /// Not QString::toNSURL and its like, which only Qt on a Mac has, so that a compiler elsewhere can read this
@@ -11,14 +13,31 @@ NSURL *location(const QString &folder)
     return [NSURL fileURLWithPath:[NSString stringWithUTF8String:folder.toUtf8().constData()]];
 }
 
+void openInWorkspace(NSURL *address, const std::function<void()> &onFailure)
+{
+    if (![[NSWorkspace sharedWorkspace] openURL:address])
+        onFailure();
 }
 
-void DesktopWorkspace::reveal(const QString &folder)
+}
+
+DesktopWorkspace::DesktopWorkspace() = default;
+DesktopWorkspace::~DesktopWorkspace() = default;
+
+void DesktopWorkspace::reveal(const QString &folder, std::function<void()> /*onFailure*/)
 {
     [[NSWorkspace sharedWorkspace] activateFileViewerSelectingURLs:@[ location(folder) ]];
 }
 
-void DesktopWorkspace::open(const QString &folder)
+void DesktopWorkspace::open(const QString &folder, std::function<void()> onFailure)
 {
-    [[NSWorkspace sharedWorkspace] openURL:location(folder)];
+    openInWorkspace(location(folder), onFailure);
 }
+
+void DesktopWorkspace::browse(const QUrl &page, std::function<void()> onFailure)
+{
+    NSString *address = [NSString stringWithUTF8String:page.toEncoded().constData()];
+    openInWorkspace([NSURL URLWithString:address], onFailure);
+}
+
+bool DesktopWorkspace::isWaitingForBus() const { return false; }

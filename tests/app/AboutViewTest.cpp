@@ -3,31 +3,6 @@
 #include "Samples.h"
 #include "Stage.h"
 
-#include <QDesktopServices>
-
-/// Records what would have gone to the desktop's browser.
-class Browser final : public QObject {
-    Q_OBJECT
-
-public:
-    Browser()
-    {
-        QDesktopServices::setUrlHandler(QStringLiteral("https"), this, "open");
-        QDesktopServices::setUrlHandler(QStringLiteral("http"), this, "open");
-    }
-    ~Browser() override
-    {
-        QDesktopServices::unsetUrlHandler(QStringLiteral("https"));
-        QDesktopServices::unsetUrlHandler(QStringLiteral("http"));
-    }
-
-public Q_SLOTS:
-    void open(const QUrl &address) { opened << address; }
-
-public:
-    QList<QUrl> opened;
-};
-
 class AboutViewTest final : public QObject {
     Q_OBJECT
 
@@ -74,16 +49,16 @@ void AboutViewTest::theAboutTextsStandInTheirOrder()
 
 void AboutViewTest::theLinkOpensThePageInTheDesktopsBrowser()
 {
-    const Browser browser;
     Stage stage;
     auto *sheet = stage.openAbout();
+    const QList<QUrl> &browsed = stage.player.workspace.browsed;
     const QUrl page = CodeHost::url(QStringLiteral("/Kestrelwood/Vantor"));
     Stage::click(*sheet, page.toString());
-    QCOMPARE(browser.opened, QList<QUrl> { page });
+    QCOMPARE(browsed, QList<QUrl> { page });
     auto *link = sheet->findChild<LinkButton *>();
     link->setFocus();
     QTest::keyClick(link, Qt::Key_Space);
-    QCOMPARE(browser.opened.size(), 2);
+    QCOMPARE(browsed.size(), 2);
     QVERIFY(stage.visible<AboutView>());
 }
 

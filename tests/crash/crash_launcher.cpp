@@ -41,8 +41,9 @@ constexpr std::chrono::milliseconds betweenLooks { 10 };
 
 class NoWorkspace final : public Workspace {
 public:
-    void reveal(const QString & /*folder*/) override { }
-    void open(const QString & /*folder*/) override { }
+    void reveal(const QString & /*folder*/, std::function<void()> /*onFailure*/) override { }
+    void open(const QString & /*folder*/, std::function<void()> /*onFailure*/) override { }
+    void browse(const QUrl & /*page*/, std::function<void()> /*onFailure*/) override { }
 };
 
 class NoPasteboard final : public Pasteboard {

@@ -376,6 +376,38 @@ private Q_SLOTS:
         QCOMPARE(player.workspace.opened.last(), data + QStringLiteral("/app_userdata/Hill Run"));
     }
 
+    void aDesktopThatOpensNothingIsNamedInASentence_data()
+    {
+        QTest::addColumn<std::function<void(AppModel &)>>("press");
+        QTest::addColumn<QString>("sentence");
+        using Press = std::function<void(AppModel &)>;
+        QTest::newRow("reveal") << Press([](AppModel &model) { model.revealInFinder(); })
+                                << QStringLiteral("Nothing on this desktop could open the folder "
+                                                  "\u201c%1/Vantor Platformer\u201d.");
+        QTest::newRow("saves") << Press([](AppModel &model) { model.showSaves(); })
+                               << QStringLiteral("Nothing on this desktop could open the folder "
+                                                 "\u201c%1/Godot\u201d.");
+        QTest::newRow("page") << Press(
+            [](AppModel &model) { model.browse(QUrl(QStringLiteral("https://example.org/a page"))); })
+                              << QStringLiteral("Nothing on this desktop could open the page "
+                                                "\u201chttps://example.org/a page\u201d.");
+    }
+
+    void aDesktopThatOpensNothingIsNamedInASentence()
+    {
+        QFETCH(const std::function<void(AppModel &)>, press);
+        QFETCH(const QString, sentence);
+        Player player;
+        player.workspace.opensNothing = true;
+        AppModel &model = player.startModel();
+        const QString data = player.home.filePath(QStringLiteral("data"));
+        QVERIFY(QDir().mkpath(Paths::root()) && QDir().mkpath(data + QStringLiteral("/Godot")));
+        press(model);
+        QVERIFY(!model.notice->has_value());
+        const QString expected = sentence.contains(QLatin1StringView("%1")) ? sentence.arg(data) : sentence;
+        QTRY_COMPARE(model.notice.get(), std::optional(expected));
+    }
+
     void copyGivesTheMessageAndTheLines()
     {
         Player player;

@@ -16,14 +16,37 @@
 #include <memory>
 #include <optional>
 
-/// What was asked of the desktop's file browser.
+/// What was asked of the desktop's file browser and web browser.
 class RecordedWorkspace final : public Workspace {
 public:
-    void reveal(const QString &folder) override { revealed << folder; }
-    void open(const QString &folder) override { opened << folder; }
+    void reveal(const QString &folder, std::function<void()> onFailure) override
+    {
+        revealed << folder;
+        answer(onFailure);
+    }
+    void open(const QString &folder, std::function<void()> onFailure) override
+    {
+        opened << folder;
+        answer(onFailure);
+    }
+    void browse(const QUrl &page, std::function<void()> onFailure) override
+    {
+        browsed << page;
+        answer(onFailure);
+    }
 
     QStringList revealed;
     QStringList opened;
+    QList<QUrl> browsed;
+    /// Whether nothing on this desktop can open anything.
+    bool opensNothing = false;
+
+private:
+    void answer(const std::function<void()> &onFailure) const
+    {
+        if (opensNothing)
+            QMetaObject::invokeMethod(QCoreApplication::instance(), onFailure, Qt::QueuedConnection);
+    }
 };
 
 /// What was put on the pasteboard.

@@ -2,26 +2,28 @@
 
 #include "TestHome.h"
 
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDesktopServices>
 #include <QElapsedTimer>
-#include <QGuiApplication>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QProcess>
 #include <QStandardPaths>
+#include <QThreadPool>
 #include <QUrl>
+
+#include <atomic>
 
 namespace {
 
 /// A session bus of the test's own.
 class SessionBus final {
 public:
-    /// Its socket lies in `folder`.
-    explicit SessionBus(const QString &folder)
+    /// `program` is dbus-daemon. Its socket lies in `folder`.
+    SessionBus(const QString &program, const QString &folder)
     {
-        m_daemon.start(QStringLiteral("dbus-daemon"),
+        m_daemon.start(program,
                        { QStringLiteral("--session"), QStringLiteral("--nofork"),
                          QStringLiteral("--print-address"), QStringLiteral("--address=unix:dir=") + folder });
         while (m_daemon.state() != QProcess::NotRunning && !m_daemon.canReadLine())
@@ -94,7 +96,8 @@ class WorkspaceTest final : public QObject {
 private Q_SLOTS:
     void initTestCase()
     {
-        if (QStandardPaths::findExecutable(QStringLiteral("dbus-daemon")).isEmpty())
+        m_daemon = QStandardPaths::findExecutable(QStringLiteral("dbus-daemon"));
+        if (m_daemon.isEmpty())
             QSKIP("There is no dbus-daemon on this machine.");
     }
 
@@ -103,67 +106,82 @@ private Q_SLOTS:
         m_home = std::make_unique<TestHome>();
         qunsetenv("DBUS_SESSION_BUS_ADDRESS");
         qunsetenv("XDG_RUNTIME_DIR");
-        QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "noteOpened");
+        // Only the openers that a test writes, whatever this desktop has.
+        m_pathBefore = qgetenv("PATH");
+        qputenv("PATH", QFile::encodeName(m_home->filePath(QStringLiteral("bin"))));
+        writeOpener("echo \"$1\" >>\"$HOME/opened\"\n");
         QDir().mkpath(folder());
+        m_failures = 0;
     }
 
     void cleanup()
     {
-        QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
-        m_opened.clear();
+        qputenv("PATH", m_pathBefore);
         m_home.reset();
     }
 
     void theFileManagerIsAskedToShowTheFolder()
     {
-        const SessionBus bus(m_home->path());
+        const SessionBus bus(m_daemon, m_home->path());
         const FileManager fileManager(bus);
-        DesktopWorkspace().reveal(folder());
+        reveal();
         QTRY_COMPARE(fileManager.shown.size(), 1);
         QCOMPARE(fileManager.shown.first(),
                  QStringList(QString::fromUtf8(QUrl::fromLocalFile(folder()).toEncoded())));
         QVERIFY(fileManager.shown.first().first().endsWith(QStringLiteral("/with%20a%20space")));
-        QVERIFY(m_opened.isEmpty());
+        QVERIFY(opened().isEmpty());
+        QCOMPARE(m_failures, 0);
     }
 
     void twoRequestsAreBothShown()
     {
-        const SessionBus bus(m_home->path());
+        const SessionBus bus(m_daemon, m_home->path());
         const FileManager fileManager(bus);
-        DesktopWorkspace().reveal(folder());
-        DesktopWorkspace().reveal(folder());
+        reveal();
+        reveal();
         QTRY_COMPARE(fileManager.shown.size(), 2);
+    }
+
+    void requestsThatFollowAreShownToo()
+    {
+        const SessionBus bus(m_daemon, m_home->path());
+        const FileManager fileManager(bus);
+        for (int request = 1; request <= 3; ++request) {
+            reveal();
+            QTRY_COMPARE(fileManager.shown.size(), request);
+        }
     }
 
     void aFileManagerThatRefusesGivesWayToTheOpener()
     {
-        const SessionBus bus(m_home->path());
+        const SessionBus bus(m_daemon, m_home->path());
         FileManager fileManager(bus);
         fileManager.refuses = true;
-        DesktopWorkspace().reveal(folder());
-        QTRY_COMPARE(m_opened, parentOnly());
+        reveal();
+        QTRY_COMPARE(opened(), parentOnly());
         QCOMPARE(fileManager.shown.size(), 1);
     }
 
     void aBusWithoutAFileManagerGivesWayToTheOpener()
     {
-        const SessionBus bus(m_home->path());
-        DesktopWorkspace().reveal(folder());
-        QTRY_COMPARE(m_opened, parentOnly());
+        const SessionBus bus(m_daemon, m_home->path());
+        reveal();
+        QTRY_COMPARE(opened(), parentOnly());
     }
 
     void withoutABusTheOpenerOpensTheParent()
     {
-        DesktopWorkspace().reveal(folder());
-        QTRY_COMPARE(m_opened, parentOnly());
+        reveal();
+        QTRY_COMPARE(opened(), parentOnly());
     }
 
     void aBusThatIsGoneGivesWayToTheOpener()
     {
         qputenv("DBUS_SESSION_BUS_ADDRESS",
                 "unix:path=" + QFile::encodeName(m_home->filePath(QStringLiteral("no-bus"))));
-        DesktopWorkspace().reveal(folder());
-        QTRY_COMPARE(m_opened, parentOnly());
+        reveal();
+        QTRY_COMPARE(opened(), parentOnly());
+        QVERIFY(!m_workspace.isWaitingForBus());
     }
 
     void aBusInTheRuntimeFolderIsFound()
@@ -171,80 +189,151 @@ private Q_SLOTS:
         QLocalServer bus;
         QVERIFY(bus.listen(m_home->filePath(QStringLiteral("bus"))));
         qputenv("XDG_RUNTIME_DIR", QFile::encodeName(m_home->path()));
-        DesktopWorkspace().reveal(folder());
+        reveal();
         QTRY_VERIFY(bus.hasPendingConnections());
         hangUp(bus);
-        QTRY_COMPARE(m_opened, parentOnly());
+        QTRY_COMPARE(opened(), parentOnly());
     }
 
     void aBusThatNeverAnswersDoesNotHoldUpTheWindow()
     {
         QLocalServer bus;
-        QVERIFY(bus.listen(m_home->filePath(QStringLiteral("stuck-bus"))));
-        qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + QFile::encodeName(bus.fullServerName()));
+        listenInSilence(bus);
 
         QElapsedTimer clock;
         clock.start();
-        DesktopWorkspace().reveal(folder());
+        reveal();
         QVERIFY2(clock.elapsed() < 500, "The caller had to wait for the bus.");
         QTRY_VERIFY(bus.hasPendingConnections());
-        QVERIFY(m_opened.isEmpty());
+        QVERIFY(opened().isEmpty());
+        QVERIFY(m_workspace.isWaitingForBus());
 
         hangUp(bus);
-        QTRY_COMPARE(m_opened, parentOnly());
+        QTRY_COMPARE(opened(), parentOnly());
+        QVERIFY(!m_workspace.isWaitingForBus());
+    }
+
+    void aSilentBusIsAskedOnceAndKeepsNoThreadOfThePool()
+    {
+        QLocalServer bus;
+        listenInSilence(bus);
+        const int presses = QThreadPool::globalInstance()->maxThreadCount() + 2;
+        for (int press = 0; press < presses; ++press)
+            reveal();
+        QTRY_VERIFY(bus.hasPendingConnections());
+
+        std::atomic<bool> hasRun = false;
+        QThreadPool::globalInstance()->start([&hasRun] { hasRun = true; });
+        QTRY_VERIFY(hasRun);
+        QCOMPARE(QThreadPool::globalInstance()->activeThreadCount(), 0);
+        delete bus.nextPendingConnection(); // hangs up on the first question, which gives way to the second
+        QTRY_VERIFY(bus.hasPendingConnections());
+        hangUp(bus);
+        QTRY_COMPARE(opened(), parentOnly() + parentOnly());
+        QVERIFY(!m_workspace.isWaitingForBus());
+    }
+
+    void aBusThatIsSilentForTooLongCountsAsNone()
+    {
+        QLocalServer bus;
+        listenInSilence(bus);
+        reveal();
+        reveal();
+        QTRY_COMPARE_WITH_TIMEOUT(opened(), parentOnly(), 15000);
+        // From now on without waiting.
+        reveal();
+        QTRY_COMPARE_WITH_TIMEOUT(opened(), parentOnly() + parentOnly(), 3000);
+        QVERIFY(m_workspace.isWaitingForBus());
+
+        // Until it is there again.
+        hangUp(bus);
+        QTRY_VERIFY(!m_workspace.isWaitingForBus());
+        QCOMPARE(opened(), parentOnly() + parentOnly());
+        const SessionBus working(m_daemon, m_home->path());
+        const FileManager fileManager(working);
+        reveal();
+        QTRY_COMPARE(fileManager.shown.size(), 1);
+        QCOMPARE(m_failures, 0);
     }
 
     void aFolderIsOpenedItself()
     {
-        DesktopWorkspace().open(folder());
-        QCOMPARE(m_opened, QStringList(folder()));
+        m_workspace.open(folder(), [this] { ++m_failures; });
+        QTRY_COMPARE(opened(), QStringList(folder()));
+        QCOMPARE(m_failures, 0);
     }
 
-    void theDesktopsOwnOpenerIsStarted()
+    void aPageIsOpenedByItsAddress()
     {
-        if (QStandardPaths::findExecutable(QStringLiteral("xvfb-run")).isEmpty())
-            QSKIP("There is no xvfb-run on this machine, and without a display Qt starts no opener.");
-
-        const QString opener
-            = m_home->write(QStringLiteral("bin/xdg-open"), "#!/bin/sh\necho \"$1\" > \"$HOME/opened\"\n");
-        QFile::setPermissions(opener, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        auto environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("PATH"),
-                           QFileInfo(opener).path() + QLatin1Char(':')
-                               + environment.value(QStringLiteral("PATH")));
-        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
-
-        QProcess process;
-        process.setProcessEnvironment(environment);
-        process.start(QStringLiteral("xvfb-run"),
-                      { QStringLiteral("-a"), QCoreApplication::applicationFilePath(),
-                        QStringLiteral("--open"), folder() });
-        QVERIFY2(process.waitForFinished(), qPrintable(process.errorString()));
-
-        QFile record(m_home->filePath(QStringLiteral("opened")));
-        QTRY_VERIFY2(record.exists() && record.size() > 0, process.readAllStandardError().constData());
-        QVERIFY(record.open(QIODevice::ReadOnly));
-        const QString opened = QString::fromUtf8(record.readAll()).trimmed();
-        QCOMPARE(opened.startsWith(QLatin1Char('/')) ? opened : QUrl(opened).toLocalFile(), folder());
+        m_workspace.browse(QUrl(QStringLiteral("https://example.org/a page")), [this] { ++m_failures; });
+        QTRY_COMPARE(opened(), QStringList(QStringLiteral("https://example.org/a%20page")));
+        QCOMPARE(m_failures, 0);
     }
 
-    void withoutAnOpenerThereIsOnlyAWarning()
+    void aDesktopThatOpensNothingSaysSoOnce_data()
     {
-        QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
-        QTest::ignoreMessage(QtWarningMsg,
-                             QRegularExpression(QStringLiteral("does not support .*openDocument")));
-        QTest::ignoreMessage(QtWarningMsg,
-                             QRegularExpression(QStringLiteral("Nothing on this desktop opens")));
-        DesktopWorkspace().open(folder());
+        QTest::addColumn<QByteArray>("opener");
+        QTest::newRow("no opener") << QByteArray();
+        QTest::newRow("one that finds nothing") << QByteArray("#!/bin/sh\nexit 3\n");
+        QTest::newRow("one that crashes") << QByteArray("#!/bin/sh\nkill -KILL $$\n");
+        QTest::newRow("one that cannot be started") << QByteArray("#!/nowhere/at/all\n");
     }
 
-public Q_SLOTS:
-    /// Stands in for the desktop's opener.
-    void noteOpened(const QUrl &url) { m_opened.append(url.toLocalFile()); }
+    void aDesktopThatOpensNothingSaysSoOnce()
+    {
+        QFETCH(const QByteArray, opener);
+        QFile::remove(openerPath());
+        if (!opener.isEmpty())
+            writeProgram(opener);
+        const auto noteFailure = [this] { ++m_failures; };
+        m_workspace.open(folder(), noteFailure);
+        QCOMPARE(m_failures, 0); // never within the call
+        QTRY_COMPARE(m_failures, 1);
+        reveal();
+        QTRY_COMPARE(m_failures, 2);
+        m_workspace.browse(QUrl(QStringLiteral("https://example.org")), noteFailure);
+        QTRY_COMPARE(m_failures, 3);
+        QTest::qWait(100);
+        QCOMPARE(m_failures, 3);
+    }
 
 private:
     QString folder() const { return m_home->filePath(QStringLiteral("data/with a space")); }
     QStringList parentOnly() const { return { m_home->dataHome() }; }
+    QString openerPath() const { return m_home->filePath(QStringLiteral("bin/xdg-open")); }
+
+    void reveal()
+    {
+        m_workspace.reveal(folder(), [this] { ++m_failures; });
+    }
+
+    void writeOpener(const QByteArray &script) const { writeProgram("#!/bin/sh\n" + script); }
+    void writeProgram(const QByteArray &content) const
+    {
+        m_home->write(QStringLiteral("bin/xdg-open"), content);
+        QFile::setPermissions(openerPath(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+
+    /// What the opener was given, folders by their paths.
+    QStringList opened() const
+    {
+        QStringList result;
+        QFile record(m_home->filePath(QStringLiteral("opened")));
+        if (!record.open(QIODevice::ReadOnly))
+            return result;
+        const QStringList lines = QString::fromUtf8(record.readAll()).split(u'\n', Qt::SkipEmptyParts);
+        for (const QString &line : lines)
+            result << (QUrl(line).isLocalFile() ? QUrl(line).toLocalFile() : line);
+        return result;
+    }
+
+    /// Takes connections as a session bus would, and answers none.
+    void listenInSilence(QLocalServer &bus) const
+    {
+        if (!bus.listen(m_home->filePath(QStringLiteral("stuck-bus"))))
+            qFatal("The silent bus cannot listen.");
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + QFile::encodeName(bus.fullServerName()));
+    }
 
     static void hangUp(QLocalServer &bus)
     {
@@ -253,19 +342,12 @@ private:
         bus.close();
     }
 
+    DesktopWorkspace m_workspace;
     std::unique_ptr<TestHome> m_home;
-    QStringList m_opened;
+    QString m_daemon;
+    QByteArray m_pathBefore;
+    int m_failures = 0;
 };
 
-int main(int argc, char **argv)
-{
-    QGuiApplication application(argc, argv);
-    if (argc == 3 && qstrcmp(argv[1], "--open") == 0) {
-        DesktopWorkspace().open(QFile::decodeName(argv[2]));
-        return 0;
-    }
-    WorkspaceTest test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+QTEST_GUILESS_MAIN(WorkspaceTest)
 #include "WorkspaceTest.moc"
