@@ -35,7 +35,7 @@ QCoro::Task<qint32> runTool(QString tool, QStringList arguments, LogStore *log, 
     const std::function<void(const QString &)> appendToLog = log->appender();
     const qint32 status = co_await controller->run(tool, arguments, appendToLog);
     throwIfCancelled(stop);
-    // The failure to come gives a number only.
+    // The failure that follows gives only the number, as if it were an exit code.
     if (controller->wasEndedBySignal()) {
         log->append(u"%1 was ended by signal %2 (%3) before it had finished."_s.arg(
             QFileInfo(tool).fileName(), QString::number(status), QString::fromLocal8Bit(strsignal(status))));

@@ -25,7 +25,7 @@ QCoro::Task<> GameRunner::runToEnd(QString executable, QStringList arguments,
                                    std::function<void(const QString &)> log,
                                    std::function<void(GameExit)> onExit)
 {
-    // Not the wall clock: it may be set while the game runs.
+    // Monotonic: the wall clock may be set while the game runs.
     using Clock = std::chrono::steady_clock;
 
     const QPointer<GameRunner> self(this);
