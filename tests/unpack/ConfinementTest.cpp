@@ -29,7 +29,7 @@ private Q_SLOTS:
         QTest::addColumn<int>("means");
         const auto row = [](const char *what, Means means) { QTest::newRow(what) << int(means); };
         row("read a file", FilesOnly);
-        row("read a program's own file", FilesOnly);
+        row("read about the process", FilesOnly);
         row("list a folder", FilesOnly);
         row("write beside", FilesOnly);
         row("write above", FilesOnly);
