@@ -59,7 +59,7 @@ private Q_SLOTS:
 
 private:
     /// As good as no pause at all, in milliseconds.
-    static constexpr qint64 longestGap = 50;
+    static constexpr qint64 longestGap = Strain::isMeasurable() ? 50 : Strain::longestPause;
 
     static int fileCount() { return qgetenv("FLOOD") == "full" ? 200'000 : 8'000; }
 

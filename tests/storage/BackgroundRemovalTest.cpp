@@ -136,22 +136,6 @@ private Q_SLOTS:
         QVERIFY(!FileOperations::exists(Paths::gameFolder()));
     }
 
-    void whatCannotBeRemovedIsTriedAgain()
-    {
-        if (!OrdinaryUser::isNeeded())
-            QSKIP("Only the superuser can make a folder that belongs to somebody else.");
-        keep(QStringLiteral("Game/held/file"));
-        for (const QString &path : { m_home->path(), base(), Paths::root(), Paths::gameFolder() })
-            QVERIFY(OrdinaryUser::own(QFile::encodeName(path).constData()));
-        QVERIFY(OrdinaryUser::run([] {
-            Leftovers::discard(Paths::gameFolder());
-            BackgroundRemoval::wait({});
-            return aside(Paths::root()).size() == 1;
-        }));
-        QVERIFY(Leftovers::clear()); // as the superuser
-        QCOMPARE(aside(Paths::root()), QStringList());
-    }
-
     void whoIsToldToStopWaitsNoLonger()
     {
         keep(QStringLiteral("Temp/A/file"));

@@ -216,6 +216,21 @@ private Q_SLOTS:
         QCOMPARE(files, QStringList({ QStringLiteral("file") }));
     }
 
+    void whatCouldNotBeRemovedGoesAsSoonAsItCan()
+    {
+        if (!OrdinaryUser::isNeeded())
+            QSKIP("Only the superuser can make a folder that belongs to somebody else.");
+        keep(*m_home, QStringLiteral("Game/held/file"));
+        giveAllTo(*m_home);
+        const QByteArray held = QFile::encodeName(Paths::gameFolder() + QStringLiteral("/held"));
+        QCOMPARE(::lchown(held.constData(), 0, 0), 0);
+        const QDir root(Paths::root());
+        const QDir::Filters all = QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot;
+        QVERIFY(OrdinaryUser::run([&] { return removed(Paths::gameFolder()) && !root.isEmpty(all); }));
+        QVERIFY(Leftovers::clear()); // as the superuser
+        QVERIFY(QDir(Paths::root()).isEmpty(all));
+    }
+
 private:
     static void giveAllTo(const TestHome &home)
     {
