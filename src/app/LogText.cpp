@@ -149,6 +149,18 @@ void LogText::showNotice(const QString &text)
 
 void LogText::scrollToEnd() { verticalScrollBar()->setValue(verticalScrollBar()->maximum()); }
 
+LogText *LogText::withSelection(const QWidget &window)
+{
+    LogText *found = nullptr;
+    const auto texts = window.findChildren<LogText *>();
+    for (LogText *text : texts) {
+        const bool isSelected = text->isVisible() && text->textCursor().hasSelection();
+        if (isSelected && (!found || text->hasFocus()))
+            found = text;
+    }
+    return found;
+}
+
 void LogText::growUpTo(int lines)
 {
     m_mostLines = lines;

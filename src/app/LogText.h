@@ -21,6 +21,10 @@ public:
 
     void scrollToEnd();
 
+    /// The text below `window` whose selection the player sees: the one with the focus before the others, or
+    /// null.
+    static LogText *withSelection(const QWidget &window);
+
     /// Makes the box as high as its text, at most as high as `lines` lines; without it the layout decides.
     void growUpTo(int lines);
 

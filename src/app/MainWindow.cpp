@@ -3,6 +3,7 @@
 #include "AppModel.h"
 #include "ContentView.h"
 #include "Desktop.h"
+#include "LogText.h"
 
 #include <QAction>
 #include <QMenuBar>
@@ -35,9 +36,10 @@ MainWindow::MainWindow(AppModel &model, Preferences &preferences)
     connect(m_settings, &QAction::triggered, m_content, &ContentView::showSettings);
     connect(m_close, &QAction::triggered, this, &QWidget::close);
     connect(m_quit, &QAction::triggered, this, &QWidget::close);
-    // Where a text has the focus the text itself is copied, without this.
-    connect(m_copy, &QAction::triggered, this, [&model] {
-        if (model.failureMessage->has_value())
+    connect(m_copy, &QAction::triggered, this, [this, &model] {
+        if (LogText *text = LogText::withSelection(*this))
+            text->copy();
+        else if (model.failureMessage->has_value())
             model.copyFailure();
     });
 

@@ -1,10 +1,10 @@
 #include "PlayArea.h"
 
 #include "AppModel.h"
+#include "HeldKey.h"
 #include "PlayButton.h"
 #include "ProgressBlock.h"
 #include "StateDot.h"
-#include "StateFace.h"
 #include "Symbols.h"
 #include "TextLabel.h"
 
@@ -40,6 +40,7 @@ PlayArea::PlayArea(AppModel &model, QWidget *parent)
     column->addWidget(m_needs);
     column->addWidget(m_action);
 
+    new HeldKey(this);
     m_refresh.watch(m_model);
     m_refresh.watch(m_model.runner);
     refresh();
@@ -117,7 +118,22 @@ void PlayArea::refresh()
     m_needs->setVisible(!face.needsText.isEmpty());
     m_hint->setVisible(face.showsHint);
     m_progress->display(m_model.stepText, m_model.progress, m_model.progressDetail);
-    m_action->setCurrentIndex(page(face.action));
+    show(face.action);
+}
+
+void PlayArea::show(StateFace::Action action)
+{
+    QWidget *before = m_action->currentWidget();
+    QWidget *after = m_action->widget(page(action));
+    const QWidget *focused = window()->focusWidget();
+    if (after != before && focused && before->isAncestorOf(focused)) {
+        // Straight from one button to the other. Where the old one is hidden first, some other button gets
+        // the focus for a moment, and a screen reader says so.
+        after->setGeometry(before->geometry());
+        after->show();
+        after->findChild<QPushButton *>()->setFocus();
+    }
+    m_action->setCurrentWidget(after);
 }
 
 void PlayArea::stop()

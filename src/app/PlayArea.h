@@ -1,6 +1,7 @@
 #pragma once
 
 #include "RefreshOnce.h"
+#include "StateFace.h"
 
 #include <QWidget>
 
@@ -26,6 +27,7 @@ private:
     QWidget *makeProgressPage();
     QWidget *makeStopPage();
     void refresh();
+    void show(StateFace::Action action);
     void stop();
 
     AppModel &m_model;

@@ -1,13 +1,41 @@
 #include "CodeHost.h"
 #include "Desktop.h"
+#include "LogText.h"
 #include "PlayButton.h"
 #include "ProgressBlock.h"
 #include "Samples.h"
 #include "Stage.h"
 
 #include <QAction>
+#include <QClipboard>
 #include <QMenuBar>
 #include <QSignalSpy>
+
+namespace {
+
+/// A press of Return as X11 sends it: with the time of the press in milliseconds.
+void sendReturn(QWidget *receiver, QEvent::Type type, quint64 time)
+{
+    QKeyEvent event(type, Qt::Key_Return, Qt::NoModifier);
+    event.setTimestamp(time);
+    QCoreApplication::sendEvent(receiver, &event);
+}
+
+/// What has the focus, in words, every time that it changes.
+QStringList focusChanges(const std::function<void()> &action)
+{
+    QStringList names;
+    const auto connection
+        = QObject::connect(qApp, &QApplication::focusChanged, qApp, [&names](QWidget *, QWidget *now) {
+              const auto *button = qobject_cast<QAbstractButton *>(now);
+              names << (button ? button->text() : QStringLiteral("nothing"));
+          });
+    action();
+    QObject::disconnect(connection);
+    return names;
+}
+
+}
 
 class KeyboardTest final : public QObject {
     Q_OBJECT
@@ -15,11 +43,16 @@ class KeyboardTest final : public QObject {
 private Q_SLOTS:
     void aDoubleClickOnPlayDoesNotPressStop();
     void aKeyHeldDownPressesOnce();
+    void aKeyHeldDownPressesOnceWhereItsRepetitionsLookLikePresses();
+    void aKeyHeldDownDoesNotPressWhatTookThePlaceOfThePressedButton();
     void returnPlaysAsSoonAsTheWindowIsThere();
     void theFocusGoesToTheButtonThatTookThePlaceOfThePressedOne();
+    void theFocusIsNowhereElseBetweenOneActionAndTheNext();
     void tabGoesThroughEveryControlAndComesBack();
     void theShortcutsOpenTheSettingsAndCloseTheWindow();
     void copyTakesTheFailureReport();
+    void copyTakesTheSelectedTextWhereThereIsSome_data();
+    void copyTakesTheSelectedTextWhereThereIsSome();
     void whoGoesByKeySeesWhereTheFocusIs_data();
     void whoGoesByKeySeesWhereTheFocusIs();
     void aPointerOverPlayShows();
@@ -61,6 +94,43 @@ void KeyboardTest::aKeyHeldDownPressesOnce()
     QCOMPARE(clicked.size(), 2);
 }
 
+void KeyboardTest::aKeyHeldDownPressesOnceWhereItsRepetitionsLookLikePresses()
+{
+    Stage stage;
+    stage.model.state = AppState::playing();
+    stage.open();
+    auto *stop = Stage::button(*stage.window, QStringLiteral("Stop"));
+    stop->setFocus();
+    QSignalSpy clicked(stop, &QAbstractButton::clicked);
+    sendReturn(stop, QEvent::KeyPress, 1000);
+    QCOMPARE(clicked.size(), 1);
+    // X11 sends a held key as releases and presses, each pair at one time. Qt does not always see that.
+    for (quint64 time = 1500; time < 2000; time += 40) {
+        sendReturn(stop, QEvent::KeyRelease, time);
+        sendReturn(stop, QEvent::KeyPress, time);
+    }
+    QCOMPARE(clicked.size(), 1);
+    sendReturn(stop, QEvent::KeyRelease, 2010);
+    sendReturn(stop, QEvent::KeyPress, 2100);
+    QCOMPARE(clicked.size(), 2);
+}
+
+void KeyboardTest::aKeyHeldDownDoesNotPressWhatTookThePlaceOfThePressedButton()
+{
+    Stage stage;
+    stage.open();
+    sendReturn(stage.visible<PlayButton>(), QEvent::KeyRelease, 1000);
+    stage.model.state = AppState::playing();
+    Stage::settle();
+    auto *stop = Stage::button(*stage.window, QStringLiteral("Stop"));
+    QSignalSpy clicked(stop, &QAbstractButton::clicked);
+    sendReturn(stop, QEvent::KeyPress, 1000);
+    QCOMPARE(clicked.size(), 0);
+    sendReturn(stop, QEvent::KeyRelease, 1020);
+    sendReturn(stop, QEvent::KeyPress, 1300);
+    QCOMPARE(clicked.size(), 1);
+}
+
 void KeyboardTest::returnPlaysAsSoonAsTheWindowIsThere()
 {
     Stage stage;
@@ -84,6 +154,28 @@ void KeyboardTest::theFocusGoesToTheButtonThatTookThePlaceOfThePressedOne()
     stage.model.state = AppState::ready();
     Stage::settle();
     QCOMPARE(QApplication::focusWidget(), stage.visible<PlayButton>());
+}
+
+void KeyboardTest::theFocusIsNowhereElseBetweenOneActionAndTheNext()
+{
+    Stage stage;
+    stage.open();
+    QCOMPARE(QApplication::focusWidget(), stage.visible<PlayButton>());
+    const QStringList changes = focusChanges([&stage] {
+        for (const AppState &state :
+             { AppState::downloading(QStringLiteral("the game")), AppState::starting(), AppState::ready() }) {
+            stage.model.state = state;
+            Stage::settle();
+        }
+    });
+    QCOMPARE(changes,
+             (QStringList { QStringLiteral("Cancel"), QStringLiteral("Stop"), QStringLiteral("Play") }));
+    // What does not concern the action leaves the focus where it is.
+    auto *settings = Stage::button(*stage.window, QStringLiteral("Settings\u2026"));
+    settings->setFocus();
+    stage.model.state = AppState::starting();
+    Stage::settle();
+    QCOMPARE(QApplication::focusWidget(), settings);
 }
 
 void KeyboardTest::tabGoesThroughEveryControlAndComesBack()
@@ -144,6 +236,54 @@ void KeyboardTest::copyTakesTheFailureReport()
     QCOMPARE(stage.player.pasteboard.texts, QStringList { report });
     Stage::click(*stage.window, QStringLiteral("Copy"));
     QCOMPARE(stage.player.pasteboard.texts, (QStringList { report, report }));
+}
+
+void KeyboardTest::copyTakesTheSelectedTextWhereThereIsSome_data()
+{
+    QTest::addColumn<QString>("box");
+    QTest::addColumn<QKeyCombination>("keys");
+    for (const QString &box : { QStringLiteral("Last lines of the log"), QStringLiteral("Log") }) {
+        QTest::addRow("%s, Ctrl+C", qPrintable(box))
+            << box << QKeyCombination(Qt::ControlModifier, Qt::Key_C);
+        QTest::addRow("%s, Ctrl+Insert", qPrintable(box))
+            << box << QKeyCombination(Qt::ControlModifier, Qt::Key_Insert);
+    }
+}
+
+void KeyboardTest::copyTakesTheSelectedTextWhereThereIsSome()
+{
+    QFETCH(const QString, box);
+    QFETCH(const QKeyCombination, keys);
+    if (!QKeySequence::keyBindings(QKeySequence::Copy).contains(QKeySequence(keys)))
+        QSKIP("This desktop does not copy with these keys.");
+    Stage stage;
+    Samples::fail(stage.model, QStringLiteral("It failed."), 3);
+    stage.model.log.lines = Samples::lines(3);
+    stage.model.showLog = true;
+    stage.open();
+    const auto texts = stage.window->findChildren<LogText *>();
+    const auto text = std::find_if(texts.begin(), texts.end(),
+                                   [&box](const LogText *each) { return each->accessibleName() == box; });
+    QVERIFY(text != texts.end());
+
+    QGuiApplication::clipboard()->clear();
+    (*text)->setFocus();
+    const auto copy
+        = [&] { QTest::keyClick(stage.window->windowHandle(), keys.key(), keys.keyboardModifiers()); };
+    copy();
+    QCOMPARE(stage.player.pasteboard.texts.size(), 1); // the whole report, where nothing is selected
+    QTextCursor cursor((*text)->document());
+    cursor.movePosition(QTextCursor::NextBlock, QTextCursor::KeepAnchor);
+    (*text)->setTextCursor(cursor);
+    copy();
+    QCOMPARE(QGuiApplication::clipboard()->text(), Samples::lines(1).first() + QLatin1Char('\n'));
+    QCOMPARE(stage.player.pasteboard.texts.size(), 1);
+    // Also when something else has the focus by then.
+    QGuiApplication::clipboard()->clear();
+    stage.visible<PlayButton>()->setFocus();
+    copy();
+    QCOMPARE(QGuiApplication::clipboard()->text(), Samples::lines(1).first() + QLatin1Char('\n'));
+    QCOMPARE(stage.player.pasteboard.texts.size(), 1);
 }
 
 void KeyboardTest::whoGoesByKeySeesWhereTheFocusIs_data()
