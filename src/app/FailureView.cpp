@@ -60,8 +60,12 @@ void FailureView::refresh()
     m_message->display(m_model.failureMessage->value_or(QString()));
     const QStringList &lines = m_model.failureLines;
     m_box->setVisible(!lines.isEmpty());
-    if (!m_lines->showLines(lines))
+    const bool isComplete = m_lines->showLines(lines);
+    // What went wrong stands mostly in the last of them. From there on the player scrolls.
+    if (m_shown != lines)
+        m_lines->scrollToEnd();
+    if (isComplete)
+        m_shown = lines;
+    else
         m_refresh.schedule();
-    // What went wrong stands mostly in the last of them.
-    m_lines->scrollToEnd();
 }

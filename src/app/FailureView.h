@@ -2,6 +2,7 @@
 
 #include "RefreshOnce.h"
 
+#include <QStringList>
 #include <QWidget>
 
 class AppModel;
@@ -24,5 +25,7 @@ private:
     TextLabel *m_message = nullptr;
     Panel *m_box = nullptr;
     LogText *m_lines = nullptr;
+    /// What the box was scrolled to the end for.
+    QStringList m_shown;
     RefreshOnce m_refresh;
 };

@@ -20,6 +20,7 @@ private Q_SLOTS:
     void copyPutsTheMessageAndTheLinesOnThePasteboard();
     void theViewIsThereOnlyWhileThereIsAFailure();
     void theBoxGrowsWithItsLinesAndThenScrolls();
+    void theBoxStaysWhereThePlayerScrolledIt();
     void oddLinesAreShownQuicklyAndCopiedExactly();
     void aMessageOfAHundredThousandCharactersDoesNotFreezeTheWindow();
     void linesThatAreTooMuchForOneTurnComeInTheNext();
@@ -110,6 +111,27 @@ void FailureViewTest::theBoxGrowsWithItsLinesAndThenScrolls()
     QVERIFY(lines->height() > 12 * lines->fontMetrics().lineSpacing() + 15);
     QVERIFY(lines->verticalScrollBar()->maximum() > 0);
     QCOMPARE(lines->verticalScrollBar()->value(), lines->verticalScrollBar()->maximum());
+}
+
+void FailureViewTest::theBoxStaysWhereThePlayerScrolledIt()
+{
+    Stage stage;
+    stage.open();
+    Samples::fail(stage.model, Samples::earlyEnd, 30);
+    Stage::settle();
+    auto *bar = stage.visible<FailureView>()->findChild<LogText *>()->verticalScrollBar();
+    QCOMPARE(bar->value(), bar->maximum());
+    bar->setValue(2);
+    Stage::click(*stage.window, QStringLiteral("Show log"));
+    QCOMPARE(bar->value(), 2);
+    stage.model.notice = QStringLiteral("Nothing is downloaded yet.");
+    Stage::settle();
+    QCOMPARE(bar->value(), 2);
+    // Another failure shows its own last lines.
+    Samples::fail(stage.model, Samples::earlyEnd, 29);
+    Stage::settle();
+    QVERIFY(bar->maximum() > 2);
+    QCOMPARE(bar->value(), bar->maximum());
 }
 
 void FailureViewTest::oddLinesAreShownQuicklyAndCopiedExactly()
