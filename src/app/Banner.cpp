@@ -2,6 +2,7 @@
 
 #include "Symbols.h"
 
+#include <QAccessibleWidget>
 #include <QImage>
 #include <QLinearGradient>
 #include <QPainter>
@@ -40,11 +41,20 @@ void paintShadow(QPainter &painter, const QPainterPath &figure)
     painter.setOpacity(1);
 }
 
+/// To a screen reader it is a picture; any widget is only filler.
+QAccessibleInterface *describe(const QString &className, QObject *object)
+{
+    return className == QLatin1StringView(Banner::staticMetaObject.className())
+        ? new QAccessibleWidget(qobject_cast<QWidget *>(object), QAccessible::Graphic)
+        : nullptr;
+}
+
 }
 
 Banner::Banner(QWidget *parent)
     : QWidget(parent)
 {
+    QAccessible::installFactory(describe); // one that is installed already is not installed again
     setFixedHeight(bannerHeight);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setAccessibleName(QStringLiteral("A running figure"));

@@ -105,6 +105,7 @@ private Q_SLOTS:
     void aPartThatHasGoneSinceItWasCountedIsNone();
     void theSheetsAndTheQuestionHaveNamesAndRoles();
     void theMainActionIsAButtonWithItsName();
+    void thePictureIsAPictureWithItsName();
     void theWindowChoiceIsTwoRadioButtons();
     void theStateAnnouncesItself();
     void theProgressAnnouncesItself();
@@ -180,6 +181,14 @@ void AccessibilityTest::theMainActionIsAButtonWithItsName()
     const QStringList names = namesWithRole(stage.window.get(), QAccessible::Button);
     QVERIFY(names.contains(QStringLiteral("Stop")));
     QVERIFY(!names.contains(QStringLiteral("Play")));
+}
+
+void AccessibilityTest::thePictureIsAPictureWithItsName()
+{
+    Stage stage;
+    stage.open();
+    QCOMPARE(namesWithRole(stage.window.get(), QAccessible::Graphic),
+             QStringList { QStringLiteral("A running figure") });
 }
 
 void AccessibilityTest::theWindowChoiceIsTwoRadioButtons()
