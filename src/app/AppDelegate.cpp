@@ -1,11 +1,13 @@
 #include "AppDelegate.h"
 
 #include "AppModel.h"
+#include "BringForward.h"
 #include "Question.h"
 #include "TextButton.h"
 
+#include <QApplication>
+#include <QDialog>
 #include <QEvent>
-#include <QGuiApplication>
 #include <QSessionManager>
 #include <QTimer>
 #include <QWidget>
@@ -22,6 +24,7 @@ constexpr std::chrono::milliseconds longestFarewell { 900 };
 AppDelegate::AppDelegate(std::function<void()> end, QObject *parent)
     : QObject(parent)
     , m_end(std::move(end))
+    , m_refresh(this, [this] { answerIfGameEnded(); })
 {
     // The window is gone before the program is: what still runs unwinds in between.
     QGuiApplication::setQuitOnLastWindowClosed(false);
@@ -34,6 +37,7 @@ void AppDelegate::attach(AppModel &model, QWidget &window)
     m_attached = &model;
     m_window = &window;
     window.installEventFilter(this);
+    m_refresh.watch(model.runner);
 }
 
 bool AppDelegate::eventFilter(QObject *watched, QEvent *event)
@@ -71,7 +75,11 @@ void AppDelegate::quitAtOnce()
 
 QMessageBox *AppDelegate::makeQuitQuestion()
 {
-    QMessageBox *question = makeQuestion(m_window, QStringLiteral("The game is still running"),
+    // A question below an open sheet could not be answered.
+    QWidget *owner = QApplication::activeModalWidget();
+    if (!owner)
+        owner = m_window;
+    QMessageBox *question = makeQuestion(owner, QStringLiteral("The game is still running"),
                                          QStringLiteral("Quitting will close the game too. Quit anyway?"));
     m_quitAnswer = new TextButton(QStringLiteral("Quit"));
     auto *keep = new TextButton(QStringLiteral("Keep Playing"));
@@ -89,7 +97,14 @@ void AppDelegate::ask()
         m_model->stopForQuit();
         leave();
     });
+    bringForward(*m_window);
     m_question->open();
+}
+
+void AppDelegate::answerIfGameEnded()
+{
+    if (m_question && m_question->isVisible() && !m_model->runner.isRunning)
+        m_quitAnswer->click();
 }
 
 void AppDelegate::answerSession(QSessionManager &manager)
@@ -98,12 +113,15 @@ void AppDelegate::answerSession(QSessionManager &manager)
         return;
     // The session waits for the answer inside this call: the one question that cannot be asked in passing.
     delete m_question;
-    QMessageBox *question = makeQuitQuestion();
-    question->setAttribute(Qt::WA_DeleteOnClose, false);
-    question->exec(); // gate: allowed, because the session waits inside this call
-    const bool quits = question->clickedButton() == m_quitAnswer;
-    delete question;
+    m_question = makeQuitQuestion();
+    m_question->setAttribute(Qt::WA_DeleteOnClose, false);
+    bringForward(*m_window);
+    m_question->exec(); // gate: allowed, because the session waits inside this call
+    const bool quits = m_question && m_question->clickedButton() == m_quitAnswer;
+    delete m_question;
     manager.release();
+    if (m_isLeaving)
+        return; // the system ended the program meanwhile
     if (!quits) {
         manager.cancel();
         return;
@@ -116,8 +134,12 @@ void AppDelegate::leave()
 {
     m_isLeaving = true;
     Q_EMIT leaving();
-    if (m_window)
+    if (m_window) {
+        const auto dialogs = m_window->findChildren<QDialog *>();
+        for (QDialog *dialog : dialogs)
+            dialog->hide();
         m_window->hide();
+    }
     if (!m_model) {
         end();
         return;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "RefreshOnce.h"
+
 #include <QCoro/QCoroTask>
 #include <QObject>
 #include <QPointer>
@@ -14,6 +16,7 @@ class QWidget;
 
 /// Ends the program when its window is closed, and asks before that while the game runs. Every way out comes
 /// through here: the window's close button, the shortcuts, the desktop's own quit and the end of the session.
+/// A game that ends while the question is shown answers it: there is nothing left to ask.
 ///
 /// It has no model until the window is first shown; until then it lets the program end at once. Main thread.
 /// The model and the window outlive it.
@@ -44,6 +47,7 @@ protected:
 private:
     QMessageBox *makeQuitQuestion();
     void ask();
+    void answerIfGameEnded();
     void answerSession(QSessionManager &manager);
     void leave();
     QCoro::Task<> windDown();
@@ -56,6 +60,7 @@ private:
     QPointer<QWidget> m_window;
     QPointer<QMessageBox> m_question;
     QPushButton *m_quitAnswer = nullptr;
+    RefreshOnce m_refresh;
     bool m_isLeaving = false;
     bool m_hasEnded = false;
 };

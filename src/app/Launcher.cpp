@@ -3,6 +3,7 @@
 #include "AppDelegate.h"
 #include "AppModel.h"
 #include "Background.h"
+#include "BringForward.h"
 #include "CodeHost.h"
 #include "Leftovers.h"
 #include "MainWindow.h"
@@ -59,15 +60,12 @@ private:
     QApplication m_application;
 };
 
-void bringForward(QWidget &window, const QByteArray &activationToken)
+void bringForwardWith(const QByteArray &activationToken, QWidget &window)
 {
     // Where Wayland's windows look for it. The game, which inherits the environment, has no use for it.
     const QByteArray name = "XDG_ACTIVATION_TOKEN";
     qputenv(name.constData(), activationToken);
-    window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
-    window.show();
-    window.raise();
-    window.activateWindow();
+    bringForward(window);
     qunsetenv(name.constData());
 }
 
@@ -91,7 +89,7 @@ int showWindow(OneLauncher &one)
 
     delegate.attach(model, window);
     QObject::connect(&one, &OneLauncher::cameForward, &window,
-                     [&window](const QByteArray &token) { bringForward(window, token); });
+                     [&window](const QByteArray &token) { bringForwardWith(token, window); });
     QObject::connect(&delegate, &AppDelegate::leaving, &one, &OneLauncher::stopAnswering);
     QObject::connect(&signalsOfTheSystem, &TerminationSignals::received, &delegate, &AppDelegate::quitAtOnce);
 

@@ -2,10 +2,12 @@
 
 #include "AppModel.h"
 #include "ContentView.h"
+#include "CoveredWindow.h"
 #include "Desktop.h"
 #include "LogText.h"
 
 #include <QAction>
+#include <QDialog>
 #include <QMenuBar>
 #include <QScreen>
 
@@ -45,6 +47,15 @@ MainWindow::MainWindow(AppModel &model, Preferences &preferences)
 
     if (Desktop::current().system == Desktop::System::MacOS)
         addMenus();
+    new CoveredWindow(this);
+}
+
+void MainWindow::addWaysOut(QDialog &dialog)
+{
+    if (const auto *window = qobject_cast<MainWindow *>(dialog.parentWidget()->window()))
+        dialog.addActions({ window->m_close, window->m_quit });
+    else
+        dialog.addActions(dialog.parentWidget()->window()->actions());
 }
 
 QAction *MainWindow::makeAction(const QString &text, const QList<QKeySequence> &shortcuts)

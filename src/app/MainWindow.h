@@ -4,6 +4,7 @@
 
 class AppModel;
 class ContentView;
+class QDialog;
 class Preferences;
 
 /// The launcher's one window: its title, its size limits, the usual shortcuts and, where the desktop has one,
@@ -13,6 +14,10 @@ class MainWindow final : public QMainWindow {
 
 public:
     MainWindow(AppModel &model, Preferences &preferences);
+
+    /// Lets the keys that close the launcher do so in `dialog` too, if its owner lies in such a window: a
+    /// dialog has none of its window's shortcuts.
+    static void addWaysOut(QDialog &dialog);
 
 private:
     QAction *makeAction(const QString &text, const QList<QKeySequence> &shortcuts);

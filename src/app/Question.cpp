@@ -1,5 +1,6 @@
 #include "Question.h"
 
+#include "MainWindow.h"
 #include "TypeScale.h"
 
 #include <QLabel>
@@ -18,5 +19,6 @@ QMessageBox *makeQuestion(QWidget *parent, const QString &title, const QString &
         if (label->text() == title)
             label->setFont(TypeScale::font(TextStyle::Headline));
     }
+    MainWindow::addWaysOut(*question);
     return question;
 }

@@ -23,7 +23,10 @@ private Q_SLOTS:
     void nobodyIsAskedWhenTheSystemEndsTheProgram();
     void aSystemThatEndsTheProgramTwiceEndsItOnce();
     void aWindowThatGoesByItselfAsksNothing();
-    void aGameThatEndsDuringTheQuestionLeavesTheAnswerToThePlayer();
+    void aGameThatEndsDuringTheQuestionAnswersIt();
+    void theQuestionIsSeenWhereTheWindowIsMinimised();
+    void theQuestionLiesOverAnOpenSheet();
+    void leavingTakesTheSheetsAlong();
 };
 
 void AppDelegateTest::beforeTheWindowIsShownQuittingEndsAtOnce()
@@ -205,15 +208,54 @@ void AppDelegateTest::aWindowThatGoesByItselfAsksNothing()
     QTRY_COMPARE(running.ended, 1);
 }
 
-void AppDelegateTest::aGameThatEndsDuringTheQuestionLeavesTheAnswerToThePlayer()
+void AppDelegateTest::aGameThatEndsDuringTheQuestionAnswersIt()
 {
     Running running;
     running.startGame(Running::game);
     running.close();
-    running.stage.model.runner.stop();
-    QTRY_VERIFY(!running.stage.model.runner.isRunning);
     QVERIFY(running.question());
-    Stage::click(*running.question(), QStringLiteral("Quit"));
+    running.stage.model.runner.stop();
+    QTRY_COMPARE(running.ended, 1);
+    QVERIFY(!running.question());
+    QVERIFY(!running.stage.window->isVisible());
+}
+
+void AppDelegateTest::theQuestionIsSeenWhereTheWindowIsMinimised()
+{
+    Running running;
+    running.startGame(Running::game);
+    running.stage.window->showMinimized();
+    Stage::settle();
+    QVERIFY(running.stage.window->isMinimized());
+    running.close();
+    QVERIFY(!running.stage.window->isMinimized());
+    QVERIFY(running.question());
+    QTRY_VERIFY(running.question()->isActiveWindow());
+}
+
+void AppDelegateTest::theQuestionLiesOverAnOpenSheet()
+{
+    Running running;
+    running.startGame(Running::game);
+    auto *sheet = running.stage.openSettings();
+    running.close();
+    QVERIFY(running.question());
+    QCOMPARE(running.question()->parentWidget(), sheet);
+    QCOMPARE(QApplication::activeModalWidget(), running.question());
+    Stage::click(*running.question(), QStringLiteral("Keep Playing"));
+    QVERIFY(sheet->isVisible());
+    QCOMPARE(running.ended, 0);
+}
+
+void AppDelegateTest::leavingTakesTheSheetsAlong()
+{
+    Running running;
+    auto *sheet = running.stage.openSettings();
+    Stage::click(*sheet, QStringLiteral("Remove everything\u2026"));
+    running.delegate.quitAtOnce();
+    QVERIFY(!running.stage.window->isVisible());
+    QVERIFY(!running.stage.visible<SettingsView>());
+    QVERIFY(!running.question());
     QTRY_COMPARE(running.ended, 1);
 }
 

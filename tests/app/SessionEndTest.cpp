@@ -104,6 +104,18 @@ private Q_SLOTS:
         QTRY_VERIFY(!running.stage.model.runner.isRunning);
     }
 
+    void aGameThatEndsWhileTheSessionAsksLetsItEnd()
+    {
+        Running running;
+        running.startGame(Running::game);
+        Session session;
+        QTimer::singleShot(100, &running.delegate, [&running] { running.stage.model.runner.stop(); });
+        session.appCommitData();
+        QCOMPARE(session.released, 1);
+        QCOMPARE(session.cancelled, 0);
+        QTRY_COMPARE(running.ended, 1);
+    }
+
     void aQuestionThatIsOpenAlreadyIsAskedAnew()
     {
         Running running;

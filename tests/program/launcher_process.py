@@ -13,7 +13,8 @@ import time
 import unittest
 from pathlib import Path
 
-from Xlib import X, display, error
+from Xlib import XK, X, display, error
+from Xlib.ext import xtest
 from Xlib.protocol.event import ClientMessage
 
 PROJECT = Path(__file__).resolve().parents[2]
@@ -122,6 +123,17 @@ class Screen:
         window.map()
         self.display.sync()
         return window
+
+    def focused(self):
+        """The window that has the keyboard."""
+        return self.display.get_input_focus().focus
+
+    def strike(self, key):
+        """A key of the keyboard, down and up."""
+        code = self.display.keysym_to_keycode(XK.string_to_keysym(key))
+        for type in (X.KeyPress, X.KeyRelease):
+            xtest.fake_input(self.display, type, code)
+        self.display.sync()
 
     def clipboard(self):
         """The text that was copied, as another program gets it."""

@@ -49,6 +49,21 @@ class Start(LauncherCase):
         wait_for(lambda: self.screen.stack()[-1] == window)
         cover.destroy()
 
+    def test_a_second_start_leaves_the_keyboard_to_the_sheet_that_is_open(self):
+        self.open()
+        first = self.launcher
+        self.press("Settings…")
+        self.see("Done")
+        main, sheet = self.screen.windows(first.pid)
+        cover = self.screen.cover()
+        self.assertEqual(self.start().wait(LONG), 0)
+        self.launcher = first
+        wait_for(lambda: self.screen.stack()[-2:] == [main, sheet])
+        wait_for(lambda: self.screen.focused() == sheet)
+        self.screen.strike("Escape")
+        self.driver.wait_gone("Done", LONG)
+        cover.destroy()
+
     def test_a_first_launcher_that_hangs_is_named_in_a_sentence(self):
         self.open()
         first = self.launcher

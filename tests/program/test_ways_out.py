@@ -188,6 +188,41 @@ class WaysOut(LauncherCase):
         self.verify_gone_soon(lambda: self.press("Quit"))
         self.verify_next_start("Ready")
 
+    def test_a_window_that_a_sheet_covers_can_be_closed(self):
+        self.start_host()
+        for sheet in ("Settings…", "About"):
+            with self.subTest(sheet):
+                self.open()
+                window = self.screen.windows(self.launcher.pid)[0]
+                self.press(sheet)
+                self.see("Done")
+                self.verify_gone_soon(lambda: self.screen.close(window))
+
+    def test_a_covered_window_asks_over_its_sheet_while_the_game_runs(self):
+        self.start_host()
+        self.open()
+        self.assertEqual(self.play(), "Playing")
+        window = self.screen.windows(self.launcher.pid)[0]
+        self.press("About")
+        self.see("Done")
+        self.screen.close(window)
+        self.see("The game is still running")
+        self.press("Keep Playing")
+        self.driver.wait_gone("The game is still running", LONG)
+        self.assertIn("Done", self.driver.texts())
+        self.screen.close(window)
+        self.verify_gone_soon(lambda: self.press("Quit"))
+
+    def test_a_game_that_ends_during_the_question_lets_the_launcher_end(self):
+        self.start_host()
+        self.open()
+        self.assertEqual(self.play(), "Playing")
+        self.close_window()
+        self.see("The game is still running")
+        for child in children_of(self.launcher.pid):
+            os.kill(child, signal.SIGTERM)
+        self.assertEqual(self.launcher.wait(LONG), 0)
+
     def test_a_killed_launcher_leaves_nothing_that_the_next_one_takes_for_done(self):
         self.write(self.game / "level", os.urandom(200000).hex())
         self.start_host("--slow", "20000")
