@@ -14,7 +14,7 @@ constexpr int spacing = 10;
 }
 
 AboutView::AboutView(AppModel &model, QWidget *parent)
-    : Sheet(QStringLiteral("About"), spacing, parent)
+    : Sheet(model, QStringLiteral("About"), spacing, parent)
     , m_model(model)
     , m_credit(new TextLabel(TextStyle::Body))
     , m_refresh(this, [this] { refresh(); })
@@ -35,7 +35,10 @@ AboutView::AboutView(AppModel &model, QWidget *parent)
     if (const QUrl page = CodeHost::url(QStringLiteral("/Kestrelwood/Vantor"));
         page.isValid() && !page.isRelative()) {
         auto *link = new LinkButton(page);
-        connect(link, &QPushButton::clicked, this, [this, page] { m_model.browse(page); });
+        connect(link, &QPushButton::clicked, this, [this, page] {
+            expectNotice();
+            m_model.browse(page);
+        });
         column()->addWidget(link, 0, Qt::AlignLeft);
     }
     addDivider();

@@ -11,6 +11,10 @@ public:
     explicit LinkButton(const QUrl &address, QWidget *parent = nullptr);
 
     QSize sizeHint() const override;
+    /// Where it is too long for one line it takes more.
+    QSize minimumSizeHint() const override;
+    bool hasHeightForWidth() const override;
+    int heightForWidth(int width) const override;
 
 protected:
     void paintEvent(QPaintEvent *event) override;

@@ -13,6 +13,10 @@
 #include <QComboBox>
 #include <QGridLayout>
 #include <QVBoxLayout>
+#include <QWheelEvent>
+
+#include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -21,10 +25,16 @@ constexpr int fullscreenEntry = 1;
 /// A stored size of whatever length leaves the choice as wide as the usual ones.
 constexpr int charactersOfSize = 14;
 
+/// A choice that only a press or a key changes: the wheel scrolls what it is in.
+class CalmChoice final : public QComboBox {
+protected:
+    void wheelEvent(QWheelEvent *event) override { event->ignore(); }
+};
+
 }
 
 SettingsView::SettingsView(AppModel &model, Preferences &preferences, QWidget *parent)
-    : Sheet(QStringLiteral("Settings"), spacing, parent)
+    : Sheet(model, QStringLiteral("Settings"), spacing, parent)
     , m_model(model)
     , m_preferences(preferences)
     , m_refresh(this, [this] { refresh(); })
@@ -45,15 +55,15 @@ SettingsView::SettingsView(AppModel &model, Preferences &preferences, QWidget *p
 void SettingsView::addWindowChoices()
 {
     const bool fullscreen = m_preferences.fullscreen();
-    auto *window = new SegmentedChoice({ QStringLiteral("Windowed"), QStringLiteral("Fullscreen") },
-                                       fullscreen ? fullscreenEntry : 0);
-    window->setAccessibleName(QStringLiteral("Window"));
-    connect(window, &SegmentedChoice::chosen, this, [this](int entry) {
+    m_window = new SegmentedChoice({ QStringLiteral("Windowed"), QStringLiteral("Fullscreen") },
+                                   fullscreen ? fullscreenEntry : 0);
+    m_window->setAccessibleName(QStringLiteral("Window"));
+    connect(m_window, &SegmentedChoice::chosen, this, [this](int entry) {
         m_preferences.setFullscreen(entry == fullscreenEntry);
         m_size->setEnabled(entry != fullscreenEntry);
     });
 
-    m_size = new QComboBox;
+    m_size = new CalmChoice;
     m_size->setAccessibleName(QStringLiteral("Window size"));
     m_size->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     m_size->setMinimumContentsLength(charactersOfSize);
@@ -67,16 +77,45 @@ void SettingsView::addWindowChoices()
     auto *sizeLabel = new TextLabel(TextStyle::Body);
     sizeLabel->display(QStringLiteral("Window size"));
     sizeLabel->setBuddy(m_size);
+    m_windowLabel = windowLabel;
+    m_sizeLabel = sizeLabel;
 
-    auto *grid = new QGridLayout;
-    grid->setHorizontalSpacing(spacing);
-    grid->setVerticalSpacing(spacing);
-    grid->addWidget(windowLabel, 0, 0, Qt::AlignVCenter);
-    grid->addWidget(window, 0, 1);
-    grid->addWidget(sizeLabel, 1, 0, Qt::AlignVCenter);
-    grid->addWidget(m_size, 1, 1);
-    grid->setColumnStretch(1, 1);
-    column()->addLayout(grid);
+    m_choices = new QGridLayout;
+    m_choices->setHorizontalSpacing(spacing);
+    m_choices->setVerticalSpacing(spacing);
+    m_choices->setColumnStretch(1, 1);
+    placeWindowChoices(true);
+    column()->addLayout(m_choices);
+}
+
+void SettingsView::placeWindowChoices(bool sideBySide)
+{
+    m_isSideBySide = sideBySide;
+    int row = 0;
+    for (const auto &[label, choice] :
+         { std::pair<QWidget *, QWidget *>(m_windowLabel, m_window), { m_sizeLabel, m_size } }) {
+        m_choices->removeWidget(label);
+        m_choices->removeWidget(choice);
+        if (sideBySide) {
+            m_choices->addWidget(label, row, 0, Qt::AlignVCenter);
+            m_choices->addWidget(choice, row, 1);
+            ++row;
+        } else {
+            m_choices->addWidget(label, row, 0, 1, 2);
+            m_choices->addWidget(choice, row + 1, 0, 1, 2);
+            row += 2;
+        }
+    }
+}
+
+void SettingsView::arrange(int width)
+{
+    Sheet::arrange(width);
+    const int labels = std::max(m_windowLabel->sizeHint().width(), m_sizeLabel->sizeHint().width());
+    const int choices = std::max(m_window->minimumSizeHint().width(), m_size->minimumSizeHint().width());
+    const bool fits = labels + spacing + choices <= width;
+    if (fits != m_isSideBySide)
+        placeWindowChoices(fits);
 }
 
 void SettingsView::fillSizes()
@@ -108,8 +147,14 @@ void SettingsView::addMaintenance()
 
     auto *reveal = new TextButton(QStringLiteral("Reveal in Finder"));
     auto *saves = new TextButton(QStringLiteral("Show saves"));
-    connect(reveal, &QPushButton::clicked, this, [this] { m_model.revealInFinder(); });
-    connect(saves, &QPushButton::clicked, this, [this] { m_model.showSaves(); });
+    connect(reveal, &QPushButton::clicked, this, [this] {
+        expectNotice();
+        m_model.revealInFinder();
+    });
+    connect(saves, &QPushButton::clicked, this, [this] {
+        expectNotice();
+        m_model.showSaves();
+    });
     addButtons({ reveal, saves });
 
     m_remove = new TextButton(QStringLiteral("Remove everything\u2026"));

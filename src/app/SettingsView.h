@@ -7,7 +7,10 @@
 
 class AppModel;
 class Preferences;
+class SegmentedChoice;
 class QComboBox;
+class QGridLayout;
+class QLabel;
 class QMessageBox;
 class QPushButton;
 
@@ -19,8 +22,12 @@ class SettingsView final : public Sheet {
 public:
     SettingsView(AppModel &model, Preferences &preferences, QWidget *parent);
 
+protected:
+    void arrange(int width) override;
+
 private:
     void addWindowChoices();
+    void placeWindowChoices(bool sideBySide);
     void fillSizes();
     void addMaintenance();
     void closeAnd(void (AppModel::*verb)());
@@ -29,7 +36,12 @@ private:
 
     AppModel &m_model;
     Preferences &m_preferences;
+    QGridLayout *m_choices = nullptr;
+    QLabel *m_windowLabel = nullptr;
+    SegmentedChoice *m_window = nullptr;
+    QLabel *m_sizeLabel = nullptr;
     QComboBox *m_size = nullptr;
+    bool m_isSideBySide = true;
     QPushButton *m_update = nullptr;
     QPushButton *m_reinstall = nullptr;
     QPushButton *m_remove = nullptr;

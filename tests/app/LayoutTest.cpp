@@ -34,7 +34,9 @@ QStringList faults(const QWidget &top)
                 result << nameOf(*label) + QStringLiteral(" is cut");
         }
         if (const auto *button = qobject_cast<const QAbstractButton *>(widget)) {
-            const QSize wanted = button->fontMetrics().size(Qt::TextShowMnemonic, button->text());
+            QSize wanted = button->fontMetrics().size(Qt::TextShowMnemonic, button->text());
+            if (button->hasHeightForWidth() && button->width() < wanted.width())
+                wanted = QSize(button->width(), button->heightForWidth(button->width()));
             if (button->width() < wanted.width() || button->height() < wanted.height())
                 result << nameOf(*button) + QStringLiteral(" is cut");
         }
@@ -54,6 +56,11 @@ QStringList faults(const QWidget &top)
         }
     }
     return result;
+}
+
+bool fitsItsWidth(const ScrollColumn &column)
+{
+    return column.widget()->width() <= column.viewport()->width();
 }
 
 }
@@ -102,8 +109,7 @@ void LayoutTest::nothingIsCutOrOverlapsInAnyState()
         Samples::scenes().at(scene).set(stage.model);
         stage.open(size);
         QCOMPARE(faults(*stage.window), QStringList());
-        const auto *column = stage.visible<ScrollColumn>();
-        QVERIFY(column->widget()->width() <= column->viewport()->width());
+        QVERIFY(fitsItsWidth(*stage.visible<ScrollColumn>()));
     }
     QApplication::setFont(before);
 }
@@ -111,7 +117,7 @@ void LayoutTest::nothingIsCutOrOverlapsInAnyState()
 void LayoutTest::nothingIsCutInTheSheets_data()
 {
     QTest::addColumn<double>("points");
-    for (const double points : { 8.0, 10.0, 16.0 })
+    for (const double points : { 8.0, 10.0, 16.0, 18.0, 20.0 })
         QTest::addRow("%.0f pt", points) << points;
 }
 
@@ -127,12 +133,14 @@ void LayoutTest::nothingIsCutInTheSheets()
         stage.open();
         stage.window->findChild<ContentView *>()->showSettings();
         Stage::settle();
-        QCOMPARE(faults(*QApplication::activeModalWidget()), QStringList());
+        QCOMPARE(faults(*QApplication::activeModalWidget()).join(u'\n'), QString());
+        QVERIFY(fitsItsWidth(*QApplication::activeModalWidget()->findChild<ScrollColumn *>()));
         QApplication::activeModalWidget()->close();
         Stage::settle();
         stage.window->findChild<ContentView *>()->showAbout();
         Stage::settle();
-        QCOMPARE(faults(*QApplication::activeModalWidget()), QStringList());
+        QCOMPARE(faults(*QApplication::activeModalWidget()).join(u'\n'), QString());
+        QVERIFY(fitsItsWidth(*QApplication::activeModalWidget()->findChild<ScrollColumn *>()));
     }
     QApplication::setFont(before);
 }
