@@ -83,13 +83,13 @@ FolderWriter::FolderWriter(int root)
 {
 }
 
-void FolderWriter::makeFolder(const std::string &name) { folderAt(name + '/'); }
+void FolderWriter::makeFolder(const std::string &name) { folderAt(name + '/', Missing::Create); }
 
-void FolderWriter::makeFolderOf(const std::string &name) { folderAt(folderOf(name)); }
+void FolderWriter::makeFolderOf(const std::string &name) { folderAt(folderOf(name), Missing::Create); }
 
 FileDescriptor FolderWriter::createFile(const std::string &name, bool isProgram)
 {
-    FileDescriptor file(openat(folderAt(folderOf(name)), lastPartOf(name).c_str(),
+    FileDescriptor file(openat(folderAt(folderOf(name), Missing::Refuse), lastPartOf(name).c_str(),
                                O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                                isProgram ? programMode : fileMode));
     if (!file.isOpen())
@@ -108,17 +108,16 @@ void FolderWriter::finishFile(const std::string &name, FileDescriptor file,
 
 void FolderWriter::makeLink(const std::string &name, const std::string &target)
 {
-    if (symlinkat(target.c_str(), folderAt(folderOf(name)), lastPartOf(name).c_str()) != 0)
+    if (symlinkat(target.c_str(), folderAt(folderOf(name), Missing::Refuse), lastPartOf(name).c_str()) != 0)
         fail(name, "created");
 }
 
 void FolderWriter::setFolderTime(const std::string &name, std::time_t modified)
 {
-    setTime(folderAt(name + '/'), name, modified);
+    setTime(folderAt(name + '/', Missing::Refuse), name, modified);
 }
 
-/// `name` ends with "/", unless it is empty.
-int FolderWriter::folderAt(const std::string &name)
+int FolderWriter::folderAt(const std::string &name, Missing missing)
 {
     if (name.empty())
         return m_root;
@@ -130,7 +129,7 @@ int FolderWriter::folderAt(const std::string &name)
     std::vector<std::string> parts = partsOf(name);
     parts.pop_back(); // behind the last "/"
     for (const std::string &part : parts) {
-        if (mkdirat(parent, part.c_str(), folderMode) != 0 && errno != EEXIST)
+        if (missing == Missing::Create && mkdirat(parent, part.c_str(), folderMode) != 0 && errno != EEXIST)
             fail(part, "created");
         FileDescriptor next(openat(parent, part.c_str(), openFolder));
         if (!next.isOpen())

@@ -26,7 +26,8 @@ public:
     void makeFolder(const std::string &name);
     /// Creates the folders above `name`, as far as they are missing.
     void makeFolderOf(const std::string &name);
-    /// Creates the file, and returns it open for writing. Nothing may have its name.
+    /// Creates the file in its folder, which exists, and returns it open for writing. Nothing may have its
+    /// name.
     FileDescriptor createFile(const std::string &name, bool isProgram);
     /// Ends the writing of the file that `createFile` returned.
     void finishFile(const std::string &name, FileDescriptor file, std::optional<std::time_t> modified);
@@ -34,9 +35,11 @@ public:
     void setFolderTime(const std::string &name, std::time_t modified);
 
 private:
-    /// The open folder called `name`, which ends with "/", created where missing; the root for an empty name.
-    /// Valid until the next call.
-    int folderAt(const std::string &name);
+    enum class Missing { Create, Refuse };
+
+    /// The open folder called `name`, which ends with "/"; the root for an empty name. Valid until the next
+    /// call.
+    int folderAt(const std::string &name, Missing missing);
 
     int m_root = -1;
     FileDescriptor m_latest; // the folder asked for last: members of one folder stand together
