@@ -3,12 +3,15 @@
 #include "AboutView.h"
 #include "MainWindow.h"
 #include "Player.h"
+#include "RefreshOnce.h"
 #include "SettingsView.h"
 #include "TextLabel.h"
 
 #include <QAbstractButton>
+#include <QApplication>
 #include <QTest>
 
+#include <algorithm>
 #include <memory>
 
 /// The launcher's window on a real model in a home folder of its own. A test that wants to see a state at
@@ -43,6 +46,17 @@ public:
     /// Lets the views take up what was announced and the layouts what the views then want.
     static void settle()
     {
+        // A view that took long to redraw rests for as long, on a busy machine longer than the turns below.
+        const auto isSettled = [] {
+            const auto windows = QApplication::topLevelWidgets();
+            return std::none_of(windows.begin(), windows.end(), [](const QWidget *top) {
+                const auto refreshes = top->findChildren<RefreshOnce *>();
+                return std::any_of(refreshes.begin(), refreshes.end(),
+                                   [](const RefreshOnce *refresh) { return refresh->isPending(); });
+            });
+        };
+        // One that is never done, as under a flood of lines, is not waited for.
+        (void)QTest::qWaitFor(isSettled, 1000);
         for (int turn = 0; turn < 5; ++turn) {
             QTest::qWait(1);
             QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
