@@ -3,6 +3,8 @@
 #include "Pixels.h"
 #include "Stage.h"
 
+#include <QScreen>
+
 namespace {
 
 QString nameOf(const QColor &colour)
@@ -38,6 +40,7 @@ class StateDotTest final : public QObject {
 private Q_SLOTS:
     void everyStateHasItsDot_data();
     void everyStateHasItsDot();
+    void aDotThatStaysInItsPlaceIsPaintedAnew();
 };
 
 void StateDotTest::everyStateHasItsDot_data()
@@ -97,6 +100,25 @@ void StateDotTest::everyStateHasItsDot()
         QVERIFY(dotPlace.right() < textPlace.left());
         QVERIFY(std::abs(dotPlace.center().y() - textPlace.center().y()) <= 1);
     }
+}
+
+void StateDotTest::aDotThatStaysInItsPlaceIsPaintedAnew()
+{
+    QWidget window;
+    window.resize(40, 40);
+    StateDot dot(&window);
+    dot.move(15, 15);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    // What is on the screen, where a picture taken of the window would paint it.
+    const auto seen = [&window] {
+        return nameOf(window.screen()->grabWindow(window.winId()).toImage().pixelColor(20, 20));
+    };
+    QTRY_COMPARE(seen(), QStringLiteral("grey"));
+    dot.display(StateFace::Dot::Green);
+    QTRY_COMPARE(seen(), QStringLiteral("green"));
+    dot.display(StateFace::Dot::Red);
+    QTRY_COMPARE(seen(), QStringLiteral("red"));
 }
 
 QTEST_MAIN(StateDotTest)
