@@ -15,9 +15,10 @@
 
 namespace {
 
-/// What a pipe holds. Even if that is nothing but lines of one letter, the main thread stores it in some
-/// milliseconds.
-constexpr qsizetype pieceSize = 64 * 1024;
+/// Even if it is nothing but lines of one letter, the main thread stores it in about a millisecond. Whoever
+/// uses the window over the accessibility bus asks hundreds of small questions for one press, and each waits
+/// for a turn of the event loop.
+constexpr qsizetype pieceSize = 8 * 1024;
 /// Enough to keep the reader busy while the main thread stores, little enough for one turn of its event loop.
 constexpr int mostNotesOut = 2;
 

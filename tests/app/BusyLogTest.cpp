@@ -1,0 +1,55 @@
+// A game prints without a pause while the log is open, and the player goes on using the window.
+
+#include "LogView.h"
+#include "Running.h"
+
+#include <algorithm>
+#include <atomic>
+#include <thread>
+
+class BusyLogTest final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    /// The accessibility bus asks hundreds of questions for one press, one after the other, each of which
+    /// comes to the main thread like any other event and waits for what is there before it.
+    void aQuestionWaitsForFewLinesOfAFlood()
+    {
+        constexpr int questions = 300;
+        constexpr int mostLines = 16 * 1024;
+        Running running;
+        AppModel &model = running.stage.model;
+        model.showLog = true;
+        Stage::settle();
+        QVERIFY(running.stage.visible<LogView>());
+        model.runner.launch(QStringLiteral("/bin/sh"), { QStringLiteral("-c"), QStringLiteral("exec yes") },
+                            model.log, [](GameExit) {});
+        QTRY_COMPARE(model.log.lines->size(), LogStore::maxLines);
+
+        // A full log announces each line twice: it comes, and the oldest one goes.
+        qint64 announcements = 0;
+        qint64 most = 0;
+        connect(&model.log, &Observable::willChange, this, [&announcements] { ++announcements; });
+        std::atomic<bool> isAnswered = false;
+        std::thread asker([&] {
+            for (int question = 0; question < questions; ++question) {
+                QMetaObject::invokeMethod(
+                    this, [&] { most = std::max(most, std::exchange(announcements, 0)); },
+                    Qt::BlockingQueuedConnection);
+            }
+            isAnswered = true;
+        });
+        while (!isAnswered)
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        asker.join();
+        model.log.disconnect(this);
+        qInfo("At most %lld lines came before an answer.", most / 2);
+        QVERIFY(most > 0);
+        QVERIFY(most / 2 <= mostLines);
+        running.delegate.quitAtOnce();
+        QTRY_VERIFY(!model.runner.isRunning);
+    }
+};
+
+QTEST_MAIN(BusyLogTest)
+#include "BusyLogTest.moc"
