@@ -14,8 +14,9 @@ public:
     bool nativeEventFilter(const QByteArray &eventType, void *message, qintptr *result) override;
 
 private:
-    QWidget *const m_window;
+    // Where Qt was built without X11 there is no such request.
+    [[maybe_unused]] QWidget *const m_window;
     /// X11's names for the request, as numbers; 0 where the display is another.
-    quint32 m_protocols = 0;
-    quint32 m_deleteWindow = 0;
+    [[maybe_unused]] quint32 m_protocols = 0;
+    [[maybe_unused]] quint32 m_deleteWindow = 0;
 };
