@@ -10,7 +10,7 @@
 
 namespace {
 
-/// The jobs that have a thread of their own.
+/// Counts the jobs that run on threads of their own.
 class Jobs final {
 public:
     void begin()
@@ -46,14 +46,14 @@ private:
     int m_count = 0; // guarded by m_lock
 };
 
-/// Never destroyed: a thread that ends with the program may still be leaving it.
+/// Never destroyed: a thread may still be inside end() when static objects are destroyed.
 Jobs &jobs()
 {
     static auto &all = *new Jobs;
     return all;
 }
 
-/// What jobs post must find the application object: it waits for them before it goes.
+/// Jobs post to the application object, so it waits for them before it is destroyed.
 void waitBeforeTheApplicationGoes()
 {
     static bool isArranged = false;
@@ -70,7 +70,7 @@ void startInBackground(std::function<void()> job)
     try {
         std::thread([job]() mutable {
             job();
-            job = nullptr; // what it holds goes before it counts as done
+            job = nullptr; // destroy its captures before it counts as done
             jobs().end();
         }).detach();
     } catch (const std::system_error &) {

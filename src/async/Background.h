@@ -8,21 +8,21 @@
 #include <type_traits>
 #include <variant>
 
-/// Runs `job`, which must not throw, on a thread of its own. Where the system refuses another thread (a limit
-/// on processes is reached), the job runs on a later turn of the main thread's event loop instead: the window
-/// waits for it then, but nobody who waits for the job waits for ever. Main thread.
+/// Runs `job`, which must not throw, on a new thread. If the system refuses another thread (because a limit
+/// on processes is reached), the job runs on a later turn of the main thread's event loop instead: that
+/// blocks the window, but nobody waits for the job for ever. Main thread.
 ///
-/// Not QThreadPool: when it cannot start a thread it drops the job without telling anybody, and counts the
-/// thread as busy from then on.
+/// Not QThreadPool: when it cannot start a thread, it silently drops the job and counts the thread as busy
+/// from then on.
 void startInBackground(std::function<void()> job);
 
-/// How many jobs run on threads of their own. Any thread.
+/// The number of jobs that run on threads of their own. Any thread.
 int jobsInBackground();
 
-/// Blocks until none does, and says whether that came within `limit`. Main thread.
+/// Blocks until that number is 0, for at most `limit`. Returns whether it is. Main thread.
 bool waitForBackground(std::chrono::milliseconds limit);
 
-/// Runs `work` as startInBackground does and resumes on the main thread with its value, or with the very
+/// Runs `work` as startInBackground does and resumes on the main thread with its result, or rethrows the
 /// exception that it threw. `work` is moved to the other thread: it may hold values only, never a reference
 /// to the caller's frame.
 ///

@@ -7,8 +7,8 @@
 #include <optional>
 #include <utility>
 
-/// One value, settled once, for one coroutine that waits for it. Whoever settles first wins.
-/// Copies share the same value. Main thread only: other threads settle through postToMainThread.
+/// One value, settled once, for one coroutine that awaits it. The first call of settle() wins. Copies share
+/// the same value. Main thread only: other threads settle through postToMainThread.
 ///
 /// Every way out (success, failure, stop) must settle it, or the waiter never resumes.
 template <typename T> class Completion final {
@@ -18,7 +18,7 @@ public:
         if (m_state->value)
             return;
         m_state->value = std::move(value);
-        // Never resume inside the caller: it may hold a lock, or be the very object that the coroutine
+        // Never resume within this call: the caller may hold a lock, or be the object that the coroutine
         // deletes.
         if (m_state->waiter)
             postToMainThread([state = m_state] { state->waiter.resume(); });

@@ -21,7 +21,8 @@ protected:
     using QObject::QObject;
 };
 
-/// A field of an Observable: every assignment announces first and then stores, equal values included.
+/// A field of an Observable. Every assignment, even of an equal value, announces the change and then stores
+/// it.
 template <typename T> class Published final {
 public:
     explicit Published(Observable *owner, T initial = T())

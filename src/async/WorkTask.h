@@ -5,11 +5,11 @@
 #include <stop_token>
 #include <utility>
 
-/// The handle of one running action: the source that asks it to stop, and its coroutine.
-/// Destroying it cancels nothing: the coroutine runs on.
+/// The handle of one running action: the source that asks it to stop, and its coroutine. Destroying it
+/// cancels nothing: the coroutine keeps running.
 class WorkTask final {
 public:
-    /// The token that the action's coroutine gets.
+    /// The token to pass to the action's coroutine.
     std::stop_token token() const { return m_stop.get_token(); }
 
     /// Keeps the coroutine that was started with `token()`.
