@@ -4,7 +4,7 @@
 
 #include <exception>
 
-/// The one error type that the launcher words itself: a complete sentence for the player, and nothing else.
+/// An error that the launcher words itself: one complete sentence for the player, and nothing else.
 class AppError final : public std::exception {
 public:
     static AppError message(const QString &text) { return AppError(text); }
@@ -24,5 +24,5 @@ private:
     QByteArray m_utf8;
 };
 
-/// What the player reads about `error`: an AppError's own sentence, else the platform's description of it.
+/// The text about `error` for the player: an AppError's own sentence, otherwise the platform's description.
 QString userFacingDescription(const std::exception &error);

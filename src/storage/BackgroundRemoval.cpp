@@ -16,7 +16,7 @@
 
 namespace {
 
-/// The beginning of the name of what is being removed; a UUID follows.
+/// Prefix of the hidden name that a folder has while it is being removed; a UUID follows.
 const QByteArray asideName = QByteArrayLiteral(".vantor-platformer-removed-");
 
 bool isAside(const QByteArray &name)
@@ -27,7 +27,7 @@ bool isAside(const QByteArray &name)
 
 class Worker final {
 public:
-    /// The one of this process. Never destroyed: its thread may still run while the process ends.
+    /// The single instance. Never destroyed: its thread may still run while the process exits.
     static Worker &instance()
     {
         static Worker *const worker = new Worker;
@@ -41,7 +41,7 @@ public:
         startThread();
     }
 
-    /// Once for each path, however often it is asked for before it is done.
+    /// Does nothing for a path that is already queued or being removed.
     void remove(const QByteArray &path)
     {
         {
@@ -50,7 +50,7 @@ public:
                 return;
         }
         add([this, path] {
-            static_cast<void>(removeTreeAt(path)); // the next resume tries again
+            static_cast<void>(removeTreeAt(path)); // the next resume() retries
             const std::lock_guard guard(m_lock);
             m_paths.erase(path);
         });
@@ -61,7 +61,7 @@ public:
         std::unique_lock lock(m_lock);
         startThread();
         if (!m_isRunning && !m_jobs.empty()) {
-            // The system had no thread to spare, so the one that waits does the work.
+            // No thread could be started, so the waiting thread does the work.
             m_isRunning = true;
             lock.unlock();
             work();
@@ -71,7 +71,7 @@ public:
     }
 
 private:
-    /// To be called with the lock held. Where no thread can be had, the work waits for the next call.
+    /// Call with the lock held. If no thread can be started, the jobs stay queued until the next call.
     void startThread()
     {
         if (m_isRunning || m_jobs.empty())
@@ -100,7 +100,7 @@ private:
     std::mutex m_lock; // guards the rest
     std::condition_variable_any m_done;
     std::deque<std::function<void()>> m_jobs;
-    std::set<QByteArray> m_paths; // to be removed
+    std::set<QByteArray> m_paths; // queued or being removed
     bool m_isRunning = false;
 };
 

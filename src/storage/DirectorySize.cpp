@@ -9,14 +9,14 @@
 
 qint64 directorySize(const QString &folder)
 {
-    constexpr qint64 blockSize = 512; // what st_blocks counts in, whatever the file system's own blocks are
+    constexpr qint64 blockSize = 512; // the unit of st_blocks, whatever the file system's block size
 
     FolderWalk walk(FolderWalk::Permissions::AsTheyAre);
     if (walk.begin(QFile::encodeName(folder), FolderWalk::Start::ThroughLink) != 0)
         return 0;
 
     qint64 total = 0;
-    // Per folder on the way here, its sub-folders that are still to be visited.
+    // For each folder from the first to the current one, the sub-folders still to visit.
     std::vector<QList<QByteArray>> remaining;
     const auto countHere = [&walk, &total, &remaining] {
         QList<QByteArray> names;

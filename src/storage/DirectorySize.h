@@ -2,7 +2,8 @@
 
 #include <QString>
 
-/// The space that the regular files under `folder` take on disk, in bytes: blocks, not lengths. Hidden files
-/// count, links and special files do not and are not followed. A missing or unreadable folder is 0,
-/// unreadable entries add nothing. Walks the whole tree: for a background thread.
+/// The disk space that the regular files under `folder` occupy, in bytes: allocated blocks, not lengths.
+/// Hidden files count; symbolic links and special files do not, and links are not followed. Returns 0 for a
+/// missing or unreadable folder; unreadable entries add nothing. Walks the whole tree: call it on a
+/// background thread.
 qint64 directorySize(const QString &folder);

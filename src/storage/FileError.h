@@ -4,16 +4,16 @@
 
 #include <exception>
 
-/// An error of the file system as the platform describes it, as one full sentence that names the file and the
-/// reason: "“master.zip” could not be moved: No space left on device."
+/// A file system error, as one full sentence that names the file and the system's reason: "“master.zip” could
+/// not be moved: No space left on device."
 class FileError final : public std::exception {
 public:
-    /// `action` is what could not be done, in the past participle ("created", "moved"); `code` is an errno
+    /// `action` is the past participle of what could not be done ("created", "moved"); `code` is an errno
     /// value.
     FileError(const QString &path, const QString &action, int code);
 
-    /// A folder could not be created, because of `place`, the nearest thing above it that exists. Names
-    /// `place` with its whole path, since that is what the player can mend: "A folder could not be created in
+    /// For a folder that could not be created because of `place`, its nearest existing ancestor. Names
+    /// `place` by its whole path, since that is what the player can mend: "A folder could not be created in
     /// “/home/me/.local/share”: Permission denied."
     static FileError noNewFolderIn(const QString &place, int code);
 

@@ -19,11 +19,11 @@
 
 namespace {
 
-/// The user's alone, whatever the umask says: somebody else who may write here could swap an engine between
-/// its check and its start.
+/// For this user only, whatever the umask: anybody else with write access could swap an engine between its
+/// check and its start.
 constexpr mode_t newFolderMode = S_IRWXU;
 
-/// Creates the folder and those above it; an errno value, 0 for success.
+/// Creates the folder and its missing parents. Returns an errno value, 0 for success.
 int makeFolder(const QByteArray &path)
 {
     if (::mkdir(path.constData(), newFolderMode) == 0)
@@ -36,13 +36,13 @@ int makeFolder(const QByteArray &path)
             return error;
         error = errno;
     }
-    // Systems differ in how they refuse to make a folder that is there ("/" or a mount point), and another
-    // thread may have made it first.
+    // Systems report an existing folder ("/" or a mount point) by different errors, and another thread may
+    // have created it first.
     struct stat status = {};
     return ::stat(path.constData(), &status) == 0 && S_ISDIR(status.st_mode) ? 0 : error;
 }
 
-/// The path without slashes at its end, which would make the system follow a link.
+/// The path without trailing slashes, which would make the system follow a symbolic link.
 QByteArray encoded(const QString &path)
 {
     QByteArray bytes = QFile::encodeName(path);
@@ -51,7 +51,7 @@ QByteArray encoded(const QString &path)
     return bytes;
 }
 
-/// `path`, or the nearest thing above it that is there; empty when there is none.
+/// `path` or its nearest existing ancestor; empty when there is none.
 QByteArray nearestThatExists(QByteArray path)
 {
     struct stat status = {};
@@ -62,7 +62,7 @@ QByteArray nearestThatExists(QByteArray path)
     return path;
 }
 
-/// The beginning of the name of a file whose content will replace another's; a UUID follows.
+/// Prefix of the temporary file that replaces another; a UUID follows.
 const QByteArray temporaryName = QByteArrayLiteral(".write-");
 
 int writeAll(int descriptor, const QByteArray &content)
@@ -79,7 +79,8 @@ int writeAll(int descriptor, const QByteArray &content)
     return ::fsync(descriptor) == 0 ? 0 : errno;
 }
 
-/// Whether `path` may be overwritten, and in `mode` the permissions of the file that is there.
+/// Returns 0 when `path` may be overwritten, otherwise an errno value. Sets `mode` to the permissions of an
+/// existing file.
 int checkWritable(const QByteArray &path, std::optional<mode_t> &mode)
 {
     struct stat status = {};
@@ -89,7 +90,7 @@ int checkWritable(const QByteArray &path, std::optional<mode_t> &mode)
         return EISDIR;
     if (!S_ISREG(status.st_mode))
         return EINVAL;
-    // A file that its owner made read-only stays as it is, also for the superuser, whom access() lets do
+    // A file that its owner made read-only stays unchanged, even though access() allows the superuser
     // everything.
     if ((status.st_mode & S_IWUSR) == 0)
         return EACCES;
@@ -136,7 +137,7 @@ int renameToFreeName(const QByteArray &from, const QByteArray &to)
         return 0;
     if (errno != EINVAL && errno != ENOTSUP && errno != ENOSYS)
         return errno;
-    // A file system that does not know that step: look first and hope that nobody else is as quick.
+    // This file system has no exclusive rename: check first, and accept the race.
     struct stat status = {};
     if (::lstat(to.constData(), &status) == 0)
         return EEXIST;
@@ -187,7 +188,7 @@ bool FileOperations::removeTreeIfPossible(const QString &path) noexcept
         removeTree(path);
         return true;
     } catch (const std::exception &) {
-        return false; // the caller has said that it can live with that
+        return false; // the caller chose to ignore failures
     }
 }
 
@@ -213,6 +214,6 @@ void FileOperations::removeHalfWritten(const QString &folder) noexcept
         const bool isOurs = name.startsWith(temporaryName)
             && !QUuid::fromString(QString::fromUtf8(name.sliced(temporaryName.size()))).isNull();
         if (isOurs)
-            static_cast<void>(walk.removeFile(name)); // the next start tries again
+            static_cast<void>(walk.removeFile(name)); // the next start retries
     }
 }

@@ -3,39 +3,38 @@
 #include <QByteArray>
 #include <QString>
 
-/// What the launcher does to folders and files, with the platform's own errors. Any thread.
+/// The launcher's operations on files and folders, with the system's own errors. Any thread.
 namespace FileOperations {
 
-/// Whether anything, a dangling symbolic link included, exists at `path`.
+/// Whether anything, even a dangling symbolic link, exists at `path`.
 bool exists(const QString &path);
 
-/// Whether something exists where `path` leads: symbolic links are followed, and one that leads nowhere is
-/// nothing.
+/// Whether `path` exists once symbolic links are followed: a dangling one does not count.
 bool isReachable(const QString &path);
 
-/// Creates `folder` with all missing parents, for this user alone. No error when it exists as a folder.
+/// Creates `folder` and its missing parents, for this user only. No error when the folder already exists.
 /// Throws FileError.
 void createFolder(const QString &folder);
 
-/// Removes the file, link or folder tree at `path`. Never follows a symbolic link, removes what lies in
-/// folders without permissions, and goes on with the rest when something cannot be removed: then throws
-/// FileError for the first such thing. Not atomic. No error when nothing exists at `path`.
+/// Removes the file, symbolic link or folder tree at `path`. Never follows a symbolic link, and also removes
+/// what is in folders without permissions. When something cannot be removed, removes the rest and then throws
+/// FileError for the first failure. Not atomic. No error when nothing exists at `path`.
 void removeTree(const QString &path);
 
-/// As removeTree, but a failure is ignored. True when nothing is left at `path`.
+/// As removeTree, but ignores failures. Returns whether nothing is left at `path`.
 bool removeTreeIfPossible(const QString &path) noexcept;
 
-/// Moves `from` to `to` by renaming it: atomic, within one file system, and only onto a name that is free.
-/// Throws FileError.
+/// Renames `from` to `to`: atomic, within one file system, and never over something that exists. Throws
+/// FileError.
 void move(const QString &from, const QString &to);
 
-/// Replaces the content of `path` by `content` through a temporary file beside it: atomic, a crash leaves the
-/// old file or the new one. A file without write permission is an error, as it would be for writing in place.
+/// Replaces the content of `path` with `content` through a temporary file beside it. Atomic: a crash leaves
+/// either the old file or the new one. Fails for a file without write permission, as writing in place would.
 /// Throws FileError.
 void writeAtomically(const QString &path, const QByteArray &content);
 
-/// Removes the temporary files that a killed `writeAtomically` left directly in `folder`. A failure is
-/// ignored.
+/// Removes the temporary files that an interrupted `writeAtomically` left directly in `folder`. Ignores
+/// failures.
 void removeHalfWritten(const QString &folder) noexcept;
 
 }

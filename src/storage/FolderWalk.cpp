@@ -45,7 +45,7 @@ int FolderWalk::leave()
         struct stat status = {};
         if (above < 0 || ::fstat(above, &status) != 0)
             error = errno;
-        // The folder may have been moved while the walk was in it: what is above it now is none of ours.
+        // The folder may have been moved meanwhile; its new parent is not part of this walk.
         else if (Identity { status.st_dev, status.st_ino } != m_way.back())
             error = ENOENT;
     }
@@ -111,12 +111,12 @@ int FolderWalk::stand(int descriptor)
         ::close(descriptor);
         return error;
     }
-    // Reading a folder was allowed; changing it may not be. A failure here shows when an entry cannot be
-    // removed.
+    // The folder could be read, but changing it may not be allowed. A failure here shows when an entry cannot
+    // be removed.
     if (m_permissions == Permissions::Claimed && (status.st_mode & ownerAll) != ownerAll)
         static_cast<void>(::fchmod(descriptor, (status.st_mode & 07777) | ownerAll));
-    // A folder that may be listed but not searched says nothing about its entries, and there is no way back
-    // out of it: the walk stays where it is.
+    // In a folder that can be listed but not searched, entries cannot be inspected and ".." cannot be opened:
+    // do not enter it.
     struct stat searched = {};
     if (::fstatat(descriptor, ".", &searched, 0) != 0) {
         const int error = errno;

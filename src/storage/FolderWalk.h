@@ -7,15 +7,14 @@
 
 #include <vector>
 
-/// A way through a folder tree that never leaves it: it stands in one folder at a time and steps into
-/// sub-folders and back by descriptor, not by path, so no symbolic link leads it elsewhere, no depth is too
-/// great and names are the bytes that they are. Results are errno values, 0 for success. Any thread, one at a
-/// time.
+/// Walks through a folder tree without ever leaving it. It is in one folder at a time and moves into
+/// sub-folders and back by descriptor, not by path, so that no symbolic link diverts it, no depth is too
+/// great and names stay raw bytes. Functions return an errno value, 0 for success. Any thread, one at a time.
 class FolderWalk final {
 public:
-    /// Whether what cannot be entered for want of permissions is first given them.
+    /// Whether the walk grants itself the permissions that it lacks on a folder.
     enum class Permissions { AsTheyAre, Claimed };
-    /// Whether the folder that the walk begins in may be named by a symbolic link.
+    /// Whether the path that the walk begins with may be a symbolic link.
     enum class Start { NotThroughLink, ThroughLink };
 
     explicit FolderWalk(Permissions permissions)
@@ -26,19 +25,19 @@ public:
     FolderWalk(const FolderWalk &) = delete;
     FolderWalk &operator=(const FolderWalk &) = delete;
 
-    /// Steps into the folder at `path`, as the first step.
+    /// Enters the folder at `path`, as the first step.
     int begin(const QByteArray &path, Start start);
-    /// Steps into the sub-folder `name`. Fails, and stays, when it cannot be listed or searched.
+    /// Enters the sub-folder `name`. If it cannot be listed or searched, fails and stays here.
     int enter(const QByteArray &name);
-    /// Steps back to the folder above; out of the tree after the first folder. Fails when the folder was
-    /// moved meanwhile: then the walk is over.
+    /// Returns to the parent folder, or ends the walk in the first folder. Fails when the folder was moved
+    /// meanwhile: the walk is then over.
     int leave();
 
-    /// Adds the names of all entries here to `names`.
+    /// Appends the names of all entries here to `names`.
     int list(QList<QByteArray> &names) const;
-    /// What is known about the entry `name`, links not followed.
+    /// Gets the status of the entry `name` without following a symbolic link.
     int inspect(const QByteArray &name, struct stat &status) const;
-    /// Removes the entry `name` that is not a folder.
+    /// Removes the entry `name`, which is not a folder.
     int removeFile(const QByteArray &name) const;
     /// Removes the empty folder `name`.
     int removeFolder(const QByteArray &name) const;
@@ -54,6 +53,6 @@ private:
     int stand(int descriptor);
 
     const Permissions m_permissions;
-    int m_folder = -1; // the folder that the walk stands in, or -1
+    int m_folder = -1; // the current folder, or -1
     std::vector<Identity> m_way; // from the first folder to m_folder
 };

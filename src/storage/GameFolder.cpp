@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Where the old game waits, in a scratch folder of its own, for as long as it may have to be put back.
+/// Where the old game is kept, in a scratch folder of its own, while it may have to be put back.
 QString setAsideIn(const QString &folder) { return folder + QStringLiteral("/Game"); }
 
 bool moveIfPossible(const QString &from, const QString &to) noexcept
@@ -18,7 +18,7 @@ bool moveIfPossible(const QString &from, const QString &to) noexcept
         FileOperations::move(from, to);
         return true;
     } catch (const FileError &) {
-        return false; // the caller goes on without
+        return false; // the caller carries on without it
     }
 }
 
@@ -43,7 +43,7 @@ QString GameFolder::replace(const QString &project)
             FileOperations::removeTreeIfPossible(folder);
         throw;
     }
-    // It is not wanted back any more. Under another name, half of it is never put back, however this ends.
+    // Rename it before it is removed, so that a crash cannot make putBack() restore half a game.
     moveIfPossible(old, folder + QStringLiteral("/replaced"));
     return folder;
 }

@@ -2,18 +2,16 @@
 
 #include <QString>
 
-/// Keeps what the launcher writes and removes below its own folder, Paths::root(): a symbolic link is
-/// removed, never followed, also where the launcher's folder itself is one. Any thread.
+/// Makes sure that the launcher writes and removes only below its own folder, Paths::root(): it never follows
+/// a symbolic link, not even one in place of that folder. Any thread.
 namespace LauncherFolder {
 
 /// Throws AppError when the launcher's folder, or its folder for engines or for scratch files, is a symbolic
-/// link: what is written and removed there would be somewhere else. The link may be what the player wants, so
-/// it is left alone.
+/// link: files would be written and removed elsewhere. The player may want the link, so it is left alone.
 void requireNoLinks();
 
-/// Whether the launcher's folder, or a folder between it and `path`, is a symbolic link, so that `path`
-/// really lies somewhere else. Whether `path` itself is a link does not matter. `path` is Paths::root() or
-/// below it.
+/// Whether the launcher's folder, or a folder between it and `path`, is a symbolic link, so that `path` is
+/// really elsewhere. It does not matter whether `path` itself is a link. `path` is Paths::root() or below it.
 bool leadsThroughLink(const QString &path);
 
 }

@@ -14,26 +14,26 @@
 
 namespace {
 
-/// Where the launcher's folder lies.
+/// The folder that contains the launcher's folder.
 QString base() { return QFileInfo(Paths::root()).path(); }
 
-/// Whether `path` is a folder itself and no link to one.
+/// Whether `path` is a folder and not a symbolic link to one.
 bool isFolder(const QString &path)
 {
     const QFileInfo info(path);
     return info.isDir() && !info.isSymbolicLink();
 }
 
-/// A folder goes in the background, anything else at once. `place` is where it can be moved aside to. Whether
-/// nothing is left at `path`.
+/// Removes a folder in the background, after moving it aside into `place`, and anything else at once. Returns
+/// whether nothing is left at `path`.
 bool remove(const QString &path, const QString &place) noexcept
 {
-    // An empty folder, which "Temp" is at most starts, is not worth a thread.
+    // An empty folder is not worth a thread, and at most starts "Temp" is empty.
     if (!FileOperations::exists(path) || ::rmdir(QFile::encodeName(path).constData()) == 0)
         return true;
     if (isFolder(path) && BackgroundRemoval::begin(path, place))
         return true;
-    // What another file system is mounted on, for one, does not move.
+    // A mount point, for example, cannot be moved.
     return FileOperations::removeTreeIfPossible(path);
 }
 
@@ -70,13 +70,13 @@ void Leftovers::discardAll() noexcept
 {
     const QString root = Paths::root();
     if (isFolder(root) && !BackgroundRemoval::begin(root, base())) {
-        // A folder that cannot leave its place: what the player sees of it goes at once, the rest soon.
+        // The folder cannot be moved: remove what the player sees of it now and the rest in the background.
         // Actions wait for that in `clear`.
         discard(Paths::gameFolder());
         discard(Paths::engineFolder());
         BackgroundRemoval::then([root] { FileOperations::removeTreeIfPossible(root); });
     } else {
-        FileOperations::removeTreeIfPossible(root); // a link, which is not followed
+        FileOperations::removeTreeIfPossible(root); // removes a symbolic link without following it
     }
     BackgroundRemoval::resume(base());
 }

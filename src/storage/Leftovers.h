@@ -4,28 +4,28 @@
 
 #include <stop_token>
 
-/// Clears the launcher's folder of what is no longer wanted, without ever leaving something half-removed in
-/// its place. Any thread, but not while an action works in the folder.
+/// Removes what is no longer needed from the launcher's folder, without ever leaving something half-removed
+/// in its place. Any thread, but not while an action uses the folder.
 ///
-/// Folders leave their place in one step and are then removed in the background, however many files they
-/// hold. What a launcher that is killed meanwhile leaves of them has a hidden name, in the launcher's folder
-/// or beside it, and goes at the next `beginToClear`.
+/// A folder is moved aside in one step and then removed in the background, however many files it holds. If
+/// the launcher is killed meanwhile, the rest has a hidden name, in the launcher's folder or beside it, and
+/// is removed by the next `beginToClear`.
 namespace Leftovers {
 
-/// Clears up after a launcher that was killed, and after a disk that failed: puts back a game that was about
-/// to be replaced, empties "Temp" and removes what was only half written. What cannot go stays until the next
-/// time. True when "Temp" is empty then.
+/// Cleans up after a launcher that was killed or a disk that failed: puts back a game whose replacement was
+/// interrupted, empties "Temp" and removes half-written files. What cannot be removed stays until the next
+/// time. Returns whether "Temp" is empty.
 bool beginToClear() noexcept;
 
-/// As `beginToClear`, and waits until everything that is being removed in the background is gone, so that the
-/// disk has room again, or until `stop` is requested. Not for the main thread.
+/// As `beginToClear`, and waits until everything is removed in the background, so that the disk has room
+/// again, or until `stop` is requested. Not for the main thread.
 bool clear(const std::stop_token &stop = {}) noexcept;
 
-/// Removes what is at `path`, which is under the root. A symbolic link is removed and not followed; what lies
-/// behind one stays. A failure is ignored.
+/// Removes what is at `path`, which is below the root. A symbolic link at `path` is removed, not followed; if
+/// one leads to `path`, nothing is removed. Failures are ignored.
 void discard(const QString &path) noexcept;
 
-/// Removes the launcher's folder and everything in it. What cannot go stays.
+/// Removes the launcher's folder and everything in it. What cannot be removed stays.
 void discardAll() noexcept;
 
 }

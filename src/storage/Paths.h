@@ -3,8 +3,8 @@
 #include <QString>
 #include <QStringList>
 
-/// Where the launcher keeps what it writes, and where the engine keeps a game's saves. Every folder is
-/// computed anew on each call; nothing is cached. Any thread.
+/// The folders that the launcher writes to, and the one where the engine keeps a game's saves. Computed on
+/// every call, never cached. Any thread.
 namespace Paths {
 
 /// The launcher's own folder, "Vantor Platformer" in the user's application-support folder. Not created here.
@@ -22,12 +22,12 @@ QString engineFolder();
 /// "Temp" under the root: scratch folders.
 QString tempFolder();
 
-/// Creates a new, empty folder named by a fresh upper-case UUID under "Temp" and returns it. Throws
-/// FileError, and AppError where a symbolic link stands in the way.
+/// Creates an empty folder under "Temp", named after a new upper-case UUID, and returns it. Throws FileError,
+/// and AppError when one of the launcher's folders is a symbolic link.
 QString newTempDir();
 
-/// The folder that application data goes to: the first of those that the platform `reported`, else the fixed
-/// place in `home`.
+/// The folder for application data: the first one that the platform `reported`, otherwise the fixed one in
+/// `home`.
 QString applicationSupportBase(const QStringList &reported, const QString &home);
 
 }

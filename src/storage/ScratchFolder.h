@@ -2,8 +2,9 @@
 
 #include <QString>
 
-/// A scratch folder under "Temp" that goes, with everything in it, when this object goes, whatever way the
-/// operation ends. A failure to remove it is ignored: the next start of the launcher empties "Temp".
+/// A scratch folder under "Temp" that is removed, with everything in it, when this object is destroyed,
+/// however the operation ends. A failure to remove it is ignored: the next start of the launcher empties
+/// "Temp".
 class ScratchFolder final {
 public:
     /// Throws as Paths::newTempDir does.

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// Far more than anybody writes by hand. What is larger is not text, and is not worth the memory.
+/// In bytes; far more than anybody writes by hand. A larger file is not text, and is not worth the memory.
 constexpr qint64 largestText = 50 * 1024 * 1024;
 
 constexpr QByteArrayView byteOrderMark = "\xef\xbb\xbf";
@@ -17,7 +17,7 @@ constexpr QByteArrayView byteOrderMark = "\xef\xbb\xbf";
 
 std::optional<QByteArray> TextFile::read(const QString &path)
 {
-    // Not blocking: an archive can hold a pipe under the name of a text file, and opening one waits for a
+    // Non-blocking: an archive can hold a named pipe in place of a text file, and opening one waits for a
     // writer.
     const int descriptor
         = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
@@ -32,7 +32,7 @@ std::optional<QByteArray> TextFile::read(const QString &path)
     if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size > largestText)
         return std::nullopt;
 
-    // Not to its end: it may be growing.
+    // Not readAll(): the file may be growing.
     QByteArray content = file.read(status.st_size);
     if (file.error() != QFileDevice::NoError || !content.isValidUtf8())
         return std::nullopt;

@@ -30,7 +30,7 @@ public:
     }
 
 private:
-    /// A folder on the way, and its sub-folders that are still to be removed.
+    /// A folder on the current path, and its sub-folders still to remove.
     struct Level {
         QByteArray name;
         QList<QByteArray> folders;
@@ -79,12 +79,12 @@ private:
         const int error = m_walk.enter(name);
         if (error == 0)
             removeFilesHere(name);
-        else if (m_walk.removeFolder(name) != 0) // an empty one goes even when it cannot be entered
+        else if (m_walk.removeFolder(name) != 0) // an empty folder can be removed without entering it
             note(name, error);
         return true;
     }
 
-    /// Removes the folder that the walk leaves. False when the walk is over.
+    /// Leaves the current folder and removes it. Returns false when the walk is over.
     bool leave()
     {
         const QByteArray name = m_way.back().name;

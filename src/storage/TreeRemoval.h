@@ -2,13 +2,13 @@
 
 #include <QByteArray>
 
-/// The first thing that could not be removed, and why: an errno value, 0 when everything is gone.
+/// The first entry that could not be removed and its errno value, 0 when everything was removed.
 struct RemovalFailure {
     QByteArray name;
     int code = 0;
 };
 
-/// Removes the file, link or folder tree at `path`, which has no slash at its end. Never follows a symbolic
-/// link, removes what lies in folders without permissions, and goes on with the rest when something cannot be
-/// removed. Any thread.
+/// Removes the file, symbolic link or folder tree at `path`, which does not end in a slash. Never follows a
+/// symbolic link, also removes what is in folders without permissions, and carries on when something cannot
+/// be removed. Any thread.
 RemovalFailure removeTreeAt(const QByteArray &path);
