@@ -11,10 +11,10 @@ namespace {
 std::string targetOf(const ZipMember &link, const std::string &name, MemberReader &reader)
 {
     if (link.size > longestName)
-        return {}; // too long to be read, and refused like an empty one
+        return {}; // too long to read; the caller refuses it like an empty one
     std::string target(link.size, '\0');
     reader.begin(link, name);
-    // It has been read, and is as it should be, when there is no more of it.
+    // Read until nothing is left: only then are the length and the checksum known to be right.
     while (reader.read({ reinterpret_cast<unsigned char *>(target.data()), target.size() }) > 0) { }
     return target;
 }
@@ -59,7 +59,7 @@ void checkLinks(const ArchiveFile &file, const ZipDirectory &directory, MemberTr
     }
 }
 
-/// Reads files' data, on one thread.
+/// Checks the data of files, on one thread.
 class FileCheck final {
 public:
     FileCheck(const ArchiveFile &file, const std::vector<ZipMember> &members)

@@ -3,11 +3,11 @@
 #include "ArchiveFile.h"
 #include "ZipDirectory.h"
 
-/// Reads all of an archive but its files' data: the directory, the headers and where links lead. Nothing has
-/// been written yet when it throws UnpackError for an archive that cannot be trusted. Every link has its
-/// target then.
+/// Reads and checks all of an archive except its files' data: the directory, the headers and where links
+/// lead. Every link that it returns has its target. Writes nothing. Throws UnpackError for an archive that
+/// cannot be trusted.
 ZipDirectory readContents(const ArchiveFile &file, const ZipLimits &limits = {});
 
-/// Reads the whole archive and writes nothing: the same, and the data of every file, which must have the
-/// announced length and checksum. Throws UnpackError.
+/// Checks the whole archive and writes nothing: does what readContents does, and requires the data of every
+/// file to have the declared length and checksum. Throws UnpackError.
 void checkArchive(const ArchiveFile &file);

@@ -10,13 +10,13 @@
 
 namespace {
 
-/// Enough for a few dozen headers with their names; little to read where they are far apart.
+/// In bytes: enough for a few dozen headers with their names, yet little to read where headers are far apart.
 constexpr std::size_t windowSize = 4096;
 
 }
 
 ArchiveFile::ArchiveFile(const std::string &path)
-    // Not blocking: opening a pipe would wait for a writer.
+    // Non-blocking: opening a named pipe would wait for a writer.
     : m_file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK))
 {
     struct stat info = {};
@@ -58,7 +58,7 @@ Bytes ArchiveWindow::bytes(ArchivePart part)
     if (!isHeld) {
         if (m_buffer.size() < part.size)
             m_buffer.resize(part.size);
-        m_held = {}; // nothing, should reading fail
+        m_held = {}; // in case reading throws
         const ArchivePart behind { part.offset, m_file.size() - part.offset };
         m_held = { part.offset, m_file.read(behind, m_buffer).size() };
     }

@@ -12,18 +12,18 @@ struct ArchivePart {
     std::uint64_t size = 0;
 };
 
-/// The archive file, open for as long as this lives: what is checked is what is unpacked, whatever happens to
-/// its name. It is only ever read, never mapped: somebody may shorten it meanwhile. Thread-safe.
+/// The archive file, kept open for the lifetime of this object: what was checked is what is unpacked,
+/// whatever happens at its path. It is read, never mapped: another process may truncate it meanwhile.
+/// Thread-safe.
 class ArchiveFile final {
 public:
     /// Throws UnpackError when the file cannot be read or is not a regular file.
     explicit ArchiveFile(const std::string &path);
 
-    /// In bytes, when it was opened.
+    /// In bytes, when the file was opened.
     std::uint64_t size() const { return m_size; }
 
-    /// Reads the first bytes of `part` into `buffer`, as many as both hold, and returns them. Throws
-    /// UnpackError.
+    /// Reads `part`, or as much of it as fits, into `buffer` and returns the bytes read. Throws UnpackError.
     Bytes read(ArchivePart part, std::span<unsigned char> buffer) const;
 
 private:
@@ -31,19 +31,18 @@ private:
     std::uint64_t m_size = 0;
 };
 
-/// Small parts of an archive, read through one buffer: neighbours cost one call of the system. Not
-/// thread-safe.
+/// Reads small parts of an archive through one buffer: neighbours share one system call. Not thread-safe.
 class ArchiveWindow final {
 public:
-    /// `file` outlives it.
+    /// `file` must outlive it.
     explicit ArchiveWindow(const ArchiveFile &file);
 
-    /// All bytes of `part`, which lies within the file; valid until the next call. Takes as much memory as
-    /// the largest part that was asked for. Throws UnpackError.
+    /// The bytes of `part`, which lies within the file; valid until the next call. The buffer grows to the
+    /// largest part requested. Throws UnpackError.
     Bytes bytes(ArchivePart part);
 
 private:
     const ArchiveFile &m_file;
     std::vector<unsigned char> m_buffer;
-    ArchivePart m_held; // what the buffer begins with
+    ArchivePart m_held; // the range now in the buffer
 };

@@ -13,8 +13,7 @@ using Bytes = std::span<const unsigned char>;
     throw UnpackError("The archive is damaged: a part of its list of contents is missing.");
 }
 
-/// Reads little-endian numbers and texts one after the other, and never beyond the end: that throws
-/// UnpackError.
+/// Reads little-endian numbers and strings in sequence. Throws UnpackError instead of reading beyond the end.
 class ByteReader final {
 public:
     explicit ByteReader(Bytes bytes)

@@ -41,22 +41,23 @@ bool allowNoCoreFiles()
 
 bool allowNoNewPrivileges() { return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0; }
 
-// Landlock. The C library has no functions for it yet, and the kernel may know more of it than the headers.
+// Landlock. The C library has no wrappers for it yet, and the kernel may support more than the headers
+// declare.
 
 constexpr std::uint64_t truncatingFiles = 1U << 14; // from version 3
 constexpr std::uint64_t devicesCommands = 1U << 15; // from version 5
 constexpr std::uint64_t bindingAndConnecting = 3; // TCP, from version 4
 constexpr std::uint64_t abstractSocketsAndSignals = 3; // those of other processes, from version 6
 
-/// What is forbidden unless a rule allows it. Older kernels know only the first fields, and take this as long
-/// as the others are zero.
+/// The rights that are denied unless a rule grants them. Older kernels know only the first fields, and accept
+/// the structure as long as the others are zero.
 struct Forbidden {
     std::uint64_t files = 0;
     std::uint64_t network = 0;
     std::uint64_t scopes = 0;
 };
 
-/// All that version `version` of Landlock can forbid.
+/// Everything that version `version` of Landlock can forbid.
 Forbidden forbiddenIn(long version)
 {
     constexpr std::uint64_t firstVersions = 2 * LANDLOCK_ACCESS_FS_MAKE_SYM - 1;
@@ -107,31 +108,32 @@ bool allowFilesOnlyBelow(int folder)
     return syscall(SYS_landlock_restrict_self, rules.get(), 0) == 0;
 }
 
-// seccomp. Its rules see numbers only, not what a pointer leads to: paths are Landlock's business.
+// seccomp. Its rules see only the values of arguments, not what pointers point to: paths are left to
+// Landlock.
 
 using Filter = std::unique_ptr<void, decltype(&seccomp_release)>;
 
 constexpr const char *harmlessCalls[] = {
 #if defined(WITH_ADDRESS_SANITIZER) || defined(WITH_THREAD_SANITIZER)
-    // Stacks for their signals' handlers; a pipe, into which UBSan writes what it must not read itself.
+    // Alternate signal stacks; a pipe, through which UBSan finds out whether memory is readable.
     "sigaltstack", "pipe", "pipe2",
 #endif
 #ifdef COVERAGE_FOLDER
     "fcntl", "ftruncate",
 #endif
-    // What is open.
+    // Open files.
     "read", "readv", "pread64", "write", "writev", "pwrite64", "lseek", "close", "getdents64", "fstat",
     "fchmod", "poll", "ppoll",
-    // Paths, as far as Landlock allows them. The time zone's file is looked at again and again.
+    // Paths, as far as Landlock allows them. The C library checks the time zone's file again and again.
     "openat", "mkdirat", "symlinkat", "unlinkat", "newfstatat", "statx",
-    // Memory. Two more have conditions.
+    // Memory. mmap and mprotect have conditions below.
     "brk", "munmap", "mremap", "madvise",
     // Threads, locks and waiting.
     "futex", "set_robust_list", "rseq", "sched_getaffinity", "sched_yield", "gettid", "getpid", "nanosleep",
     "clock_nanosleep", "clock_gettime", "clock_getres", "gettimeofday", "restart_syscall",
-    // Signals to oneself, abort, the end.
+    // Signal handling, abort, exit.
     "rt_sigaction", "rt_sigprocmask", "rt_sigreturn", "exit", "exit_group",
-    // The allocator's.
+    // For the allocator.
     "getrandom"
 };
 
@@ -143,22 +145,21 @@ struct ConditionalCall {
 bool allowCall(const Filter &filter, const char *name, const scmp_arg_cmp *condition = nullptr)
 {
     const int number = seccomp_syscall_resolve_name(name);
-    // Some processors have others instead, whose names stand there as well.
+    // Some architectures lack a call and have another instead, which is in the list as well.
     return number == __NR_SCMP_ERROR
         || seccomp_rule_add_array(filter.get(), SCMP_ACT_ALLOW, number, condition ? 1 : 0, condition) == 0;
 }
 
 bool allowOnlyUsualCalls()
 {
-    // As from a kernel that does not have the call: libraries which have just learned of a new one then do
-    // without it. That is how the C library starts threads with "clone", whose flags can be looked at here,
-    // and not with "clone3".
+    // Fail as on a kernel without the call, so that libraries fall back to an older one: the C library then
+    // starts threads with "clone", whose flags can be checked here, instead of "clone3".
     const Filter filter(seccomp_init(SCMP_ACT_ERRNO(ENOSYS)), &seccomp_release);
     if (!filter)
         return false;
     seccomp_attr_set(filter.get(), SCMP_FLTATR_ACT_BADARCH, SCMP_ACT_KILL_PROCESS);
     seccomp_attr_set(filter.get(), SCMP_FLTATR_CTL_OPTIMIZE,
-                     2); // a tree, in place of one rule after the other
+                     2); // a binary tree instead of a linear list
 
     constexpr std::uint64_t namespaces = CLONE_NEWNS | CLONE_NEWCGROUP | CLONE_NEWUTS | CLONE_NEWIPC
         | CLONE_NEWUSER | CLONE_NEWPID | CLONE_NEWNET;
@@ -168,7 +169,7 @@ bool allowOnlyUsualCalls()
         // Memory, but none that can be run.
         { "mmap", { 2, SCMP_CMP_MASKED_EQ, PROT_EXEC, 0 } },
         { "mprotect", { 2, SCMP_CMP_MASKED_EQ, PROT_EXEC, 0 } },
-        // The times of what is open, not of a path.
+        // The times of open files, not of paths.
         { "utimensat", { 1, SCMP_CMP_EQ, 0, 0 } },
         // Signals to this process only.
         { "tgkill", { 0, SCMP_CMP_EQ, static_cast<scmp_datum_t>(getpid()), 0 } },
@@ -193,7 +194,7 @@ bool allowOnlyUsualCalls()
 
 #if defined(__linux__) && defined(WITH_ADDRESS_SANITIZER)
 namespace {
-bool leaksCannotBeSought = false; // that takes another process, which looks into this one
+bool leaksCannotBeSought = false; // that takes another process, which inspects this one
 }
 // NOLINTNEXTLINE(bugprone-reserved-identifier): the sanitizer's name for it
 extern "C" int __lsan_is_turned_off() { return leaksCannotBeSought; }

@@ -1,20 +1,20 @@
 #pragma once
 
-/// Which of the confinement's means are in force.
+/// Which confinement measures are in force.
 struct Confinement {
-    bool noCoreFiles = false; ///< a crash writes no image of the memory anywhere
-    bool noNewPrivileges = false; ///< no program that is started gains rights by its file
-    bool files = false; ///< Landlock: nothing is opened, made or removed outside the folder
-    bool systemCalls = false; ///< seccomp: the kernel refuses all calls but those that unpacking takes
+    bool noCoreFiles = false; ///< a crash leaves no core dump
+    bool noNewPrivileges = false; ///< no program started from here gains rights through its file
+    bool files = false; ///< Landlock: nothing is opened, created or removed outside the folder
+    bool systemCalls = false; ///< seccomp: the kernel refuses every call that unpacking does not need
 };
 
-/// Gives up, for good and for the whole process, every right that unpacking does not need: if an archive
-/// finds a mistake in what reads it, there is little to be gained. What is already open stays open and keeps
-/// its rights.
+/// Permanently gives up, for the whole process, every right that unpacking does not need, so that an archive
+/// that exploits a bug in its reader gains little. Open files stay open and keep their rights.
 ///
-/// `folder` is the open folder below which files, folders and links are made and removed, -1 when nothing is
-/// written; files in it are written, not read. The folder itself cannot be removed any more.
+/// `folder` is the descriptor of the folder below which files, folders and links may be created and removed,
+/// -1 when nothing is written. Files in it can be written but not read. The folder itself can no longer be
+/// removed.
 ///
-/// Call it before the first other thread is started and before the contents of the archive are looked at.
-/// Where the system lacks one of the means, the others still hold. Never throws.
+/// Call it before starting another thread and before reading the archive's contents. If the system lacks one
+/// of the measures, the others still apply. Never throws.
 Confinement confine(int folder);

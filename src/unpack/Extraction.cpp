@@ -14,7 +14,7 @@
 
 namespace {
 
-/// From this size on, in bytes, a file is worth a second thread.
+/// A file of at least this size, in bytes, is worth a second thread.
 constexpr std::uint64_t large = 4 * 1024 * 1024;
 
 void writeAll(int output, Bytes bytes, const std::string &name)
@@ -30,7 +30,7 @@ void writeAll(int output, Bytes bytes, const std::string &name)
     }
 }
 
-/// What one thread writes files with.
+/// Extracts files, on one thread.
 class FileExtraction final {
 public:
     FileExtraction(const ArchiveFile &archive, const std::vector<ZipMember> &members, int folder)
@@ -101,7 +101,8 @@ void writeFiles(const ArchiveFile &archive, const std::vector<ZipMember> &member
     });
 }
 
-/// Last, so that there is no link while files are written, and nothing changes folders' times any more.
+/// Comes last, so that no link exists while files are written, and nothing changes the folders' times
+/// afterwards.
 void makeLinksAndSetTimes(const ArchiveFile &archive, const ZipDirectory &directory, int folder)
 {
     FolderWriter writer(folder);

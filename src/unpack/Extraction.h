@@ -2,7 +2,7 @@
 
 #include "ArchiveFile.h"
 
-/// Unpacks the zip archive into the open folder, which is empty. What the directory and the headers tell is
-/// checked before anything is written; each file's length and checksum when it has been written. Throws
-/// UnpackError, and then nothing is left in the folder.
+/// Extracts the zip archive into the open folder, which must be empty. The directory and the headers are
+/// checked before anything is written, each file's length and checksum once it is written. On failure, clears
+/// the folder and throws UnpackError.
 void unpack(const ArchiveFile &archive, int folder);

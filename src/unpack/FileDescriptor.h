@@ -26,7 +26,7 @@ public:
     bool isOpen() const { return m_descriptor >= 0; }
     int get() const { return m_descriptor; }
 
-    /// Whether closing went well: some file systems report a full disk only now.
+    /// Returns whether closing succeeded: some file systems report a full disk only then.
     bool close() { return m_descriptor < 0 || ::close(std::exchange(m_descriptor, -1)) == 0; }
 
 private:

@@ -37,11 +37,11 @@ void setTime(int file, const std::string &name, std::time_t modified)
 std::string folderOf(const std::string &name) { return name.substr(0, name.rfind('/') + 1); }
 std::string lastPartOf(const std::string &name) { return name.substr(name.rfind('/') + 1); }
 
-/// Everything in the open folder.
+/// The names of all entries in the open folder.
 std::vector<std::string> namesIn(int folder)
 {
     std::vector<std::string> names;
-    const int again = openat(folder, ".", openFolder); // reading takes its own place in it
+    const int again = openat(folder, ".", openFolder); // for a read position of its own
     const std::unique_ptr<DIR, int (*)(DIR *)> listing(again >= 0 ? fdopendir(again) : nullptr, closedir);
     while (const dirent *entry = listing ? readdir(listing.get()) : nullptr) {
         const std::string name = entry->d_name;
@@ -67,7 +67,7 @@ FileDescriptor openEmptyFolder(const std::string &path)
 
 void clearFolder(int folder)
 {
-    // Whatever stays does so because the system keeps it: the archive's own refusal is what is told.
+    // Failures are ignored: the error to report is the one that led here.
     for (const std::string &name : namesIn(folder)) {
         if (unlinkat(folder, name.c_str(), 0) == 0)
             continue;
@@ -127,7 +127,7 @@ int FolderWriter::folderAt(const std::string &name, Missing missing)
     int parent = m_root;
     FileDescriptor folder;
     std::vector<std::string> parts = partsOf(name);
-    parts.pop_back(); // behind the last "/"
+    parts.pop_back(); // the empty part after the last "/"
     for (const std::string &part : parts) {
         if (missing == Missing::Create && mkdirat(parent, part.c_str(), folderMode) != 0 && errno != EEXIST)
             fail(part, "created");

@@ -25,13 +25,13 @@ std::size_t Inflater::read(std::span<unsigned char> output)
     while (!m_hasFailed && m_state->avail_out > 0 && m_state->block_state != ISAL_BLOCK_FINISH) {
         if (m_state->avail_in == 0) {
             const Bytes input = m_source();
-            m_state->next_in = const_cast<unsigned char *>(input.data()); // it only reads
+            m_state->next_in = const_cast<unsigned char *>(input.data()); // ISA-L only reads it
             m_state->avail_in = static_cast<std::uint32_t>(input.size());
         }
         const auto inputBefore = m_state->avail_in;
         const auto outputBefore = m_state->avail_out;
         const int result = isal_inflate(m_state.get());
-        // Without a step forward, the stream breaks off.
+        // No progress means that the stream is truncated.
         m_hasFailed = result != ISAL_DECOMP_OK
             || (m_state->avail_in == inputBefore && m_state->avail_out == outputBefore
                 && m_state->block_state != ISAL_BLOCK_FINISH);
@@ -41,7 +41,8 @@ std::size_t Inflater::read(std::span<unsigned char> output)
 
 bool Inflater::isAtEnd()
 {
-    // ISA-L takes up to eight bytes into its bit buffer before it knows that they are not part of the stream.
+    // ISA-L prefetches up to eight bytes into its bit buffer, and a whole byte left in there is not part of
+    // the stream.
     return !m_hasFailed && m_state->block_state == ISAL_BLOCK_FINISH && m_state->avail_in == 0
         && m_state->read_in_length < 8 && m_source().empty();
 }

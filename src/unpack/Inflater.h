@@ -7,14 +7,13 @@
 
 struct inflate_state;
 
-/// Decompresses what was compressed by the method "deflate". ISA-L does the work: it takes half the time of
-/// zlib.
+/// Decompresses deflate streams. ISA-L does the work, in half the time of zlib.
 ///
-/// An error is final: ISA-L must not be called again after one, because its state then counts wrongly how
-/// much input is left, and it would read beyond the end of it. Not thread-safe; reusable.
+/// An error ends the stream: ISA-L must not be called again after one, because it then miscounts the input
+/// that is left and would read beyond its end. Not thread-safe; reusable.
 class Inflater final {
 public:
-    /// Returns the next compressed bytes, valid until the next call, and nothing at their end.
+    /// Returns the next chunk of compressed bytes, valid until the next call; empty at the end.
     using Source = std::function<Bytes()>;
 
     Inflater();
@@ -22,17 +21,17 @@ public:
     Inflater(const Inflater &) = delete;
     Inflater &operator=(const Inflater &) = delete;
 
-    /// Starts a new stream, which `source` is asked for piece by piece.
+    /// Starts a new stream, which `source` supplies chunk by chunk.
     void begin(Source source);
 
-    /// Fills `output` with the next bytes and returns how many. Fewer than it holds, and from then on none,
-    /// at the end of the stream or when it has failed.
+    /// Fills `output` with the next bytes and returns how many. Returns fewer than fit at the end of the
+    /// stream, and 0 from then on or on failure.
     std::size_t read(std::span<unsigned char> output);
 
-    /// Whether the stream cannot be understood, or breaks off. Nothing that it held may be used then.
+    /// Whether the stream is invalid or truncated. Its output must then not be used.
     bool hasFailed() const { return m_hasFailed; }
 
-    /// Whether the stream has ended by its own account, and nothing stands behind it.
+    /// Whether the stream has ended as it should, with no input left after it.
     bool isAtEnd();
 
 private:

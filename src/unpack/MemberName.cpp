@@ -18,7 +18,7 @@ bool isAscii(std::string_view text)
     return std::ranges::all_of(text, [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
 }
 
-/// The text in UTF-8, or nothing when it is not. A byte order mark is a character like any other.
+/// `name` decoded, or nothing when it is not UTF-8. A byte order mark is kept like any other character.
 std::optional<QString> decoded(const std::string &name)
 {
     QStringDecoder decoder(QStringDecoder::Utf8,
@@ -59,7 +59,7 @@ void checkParts(const std::string &name)
     if (name.front() == '/')
         refuse(name, "leads out of the folder");
     for (const std::string &part : partsOf(name)) {
-        // As file systems may read it.
+        // The part as some file system may see it.
         const std::string key = comparisonKey(part);
         if (key == "..")
             refuse(name, "leads out of the folder");
@@ -70,7 +70,7 @@ void checkParts(const std::string &name)
     }
 }
 
-/// Whether HFS+ leaves the character out when it compares names.
+/// Whether HFS+ ignores the character when it compares names.
 bool isIgnoredByHfs(QChar character)
 {
     const char16_t code = character.unicode();
@@ -120,7 +120,7 @@ std::string comparisonKey(const std::string &part)
 {
     const auto text = isAscii(part) ? std::nullopt : decoded(part);
     if (!text) {
-        // Plain letters, or a character set that nobody names: then only plain letters have a case.
+        // ASCII, or an unknown character set, in which only ASCII letters are sure to have a case.
         std::string key = part;
         for (char &character : key) {
             if (character >= 'A' && character <= 'Z')

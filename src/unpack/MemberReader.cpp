@@ -63,7 +63,7 @@ void MemberReader::readDeflated(std::span<unsigned char> buffer)
 void MemberReader::finish()
 {
     if (m_member.isDeflated) {
-        // What ends a stream is only read when there is room for more.
+        // The inflater reads the end of a stream only while it has room for output.
         unsigned char more = 0;
         if (m_inflater.read({ &more, 1 }) > 0)
             refuse("is longer than it says");

@@ -7,9 +7,9 @@
 namespace {
 
 constexpr MemberTree::Node root = 0;
-constexpr int mostLinks = 40; // on one way, as on Linux
-/// How many parts a path may have beyond what the archive holds. No name has more, and links that lead on
-/// from one to the next would add them up.
+constexpr int mostLinks = 40; // on one path, as on Linux
+/// The most parts that a path may have below what the archive holds. No name has more, but a chain of links
+/// could add up to more.
 constexpr std::size_t mostMissing = longestName / 2;
 
 }
@@ -41,8 +41,8 @@ MemberTree::Node MemberTree::add(const std::string &name, ZipMember::Kind kind)
     return node;
 }
 
-/// The child of `parent` that a file system may take for `part`, which is the last part of `name`: added as
-/// `kind` where there was none.
+/// The child of `parent` that a file system may treat as `part`, the last part of `name`; added as `kind` if
+/// there is none.
 MemberTree::Node MemberTree::insert(Node parent, const std::string &part, ZipMember::Kind kind,
                                     const std::string &name)
 {

@@ -8,27 +8,27 @@
 #include <unordered_map>
 #include <vector>
 
-/// The folder tree that the names in an archive make. It refuses names that cannot stand beside each other on
-/// every file system, and tells where links lead. It keeps hashes in place of names, so that its size depends
-/// on how many there are and not on how long they are.
+/// The folder tree that the names in an archive form. It refuses names that collide on some file system, and
+/// finds where links lead. It stores hashes instead of names, so that its size depends on their number and
+/// not on their length.
 class MemberTree final {
 public:
     using Node = std::uint32_t;
     enum class Way { Inside, Outside, Circle, TooLong };
 
-    /// Holds at most `mostNodes` files, links and folders, those included that are only parts of names.
+    /// Holds at most `mostNodes` files, links and folders, including folders that are only parts of names.
     explicit MemberTree(std::uint64_t mostNodes);
 
-    /// Adds a name that keeps all rules for names, and returns where it stands. Throws UnpackError when the
-    /// name, or one that a file system may take for it, is taken already, when something would lie below a
-    /// file or a link, or when the tree is full.
+    /// Adds a checked name and returns its node. Throws UnpackError when the name, or one that a file system
+    /// may treat as the same, is taken, when something would lie below a file or a link, or when the tree is
+    /// full.
     Node add(const std::string &name, ZipMember::Kind kind);
 
-    /// Says where `link`, which was added as one, leads: a relative path.
+    /// Sets the relative path that `link`, added as a link, leads to.
     void setTarget(Node link, const std::string &target);
 
-    /// Walks the way that the operating system would, through all links on it. Every link has its target by
-    /// now. All ways together take time in proportion to the length of all targets.
+    /// Resolves `link` as the operating system would, through every link on the way. All targets must be set.
+    /// Resolving all links takes time in proportion to the total length of their targets.
     Way follow(Node link);
 
 private:
@@ -46,7 +46,7 @@ private:
     struct StepHash {
         std::size_t operator()(const Step &step) const noexcept { return step.key ^ step.parent; }
     };
-    /// A place in the tree, or so many parts below it where the archive has nothing.
+    /// A node, or a place `missing` parts below it that the archive does not contain.
     struct Place {
         Node node = 0;
         std::size_t missing = 0;

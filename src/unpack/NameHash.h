@@ -3,6 +3,6 @@
 #include <cstdint>
 #include <string_view>
 
-/// A hash of `text` that differs from one process to the next, so that nobody can make an archive whose names
-/// collide. It stands in for names where an archive may hold hundreds of megabytes of them.
+/// A hash of `text`, seeded at random in each process, so that nobody can make an archive whose names
+/// collide. It stands in for names, of which an archive may hold hundreds of megabytes.
 std::uint64_t nameHash(std::string_view text);

@@ -9,7 +9,7 @@ namespace {
 std::size_t processorCount()
 {
 #ifdef __linux__
-    // A process may be bound to some of them.
+    // The process may be restricted to some of them.
     cpu_set_t processors;
     CPU_ZERO(&processors);
     if (sched_getaffinity(0, sizeof processors, &processors) == 0)

@@ -9,17 +9,17 @@
 #include <thread>
 #include <vector>
 
-/// How many threads work is shared among: as many as there are processors for this process, and not more than
-/// wait for the disk. Asks the system at the first call only.
+/// The number of threads to share work among: one per processor that this process may use, at most four,
+/// since more would only wait for the disk. Asks the system on the first call only.
 std::size_t threadCount();
 
-/// Does the work of every index below `count`, on this thread and others, each with a worker of its own:
-/// `makeWorker()` gives something to call with an index, on that thread. Throws what a worker threw, that of
-/// the lowest index when several did; then some of the work is not done.
+/// Calls a worker for every index below `count`, on this thread and others. Each thread gets a worker of its
+/// own from `makeWorker()`, called on that thread. Rethrows what a worker threw, for the lowest index if
+/// several did; some of the work is then not done.
 template <typename MakeWorker> void inParallel(std::size_t count, const MakeWorker &makeWorker)
 {
-    // Neighbours stay together, as they lie in one folder, and yet there is enough for everybody until the
-    // end.
+    // Neighbouring indexes stay together, because their files lie in one folder, in shares small enough to
+    // keep every thread busy until the end.
     constexpr std::size_t sharesEach = 16;
     const std::size_t threads = threadCount();
     const std::size_t share = std::max<std::size_t>(1, count / (threads * sharesEach));
@@ -50,7 +50,7 @@ template <typename MakeWorker> void inParallel(std::size_t count, const MakeWork
             while (others.size() + 1 < std::min(threads, count))
                 others.emplace_back(workOn);
         } catch (const std::system_error &) {
-            // The threads that could be started do all of it.
+            // The threads that were started do all the work.
         }
         workOn();
     }

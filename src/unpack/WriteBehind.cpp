@@ -13,7 +13,7 @@ WriteBehind::WriteBehind(std::function<void(Bytes)> write)
     try {
         m_thread = std::thread([this] { writeAll(); });
     } catch (const std::system_error &) {
-        // The thread that fills the blocks writes them.
+        // hand() writes the blocks itself.
     }
 }
 

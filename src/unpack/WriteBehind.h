@@ -10,23 +10,23 @@
 #include <thread>
 #include <vector>
 
-/// Lets one thread write blocks of bytes while another fills the next ones: a large file is one stream, and
-/// would otherwise keep one processor waiting for the disk and the others idle. Where no thread can be had,
-/// the blocks are written at once. Belongs to the thread that fills; waits for the other in its destructor.
+/// Writes blocks of bytes on another thread while the caller fills the next ones: a large file is one stream,
+/// and would otherwise keep one processor waiting for the disk and the others idle. If no thread can be
+/// started, the blocks are written at once. Used by one thread only; the destructor waits for the other.
 class WriteBehind final {
 public:
-    /// `write` is called for the blocks in their order, on the other thread; what it throws is thrown again
-    /// here.
+    /// `write` is called for the blocks in order, on the other thread; what it throws is rethrown to the
+    /// caller.
     explicit WriteBehind(std::function<void(Bytes)> write);
     ~WriteBehind();
     WriteBehind(const WriteBehind &) = delete;
     WriteBehind &operator=(const WriteBehind &) = delete;
 
-    /// A block to fill. Waits until one is free. Throws what writing threw.
+    /// Returns a block to fill, waiting until one is free. Rethrows what writing threw.
     std::span<unsigned char> block();
     /// Hands over the first `size` bytes of that block.
     void hand(std::size_t size);
-    /// Waits until all is written. Throws what writing threw.
+    /// Waits until everything is written. Rethrows what writing threw.
     void finish();
 
 private:
@@ -42,9 +42,9 @@ private:
     std::array<Block, blockCount> m_blocks;
     std::mutex m_lock;
     std::condition_variable m_changed;
-    std::size_t m_filled = 0; // guarded by the lock, like all below: blocks handed over so far
+    std::size_t m_filled = 0; // blocks handed over so far; guarded by m_lock, like the next three
     std::size_t m_written = 0; // of these
     bool m_isEnding = false;
-    std::exception_ptr m_error; // nothing is written after one
+    std::exception_ptr m_error; // once set, nothing more is written
     std::thread m_thread;
 };

@@ -14,7 +14,7 @@ namespace {
 constexpr std::uint64_t shortestHeader = 46; // in the directory, in bytes
 constexpr std::uint16_t stored = 0;
 constexpr std::uint16_t deflated = 8;
-// How hard the writer tried: of no interest to a reader.
+// How hard the compressor tried, which does not matter to a reader.
 constexpr std::uint16_t effortFlags = (1 << 1) | (1 << 2);
 constexpr std::uint16_t encryptionFlags = ZipHeader::encrypted | (1 << 6) | (1 << 13);
 constexpr std::uint16_t knownFlags = effortFlags | ZipHeader::sizesFollow | ZipHeader::nameIsUtf8;
@@ -45,21 +45,21 @@ std::string withoutSlash(const std::string &name)
     return isFolderName(name) ? name.substr(0, name.size() - 1) : name;
 }
 
-/// Whether the header in front of the data says a number as the directory does. A writer that did not know it
-/// yet leaves zero.
+/// Whether a number in the local header agrees with the directory. A writer that did not know it in time
+/// leaves zero.
 bool agrees(std::uint64_t local, std::uint64_t listed, bool sizesFollow)
 {
     return local == listed || (sizesFollow && local == 0);
 }
 
-/// Checks what stands between the end of a member's data and the next member: nothing, or the checksum and
-/// the sizes for which there was no time in front of the data.
+/// Checks what lies between the end of a member's data and the next member: nothing, or a data descriptor
+/// (the checksum and the sizes that the local header lacks).
 void checkWhatFollows(ArchiveWindow &window, const ZipHeader &header, ArchivePart between)
 {
     constexpr std::uint32_t signature = 0x08074b50;
     if ((header.flags & ZipHeader::sizesFollow) == 0 && between.size == 0)
         return;
-    // With or without a signature, with short or with long numbers: four lengths, no two the same.
+    // With or without a signature, with 32-bit or 64-bit sizes: four different lengths.
     const bool hasSignature = between.size == 16 || between.size == 24;
     const bool isLarge = between.size == 20 || between.size == 24;
     if ((header.flags & ZipHeader::sizesFollow) == 0 || (!hasSignature && !isLarge && between.size != 12))
@@ -83,7 +83,7 @@ ZipMember::Kind kindOf(const ZipHeader &header)
     constexpr std::uint32_t link = 0120000;
     constexpr std::uint32_t folderOfDos = 0x10;
 
-    // The type belongs to writers on Unix, and yet other readers believe it of everybody.
+    // Only writers on Unix set the type, but some readers believe it from any writer.
     const std::uint32_t type = (header.attributes >> 16) & typeMask;
     const bool endsWithSlash = isFolderName(header.name);
     if (type != 0 && type != regularFile && type != folder && type != link)
@@ -116,7 +116,7 @@ ZipMember memberOf(const ZipHeader &header, std::uint64_t place)
     return member;
 }
 
-/// Adds the member to the tree by each name that a reader may use, and returns these places.
+/// Adds the member to the tree under every name that a reader may use, and returns the nodes.
 std::vector<MemberTree::Node> addTo(MemberTree &tree, const ZipHeader &header, ZipMember::Kind kind)
 {
     const std::string name = withoutSlash(header.name);
@@ -130,7 +130,7 @@ std::vector<MemberTree::Node> addTo(MemberTree &tree, const ZipHeader &header, Z
     return nodes;
 }
 
-/// Adds up what members hold.
+/// Adds up the members' sizes and checks them against the limits.
 class TotalSize final {
 public:
     explicit TotalSize(const ZipLimits &limits)
@@ -174,7 +174,7 @@ ZipDirectory readHeaders(const ArchiveFile &file, const ZipEnd &end, MemberTree 
         if (member.kind == ZipMember::Kind::Link) {
             if (directory.links.size() == limits.links)
                 throw UnpackError("The archive holds too many links.");
-            // Until the members are sorted, what tells them apart is the place of their header.
+            // Until the members are sorted, each is identified by the position of its header.
             directory.links.push_back({ static_cast<std::size_t>(member.header), nodes, {} });
         }
         directory.members.push_back(member);
@@ -187,7 +187,7 @@ ZipDirectory readHeaders(const ArchiveFile &file, const ZipEnd &end, MemberTree 
     return directory;
 }
 
-/// Sorts members and links by where they lie in the archive.
+/// Sorts members and links by their position in the archive.
 void sort(ZipDirectory &directory)
 {
     std::ranges::sort(directory.members, {},
@@ -202,7 +202,7 @@ void sort(ZipDirectory &directory)
     std::ranges::sort(directory.links, {}, &ZipLink::member);
 }
 
-/// Checks the member that begins where `place` begins and may reach to its end, and returns its data.
+/// Checks the member that must fill `place` exactly, and returns where its data is.
 ArchivePart checkPlace(ArchiveWindow &window, const ZipHeader &header, ArchivePart place)
 {
     const ZipHeader local = readLocalHeader(window, place);
@@ -220,7 +220,7 @@ ArchivePart checkPlace(ArchiveWindow &window, const ZipHeader &header, ArchivePa
     return { behindHeader.offset, header.packedSize };
 }
 
-/// Checks where the members lie, and tells each where its data is.
+/// Checks where the members lie, and stores where each one's data is.
 void checkPlaces(const ArchiveFile &file, const ZipEnd &end, std::vector<ZipMember> &members)
 {
     const std::uint64_t first = members.empty() ? end.directoryOffset : members.front().offset;

@@ -21,8 +21,8 @@ bool hasSignature(Bytes archive, std::size_t position, Bytes signature)
         && std::ranges::equal(archive.subspan(position, signature.size()), signature);
 }
 
-/// Whether an end record at `position` would have its comment end where the archive ends. Writers that fill
-/// up whole tape records, as bsdtar does when it writes to a pipe, add zeros.
+/// Whether the comment of an end record at `position` would end where the archive does. Writers that fill up
+/// whole tape records, as bsdtar does when it writes to a pipe, append zeros.
 bool endsTheArchive(Bytes archive, std::size_t position)
 {
     constexpr std::size_t tapeRecord = 10 * 1024;
@@ -63,7 +63,8 @@ void refuseDisagreeingEnds()
     throw UnpackError("The archive cannot be trusted: the records at its end contradict each other.");
 }
 
-/// A field of the plain record either is filled up, which refers to the large one, or says the same.
+/// A field of the plain record must either have all its bits set, which refers to the large record, or agree
+/// with it.
 void checkAgainstLarge(std::uint64_t plain, std::uint64_t filledUp, std::uint64_t large)
 {
     if (plain != filledUp && plain != large)
@@ -74,8 +75,8 @@ void checkAgainstLarge(std::uint64_t plain, std::uint64_t filledUp, std::uint64_
 
 ZipEnd findZipEnd(const ArchiveFile &file)
 {
-    // Everything that belongs to the end, as the whole archive that it may be; places in it are told from its
-    // own beginning.
+    // Everything that may belong to the end, perhaps the whole archive. Positions in it are relative to
+    // `begin`.
     constexpr std::uint64_t longest = furthestEnd + locatorSize + largeEndSize;
     const std::uint64_t begin = file.size() - std::min(file.size(), longest);
     std::vector<unsigned char> buffer(file.size() - begin);

@@ -9,6 +9,6 @@ struct ZipEnd {
     std::uint64_t directorySize = 0;
 };
 
-/// Finds and checks the end records, those of large archives (zip64) included. There must be exactly one end,
-/// and nothing between the directory and it, nor behind it. Throws UnpackError.
+/// Finds and checks the end records, including those of large archives (zip64). There must be exactly one
+/// end, with nothing between the directory and it, nor after it. Throws UnpackError.
 ZipEnd findZipEnd(const ArchiveFile &file);

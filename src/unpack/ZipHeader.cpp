@@ -45,8 +45,8 @@ ExtraFields readExtraFields(Bytes bytes)
     return fields;
 }
 
-/// Numbers that do not fit into the header are filled up there and stand in the extra field, in the header's
-/// order.
+/// Numbers that do not fit into the header have all their bits set there and follow in the extra field, in
+/// the header's order.
 class LargeNumbers final {
 public:
     explicit LargeNumbers(std::optional<Bytes> field)
@@ -79,7 +79,8 @@ std::string unicodeName(Bytes field, const std::string &storedName)
     return reader.text(reader.left());
 }
 
-/// Info-ZIP's time of the last change, in seconds since 1970; none where the field holds only others.
+/// The modification time in Info-ZIP's field, in seconds since 1970; nothing when the field holds only other
+/// times.
 std::optional<std::time_t> timeOf(Bytes field)
 {
     constexpr unsigned hasModified = 1 << 0;
@@ -89,7 +90,7 @@ std::optional<std::time_t> timeOf(Bytes field)
     return static_cast<std::int32_t>(reader.u32());
 }
 
-/// The first bytes of `rest`, which has to hold so many.
+/// The first `count` bytes of `rest`. Throws UnpackError when it holds fewer.
 ByteReader firstBytes(ArchiveWindow &window, ArchivePart rest, std::uint64_t count)
 {
     if (count > rest.size)

@@ -26,8 +26,9 @@ namespace {
 
 constexpr int problem = 1;
 
-/// Ends this program when the one that started it ends, however that happens: nobody would wait for the
-/// result. Where that cannot be asked for, it ends a little later by itself.
+/// Makes this program end when its parent does, however that happens: nobody would wait for the result. Where
+/// the system cannot arrange that, it ends a little later by itself. Returns false when the parent has
+/// already ended.
 bool endWithParent()
 {
 #ifdef __linux__
@@ -35,12 +36,12 @@ bool endWithParent()
     if (prctl(PR_SET_PDEATHSIG, SIGKILL) != 0 || getppid() != parent)
         return false;
 #endif
-    // It may have ended before the first look at it. Then nobody reads what is printed here any more.
+    // The parent may have ended before the first getppid(). Then nobody reads our output any more.
     pollfd output = { STDOUT_FILENO, 0, 0 };
     return poll(&output, 1, 0) <= 0 || (output.revents & POLLERR) == 0;
 }
 
-/// A request to end is followed at once, whatever the starting program made of that signal for itself.
+/// Makes SIGTERM end this program at once, even if the parent ignored or blocked it and that was inherited.
 void obeyTermination()
 {
     std::signal(SIGTERM, SIG_DFL);
@@ -50,17 +51,16 @@ void obeyTermination()
     sigprocmask(SIG_UNBLOCK, &termination, nullptr);
 }
 
-/// Asks the system what it will not be asked for later, and gives up the rights that reading an archive does
-/// not need. Everything that has a path is open by now.
+/// Asks the system what it would refuse to tell later, then gives up the rights that reading an archive does
+/// not need. Whatever is opened by path must be open by now.
 void giveUpRights(int folder)
 {
-    // Times in headers are local ones. Without a name for the zone, the C library looks for a new one each
-    // time.
+    // Times in headers are local ones. With TZ unset, the C library looks for a changed zone each time.
     setenv("TZ", ":/etc/localtime", 0);
     tzset();
     threadCount();
     nameHash({});
-    confine(folder); // what the system lacks is no reason not to unpack
+    confine(folder); // unpack even where the system lacks some of it
 }
 
 void unpackFile(const std::string &path, const std::string &folderPath)
@@ -78,7 +78,7 @@ void checkFile(const std::string &path)
     checkArchive(archive);
 }
 
-/// What the program is asked to do; nothing to call when it is called in another way than it knows.
+/// The work that the arguments ask for; empty when they are not understood.
 std::function<void()> workOf(const std::vector<std::string> &arguments)
 {
     if (arguments.size() == 4 && arguments[0] == "-x" && arguments[1] == "-k")
@@ -90,7 +90,8 @@ std::function<void()> workOf(const std::vector<std::string> &arguments)
 
 }
 
-// Unpacks when called like the archive tool of macOS, and also only checks, for that tool checks little.
+// Takes the arguments of macOS's archive tool to unpack, and can also only check, since that tool checks
+// little.
 int main(int argc, char **argv)
 {
     const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
@@ -102,8 +103,8 @@ int main(int argc, char **argv)
         return problem;
     }
     obeyTermination();
-    std::signal(SIGXFSZ, SIG_IGN); // a file that grows too large is an error like any other
-    umask(0); // modes are those that are asked for
+    std::signal(SIGXFSZ, SIG_IGN); // writing too large a file is an error like any other
+    umask(0); // files get exactly the modes requested
     if (!endWithParent())
         return problem;
 
