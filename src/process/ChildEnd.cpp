@@ -6,7 +6,7 @@ std::optional<ChildEnd> childEnd(int code, int status)
 {
     switch (code) {
     case CLD_EXITED:
-        // Some systems give all 32 bits of what the child passed to exit. Then -1 and -2 would look like the
+        // Some systems report all 32 bits of the value passed to exit(). Then -1 and -2 would look like the
         // launcher's own special results.
         return ChildEnd { .status = status & 0xff, .bySignal = false };
     case CLD_KILLED:

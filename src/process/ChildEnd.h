@@ -13,6 +13,6 @@ struct ChildEnd {
     bool operator==(const ChildEnd &) const = default;
 };
 
-/// What waitid reports in `si_code` and `si_status`, as an end; none when the child has not ended, but was
-/// stopped, continued or trapped.
+/// Converts the `si_code` and `si_status` that waitid() reports. No value when the child has not ended, but
+/// was stopped, continued or trapped.
 std::optional<ChildEnd> childEnd(int code, int status);

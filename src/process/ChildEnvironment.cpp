@@ -7,7 +7,7 @@ extern char **environ;
 
 namespace {
 
-/// The right to take the focus once, which opening the launcher's window has used up.
+/// Tokens that grant the focus once; opening the launcher's window has used them up.
 constexpr std::array usedUp = { "XDG_ACTIVATION_TOKEN=", "DESKTOP_STARTUP_ID=" };
 
 bool isUsedUp(const QByteArray &variable)

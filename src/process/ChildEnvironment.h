@@ -2,7 +2,7 @@
 
 #include <QByteArrayList>
 
-/// The environment of a child that is started now, as "NAME=value": the launcher's own, without what the
-/// desktop gave to the launcher alone. To be asked for on the main thread: only that thread changes the
-/// environment, and reading it meanwhile on another one could meet freed memory.
+/// The environment for a child that is started now, as "NAME=value": the launcher's own, without the
+/// variables that the desktop meant for the launcher alone. Main thread only: no other thread changes the
+/// environment, and reading it on another one meanwhile could touch freed memory.
 QByteArrayList childEnvironment();

@@ -13,7 +13,7 @@
 
 namespace {
 
-/// What the child's end is called when the system will not say.
+/// The status reported when waitid() fails.
 constexpr qint32 unknownStatus = 255;
 
 class Attributes final {
@@ -21,8 +21,8 @@ public:
     Attributes()
     {
         ::posix_spawnattr_init(&m_value);
-        // What the launcher blocks or ignores for itself would be inherited, and most programs do not undo
-        // it. What the player's shell chose (as nohup does) stays.
+        // The child would inherit what the launcher blocks or ignores for itself, and most programs do not
+        // reset it. What the player's shell set (as nohup does) stays.
         sigset_t signals;
         sigemptyset(&signals);
         ::posix_spawnattr_setsigmask(&m_value, &signals);
@@ -50,7 +50,7 @@ public:
     ~FileActions() { ::posix_spawn_file_actions_destroy(&m_value); }
     Q_DISABLE_COPY_MOVE(FileActions)
 
-    /// An errno value, 0 for success.
+    /// Returns an errno value, 0 on success.
     int setStreams(int output)
     {
         int error = ::posix_spawn_file_actions_addopen(&m_value, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
@@ -71,7 +71,7 @@ private:
     posix_spawn_file_actions_t m_value;
 };
 
-/// As the system wants its lists of texts: ended by none.
+/// A null-terminated array, as posix_spawn() expects.
 std::vector<char *> pointersTo(QByteArrayList &texts)
 {
     std::vector<char *> pointers;
@@ -81,8 +81,8 @@ std::vector<char *> pointersTo(QByteArrayList &texts)
     return pointers;
 }
 
-/// Whoever started the launcher may have left SIGCHLD ignored, and then the system forgets a child as it
-/// ends: its status would be lost, and its number free for a stranger.
+/// The launcher may have inherited an ignored SIGCHLD. The system would then reap each child as it ends: its
+/// status would be lost and its pid could be reused.
 void keepEndedChildren()
 {
     struct sigaction action = {};
@@ -131,16 +131,16 @@ ChildEnd ChildProcess::waitForEnd()
     const auto child = static_cast<id_t>(m_pid.load());
     for (;;) {
         siginfo_t info = {};
-        // Learns of the end and leaves the child to be reaped.
+        // WNOWAIT leaves the child unreaped, so that its pid stays reserved.
         if (::waitid(P_PID, child, &info, WEXITED | WNOWAIT) != 0) {
             if (errno == EINTR)
                 continue;
-            m_pid = 0; // somebody else has reaped it: its number is not ours any more
+            m_pid = 0; // somebody else has reaped it, so the pid is no longer ours
             return { .status = unknownStatus, .bySignal = false };
         }
         if (const auto end = childEnd(info.si_code, info.si_status))
             return *end;
-        // A system that reports more than ends reports it until it is taken away.
+        // Some systems report stops and continuations as well, again and again until they are consumed.
         ::waitid(P_PID, child, &info, WSTOPPED | WCONTINUED | WNOHANG);
     }
 }

@@ -22,8 +22,8 @@ int openPair(int (&ends)[2])
 #endif
 }
 
-/// Moves `descriptor` behind the standard streams, whose numbers are free when the launcher was started
-/// without them.
+/// Moves `descriptor` above the numbers of the standard streams, which are free when the launcher was started
+/// without those streams.
 int moveBehindStandardStreams(FileDescriptor &descriptor)
 {
     if (descriptor.get() > STDERR_FILENO)

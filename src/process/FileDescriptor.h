@@ -2,7 +2,7 @@
 
 #include <utility>
 
-/// An open file descriptor, closed with its owner.
+/// Owns an open file descriptor and closes it on destruction.
 class FileDescriptor final {
 public:
     FileDescriptor() = default;
@@ -28,15 +28,15 @@ private:
     int m_descriptor = -1;
 };
 
-/// Both ends of a pipe. Neither reaches a child process by itself, and neither has the number of a standard
-/// stream, so that a child's streams can be set up in any order.
+/// Both ends of a pipe. A child process inherits neither, and neither has the number of a standard stream, so
+/// that a child's streams can be set up in any order.
 struct Pipe {
-    FileDescriptor readEnd; // never blocks
+    FileDescriptor readEnd; // non-blocking
     FileDescriptor writeEnd;
 
-    /// Opens both ends. An errno value, 0 for success.
+    /// Opens both ends. Returns an errno value, 0 on success.
     int open();
 };
 
-/// Makes writing to `descriptor`, or reading from it, return at once. An errno value, 0 for success.
+/// Makes `descriptor` non-blocking. Returns an errno value, 0 on success.
 int stopBlocking(const FileDescriptor &descriptor);

@@ -10,8 +10,7 @@ namespace {
 
 bool isBreak(char byte) { return byte == '\n' || byte == '\r'; }
 
-/// Adds pieces of the longest length to `lines` while `unfinished` is as long as that, and gives what
-/// remains.
+/// Moves pieces of `unfinished` to `lines` until less than `longestLine` is left, and returns that rest.
 QByteArrayView cutPieces(QByteArrayView unfinished, QStringList &lines)
 {
     while (unfinished.size() >= LineSplitter::longestLine) {

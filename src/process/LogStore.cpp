@@ -23,8 +23,8 @@ QString withoutNewlinesAtEnds(const QString &line)
 
 }
 
-/// The road of a line from any thread to the main one: a stack that needs no lock, since a game prints faster
-/// than a lock is worth, emptied as a whole by one event for many lines.
+/// Carries lines from any thread to the main one: a lock-free stack, because a game may print faster than a
+/// lock allows. One event empties it, however many lines it holds.
 class LogStore::Inbox final : public std::enable_shared_from_this<LogStore::Inbox> {
 public:
     explicit Inbox(LogStore *store)
@@ -38,7 +38,7 @@ public:
     }
     Q_DISABLE_COPY_MOVE(Inbox)
 
-    /// The store goes. Main thread.
+    /// The store is being destroyed. Main thread.
     void abandon() { m_store = nullptr; }
 
     void append(const QString &line)
@@ -61,9 +61,9 @@ private:
         Node *node = new Node { line, m_newest.load() };
         while (!m_newest.compare_exchange_weak(node->next, node)) { }
 
-        // An event that is in the queue and has not begun to run will find this line. One that another thread
-        // is only about to post is not counted: what this thread posts next (the end of a run) must come
-        // after its lines.
+        // A queued storeAll() that has not started takes this line too. One that another thread is still
+        // about to post does not count: what this thread posts next (the end of a run) must come after its
+        // lines.
         const quint64 posted = m_eventsPosted.load();
         if (posted > m_eventsBegun.load())
             return;
@@ -84,7 +84,7 @@ private:
             m_store->add(line);
     }
 
-    /// The lines in the order in which they came.
+    /// Empties the stack. Returns its lines in the order in which they were pushed.
     Node *takeAll()
     {
         Node *oldest = nullptr;
@@ -122,7 +122,7 @@ void LogStore::add(const QString &line)
 
     m_textLength += line.size();
     if (++m_countedLines != lines->size()) {
-        // The list was assigned to since the last line.
+        // The list has been reassigned since the last line.
         m_countedLines = lines->size();
         m_textLength = 0;
         for (const QString &kept : lines.get())

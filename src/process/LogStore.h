@@ -15,21 +15,21 @@ class LogStore final : public Observable {
 public:
     /// The most lines kept.
     static constexpr qint64 maxLines = 3000;
-    /// The most UTF-16 code units that the kept lines hold together, about 24 MB: a game that prints without
-    /// ever ending a line comes in pieces of LineSplitter::longestLine, and 3000 of those would fill the
-    /// memory. The newest line stays whatever its length.
+    /// The most UTF-16 code units that the kept lines hold together, about 24 MB: the output of a game that
+    /// never ends a line arrives in pieces of LineSplitter::longestLine, and 3000 of those would exhaust the
+    /// memory. The newest line is kept whatever its length.
     static constexpr qint64 maxTextLength = 12 * 1024 * 1024;
 
     LogStore();
     ~LogStore() override;
 
-    /// Adds one line, without newline characters at its ends; those inside it stay, and an empty line is a
-    /// line. On the main thread the line is stored before this returns. From any other thread it is stored on
-    /// a later turn of the main thread's event loop, in the order of the calls; it is dropped when the store
-    /// is gone by then.
+    /// Adds one line, without newline characters at its ends; those inside it stay, and an empty line counts.
+    /// On the main thread the line is stored before this returns. From any other thread it is stored on a
+    /// later turn of the main thread's event loop, in the order of the calls, or dropped if the store has
+    /// been destroyed by then.
     void append(const QString &line);
 
-    /// `append` as a callback that may outlive the store: then it does nothing. Made on the main thread.
+    /// Returns `append` as a callback. It may outlive the store, and then does nothing. Main thread only.
     std::function<void(const QString &)> appender() const;
 
     /// The log. The model empties it by assigning an empty list.
@@ -40,9 +40,9 @@ private:
 
     void add(const QString &line);
 
-    /// What other threads have appended and the main thread has not yet stored. Shared with those threads, so
-    /// that a late line finds a live inbox even when the store is gone.
+    /// Lines from other threads that the main thread has not stored yet. Shared with those threads, so that a
+    /// late line finds a live inbox even after the store is destroyed.
     std::shared_ptr<Inbox> m_inbox;
-    qint64 m_textLength = 0; // of the m_countedLines first lines
+    qint64 m_textLength = 0; // of the first m_countedLines lines
     qint64 m_countedLines = 0;
 };

@@ -15,11 +15,10 @@
 
 namespace {
 
-/// Even if it is nothing but lines of one letter, the main thread stores it in about a millisecond. Whoever
-/// uses the window over the accessibility bus asks hundreds of small questions for one press, and each waits
-/// for a turn of the event loop.
+/// The main thread stores this much in about a millisecond, even when every line is a single letter. A press
+/// over the accessibility bus takes hundreds of small requests, and each waits for a turn of the event loop.
 constexpr qsizetype pieceSize = 8 * 1024;
-/// Enough to keep the reader busy while the main thread stores, little enough for one turn of its event loop.
+/// Enough to keep the reader busy while the main thread stores, few enough for one turn of its event loop.
 constexpr int mostNotesOut = 2;
 
 constexpr qsizetype nothingNow = -1;
@@ -27,7 +26,7 @@ constexpr qsizetype closed = 0;
 
 }
 
-/// How far the reading may go, told from other threads: a wake-up follows every change.
+/// Paces the reader. Other threads report to it, and every report wakes the reader.
 class OutputReader::Pace final {
 public:
     int open()
@@ -62,7 +61,7 @@ private:
     void wake() const
     {
         const char byte = 0;
-        // A full pipe wakes just as well.
+        // A full pipe wakes the reader just as well.
         while (::write(m_wake.writeEnd.get(), &byte, 1) < 0 && errno == EINTR) { }
     }
 
@@ -106,7 +105,7 @@ void OutputReader::read()
 {
     bool isOpen = true;
     bool isDraining = false;
-    qsizetype left = pieceSize; // how much may still be read; counts down once the child has ended
+    qsizetype left = pieceSize; // how many bytes may still be read; counts down once the child has ended
     while (left > 0) {
         pollfd watched[] = { { m_pace->wakeDescriptor(), POLLIN, 0 }, { m_output.readEnd.get(), POLLIN, 0 } };
         const bool mayRead = isOpen && m_pace->mayRead();
@@ -114,8 +113,8 @@ void OutputReader::read()
         m_pace->clearWake();
 
         if (m_pace->isChildEnded() && !isDraining) {
-            // What is in the pipe now is all that the child can have written. What others who hold the pipe
-            // write from now on, perhaps for ever, is none of its output.
+            // Everything the child wrote is in the pipe by now. What other processes write from here on,
+            // perhaps for ever, is not the child's output.
             isDraining = true;
             int available = 0;
             ::ioctl(m_output.readEnd.get(), FIONREAD, &available);

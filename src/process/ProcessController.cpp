@@ -19,10 +19,10 @@ QString couldNotStartLine(const QString &executable, int error)
         .arg(QFileInfo(executable).fileName(), qt_error_string(error));
 }
 
-/// An errno value, 0 for success.
+/// Returns an errno value, 0 on success.
 ///
-/// Not a thread of a pool: a run keeps its thread for the game's whole life, a pool's other work would wait
-/// for it, and so would the end of the program, for a game that will not end.
+/// Not a pool thread: a run occupies its thread for the game's whole life. The pool's other tasks would have
+/// to wait for it, and so would the program's exit if the game never ended.
 template <typename Work> int startOwnThread(Work work)
 {
     try {
@@ -56,7 +56,7 @@ QCoro::Task<qint32> ProcessController::run(QString executable, QStringList argum
               postToMainThread([completion, status] { completion.settle(status); });
           });
     if (error != 0) {
-        // Even this run ends after its caller has returned, and can be cancelled in between.
+        // This run, too, must not end before its caller has returned, and it can be cancelled in between.
         co_await nextTurn();
         if (isCancelled())
             co_return cancelledBeforeLaunch;
@@ -122,7 +122,7 @@ qint32 ProcessController::runToEnd(const QString &executable, const QStringList 
     return end.status;
 }
 
-/// Makes `process` the one that `cancel` reaches. False when the run was cancelled already.
+/// Makes `process` the one that `cancel` and `kill` reach. Returns false when the run is already cancelled.
 bool ProcessController::admit(std::shared_ptr<ChildProcess> process)
 {
     const std::lock_guard lock(m_lock);
@@ -132,17 +132,17 @@ bool ProcessController::admit(std::shared_ptr<ChildProcess> process)
     return true;
 }
 
-/// The child that `admit` let in, until its end.
+/// The child that `admit` accepted, until its end; otherwise null.
 std::shared_ptr<ChildProcess> ProcessController::admitted() const
 {
     const std::lock_guard lock(m_lock);
     return m_process;
 }
 
-/// From here on `cancel` reaches nothing.
+/// After this, `cancel` and `kill` reach no child.
 void ProcessController::release(bool endedBySignal)
 {
-    std::shared_ptr<ChildProcess> ended; // destroyed after the lock is let go
+    std::shared_ptr<ChildProcess> ended; // destroyed after the lock is released
     const std::lock_guard lock(m_lock);
     m_endedBySignal = endedBySignal;
     ended.swap(m_process);

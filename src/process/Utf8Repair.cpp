@@ -13,7 +13,7 @@ struct Sequence {
     uchar secondHighest = 0xBF;
 };
 
-/// The second byte's limits keep out overlong forms, surrogates and what lies beyond U+10FFFF.
+/// The second byte's limits exclude overlong forms, surrogates and code points above U+10FFFF.
 Sequence sequenceFrom(uchar lead)
 {
     if (lead < 0x80)
@@ -54,7 +54,7 @@ qsizetype wellFormedPrefix(QByteArrayView bytes, const Sequence &sequence)
 
 QString decodeValid(QByteArrayView bytes)
 {
-    // Which takes a byte order mark for none of the text.
+    // QString::fromUtf8 would drop a leading byte order mark.
     if (!bytes.startsWith('\xEF'))
         return QString::fromUtf8(bytes);
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
@@ -70,7 +70,7 @@ QString Utf8Repair::decode(QByteArrayView bytes)
 
     QString text;
     text.reserve(bytes.size());
-    qsizetype valid = 0; // where the well-formed characters begin that are not in `text` yet
+    qsizetype valid = 0; // where the well-formed bytes not yet in `text` begin
     qsizetype at = 0;
     while (at < bytes.size()) {
         const Sequence sequence = sequenceFrom(static_cast<uchar>(bytes[at]));

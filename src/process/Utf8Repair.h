@@ -3,13 +3,12 @@
 #include <QByteArrayView>
 #include <QString>
 
-/// Bytes that should be UTF-8, as text.
+/// Decodes bytes that should be UTF-8 but may not be.
 namespace Utf8Repair {
 
-/// `bytes` decoded, with one U+FFFD for every longest run of bytes that begins a character and does not
-/// complete it, and for every byte that cannot begin one: the practice that the Unicode standard recommends.
-/// A byte order mark is a character like any other. Not Qt's own repair, which puts one replacement for every
-/// byte of a cut-off character.
+/// Decodes `bytes`. Each longest run of bytes that begins a character but does not complete it, and each byte
+/// that cannot begin one, becomes one U+FFFD, as the Unicode Standard recommends. A byte order mark is kept
+/// like any other character. Qt's own decoder writes one U+FFFD for every byte of a truncated character.
 QString decode(QByteArrayView bytes);
 
 /// How many bytes at the end of `bytes` begin a character that following bytes could complete: 0 to 3.
