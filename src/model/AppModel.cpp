@@ -16,16 +16,16 @@
 
 namespace {
 
-/// How much of the log goes under a failure message.
+/// How many lines of the log are shown under a failure message.
 constexpr qsizetype failureLineCount = 30;
 
-/// How long an import may take to end when the player cancels it.
+/// How long a cancelled import may take to end before it is killed.
 constexpr std::chrono::seconds importPatience { 5 };
 
-/// The newest report of a download that the main thread has not seen yet, if any. Any thread.
+/// The newest download report that the main thread has not seen yet, if any. Thread-safe.
 class UnseenReport final {
 public:
-    /// Puts `other` in place of the report, and gives what was there.
+    /// Replaces the report with `other` and returns the old one.
     std::optional<DownloadProgress> exchange(std::optional<DownloadProgress> other)
     {
         const std::lock_guard guard(m_lock);
@@ -87,7 +87,7 @@ QCoro::Task<> AppModel::readInfo(QString projectFolder)
     const int reading = ++m_infoReading;
     auto inspect = [projectFolder] { return ProjectInspector::inspect(projectFolder); };
     const ProjectInfo facts = co_await runInBackground(std::move(inspect));
-    // What was read of a game that was removed or read again meanwhile is no longer true.
+    // Drop facts about a game that was removed or read again meanwhile.
     if (!self || reading != m_infoReading)
         co_return;
     info = facts;
@@ -102,8 +102,8 @@ void AppModel::forgetInfo()
 
 void AppModel::cancel() { cancelWithin(importPatience); }
 
-/// Cancels the action, and after `patience` kills an import that has not ended by itself. An import holds
-/// nothing that the player made, and what it leaves half-made is made again by the next one.
+/// Cancels the action, and after `patience` kills an import that has not ended. Killing it is safe: an import
+/// touches nothing that the player made, and the next one redoes what is incomplete.
 void AppModel::cancelWithin(std::chrono::milliseconds patience)
 {
     repo.cancel();
@@ -143,11 +143,11 @@ void AppModel::setProgress(DownloadProgress downloadProgress)
 
 std::function<void(DownloadProgress)> AppModel::progressOnMainThread()
 {
-    // The server decides how often a download reports; only the newest report is kept for the main thread.
+    // The server determines how often a download reports; the main thread only needs the newest report.
     const auto newest = std::make_shared<UnseenReport>();
     return [self = QPointer<AppModel>(this), newest](DownloadProgress downloadProgress) {
         if (newest->exchange(downloadProgress))
-            return; // the one before it is on its way and takes this one along
+            return; // a queued call will deliver this one too
         postToMainThread([self, newest] {
             const auto latest = newest->exchange(std::nullopt);
             if (self)

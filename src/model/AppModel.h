@@ -25,20 +25,20 @@ class QUrl;
 class Workspace;
 
 /// Everything that the window shows, and every action that the player can take. The views read the published
-/// fields and call the verbs; they decide nothing. At most one action runs at a time. Main thread only.
+/// fields and call the methods; they decide nothing. At most one action runs at a time. Main thread only.
 ///
-/// What it is given (preferences, file browser, pasteboard) outlives it; the log, the runner, the downloaders
-/// and the running action are its own. It must not die while an action runs.
+/// The constructor's arguments (preferences, file browser, pasteboard) must outlive the model; it owns the
+/// log, the runner, the downloaders and the running action. It must not be destroyed while an action runs.
 class AppModel final : public Observable {
     Q_OBJECT
 
 public:
-    /// Works the state out from the disk and reads the project facts in the background.
+    /// Works out the state from the disk and reads the project facts in the background.
     AppModel(Preferences &preferences, Workspace &workspace, Pasteboard &pasteboard,
              TransferRules rules = {});
     ~AppModel() override;
 
-    /// Works `state` out from the disk: `ready` when game, engine and import marker are in place, else
+    /// Works out `state` from the disk: `ready` when game, engine and import marker are in place, otherwise
     /// `notDownloaded`. Does nothing while an action or the game runs or a failure is shown.
     void refreshState();
     /// Reads the project facts into `info` in the background, then refreshes the state.
@@ -46,29 +46,30 @@ public:
 
     /// Installs whatever is missing and starts the game. Ignored while an action or the game runs.
     void play();
-    /// Asks the action in progress to stop, and ends an import that does not follow; the game is not touched.
+    /// Asks the running action to stop, and kills an import that does not stop in time; the game is not
+    /// touched.
     void cancel();
     /// Downloads the game again; the engine and the saves stay. Ignored while an action or the game runs.
     void updateGame();
-    /// Removes game and engine and plays. Ignored while an action or the game runs.
+    /// Removes the game and the engine, then calls `play`. Ignored while an action or the game runs.
     void reinstall();
-    /// Stops what runs and removes the launcher's whole folder. Ignored while the game runs.
+    /// Stops the running action and removes the launcher's whole folder. Ignored while the game runs.
     void removeEverything();
-    /// Works `freeableBytes` out in the background.
+    /// Computes `freeableBytes` in the background.
     void computeFreeableSize();
     /// Shows the launcher's folder in the file browser.
     void revealInFinder();
-    /// Opens the folder of the game's saves in the file browser, or the nearest one that exists.
+    /// Opens the game's save folder in the file browser, or its nearest parent that exists.
     void showSaves();
     /// Opens `page` in the desktop's web browser.
     void browse(const QUrl &page);
     /// Puts the failure message and its lines on the pasteboard.
     void copyFailure();
-    /// Asks a running game to end, without waiting: the player has confirmed to quit.
+    /// Asks a running game to end, without waiting for it: the player has confirmed quitting.
     void stopForQuit();
-    /// To be called once, when the launcher ends: stops the action in progress, hashing and unpacking
-    /// included, and resumes when it has unwound, its child ended and its scratch folder gone. No action
-    /// starts from then on.
+    /// Call once, when the launcher quits. Stops the running action, even while it hashes or unpacks, and
+    /// completes when the action has finished, its child has ended and its scratch folder is removed. No
+    /// action starts from then on.
     QCoro::Task<> windDown();
 
     /// Whether Play, Update or Reinstall runs.
@@ -77,19 +78,19 @@ public:
     Published<AppState> state { this, AppState::notDownloaded() };
     /// The current step's line; empty when no step runs.
     Published<QString> stepText { this };
-    /// Download fraction from 0.0 to 1.0; none when it is not known.
+    /// Download fraction from 0.0 to 1.0; no value when it is unknown.
     Published<std::optional<double>> progress { this };
     /// The download's bytes and speed.
     Published<QString> progressDetail { this };
-    /// The sentence of the failure view; none when no failure is shown.
+    /// The sentence of the failure view; no value when no failure is shown.
     Published<std::optional<QString>> failureMessage { this };
     /// The last log lines, shown under the failure message.
     Published<QStringList> failureLines { this };
-    /// Facts of the downloaded game; none before the first download.
+    /// Facts about the downloaded game; no value until they are read.
     Published<std::optional<ProjectInfo>> info { this };
     /// Whether the log panel is open. Only views change it.
     Published<bool> showLog { this, false };
-    /// Size of the launcher's folder in bytes, as last worked out by `computeFreeableSize`.
+    /// Size of the launcher's folder in bytes, as last computed by `computeFreeableSize`.
     Published<qint64> freeableBytes { this, 0 };
     /// A short informational line.
     Published<std::optional<QString>> notice { this };
@@ -110,7 +111,7 @@ private:
     void forgetInfo();
     void cancelWithin(std::chrono::milliseconds patience);
 
-    // The action slot and the road from nothing to a running game (InstallFlow.cpp)
+    // The running action and the steps from nothing to a running game (InstallFlow.cpp)
     using Action = QCoro::Task<> (AppModel::*)(std::stop_token);
     void startAction(Action action);
     QCoro::Task<> runAction(Action action, std::stop_token stop);
@@ -129,27 +130,27 @@ private:
     // Update and removal (Maintenance.cpp)
     QCoro::Task<> runUpdate(std::stop_token stop);
     QCoro::Task<> sumRoot();
-    /// What tells the player that nothing on this desktop opens what they asked for.
+    /// Returns a callback that shows `sentence` as a notice, for when the desktop could not open something.
     std::function<void()> notOpened(const QString &sentence);
 
     Preferences &m_preferences;
     Workspace &m_workspace;
     Pasteboard &m_pasteboard;
 
-    /// Requested when the launcher itself ends.
+    /// Requested when the launcher quits.
     std::stop_source m_end;
-    /// Settled when the action that was running then has unwound.
+    /// Settled when the action running at that time has finished.
     Completion<bool> m_unwound;
 
-    /// The one long-running action in progress.
+    /// The running action, if any.
     std::optional<WorkTask> workTask;
     RepoDownloader repo;
     EngineManager engines;
     /// The controller of the import pass while step 3 runs.
     std::shared_ptr<ProcessController> importController;
 
-    /// Counts the readings of the project facts, so that an overtaken one is dropped.
+    /// Counts the reads of the project facts, so that the result of an outdated one is dropped.
     int m_infoReading = 0;
-    /// Everything was removed while an action ran: what it wrote or read after that goes when it ends.
+    /// Everything was removed during an action: what it has written or read since is discarded at its end.
     bool m_removeRootAgain = false;
 };

@@ -6,7 +6,7 @@
 class AppState final {
 public:
     enum class Case {
-        Downloading, ///< a download and unpack step runs; the text says of what
+        Downloading, ///< something is being downloaded and unpacked; the text says what
         Needs, ///< a failure is shown; the text is its message
         NotDownloaded, ///< game, engine or import is missing; Play starts the full flow
         SettingUp, ///< the first-time import runs
@@ -24,7 +24,7 @@ public:
     static AppState playing() { return { Case::Playing, {} }; }
 
     Case kind() const { return m_case; }
-    /// What is downloaded, or the failure message; empty in the other cases.
+    /// What is being downloaded, or the failure message; empty in the other cases.
     const QString &text() const { return m_text; }
 
     bool operator==(const AppState &) const = default;

@@ -10,7 +10,7 @@ constexpr double shortestProperRun = 10.0;
 /// To the nearest whole number, halves away from zero.
 qint64 wholeSeconds(double seconds)
 {
-    // Two readings of a clock never differ by this; going on would show the player a made-up number.
+    // Two readings of a clock never differ by this much; continuing would show the player a made-up number.
     if (!std::isfinite(seconds)
         || std::abs(seconds) >= static_cast<double>(std::numeric_limits<qint64>::max()))
         qFatal("The game's running time is not a number of seconds.");

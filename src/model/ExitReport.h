@@ -15,5 +15,5 @@ struct ExitReport {
 };
 
 /// Judges one run. A game that closes within ten seconds did not start properly, whatever its exit status:
-/// players do not leave a game that soon, games that lack something do, and many of them with status 0.
+/// players do not quit that soon, but games that lack something do, and many of them with status 0.
 ExitReport exitReport(const GameExit &exit);

@@ -13,7 +13,7 @@
 
 namespace {
 
-/// A game that still runs after this time counts as playing.
+/// A game that is still running after this time counts as playing.
 constexpr std::chrono::seconds startingTime { 4 };
 
 }
@@ -26,10 +26,10 @@ void AppModel::launch(const EngineSpec &spec, const QString &engine, const QStri
     const QStringList arguments
         = gameArguments(project, m_preferences.fullscreen(), m_preferences.resolution());
     state = AppState::starting();
-    // The runner, which calls nobody once it goes, goes with this.
+    // Capturing `this` is safe: the runner is our member and never calls back after destruction.
     runner.launch(engine, arguments, log, [this](const GameExit &exit) { gameEnded(exit); });
-    // Precise, because a coarse timer may fire a fifth of a second early; and about this run only, because
-    // the player may stop the game and start it again before the timer fires.
+    // Precise, because a coarse timer may fire 200 ms early. It checks the run, because the player may stop
+    // the game and start it again before the timer fires.
     QTimer::singleShot(startingTime, Qt::PreciseTimer, this, [this, run = runner.controller()] {
         const bool stillRuns = runner.isRunning && runner.controller() == run;
         if (stillRuns && state->kind() == AppState::Case::Starting)

@@ -1,5 +1,5 @@
-// The action slot, and the road from nothing to a running game: four steps, each skipped when what it makes
-// is there.
+// The running action, and the four steps from nothing to a running game. Each step is skipped when its result
+// already exists.
 
 #include "AppModel.h"
 
@@ -27,7 +27,7 @@ void AppModel::startAction(Action action)
 
 QCoro::Task<> AppModel::runAction(Action action, std::stop_token stop)
 {
-    // The action begins when the press has been handled, with its handle in place.
+    // Start on a later turn: by then the press has been handled and `workTask` holds this task.
     co_await nextTurn();
     auto clearing = [stop] { return Leftovers::clear(stop); };
     co_await runInBackground(std::move(clearing));
@@ -74,7 +74,7 @@ QCoro::Task<> AppModel::installAndLaunch(std::stop_token stop)
 
     auto inspect = [project] { return ProjectInspector::inspect(project); };
     const ProjectInfo facts = co_await runInBackground(std::move(inspect));
-    ++m_infoReading; // newer than whatever the background may still be reading
+    ++m_infoReading; // outdates whatever is still being read
     info = facts;
 
     const EngineSpec spec = EngineManager::spec(facts);
@@ -139,8 +139,8 @@ QCoro::Task<> AppModel::provideImport(EngineSpec spec, QString executable, QStri
     auto importing = engines.importProject(spec, executable, project, &log, importController);
     const bool imported = co_await importing;
     importController.reset();
-    // A pass that was cut short may have left half of the files, and they look like all of them from outside:
-    // the next Play imports again.
+    // An interrupted import may have written only some of the files, which does not show from outside.
+    // Without the marker the next Play imports again.
     if (stop.stop_requested())
         Leftovers::discard(EngineManager::markerURL(spec));
     throwIfCancelled(stop);
@@ -164,7 +164,8 @@ void AppModel::endFlow(const std::exception &error, const std::stop_token &stop)
     log.append(QStringLiteral("Cancelled."));
     stepText = QString();
     state = AppState::notDownloaded();
-    // The slot is empty for this one call, so that the player sees at once what is in place.
+    // refreshState() does nothing while an action runs. Clear `workTask` for this one call, so that the
+    // player sees at once what is in place.
     auto handle = std::exchange(workTask, std::nullopt);
     refreshState();
     workTask = std::move(handle);

@@ -1,4 +1,4 @@
-// What the player can do with what was downloaded, beside playing it.
+// What the player can do with the downloaded game, besides playing it.
 
 #include "AppModel.h"
 
@@ -18,7 +18,7 @@
 
 namespace {
 
-/// How long an import may take to end when the launcher does, which itself does not wait much longer.
+/// How long an import may take to end when the launcher quits, which itself does not wait much longer.
 constexpr std::chrono::milliseconds farewellPatience { 300 };
 
 QString folderSentence(const QString &folder)
@@ -37,8 +37,7 @@ QCoro::Task<> AppModel::runUpdate(std::stop_token stop)
         enterStep(QStringLiteral("Updating the game (your save files are kept)"));
         auto installing = repo.install(&log, progressOnMainThread(), stop);
         co_await installing;
-        // Everything may have been removed in the last moments, when nothing looked for a cancellation any
-        // more.
+        // Everything may have been removed after the installation's last check for cancellation.
         if (m_removeRootAgain)
             throw CancellationError();
         loadInfo();
@@ -59,7 +58,7 @@ void AppModel::reinstall()
 {
     if (workTask || runner.isRunning)
         return;
-    Leftovers::beginToClear(); // or a game that was about to be replaced would come back
+    Leftovers::beginToClear(); // or a later clearing would put back a game that was about to be replaced
     Leftovers::discard(Paths::gameFolder());
     Leftovers::discard(Paths::engineFolder());
     forgetInfo();
@@ -72,8 +71,7 @@ void AppModel::removeEverything()
     if (runner.isRunning)
         return;
     cancel();
-    // An action that is still unpacking may put files back before it notices: what it leaves goes when it
-    // ends.
+    // An action that is still unpacking may write files before it notices; they are discarded when it ends.
     m_removeRootAgain = workTask.has_value();
     Leftovers::discardAll();
     forgetInfo();

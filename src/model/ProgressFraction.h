@@ -4,5 +4,5 @@
 
 #include <optional>
 
-/// How much of a download has come, from 0.0 to 1.0; none when its size is not known.
+/// The fraction of a download that has arrived, from 0.0 to 1.0; no value when its size is unknown.
 std::optional<double> progressFraction(const DownloadProgress &progress);

@@ -14,7 +14,7 @@ QString stripped(const QString &name)
     return name.mid(start, end - start);
 }
 
-/// The folder name that the engine makes of a project's name.
+/// The folder name that the engine derives from a project's name.
 QString engineFolderName(QString projectName)
 {
     projectName = stripped(projectName);
@@ -32,7 +32,7 @@ QStringList saveFolderCandidates(const QString &godotData, const QString &projec
     const QString allGames = godotData + QStringLiteral("/app_userdata");
     const QString name = engineFolderName(projectName);
     QStringList candidates;
-    // The system would read a name only up to a NUL.
+    // The system would cut the name off at a NUL.
     if (!name.isEmpty() && name != QLatin1StringView(".") && name != QLatin1StringView("..")
         && !name.contains(QChar(u'\0')))
         candidates << allGames + QLatin1Char('/') + name;
