@@ -13,8 +13,8 @@ constexpr int mostScripts = 201;
 // "ui_right" is the longest of the names.
 constexpr qsizetype longestAction = 8;
 
-/// Whether `text` contains `word` in any letter case. Comparing ASCII letters is enough for a lower-case word
-/// of these without "i" and "k", the only ones that are also the lower case of another character.
+/// Whether `text` contains the lower-case `word` in any letter case. Folding ASCII letters is enough as long
+/// as `word` has no "i" or "k", the only ones that are also the lower case of another character.
 bool containsInAnyCase(QByteArrayView text, QByteArrayView word)
 {
     const char small = word.front();
@@ -33,7 +33,7 @@ bool opensControls(QByteArrayView heading)
     return containsInAnyCase(heading, "control") || containsInAnyCase(heading, "how to play");
 }
 
-/// The size of the sign that makes `line` an item of a list; 0 when there is none.
+/// The size in bytes of the bullet that makes `line` a list item; 0 when there is none.
 qsizetype bulletSize(QByteArrayView line)
 {
     constexpr QByteArrayView roundBullet = "\xe2\x80\xa2";
@@ -64,7 +64,7 @@ struct PendingEntry {
     bool isFolder = false;
 };
 
-/// Puts what `folder` holds on top of `pending`, the first entry topmost.
+/// Pushes what `folder` holds onto `pending`, the first entry on top. Skips hidden entries.
 void pushEntries(const QString &folder, QList<PendingEntry> &pending)
 {
     const auto entries = listFolder(folder);
@@ -76,8 +76,7 @@ void pushEntries(const QString &folder, QList<PendingEntry> &pending)
     }
 }
 
-/// Looks through the scripts in `root` as the disk lists them, the content of each folder right after the
-/// folder.
+/// Searches the scripts in `root` in listing order, depth first.
 ScriptActions actionsOfScripts(const QString &root)
 {
     ScriptActions actions;
@@ -86,7 +85,7 @@ ScriptActions actionsOfScripts(const QString &root)
     pushEntries(root, pending);
     while (!pending.isEmpty() && scripts < mostScripts && !(actions.moves() && actions.jumps())) {
         const PendingEntry entry = pending.takeLast();
-        // A folder may bear a script's name: it counts as one that cannot be read.
+        // A folder may have a script's name: it counts as an unreadable script.
         if (entry.path.endsWith(QLatin1StringView(".gd"))) {
             ++scripts;
             actions.add(TextFile::read(entry.path).value_or(QByteArray()));

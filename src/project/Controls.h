@@ -13,12 +13,13 @@ struct ControlsList {
     bool operator==(const ControlsList &) const = default;
 };
 
-/// The first eight bullets under the README's headings about the controls; without any, what the scripts of
-/// the game in `root` tell. `readme` is in UTF-8 and is given away: both it and a script may be large.
+/// The first eight bullets under the README's headings about the controls; without any, what the scripts in
+/// `root` reveal. `readme` is in UTF-8. Pass it by move: both it and a script may be large, and it is freed
+/// before the scripts are read.
 ControlsList controlsList(QByteArray readme, const QString &root);
 
-/// Which of the engine's own input actions the game's scripts name, as if they were one text: a name may even
-/// begin at the end of one script and end in the next.
+/// Finds which of the engine's own input actions the game's scripts name. The scripts count as one text: a
+/// name may even begin at the end of one and end in the next.
 class ScriptActions final {
 public:
     /// `script` is in UTF-8.
@@ -32,6 +33,6 @@ private:
 
     bool m_moves = false;
     bool m_jumps = false;
-    /// The end of what has been added, one character shorter than the longest name.
+    /// The last bytes added, one byte shorter than the longest name.
     QByteArray m_end;
 };

@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <system_error>
 
-// Not QDir, which sorts and asks the disk about every entry. Here most file systems give the kind of an entry
-// together with its name; `symlink_status` would ask all the same.
+// Not QDir, which sorts and calls stat() for every entry. Most file systems report the type of an entry with
+// its name, and this iterator uses that; `symlink_status` would call stat() regardless.
 std::optional<QList<FolderEntry>> listFolder(const QString &folder)
 {
     std::error_code error;
@@ -16,11 +16,11 @@ std::optional<QList<FolderEntry>> listFolder(const QString &folder)
 
     QList<FolderEntry> entries;
     while (iterator != std::filesystem::directory_iterator()) {
-        // An entry whose kind cannot be told is nothing to walk into.
+        // An entry of unknown type is not walked into.
         std::error_code unknown;
         const bool isFolder = !iterator->is_symlink(unknown) && iterator->is_directory(unknown);
         entries.append({ QFile::decodeName(iterator->path().filename().c_str()), isFolder });
-        // After an error the iterator is at its end: what has been listed so far counts.
+        // An error moves the iterator to the end: what has been listed so far counts.
         iterator.increment(error);
     }
     return entries;

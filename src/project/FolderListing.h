@@ -5,21 +5,21 @@
 
 #include <optional>
 
-/// One name in a folder.
+/// One entry of a folder.
 struct FolderEntry {
     QString name;
-    /// A folder itself, not a symbolic link to one: links are never walked through, so that one that leads to
-    /// its own parent, or to the whole disk, costs nothing.
+    /// A folder itself, not a symbolic link to one. Links are never followed: one may lead to its own parent
+    /// or to the whole disk.
     bool isFolder = false;
 
     bool isHidden() const { return name.startsWith(u'.'); }
 };
 
-/// What lies directly in `folder`, hidden entries included, in the order in which the file system gives it;
-/// none when the folder cannot be listed.
+/// The entries directly in `folder`, hidden ones included, in the file system's order; no value when the
+/// folder cannot be listed.
 std::optional<QList<FolderEntry>> listFolder(const QString &folder);
 
-/// The first name that `listFolder` gives and `qualifies` accepts, as a path; none when there is none.
+/// The path of the first entry in listing order whose name `qualifies` accepts; no value when there is none.
 template <typename Predicate> std::optional<QString> firstPath(const QString &folder, Predicate qualifies)
 {
     const auto entries = listFolder(folder);

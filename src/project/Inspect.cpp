@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Keeps the file's text no longer than needed: it may be large.
+/// A function of its own, so that the file's text, which may be large, is freed at once.
 ProjectFile readProjectFile(const QString &root)
 {
     const auto text = TextFile::read(root + QStringLiteral("/project.godot"));

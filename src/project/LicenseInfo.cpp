@@ -12,8 +12,7 @@ namespace {
 
 constexpr QByteArrayView copyrightWord = "copyright";
 
-/// A whole character and the number of units that it takes: there are digits beyond the first 65,536
-/// characters.
+/// The first code point and its size in UTF-16 code units: some digits lie beyond U+FFFF.
 std::pair<char32_t, qsizetype> firstCharacter(QStringView text)
 {
     const QChar first = text.front();
@@ -22,7 +21,7 @@ std::pair<char32_t, qsizetype> firstCharacter(QStringView text)
     return { first.unicode(), 1 };
 }
 
-/// `text` from its first character on that belongs to no list of years.
+/// `text` without leading years: numbers, spaces, commas and hyphens.
 QStringView withoutLeadingYears(QStringView text)
 {
     while (!text.isEmpty()) {

@@ -3,18 +3,18 @@
 #include <QByteArrayView>
 #include <QString>
 
-/// Under which licence the game is, and whose it is, in the words of its own licence file.
+/// The game's licence and author, in the words of its own licence file.
 struct LicenseInfo {
     QString name;
     QString author;
 
     bool operator==(const LicenseInfo &) const = default;
 
-    /// From the text of a licence file, in UTF-8: its first line that is not empty, and its first copyright
-    /// line without the word, the signs and the years.
+    /// Parses the text of a licence file, in UTF-8. Takes the name from its first non-empty line, and the
+    /// author from its first copyright line without the word, the signs and the years.
     static LicenseInfo parse(QByteArrayView text);
 };
 
-/// From the first entry of `root`, in listing order, whose name begins with LICENSE or COPYING in any letter
-/// case. One that cannot be read counts as empty.
+/// Parses the first entry of `root`, in listing order, whose name begins with LICENSE or COPYING in any
+/// letter case. An unreadable one counts as empty.
 LicenseInfo licenseInfo(const QString &root);

@@ -14,7 +14,7 @@ namespace {
 
 constexpr QByteArrayView section = "[input_devices]";
 
-/// TextFile leaves the mark out, and it is the game's, not ours to drop.
+/// TextFile drops the mark, but it belongs to the game and must stay.
 QByteArray byteOrderMark(const QString &path)
 {
     const QByteArray mark = QByteArrayLiteral("\xef\xbb\xbf");
@@ -44,7 +44,7 @@ std::optional<QByteArray> withMouseAsTouch(QByteArray text)
 void ProjectInspector::enableMouseAsTouch(const QString &root, LogStore &log)
 {
     const QString path = root + QStringLiteral("/project.godot");
-    // Moved on and changed in place: it may be large.
+    // Moved and edited in place, because it may be large.
     auto text = TextFile::read(path);
     if (text)
         text = withMouseAsTouch(*std::move(text));

@@ -12,7 +12,7 @@ constexpr QByteArrayView nameKey = "config/name=";
 constexpr QByteArrayView mainSceneKey = "run/main_scene=";
 constexpr QByteArrayView featuresKey = "config/features=";
 
-/// An optional sign and then digits only, unlike QByteArrayView::toLongLong, which lets spaces pass.
+/// An optional sign, then digits only, unlike QByteArrayView::toLongLong, which accepts spaces.
 std::optional<qint64> decimalInteger(QByteArrayView text)
 {
     const bool isSigned = text.startsWith('+') || text.startsWith('-');

@@ -18,6 +18,6 @@ struct ProjectFile {
     static ProjectFile parse(QByteArrayView text);
 };
 
-/// The texts between pairs of double quotes in `line`, in order, at most `most` of them. Backslashes mean
-/// nothing; a quote that is never closed holds nothing.
+/// The texts between pairs of double quotes in `line`, in order, at most `most` of them. Backslashes are not
+/// special; an unclosed quote is ignored.
 QStringList quoted(QByteArrayView line, qsizetype most = std::numeric_limits<qsizetype>::max());

@@ -12,21 +12,21 @@ class LogStore;
 /// Touches the file system only; any thread.
 namespace ProjectInspector {
 
-/// The shallowest folder in `folder`, at most four levels down, that holds "project.godot", or none. Hidden
-/// folders and what symbolic links lead to are not looked at; of several at one depth the first in listing
-/// order.
+/// The shallowest folder that holds "project.godot": `folder` itself or one at most three levels below it; no
+/// value when there is none. Hidden folders and symbolic links to folders are skipped; of several at one
+/// depth the first in listing order is returned.
 std::optional<QString> findProjectRoot(const QString &folder);
 
 /// The facts of the project in `root`.
 ProjectInfo inspect(const QString &root);
 
-/// Those of them that say which engine the project wants, without reading any other file than the project's:
-/// quick enough for the launcher's start. The rest is as if nothing could be read.
+/// Only the facts that say which engine the project wants. Reads no file but project.godot, so it is quick
+/// enough for the launcher's start. All other fields keep their defaults.
 ProjectInfo inspectForEngine(const QString &root);
 
-/// Lets mouse clicks count as touches in the downloaded copy of a 3.x game whose on-screen buttons know only
-/// touches. Says in `log` what it did; does nothing, without a word, when the project file decides the
-/// setting itself or cannot be read. The file is replaced atomically.
+/// Makes mouse clicks count as touches in the downloaded copy of a 3.x game whose on-screen buttons only
+/// react to touches. Replaces the file atomically and logs the outcome. Does nothing, silently, when the
+/// project file already names the setting or cannot be read.
 void enableMouseAsTouch(const QString &root, LogStore &log);
 
 }

@@ -7,12 +7,12 @@
 
 namespace {
 
-// How far down the project file itself may lie: 1 is directly in the searched folder.
+// The deepest level at which the project file may lie; 1 is directly in the searched folder.
 constexpr int deepestLevel = 4;
 
 }
 
-// Level by level: the first match found is the shallowest, and a level's folders stand in listing order.
+// Breadth first, so that the first match is the shallowest; the folders of a level are in listing order.
 std::optional<QString> ProjectInspector::findProjectRoot(const QString &folder)
 {
     QStringList folders { folder };

@@ -45,12 +45,12 @@ QString blurb(QByteArrayView readme, const QString &fallback)
                 if (heading.isEmpty())
                     heading = TextLines::withoutMarkdown(line);
             } else if (paragraph.isEmpty() && isSentence(line)) {
-                // Fewer words may be left of it.
+                // Removing the Markdown may leave fewer words.
                 const QString text = TextLines::withoutMarkdown(line);
                 if (isSentence(text.toUtf8()))
                     paragraph = text;
             }
-            // The heading may stand below the paragraph.
+            // The heading may come after the paragraph.
             return heading.isEmpty() || paragraph.isEmpty();
         },
         longestParagraph);

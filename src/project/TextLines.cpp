@@ -9,7 +9,7 @@ bool isBlank(QChar character) { return character == u' ' || character == u'\t'; 
 
 bool isPlainNewline(char byte) { return byte >= '\n' && byte <= '\r'; }
 
-/// How many bytes the newline character takes that begins at `at`; 0 when there is none.
+/// The size in bytes of the newline character at `at`; 0 when there is none.
 qsizetype newlineSize(const char *at, const char *end)
 {
     const auto first = static_cast<unsigned char>(*at);
@@ -41,7 +41,7 @@ QByteArrayView TextLines::takeLine(QByteArrayView &rest, qsizetype longest)
     const char *const end = rest.data() + rest.size();
     const char *start = rest.data();
     while (start != end) {
-        // The quick way over empty lines and indentation.
+        // Fast path over empty lines and indentation.
         if (isBlank(*start) || isPlainNewline(*start)) {
             ++start;
             continue;
@@ -49,7 +49,7 @@ QByteArrayView TextLines::takeLine(QByteArrayView &rest, qsizetype longest)
         const char *at = start;
         qsizetype size = 0;
         for (; at != end; ++at) {
-            // The quick way over nearly everything: no newline character begins with any of these bytes.
+            // Fast path over nearly everything: no newline character begins with any of these bytes.
             const auto byte = static_cast<unsigned char>(*at);
             if ((byte > 0x0d && byte < 0xc2) || byte > 0xe2)
                 continue;
