@@ -16,7 +16,7 @@
 
 namespace {
 
-/// The program is gone within a second of the player's leaving, however long what still runs takes to unwind.
+/// The program ends within a second of the player quitting, however long running work takes to stop.
 constexpr std::chrono::milliseconds longestFarewell { 900 };
 
 }
@@ -26,7 +26,7 @@ AppDelegate::AppDelegate(std::function<void()> end, QObject *parent)
     , m_end(std::move(end))
     , m_refresh(this, [this] { answerIfGameEnded(); })
 {
-    // The window is gone before the program is: what still runs unwinds in between.
+    // The window disappears first; running work is stopped before the event loop exits.
     QGuiApplication::setQuitOnLastWindowClosed(false);
     connect(qGuiApp, &QGuiApplication::commitDataRequest, this, &AppDelegate::answerSession,
             Qt::DirectConnection);
@@ -75,7 +75,7 @@ void AppDelegate::quitAtOnce()
 
 QMessageBox *AppDelegate::makeQuitQuestion()
 {
-    // A question below an open sheet could not be answered.
+    // Behind an open sheet the question could not be answered.
     QWidget *owner = QApplication::activeModalWidget();
     if (!owner)
         owner = m_window;
@@ -111,7 +111,7 @@ void AppDelegate::answerSession(QSessionManager &manager)
 {
     if (m_isLeaving || !m_model || !m_model->runner.isRunning || !manager.allowsInteraction())
         return;
-    // The session waits for the answer inside this call: the one question that cannot be asked in passing.
+    // commitDataRequest() needs the answer before it returns, so this blocks.
     delete m_question;
     m_question = makeQuitQuestion();
     m_question->setAttribute(Qt::WA_DeleteOnClose, false);
@@ -121,7 +121,7 @@ void AppDelegate::answerSession(QSessionManager &manager)
     delete m_question;
     manager.release();
     if (m_isLeaving)
-        return; // the system ended the program meanwhile
+        return; // a termination signal arrived meanwhile
     if (!quits) {
         manager.cancel();
         return;

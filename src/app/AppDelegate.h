@@ -14,31 +14,31 @@ class QPushButton;
 class QSessionManager;
 class QWidget;
 
-/// Ends the program when its window is closed, and asks before that while the game runs. Every way out comes
-/// through here: the window's close button, the shortcuts, the desktop's own quit and the end of the session.
-/// A game that ends while the question is shown answers it: there is nothing left to ask.
+/// Quits the program when its window is closed, and asks first while the game is running. Every way to quit
+/// comes through here: the window's close button, the shortcuts, the desktop's own Quit and the end of the
+/// session. If the game ends while the question is open, the program quits: there is nothing left to ask.
 ///
-/// It has no model until the window is first shown; until then it lets the program end at once. Main thread.
-/// The model and the window outlive it.
+/// It has no model until the window is first shown; until then it quits at once. Main thread. The model and
+/// the window outlive it.
 class AppDelegate final : public QObject {
     Q_OBJECT
 
 public:
-    /// `end` ends the program's event loop.
+    /// `end` must exit the event loop. It is called at most once.
     explicit AppDelegate(std::function<void()> end, QObject *parent = nullptr);
 
-    /// The model's window, once, before it is shown.
+    /// Called once, before `window` is shown.
     void attach(AppModel &model, QWidget &window);
 
-    /// Asks whatever must be asked and ends the program, or not. Asking again while the question is shown
-    /// changes nothing.
+    /// Quits the program, but asks the player first if the game is running. Does nothing while the question
+    /// is open.
     void requestQuit();
 
-    /// Ends the program without a question, and the game with it: nobody is there to answer.
+    /// Stops the game and quits without asking: nobody may be there to answer.
     void quitAtOnce();
 
 Q_SIGNALS:
-    /// The program ends now; what still runs is asked to unwind.
+    /// Quitting has begun; whatever is still running is about to be stopped.
     void leaving();
 
 protected:
@@ -55,7 +55,7 @@ private:
 
     const std::function<void()> m_end;
     AppModel *m_attached = nullptr;
-    /// Absent until the window is first shown.
+    /// Null until the window is first shown.
     AppModel *m_model = nullptr;
     QPointer<QWidget> m_window;
     QPointer<QMessageBox> m_question;

@@ -16,8 +16,8 @@ constexpr double figureSize = 64;
 constexpr double shadowRadius = 4;
 constexpr double shadowOpacity = 0.33;
 
-/// Drawn small and then enlarged, which makes it soft at a fraction of what a real blur would cost the
-/// launcher's start.
+/// Drawn small and then enlarged, which makes it soft at a fraction of the start-up time that a real blur
+/// would cost.
 void paintShadow(QPainter &painter, const QPainterPath &figure)
 {
     constexpr double reach = 2 * shadowRadius;
@@ -29,7 +29,7 @@ void paintShadow(QPainter &painter, const QPainterPath &figure)
     smallPainter.setRenderHint(QPainter::Antialiasing);
     smallPainter.scale(small.width() / area.width(), small.height() / area.height());
     smallPainter.translate(-area.topLeft());
-    // Wider than the figure, so that it is still dark where it comes out from below it.
+    // Wider than the figure, so that it is still dark at the figure's edge.
     smallPainter.setPen(QPen(Qt::black, shadowRadius));
     smallPainter.setBrush(Qt::black);
     smallPainter.drawPath(figure);
@@ -41,7 +41,7 @@ void paintShadow(QPainter &painter, const QPainterPath &figure)
     painter.setOpacity(1);
 }
 
-/// To a screen reader it is a picture; any widget is only filler.
+/// Screen readers announce it as a picture; a plain widget would be mere filler.
 QAccessibleInterface *describe(const QString &className, QObject *object)
 {
     return className == QLatin1StringView(Banner::staticMetaObject.className())
@@ -54,7 +54,7 @@ QAccessibleInterface *describe(const QString &className, QObject *object)
 Banner::Banner(QWidget *parent)
     : QWidget(parent)
 {
-    QAccessible::installFactory(describe); // one that is installed already is not installed again
+    QAccessible::installFactory(describe); // installing it again has no effect
     setFixedHeight(bannerHeight);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setAccessibleName(QStringLiteral("A running figure"));

@@ -2,7 +2,7 @@
 
 #include <QWidget>
 
-/// The picture at the top of the window: a running figure on a bright ground.
+/// The picture at the top of the window: a running figure on a bright background.
 class Banner final : public QWidget {
     Q_OBJECT
 

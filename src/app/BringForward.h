@@ -2,6 +2,6 @@
 
 class QWidget;
 
-/// Shows `window` in front of all others, also one that was minimised. The keyboard goes to the topmost of
-/// the dialogs that cover it.
+/// Shows `window` in front of all others and restores it if it was minimised. The modal dialog that covers
+/// it, if any, gets the focus.
 void bringForward(QWidget &window);

@@ -75,7 +75,7 @@ QSize ContentView::sizeHint() const { return idealSize; }
 void ContentView::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
-    // Whoever starts the launcher wants to play: Return does it.
+    // Players start the launcher to play, so Return presses Play.
     if (auto *play = findChild<PlayButton *>(); play && !focusWidget())
         play->setFocus();
 }
@@ -118,12 +118,12 @@ void ContentView::refresh()
     if (showsLog != !m_log->isHidden()) {
         m_log->setVisible(showsLog);
         if (showsLog)
-            reveal(m_logButton); // the log with it, which stands right above
+            reveal(m_logButton); // and with it the log right above
     }
 }
 
 void ContentView::reveal(QWidget *view)
 {
-    // Once the column has given it its place.
+    // Deferred until the column has laid it out.
     QTimer::singleShot(0, view, [this, view] { m_column->ensureWidgetVisible(view, 0, padding); });
 }

@@ -23,7 +23,7 @@ class ContentView final : public QWidget {
 public:
     ContentView(AppModel &model, Preferences &preferences, QWidget *parent = nullptr);
 
-    /// Each opens its sheet. Nothing happens when it is open already.
+    /// Opens the sheet. Does nothing if it is already open.
     void showSettings();
     void showAbout();
 

@@ -28,7 +28,7 @@ CoveredWindow::CoveredWindow(QWidget *window)
     : QObject(window)
     , m_window(window)
 {
-    // Another display than X11's has no interface to it, or one without a connection.
+    // On other platforms than X11 there is no such interface, or it has no connection.
     const auto *display = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
     xcb_connection_t *connection = display ? display->connection() : nullptr;
     if (!connection)
@@ -40,7 +40,7 @@ CoveredWindow::CoveredWindow(QWidget *window)
 
 bool CoveredWindow::nativeEventFilter(const QByteArray & /*eventType*/, void *message, qintptr * /*result*/)
 {
-    constexpr int sentByOthers = 0x80; // a mark on the kind of an event
+    constexpr int sentByOthers = 0x80; // a flag in the event's type
     constexpr int numbersOf32Bits = 32;
     const auto *event = static_cast<const xcb_generic_event_t *>(message);
     if ((event->response_type & ~sentByOthers) != XCB_CLIENT_MESSAGE)
@@ -50,7 +50,7 @@ bool CoveredWindow::nativeEventFilter(const QByteArray & /*eventType*/, void *me
         && request->data.data32[0] == m_deleteWindow && request->window == m_window->internalWinId();
     if (!asksToClose || !QApplication::activeModalWidget())
         return false;
-    // Not from within the display's own events.
+    // Queued, so that the window is not closed from within a native event filter.
     QMetaObject::invokeMethod(m_window, &QWidget::close, Qt::QueuedConnection);
     return true;
 }

@@ -15,8 +15,7 @@ constexpr int panelPadding = 12;
 constexpr int panelSpacing = 8;
 constexpr double panelRadius = 10;
 constexpr double boxRadius = 6;
-/// Thirty lines of a log are more than belongs between the Play button and the rest: the box scrolls from
-/// here on.
+/// The box scrolls beyond this: a failure's thirty lines would push the rest out of the window.
 constexpr int mostLines = 12;
 
 }
@@ -61,7 +60,7 @@ void FailureView::refresh()
     const QStringList &lines = m_model.failureLines;
     m_box->setVisible(!lines.isEmpty());
     const bool isComplete = m_lines->showLines(lines);
-    // What went wrong stands mostly in the last of them. From there on the player scrolls.
+    // The cause is mostly in the last lines. After that only the player scrolls.
     if (m_shown != lines)
         m_lines->scrollToEnd();
     if (isComplete)

@@ -25,7 +25,7 @@ private:
     TextLabel *m_message = nullptr;
     Panel *m_box = nullptr;
     LogText *m_lines = nullptr;
-    /// What the box was scrolled to the end for.
+    /// The lines last shown in full. Only different ones scroll the box to the end again.
     QStringList m_shown;
     RefreshOnce m_refresh;
 };

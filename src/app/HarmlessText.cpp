@@ -14,7 +14,7 @@ bool isBrokenSurrogate(const QString &text, qsizetype at)
     return character.isLowSurrogate() && (at == 0 || !text.at(at - 1).isHighSurrogate());
 }
 
-/// The character itself where it can be shown as it is.
+/// The character itself if it can be shown as it is, otherwise its substitute.
 QChar shown(QChar character)
 {
     const char16_t code = character.unicode();
@@ -30,7 +30,7 @@ QChar shown(QChar character)
     const bool isControl = code >= 0x80 && code < 0xa0;
     const bool isDirectionMark = code == 0x061c || code == 0x200e || code == 0x200f
         || (code >= 0x202a && code <= 0x202e) || (code >= 0x2066 && code <= 0x2069);
-    // Qt's text document takes 0xfdd0 and 0xfdd1 for its frames and 0xfffc for an embedded picture.
+    // QTextDocument uses 0xfdd0 and 0xfdd1 to mark frames and 0xfffc for embedded objects.
     const bool isLayoutMark
         = (code >= 0xfdd0 && code <= 0xfdef) || code == 0xfffc || code == 0xfffe || code == 0xffff;
     return isControl || isDirectionMark || isLayoutMark ? QChar(QChar::ReplacementCharacter) : character;
@@ -45,7 +45,7 @@ QString harmlessText(const QString &text)
         const QChar character = text.at(at);
         const QChar sign
             = isBrokenSurrogate(text, at) ? QChar(QChar::ReplacementCharacter) : shown(character);
-        // Only writing takes a copy: nearly every text is harmless already.
+        // Only the first write copies the shared string, and nearly every text is harmless already.
         if (sign != character)
             result[at] = sign;
     }

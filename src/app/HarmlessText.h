@@ -2,6 +2,6 @@
 
 #include <QString>
 
-/// `text` as it can be shown: every control character, direction mark, broken character and text-layout mark
-/// of Qt's own becomes a visible sign of the same length. Line feeds and tabs stay.
+/// `text` made safe to show: every control character, direction mark, unpaired surrogate and QTextDocument
+/// marker becomes one visible character, so that the length stays the same. Line feeds and tabs are kept.
 QString harmlessText(const QString &text);

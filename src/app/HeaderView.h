@@ -8,7 +8,7 @@ class AppModel;
 class QVBoxLayout;
 class TextLabel;
 
-/// The banner, the title, and what is known of the game. The model outlives it.
+/// The banner, the title, and what is known about the game. The model outlives it.
 class HeaderView final : public QWidget {
     Q_OBJECT
 

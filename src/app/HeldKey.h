@@ -3,11 +3,12 @@
 #include <QObject>
 #include <QWidget>
 
-/// Keeps a key that is held down from pressing the buttons of an area again and again.
+/// Keeps a held-down key from pressing the buttons of an area again and again.
 ///
-/// X11 sends a held key as releases and presses. Qt marks them as repetitions only where it sees both of a
-/// pair at once, and not always does it; what tells them from a person's is that both bear the same time. The
-/// whole program's keys are watched: the focus may change between the two. The area owns it. Main thread.
+/// X11 reports a held key as pairs of a release and a press. Qt marks these as auto-repeat only if it sees
+/// both events of a pair at once, which it does not always do; but both have the same timestamp, unlike a
+/// person's. The keys of the whole application are watched, since the focus may change between the two. The
+/// area owns it. Main thread.
 class HeldKey final : public QObject {
     Q_OBJECT
 
@@ -20,5 +21,5 @@ protected:
 private:
     QWidget *const m_area;
     int m_releasedKey = 0;
-    quint64 m_releaseTime = 0; // milliseconds of the display's clock; 0 while there was none
+    quint64 m_releaseTime = 0; // milliseconds of the display's clock; 0 before the first release
 };

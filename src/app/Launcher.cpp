@@ -26,8 +26,7 @@
 
 namespace {
 
-/// Where no window can be opened Qt explains itself and then ends the program as if it had crashed. The
-/// explanation is enough.
+/// Without a display Qt prints why and then aborts, which looks like a crash. The message is enough.
 void endWithoutCrash(QtMsgType type, const QMessageLogContext & /*context*/, const QString &message)
 {
     std::fprintf(stderr, "%s\n", qPrintable(message));
@@ -35,7 +34,7 @@ void endWithoutCrash(QtMsgType type, const QMessageLogContext & /*context*/, con
         std::_Exit(EXIT_FAILURE);
 }
 
-/// Qt's application object, alone, with its messages handled for as long as it is being made.
+/// Owns the QApplication. Handles Qt's messages only while it is being constructed.
 class Application final {
 public:
     explicit Application(char *program)
@@ -48,7 +47,7 @@ public:
         QGuiApplication::setDesktopFileName(QStringLiteral(APPLICATION_ID));
         QIcon icon;
         for (const int size : { 16, 24, 32, 48, 64, 128, 256 })
-            // Without its name, Qt loads all its picture formats to find the one it has built in.
+            // Without the format's name Qt loads every image plugin, only to use its built-in decoder.
             icon.addPixmap(QPixmap(QStringLiteral(":/icons/vantor-platformer-%1.png").arg(size), "PNG"));
         QApplication::setWindowIcon(icon);
     }
@@ -62,7 +61,7 @@ private:
 
 void bringForwardWith(const QByteArray &activationToken, QWidget &window)
 {
-    // Where Wayland's windows look for it. The game, which inherits the environment, has no use for it.
+    // Qt's Wayland plugin reads the token from the environment, which the game must not inherit.
     const QByteArray name = "XDG_ACTIVATION_TOKEN";
     qputenv(name.constData(), activationToken);
     bringForward(window);
@@ -76,7 +75,7 @@ void say(const QString &sentence)
     box.exec(); // gate: allowed, because there is no window and no event loop yet
 }
 
-/// The window on its model, from the first to the last turn of the event loop.
+/// Creates the model and the window, and runs the event loop until the program quits.
 int showWindow(OneLauncher &one)
 {
     Preferences preferences;
@@ -95,8 +94,8 @@ int showWindow(OneLauncher &one)
 
     window.show();
     const int status = QApplication::exec();
-    // What has not unwound by now still uses the model, like an engine that ignores being asked to end, or
-    // would be waited for below, like a desktop that does not answer: the player waits for neither.
+    // Work that has not stopped by now still uses the model (an engine that ignores the request to end) or
+    // would block the destructors below (a desktop that does not answer). The player waits for neither.
     const bool isBusy = model.isWorking() || model.runner.isRunning || jobsInBackground() > 0
         || QThreadPool::globalInstance()->activeThreadCount() > 0 || workspace.isWaitingForBus();
     if (isBusy)
@@ -108,10 +107,10 @@ int showWindow(OneLauncher &one)
 
 int Launcher::run(char *program, const QUrl &codeHost)
 {
-    // A peer that is gone is an error of a call, in whichever thread and library, and never the launcher's
-    // end. Children start with the default again.
+    // Writing to a closed socket or pipe must fail with an error, in every thread and library, and never kill
+    // the launcher. Child processes get the default action back.
     std::signal(SIGPIPE, SIG_IGN);
-    // A file that may not grow is an error of the call that writes it, not the launcher's end.
+    // The same for writing beyond the file size limit.
     std::signal(SIGXFSZ, SIG_IGN);
     const Application application(program);
     OneLauncher one(Paths::root());
@@ -127,11 +126,11 @@ int Launcher::run(char *program, const QUrl &codeHost)
                 .arg(one.folder()));
         return EXIT_FAILURE;
     case OneLauncher::Outcome::Holds:
-        // A launcher that was killed could not clear up; no other one is at work in there.
+        // A killed launcher could not clean up. We hold the lock, so nobody else is using the folder.
         Leftovers::beginToClear();
         break;
     case OneLauncher::Outcome::CannotHold:
-        // Where nothing can be written there is nothing to guard, and Play says why it cannot.
+        // If nothing can be written there is nothing to guard, and Play reports the reason.
         break;
     }
     CodeHost::setAddress(codeHost);

@@ -2,12 +2,11 @@
 
 #include <QUrl>
 
-/// The program: builds everything and passes it in, shows the window and runs until the player leaves.
+/// The program: creates and connects all its parts, shows the window and runs until the player quits.
 namespace Launcher {
 
-/// Downloads come from `codeHost`. Returns the program's exit status. `program` is the name that it was
-/// started with; there are no other arguments, since the launcher has no options and does not take Qt's.
-/// Called once, from main.
+/// Runs the launcher, which downloads from `codeHost`, and returns the exit status. `program` is argv[0];
+/// there are no other arguments, not even Qt's own options. Called once, from main.
 int run(char *program, const QUrl &codeHost);
 
 }

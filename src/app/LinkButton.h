@@ -3,7 +3,7 @@
 #include <QPushButton>
 #include <QUrl>
 
-/// An address to be pressed, by mouse or by keyboard. Whoever makes it opens the page.
+/// A link that shows its address and can be clicked or pressed by keyboard. Its owner opens the page.
 class LinkButton final : public QPushButton {
     Q_OBJECT
 
@@ -11,7 +11,7 @@ public:
     explicit LinkButton(const QUrl &address, QWidget *parent = nullptr);
 
     QSize sizeHint() const override;
-    /// Where it is too long for one line it takes more.
+    /// An address that is too long for one line wraps.
     QSize minimumSizeHint() const override;
     bool hasHeightForWidth() const override;
     int heightForWidth(int width) const override;

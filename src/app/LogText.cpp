@@ -16,11 +16,11 @@ namespace {
 
 constexpr int padding = 8;
 
-/// The most that is laid out in one piece. Laying out takes longer than a line is long, and a game may print
-/// a million characters without ever ending one.
+/// The most characters that are laid out in one piece. Layout time grows faster than the length of a line,
+/// and a game may print a million characters without a line feed.
 constexpr qsizetype longestPiece = 2048;
 
-/// How much new text is taken up in one turn of the event loop.
+/// About how many new characters are added in one turn of the event loop.
 constexpr qsizetype mostAtOnce = 512 * 1024;
 
 /// The exact text of a block that shows something else.
@@ -34,7 +34,7 @@ public:
     const QString text;
 };
 
-/// The state of a block that goes on with the line of the block above.
+/// The user state of a block that continues the line of the block before it.
 constexpr int continuesLine = 1;
 
 struct Piece {
@@ -42,7 +42,7 @@ struct Piece {
     bool continues = false;
 };
 
-/// Cuts a line where it has line feeds of its own and where it is too long.
+/// Splits a line at its line feeds and where it is too long.
 QList<Piece> pieces(const QString &line)
 {
     QList<Piece> result;
@@ -52,7 +52,7 @@ QList<Piece> pieces(const QString &line)
         const qsizetype lineFeed = line.indexOf(u'\n', at);
         const qsizetype end = lineFeed < 0 ? line.size() : lineFeed;
         qsizetype length = std::min(end - at, longestPiece);
-        // A character of two halves stays in one piece.
+        // Never split a surrogate pair.
         if (length < end - at && line.at(at + length - 1).isHighSurrogate())
             --length;
         result.append({ line.mid(at, length), continues });
@@ -66,14 +66,14 @@ QList<Piece> pieces(const QString &line)
     }
 }
 
-/// Whether the two are one text in memory: the store moves its lines, it does not copy them.
+/// Whether the two share one buffer. Comparing the text is not necessary: the log store never copies it.
 bool isSame(const QString &one, const QString &other)
 {
     return one.constData() == other.constData() && one.size() == other.size();
 }
 
-/// How many lines have gone from the front of `before` if the others are the first ones of `now`; all of them
-/// if none stayed.
+/// How many lines were dropped from the front of `before`, so that the rest begins `now`: all if none is
+/// left.
 qsizetype droppedLines(const QStringList &before, const QStringList &now)
 {
     for (qsizetype dropped = 0; dropped < before.size(); ++dropped) {
@@ -106,13 +106,13 @@ LogText::LogText(QWidget *parent)
     document()->setDocumentMargin(0);
     setViewportMargins(padding, padding, padding, padding);
 
-    // A line in a script that runs from right to left stays on the left like the others.
+    // Right-to-left text is aligned left like all other lines.
     QTextOption option = document()->defaultTextOption();
     option.setAlignment(Qt::AlignLeft);
     option.setTextDirection(Qt::LeftToRight);
     document()->setDefaultTextOption(option);
 
-    // The panel below is the ground.
+    // The panel behind it paints the background.
     viewport()->setAutoFillBackground(false);
 }
 
@@ -164,7 +164,7 @@ LogText *LogText::withSelection(const QWidget &window)
 void LogText::growUpTo(int lines)
 {
     m_mostLines = lines;
-    // Room that a tall window has to spare is not for the box around the text.
+    // Spare height in a tall window must not stretch the box.
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     fitHeight();
 }
@@ -223,7 +223,7 @@ void LogText::appendLines(const QStringList &lines, qsizetype from, qsizetype en
     QTextCursor tail(document());
     tail.movePosition(QTextCursor::End);
     tail.insertText(shown);
-    // What the player has selected does not grow by what comes after it.
+    // Appending text must not extend the player's selection.
     if (QTextCursor cursor = textCursor(); cursor.anchor() != anchor || cursor.position() != position) {
         cursor.setPosition(anchor);
         cursor.setPosition(position, QTextCursor::KeepAnchor);
@@ -260,10 +260,10 @@ void LogText::fitHeight()
         / std::max(1, first.layout()->lineCount());
     const double most = m_mostLines * lineHeight;
     double wanted = 0;
-    // Laying out stops where the box stops growing.
+    // Blocks beyond the maximum height are not laid out.
     for (QTextBlock block = first; block.isValid() && wanted < most; block = block.next())
         wanted += document()->documentLayout()->blockBoundingRect(block).height();
-    // The text box counts a line that ends on its last pixel as one that does not fit.
+    // QPlainTextEdit treats a line that ends on its last pixel as one that does not fit.
     constexpr int spare = 2;
     const int height = static_cast<int>(std::ceil(std::min(wanted, most))) + spare + 2 * padding;
     if (height != this->height())

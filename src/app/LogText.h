@@ -3,29 +3,27 @@
 #include <QPlainTextEdit>
 #include <QStringList>
 
-/// Lines of a log, to be read, selected and copied. What could harm the display is shown as a sign of its own
-/// and very long lines are laid out in pieces; what is copied is the exact text. Takes up new lines without
-/// laying out the old ones again.
+/// Log lines that can be read, selected and copied. Harmful characters are shown as visible substitutes and
+/// very long lines are laid out in pieces; copying yields the exact text. Adds new lines without laying out
+/// the old ones again.
 class LogText final : public QPlainTextEdit {
     Q_OBJECT
 
 public:
     explicit LogText(QWidget *parent = nullptr);
 
-    /// Shows `lines`, each on a line of its own. The scroll position stays where it is. Of very much new text
-    /// it takes up a part, from the oldest on, and gives false: then it wants to be called again on a later
-    /// turn.
+    /// Shows `lines`, each on a line of its own, and keeps the scroll position. If there is too much new text
+    /// for one turn of the event loop, adds the oldest part and returns false: call it again on a later turn.
     [[nodiscard]] bool showLines(const QStringList &lines);
-    /// Shows one text where there are no lines to show.
+    /// Shows `text` in place of lines.
     void showNotice(const QString &text);
 
     void scrollToEnd();
 
-    /// The text below `window` whose selection the player sees: the one with the focus before the others, or
-    /// null.
+    /// The visible text in `window` that has a selection, preferably the one with the focus; otherwise null.
     static LogText *withSelection(const QWidget &window);
 
-    /// Makes the box as high as its text, at most as high as `lines` lines; without it the layout decides.
+    /// Makes the box as high as its text, up to `lines` lines. Without this call the layout decides.
     void growUpTo(int lines);
 
     QSize minimumSizeHint() const override;

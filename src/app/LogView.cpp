@@ -40,7 +40,7 @@ LogView::LogView(const LogStore &log, QWidget *parent)
 void LogView::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
-    // Once it has its size: only then is it known where the end is.
+    // Deferred: where the end lies is only known once the view has its size.
     m_lineCount = -1;
     m_refresh.schedule();
 }
@@ -56,7 +56,7 @@ void LogView::refresh()
     else
         isComplete = m_text->showLines(lines);
 
-    // A full log that drops a line for each new one keeps its count, and the player's place in it.
+    // A full log drops a line for each new one: its count stays the same, and so does the scroll position.
     if (lines.size() != m_lineCount)
         m_text->scrollToEnd();
     if (isComplete)

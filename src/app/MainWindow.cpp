@@ -22,7 +22,7 @@ MainWindow::MainWindow(AppModel &model, Preferences &preferences)
 {
     setWindowTitle(QStringLiteral("2D Platformer"));
     setCentralWidget(m_content);
-    // On a screen that has not even that, the content scrolls.
+    // On a screen smaller than that the content scrolls.
     setMinimumSize(smallestSize.boundedTo(screen()->availableSize()));
     resize(m_content->sizeHint().boundedTo(screen()->availableSize()));
 

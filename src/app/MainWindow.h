@@ -15,8 +15,8 @@ class MainWindow final : public QMainWindow {
 public:
     MainWindow(AppModel &model, Preferences &preferences);
 
-    /// Lets the keys that close the launcher do so in `dialog` too, if its owner lies in such a window: a
-    /// dialog has none of its window's shortcuts.
+    /// Makes the Close and Quit shortcuts work in `dialog` too, which does not inherit them from its window.
+    /// `dialog` must have a parent.
     static void addWaysOut(QDialog &dialog);
 
 private:

@@ -23,10 +23,10 @@ const QByteArray request = "come forward";
 const QByteArray reply = "came forward\n";
 constexpr qint64 longestRequest = 4096;
 
-/// Between two attempts while the other launcher is just starting or just ending.
+/// Between two attempts, while the other launcher may still be starting or ending.
 constexpr unsigned long pauseInMilliseconds = 20;
 
-/// Where the two launchers meet. Not in the launcher's folder, which may be removed while the first one runs.
+/// The socket of the first launcher. Not in the launcher's folder, which may be removed while it runs.
 QString socketPath(const QString &root)
 {
     const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
@@ -37,7 +37,7 @@ QString socketPath(const QString &root)
              QString::fromLatin1(digest.toHex().left(16)));
 }
 
-/// What the desktop gave this process to take the focus with, for the other one to use.
+/// This process's permission from the desktop to take the focus, to be passed on to the other launcher.
 QByteArray ownActivationToken()
 {
     const QByteArray token = qgetenv("XDG_ACTIVATION_TOKEN");
@@ -96,7 +96,7 @@ OneLauncher::Lock OneLauncher::takeLock()
     try {
         FileOperations::createFolder(m_folder);
     } catch (const FileError &) {
-        return Lock::Unavailable; // whatever the player does next will name the reason
+        return Lock::Unavailable; // the player's next action reports the reason
     }
     const Lock folder = lockFolder();
     return folder == Lock::Unavailable ? lockSubstitute() : folder;
@@ -113,14 +113,14 @@ OneLauncher::Lock OneLauncher::lockSubstitute()
     const int descriptor
         = ::open(path.constData(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
     struct stat status = {};
-    // Where everybody may write, somebody else may have been here first.
+    // In a folder that everybody can write, another user may have created the file.
     const bool isOurs = descriptor >= 0 && ::fstat(descriptor, &status) == 0 && status.st_uid == ::getuid();
     if (descriptor >= 0 && !isOurs)
         ::close(descriptor);
     return lock(isOurs ? descriptor : -1);
 }
 
-/// Locks an open file, and keeps it open when that worked.
+/// Locks an open file. Keeps it open on success and closes it otherwise.
 OneLauncher::Lock OneLauncher::lock(int descriptor)
 {
     if (descriptor < 0)
@@ -139,8 +139,8 @@ OneLauncher::Lock OneLauncher::lock(int descriptor)
 
 void OneLauncher::listen()
 {
-    // Takes the place of a socket that a killed launcher left. Without a place to listen at, this launcher
-    // works all the same; a second one then says that it is open.
+    // Replaces the socket of a launcher that was killed. If this fails the launcher still works; a second one
+    // then reports that the folder is locked.
     m_server.listen(m_socketPath);
 }
 
@@ -166,7 +166,7 @@ OneLauncher::Reply OneLauncher::askOther(std::chrono::milliseconds patience) con
     int left = static_cast<int>(deadline.remainingTime());
     if (!socket.waitForConnected(left)) // gate: allowed, because no event loop runs yet
         return Reply::NobodyThere;
-    // A token has neither spaces nor line feeds; anything else is no token.
+    // A valid token contains no spaces or line feeds.
     QByteArray token = ownActivationToken();
     if (token.size() > longestRequest / 2 || token.contains(' ') || token.contains('\n'))
         token.clear();

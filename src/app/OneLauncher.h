@@ -7,43 +7,43 @@
 
 #include <chrono>
 
-/// One launcher at a time works in the launcher's folder. The first one holds the folder until its process
-/// ends, however it ends; a later one asks it to come forward. Main thread.
+/// Single-instance guard: only one launcher at a time uses the launcher's folder. The first one holds a lock
+/// until its process ends, however it ends; a later one asks it to bring its window forward. Main thread.
 ///
-/// The hold is the kernel's own lock on the folder that the launcher's folder lies in, not a lock file:
-/// nothing is written, so nothing can be left behind, garbled or taken over by another process with the same
-/// number, and it outlives the removal of everything that the launcher has downloaded. Where the file system
-/// does not lock folders, as over some networks, an empty file beside the launchers' meeting place is locked.
+/// The lock is the kernel's, on the parent of the launcher's folder, and not a lock file: nothing is written,
+/// so nothing can be left behind, corrupted or confused with a process that reuses the PID, and the lock
+/// survives the removal of everything that the launcher has downloaded. On file systems that cannot lock
+/// folders, such as some network shares, an empty file beside the socket is locked instead.
 class OneLauncher final : public QObject {
     Q_OBJECT
 
 public:
     enum class Outcome {
-        Holds, ///< this launcher is the one
-        CannotHold, ///< the folder cannot be made, and nothing else can be locked in its place
-        OtherCameForward, ///< another launcher is the one, and has come forward
-        OtherIsSilent, ///< another launcher is the one, and does not answer
-        HeldByUnknown, ///< somebody holds the folder, and nobody is there to be asked: another program, or a
-                       ///< launcher of another session of this user
+        Holds, ///< this is the only launcher
+        CannotHold, ///< the folder cannot be created, or neither it nor the substitute can be locked
+        OtherCameForward, ///< another launcher was running, and has come forward
+        OtherIsSilent, ///< another launcher is running, but does not answer
+        HeldByUnknown, ///< the folder is locked, but nobody listens on the socket: another program, or a
+                       ///< launcher in another session of this user
     };
 
     /// `root` is the launcher's folder; it need not exist.
     explicit OneLauncher(const QString &root);
     ~OneLauncher() override;
 
-    /// Tries to become the one launcher. Blocks for at most about `patience`, and only while another one
-    /// holds the folder without answering; so it is called once, before the event loop runs.
+    /// Tries to become the only launcher. Blocks for up to about `patience`, and only while another one holds
+    /// the lock without answering, so call it once, before the event loop runs.
     Outcome begin(std::chrono::milliseconds patience = std::chrono::seconds(5));
 
-    /// The folder that is held.
+    /// The locked folder, which contains the launcher's own.
     const QString &folder() const { return m_folder; }
 
-    /// Lets the next launcher wait for the end of this one rather than bring it forward.
+    /// From now on a newly started launcher waits for this one to end instead of bringing it forward.
     void stopAnswering();
 
 Q_SIGNALS:
-    /// Another launcher was started. `activationToken` is what the desktop gave that one to take the focus
-    /// with; it may be empty.
+    /// Another launcher was started. `activationToken` is that one's permission from the desktop to take the
+    /// focus; it may be empty.
     void cameForward(const QByteArray &activationToken);
 
 private:

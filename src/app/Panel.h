@@ -3,7 +3,7 @@
 #include <QColor>
 #include <QWidget>
 
-/// A ground with soft corners, laid over whatever is below it.
+/// A background with rounded corners, painted over whatever is behind it.
 class Panel final : public QWidget {
     Q_OBJECT
 

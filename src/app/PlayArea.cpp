@@ -127,8 +127,8 @@ void PlayArea::show(StateFace::Action action)
     QWidget *after = m_action->widget(page(action));
     const QWidget *focused = window()->focusWidget();
     if (after != before && focused && before->isAncestorOf(focused)) {
-        // Straight from one button to the other. Where the old one is hidden first, some other button gets
-        // the focus for a moment, and a screen reader says so.
+        // Move the focus directly. If the old button is hidden first, some other button gets the focus for a
+        // moment and a screen reader announces it.
         after->setGeometry(before->geometry());
         after->show();
         after->findChild<QPushButton *>()->setFocus();

@@ -20,7 +20,7 @@ QFont labelFont()
     QFont font = QApplication::font();
     font.setPointSizeF(labelPoints);
     font.setBold(true);
-    // Where a desktop makes its points very large the label still fits the button.
+    // Keeps the label inside the button on desktops with a very high font resolution.
     if (const int tallest = buttonHeight * 4 / 5; QFontMetrics(font).height() > tallest)
         font.setPixelSize(tallest * QFontInfo(font).pixelSize() / QFontMetrics(font).height());
     return font;
@@ -64,7 +64,7 @@ void PlayButton::paintEvent(QPaintEvent *)
     sign.moveLeft((width() - (sign.width() + gap + labelWidth)) / 2);
     painter.fillPath(Symbols::play(sign), ink);
     painter.setPen(ink);
-    // The capital letter's middle on the middle of the button, where the sign's is.
+    // Centres the capital letter vertically, like the triangle.
     const double baseline = sign.center().y() + signSize / 2.0;
     painter.drawText(QPointF(sign.right() + gap, baseline), text());
 

@@ -10,7 +10,7 @@ namespace {
 
 constexpr int blockWidth = 360;
 constexpr int blockSpacing = 6;
-/// The longest step's line takes two lines of the block.
+/// The longest step text wraps to two lines.
 constexpr int stepLines = 2;
 /// Fine enough for every pixel of the bar.
 constexpr int barSteps = 1000;

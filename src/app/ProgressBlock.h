@@ -8,14 +8,14 @@ class QProgressBar;
 class QPushButton;
 class TextLabel;
 
-/// What an action is doing and how far it is, with Cancel. Passive: it shows what it is given.
+/// What an action is doing and how far it has got, with a Cancel button. Passive: it shows what it is given.
 class ProgressBlock final : public QWidget {
     Q_OBJECT
 
 public:
     explicit ProgressBlock(QWidget *parent = nullptr);
 
-    /// `fraction` from 0 to 1; none makes the bar move without an end in sight.
+    /// `fraction` is from 0 to 1; without a value the progress is indeterminate.
     void display(const QString &step, std::optional<double> fraction, const QString &detail);
 
 Q_SIGNALS:

@@ -2,6 +2,6 @@
 
 #include <QMessageBox>
 
-/// A question over `parent`'s window, with its title said in the question itself too. The caller adds the
-/// buttons and opens it; `parent` owns it, and it deletes itself once it is answered.
+/// Makes a window-modal question over `parent`'s window that repeats `title` in its text. The caller adds the
+/// buttons and opens it. `parent` owns it; it deletes itself once answered.
 QMessageBox *makeQuestion(QWidget *parent, const QString &title, const QString &message);

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// A redraw is followed by a pause of so many times what it took.
+/// The pause, as a multiple of the last redraw's duration.
 constexpr int pauseFactor = 2;
 
 }

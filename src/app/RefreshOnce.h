@@ -9,22 +9,22 @@
 
 class Observable;
 
-/// Turns any number of announced changes into one redraw on a later turn of the event loop, when the fields
-/// hold their new values. Belongs to the view that it redraws. Main thread.
+/// Combines any number of announced changes into one redraw on a later turn of the event loop, when the
+/// fields have their new values. Owned by the view that it redraws. Main thread.
 class RefreshOnce final : public QObject {
     Q_OBJECT
 
 public:
-    /// Between two redraws lies at least `pause`, and longer when a redraw takes long: whatever happens, most
-    /// of the time is left to the rest of the window. The first redraw comes on the next turn.
+    /// Waits at least `pause` between two redraws, and longer after a slow one, so that most of the time is
+    /// always left for the rest of the window. The first redraw happens on the next turn.
     RefreshOnce(QObject *view, std::function<void()> refresh,
                 std::chrono::milliseconds pause = std::chrono::milliseconds(0));
 
     void watch(const Observable &observable);
-    /// Marks the view stale.
+    /// Requests a redraw.
     void schedule();
 
-    /// Whether a redraw is still to come.
+    /// Whether a redraw is scheduled.
     bool isPending() const { return m_timer.isActive(); }
 
 private:

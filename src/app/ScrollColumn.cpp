@@ -5,8 +5,9 @@
 
 namespace {
 
-/// Qt's own description of a scroll area crashes when it is asked for a part that it no longer has, as a
-/// screen reader does that has counted the parts before a scroll bar went. That of any widget gives none.
+/// Qt's accessible interface for a scroll area crashes when it is asked for a child that no longer exists. A
+/// screen reader does so if a scroll bar disappears after it has counted the children. The interface for
+/// plain widgets returns null instead.
 QAccessibleInterface *describe(const QString &className, QObject *object)
 {
     return className == QLatin1StringView(ScrollColumn::staticMetaObject.className())
@@ -19,7 +20,7 @@ QAccessibleInterface *describe(const QString &className, QObject *object)
 ScrollColumn::ScrollColumn(int padding, int spacing, QWidget *parent)
     : QScrollArea(parent)
 {
-    QAccessible::installFactory(describe); // one that is installed already is not installed again
+    QAccessible::installFactory(describe); // installing it again has no effect
     auto *content = new QWidget;
     m_column = new QVBoxLayout(content);
     m_column->setContentsMargins(padding, padding, padding, padding);
@@ -29,7 +30,7 @@ ScrollColumn::ScrollColumn(int padding, int spacing, QWidget *parent)
     setFrameShape(QFrame::NoFrame);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setFocusPolicy(Qt::NoFocus);
-    // The window itself is the ground.
+    // The window itself paints the background.
     viewport()->setAutoFillBackground(false);
     content->setAutoFillBackground(false);
 }

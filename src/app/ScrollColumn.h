@@ -4,8 +4,7 @@
 
 class QVBoxLayout;
 
-/// A column of views that scrolls where the window is too short for it, and is never narrower than the
-/// window.
+/// A column of views that is at least as wide as the window and scrolls if the window is too short for it.
 class ScrollColumn final : public QScrollArea {
     Q_OBJECT
 
@@ -13,7 +12,7 @@ public:
     ScrollColumn(int padding, int spacing, QWidget *parent = nullptr);
 
     QVBoxLayout *column() const { return m_column; }
-    /// How high the whole column is at `width` points.
+    /// The height of the whole column when it is `width` points wide, in points.
     int heightFor(int width) const;
 
     QSize minimumSizeHint() const override;

@@ -15,7 +15,7 @@ constexpr int inset = 2;
 constexpr int sidePadding = 16;
 constexpr int topPadding = 5;
 
-/// The ground that the segments lie on.
+/// The background behind the segments.
 QColor track(const QPalette &palette)
 {
     QColor tint = palette.color(QPalette::WindowText);

@@ -4,8 +4,8 @@
 
 class QButtonGroup;
 
-/// A choice between a few entries that are all in sight: exclusive buttons that look like one control. Tab
-/// moves to the chosen one, the arrow keys from one to the next; to a screen reader each is a radio button.
+/// A segmented control: a few entries, all visible, of which one is chosen. Tab moves to the chosen one, the
+/// arrow keys from one to the next; to a screen reader each is a radio button.
 class SegmentedChoice final : public QWidget {
     Q_OBJECT
 

@@ -22,10 +22,10 @@ namespace {
 
 constexpr int spacing = 14;
 constexpr int fullscreenEntry = 1;
-/// A stored size of whatever length leaves the choice as wide as the usual ones.
+/// Keeps the combo box at its usual width, however long a stored size is.
 constexpr int charactersOfSize = 14;
 
-/// A choice that only a press or a key changes: the wheel scrolls what it is in.
+/// A combo box that ignores the mouse wheel, which scrolls the sheet instead.
 class CalmChoice final : public QComboBox {
 protected:
     void wheelEvent(QWheelEvent *event) override { event->ignore(); }
@@ -125,7 +125,7 @@ void SettingsView::fillSizes()
          { QStringLiteral("1280x720"), QStringLiteral("1600x900"), QStringLiteral("1920x1080") })
         m_size->addItem(size, size);
 
-    // A size that nobody offers here is the player's own and stays until another one is chosen.
+    // A stored size that is not in the list is the player's own and stays until another one is chosen.
     const QString stored = m_preferences.resolution();
     if (m_size->findData(stored) < 0)
         m_size->addItem(harmlessText(stored), stored);

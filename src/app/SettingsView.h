@@ -14,7 +14,7 @@ class QLabel;
 class QMessageBox;
 class QPushButton;
 
-/// The sheet with the game's window and the maintenance of what was downloaded. A preference is stored as
+/// The sheet with the game's window settings and the maintenance of the downloads. A preference is stored as
 /// soon as it is chosen. The model and the preferences outlive it.
 class SettingsView final : public Sheet {
     Q_OBJECT

@@ -64,7 +64,7 @@ QColor Shades::secondary(const QPalette &palette)
 
 QColor Shades::failure(const QPalette &palette)
 {
-    // The panel is the harder paper of the two: red lies nearer to it than to the window.
+    // The panel is the harder background of the two: it is closer to red than the window is.
     return readable(red, over(failurePanel(), palette.color(QPalette::Window)), textContrast);
 }
 

@@ -22,7 +22,7 @@ constexpr int padding = 20;
 /// How much of the screen's height a sheet may take before it scrolls.
 constexpr double shareOfScreen = 0.9;
 
-/// A thin line, a little darker or lighter than its ground.
+/// A thin line, a little darker or lighter than its background.
 class Divider final : public QWidget {
 public:
     Divider() { setFixedHeight(1); }
@@ -129,7 +129,7 @@ void Sheet::fitHeight()
 bool Sheet::event(QEvent *event)
 {
     const bool handled = QDialog::event(event);
-    // Another text, or another size of the desktop's font.
+    // A text or the size of the desktop's font has changed.
     if (event->type() == QEvent::LayoutRequest || event->type() == QEvent::Polish) {
         // The column may have to share its width with a scroll bar.
         arrange(sheetWidth - 2 * padding - style()->pixelMetric(QStyle::PM_ScrollBarExtent));

@@ -13,10 +13,9 @@ class QVBoxLayout;
 class ScrollColumn;
 class TextLabel;
 
-/// A sheet over the launcher's window: 440 points wide and as high as what it holds. It ends in a row with
-/// "Done", which Return presses and which is in sight however little of the rest is; Escape closes it too.
-/// Since it covers the window's notice, it shows what is new of that itself. Once closed it deletes itself.
-/// The model outlives it.
+/// A sheet over the launcher's window: 440 points wide and as high as its content. It ends in a row with
+/// "Done", which is always visible and which Return presses; Escape closes the sheet too. Since it covers the
+/// window's notice, it shows new notices itself. Deletes itself when closed. The model outlives it.
 class Sheet : public QDialog {
     Q_OBJECT
 
@@ -25,23 +24,23 @@ public:
 
 protected:
     QVBoxLayout *column() const;
-    /// After the last of the column's views.
+    /// Adds the row with "Done". Called last, when the column is complete.
     void addDoneRow();
-    /// A line across the column.
+    /// Adds a line across the column.
     void addDivider();
-    /// A row of buttons on the left; Return is left to "Done".
+    /// Adds a row of buttons, aligned left. None of them becomes the default: Return presses "Done".
     void addButtons(const QList<QPushButton *> &buttons);
-    /// The player has pressed something whose outcome may be a notice: from now on it is shown, even one that
-    /// was there before.
+    /// Call this when the player presses something that may lead to a notice. From then on the notice is
+    /// shown, even one that was there before.
     void expectNotice();
-    /// Puts side by side what fits into `width`, and the rest below each other.
+    /// Arranges rows side by side if they fit into `width`, otherwise stacked.
     virtual void arrange(int width);
 
     bool event(QEvent *event) override;
 
 private:
     void refreshNotice();
-    /// Gives the sheet the height that its content needs, as far as the screen has it.
+    /// Sets the height that the content needs, limited by the screen's.
     void fitHeight();
 
     AppModel &m_noticeSource;

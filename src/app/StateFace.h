@@ -12,9 +12,9 @@ struct StateFace {
     Dot dot = Dot::Grey;
     QString label;
     Action action = Action::Play;
-    /// Whether Play still has to download something, as far as the player needs to know.
+    /// Whether to show the hint that Play downloads something first.
     bool showsHint = false;
-    /// What the launcher needs, when no failure report says it already; else empty.
+    /// What the launcher needs, unless a failure report already says it; otherwise empty.
     QString needsText = {};
 
     bool operator==(const StateFace &) const = default;
@@ -26,8 +26,8 @@ StateFace stateFace(const AppState &state, bool hasFailureMessage);
 enum class StopTarget { Game, Start };
 StopTarget stopTarget(bool gameIsRunning);
 
-/// Which maintenance the player can choose: none of it goes together with a running game, and only the
-/// removal together with a running action, which it ends.
+/// Which maintenance the player can choose: nothing while the game is running, and only removal while an
+/// action is running, which it cancels.
 struct MaintenanceFace {
     bool canReplace = true;
     bool canRemove = true;

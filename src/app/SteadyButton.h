@@ -2,8 +2,8 @@
 
 #include "TextButton.h"
 
-/// A button that may be replaced by another one as soon as it is pressed. One press is one press: neither the
-/// second half of a double click nor a key that is held down presses what has taken the button's place.
+/// A button that may be replaced by another one as soon as it is pressed. Neither the second half of a double
+/// click nor a held-down key presses its replacement.
 class SteadyButton : public TextButton {
     Q_OBJECT
 

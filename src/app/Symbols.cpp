@@ -28,7 +28,7 @@ QPainterPath limb(const QPolygonF &joints, double thickness)
     return stroker.createStroke(line);
 }
 
-/// Paints the stop sign in whatever size it is asked for.
+/// Paints the stop symbol at any size.
 class StopIconEngine final : public QIconEngine {
 public:
     void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State) override
@@ -85,7 +85,7 @@ QPainterPath Symbols::runner(const QRectF &box)
     const QPointF hip(29, 36.5);
 
     QPainterPath figure;
-    figure.setFillRule(Qt::WindingFill); // for its parts lie over each other
+    figure.setFillRule(Qt::WindingFill); // its parts overlap
     figure.addEllipse(QPointF(43, 7.5), 6, 6);
     figure.addPath(limb({ shoulder, hip }, 9));
     // Arms: one drawn back, one swung forward, both bent.

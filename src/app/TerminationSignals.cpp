@@ -13,14 +13,14 @@ namespace {
 
 constexpr std::array signalNumbers = { SIGTERM, SIGINT, SIGHUP };
 
-/// Where the handler writes: a handler may do little more than that.
+/// The pipe's write end. A signal handler may do little more than write to it.
 volatile std::sig_atomic_t writeEnd = -1;
 
 extern "C" void noteSignal(int /*number*/)
 {
     const int errorBefore = errno;
     const char byte = 0;
-    // A full pipe says already what there is to say.
+    // If the pipe is full, the main thread is already due to be woken.
     [[maybe_unused]] const ssize_t written = ::write(writeEnd, &byte, 1);
     errno = errorBefore;
 }
@@ -32,7 +32,7 @@ TerminationSignals::TerminationSignals(QObject *parent)
 {
     std::array<int, 2> ends = { -1, -1 };
     if (::pipe(ends.data()) != 0)
-        return; // the signals then end the process at once, as they do without us
+        return; // the signals then end the process at once, as they do by default
     for (const int end : ends) {
         ::fcntl(end, F_SETFD, FD_CLOEXEC);
         ::fcntl(end, F_SETFL, O_NONBLOCK);
@@ -49,7 +49,7 @@ TerminationSignals::TerminationSignals(QObject *parent)
     sigemptyset(&action.sa_mask);
     for (const int number : signalNumbers) {
         struct sigaction before = {};
-        // A signal that whoever started us told us to ignore (nohup) stays ignored.
+        // A signal that was already ignored when we were started (nohup) stays ignored.
         if (::sigaction(number, nullptr, &before) == 0 && before.sa_handler != SIG_IGN)
             ::sigaction(number, &action, nullptr);
     }

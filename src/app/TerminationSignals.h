@@ -2,8 +2,9 @@
 
 #include <QObject>
 
-/// Turns SIGTERM, SIGINT and SIGHUP into one signal on the main thread, so that the launcher can end what it
-/// runs. The same signal a second time ends the process at once. One at a time. Main thread.
+/// Turns SIGTERM, SIGINT and SIGHUP into a Qt signal on the main thread, so that the launcher can stop what
+/// it runs. The same signal a second time ends the process at once. At most one instance exists at a time.
+/// Main thread.
 class TerminationSignals final : public QObject {
     Q_OBJECT
 

@@ -2,7 +2,7 @@
 
 #include <QPushButton>
 
-/// The desktop's own push button with some air around its label, which not every style leaves there.
+/// A push button with padding around its label, which not every style provides.
 class TextButton : public QPushButton {
     Q_OBJECT
 

@@ -11,10 +11,10 @@
 
 namespace {
 
-/// Longer lines are hard to read: on a whole screen the text stays a column.
+/// Longer lines are hard to read, so in a maximised window the text stays a column.
 constexpr int charactersInLine = 110;
 
-/// More is no text to be read here, and would take long to lay out.
+/// Nobody reads more than this in a label, and it would take long to lay out.
 constexpr qsizetype mostCharacters = 3000;
 constexpr char16_t ellipsis = 0x2026;
 
@@ -26,7 +26,7 @@ TextLabel::TextLabel(TextStyle style, Ink ink, QWidget *parent)
     , m_ink(ink)
     , m_font(TypeScale::font(style))
 {
-    // Words come from a downloaded game: nothing in them is markup.
+    // Texts may come from a downloaded game: never interpret them as markup.
     setTextFormat(Qt::PlainText);
     setWordWrap(true);
     setAlignment(Qt::AlignLeft | Qt::AlignTop);
@@ -107,7 +107,7 @@ double TextLabel::layOut(int width) const
     if (lineWidth == m_laidOutWidth)
         return m_height;
 
-    // Not QLabel's own layout: that one never breaks a word, and cuts one that is wider than the window.
+    // QLabel's own layout never breaks a word, and clips one that is wider than the window.
     QTextOption option(alignment() & Qt::AlignHorizontal_Mask);
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     m_layout.setFont(m_font);

@@ -5,11 +5,11 @@
 #include <QLabel>
 #include <QTextLayout>
 
-/// What a text is painted with; worked out from the palette at paint time.
+/// The colour of a text, worked out from the palette at paint time.
 enum class Ink { Primary, Secondary, Failure };
 
-/// A text of the launcher in one of its sizes: plain whatever it holds, wrapped wherever it must be and never
-/// cut, and no wider than can be read with comfort.
+/// A label in one of the launcher's text styles. Its text is always plain, wraps anywhere rather than being
+/// clipped, and is never too wide to read comfortably.
 class TextLabel final : public QLabel {
     Q_OBJECT
 
@@ -19,7 +19,7 @@ public:
     /// Shows `text`, or only the beginning of a very long one. An empty text keeps the height of one line.
     void display(const QString &text);
 
-    /// Keeps room for `lines` lines, so that a text that comes and goes moves nothing below it.
+    /// Reserves room for `lines` lines, so that nothing below moves when the text changes.
     void reserveLines(int lines);
 
     QSize sizeHint() const override;
@@ -33,13 +33,13 @@ protected:
 private:
     QColor colour() const;
     int widestLine() const;
-    /// Lays the text out for `width`, unless it is laid out so already, and gives its height.
+    /// Lays the text out for `width`, unless it already is, and returns its height.
     double layOut(int width) const;
     void forgetLayout();
 
     TextStyle m_style = TextStyle::Body;
     Ink m_ink = Ink::Primary;
-    /// Not the widget's own font: that one stays the desktop's, and so tells of its changes.
+    /// Not set as the widget's font: that stays the desktop's, so that changes to it are reported.
     QFont m_font;
     int m_reservedLines = 1;
     mutable QTextLayout m_layout;

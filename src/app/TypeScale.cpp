@@ -49,7 +49,7 @@ constexpr double fixedWidthPoints = 11;
 QFont TypeScale::font(TextStyle style)
 {
     QFont font = QApplication::font();
-    // A desktop may give its font in points or in pixels; the other one then reads -1.
+    // The desktop's font has its size either in points or in pixels; the other one is -1.
     if (font.pointSizeF() > 0)
         font.setPointSizeF(font.pointSizeF() * factor(style));
     else
@@ -68,8 +68,8 @@ QFont TypeScale::fixedWidth()
     if (QFontInfo(font).fixedPitch())
         return font;
 
-    // Where the rules of a desktop do not know the fonts that it has, "monospace" is some font or other. That
-    // a family is called monospaced is not enough either: what it stands for may be that very font.
+    // If the desktop's font configuration does not match the installed fonts, "monospace" may be any font. A
+    // family that is listed as fixed-pitch may resolve to that same font, so each candidate is checked.
     const QStringList families = QFontDatabase::families(QFontDatabase::Latin);
     for (const QString &family : families) {
         if (!QFontDatabase::isFixedPitch(family) || !QFontDatabase::isSmoothlyScalable(family))

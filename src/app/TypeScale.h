@@ -2,17 +2,16 @@
 
 #include <QFont>
 
-/// The sizes of the launcher's texts, each a factor of the size that the player chose for the desktop's own
-/// font.
+/// The launcher's text styles, each sized in proportion to the font that the player chose for the desktop.
 enum class TextStyle { LargeTitle, Title, Title2, Headline, Body, Callout, Caption };
 
 namespace TypeScale {
 
-/// The desktop's font in the size and weight of `style`, as the desktop has it now. Main thread.
+/// The desktop's current font in the size and weight of `style`. Main thread.
 QFont font(TextStyle style);
 
-/// The fixed-width font of logs and reports: 11 points, whatever the desktop's size. Where the desktop's own
-/// is not fixed in width it is another one that is, if there is any. Main thread.
+/// The fixed-width font of logs and reports: 11 points, whatever the desktop's size. If the desktop's own is
+/// not really fixed-width, another installed font that is, if any. Main thread.
 QFont fixedWidth();
 
 }

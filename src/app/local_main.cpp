@@ -1,4 +1,4 @@
-// The launcher on a local stand-in of the code-hosting service, for trying it out and for tests. Not
+// The launcher with a local stand-in for the code-hosting service, for trying it out and for tests. Not
 // installed.
 
 #include "Launcher.h"
@@ -9,7 +9,7 @@
 
 namespace {
 
-/// "http://127.0.0.1:8080": a scheme, a host and perhaps a port, and nothing behind them.
+/// Whether `url` is a scheme, a host and an optional port and nothing else, such as "http://127.0.0.1:8080".
 bool isAddress(const QUrl &url)
 {
     const bool isWeb
