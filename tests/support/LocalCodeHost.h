@@ -7,8 +7,8 @@
 #include <QStringList>
 #include <QUrl>
 
-/// The local stand-in of the code-hosting service as a process of its own, and the address that the code
-/// under test sees, for as long as this object lives. Main thread.
+/// Runs the local stand-in for the code-hosting service as a process of its own and points the code under
+/// test at it, for as long as this object lives. Main thread.
 class LocalCodeHost final {
 public:
     /// Serves the folder `game` as the branch archive and `engine` as every official build.

@@ -10,22 +10,22 @@
 extern "C" void __gcov_dump();
 #endif
 
-/// Permissions stop everybody but the superuser, as whom tests may run too.
+/// Runs work that file permissions must be able to stop: they do not stop root, and tests may run as root.
 namespace OrdinaryUser {
 
-/// The user whom the superuser becomes; by convention one who owns nothing.
+/// The user that root becomes; by convention it owns nothing.
 constexpr uid_t nobody = 65534;
 
 inline bool isNeeded() { return geteuid() == 0; }
 
-/// Gives `path` to the user whom `run` becomes.
+/// Makes the user that `run` becomes the owner of `path`.
 inline bool own(const char *path) { return !isNeeded() || lchown(path, nobody, nobody) == 0; }
 
-/// Makes this process the user's for good.
+/// Makes this process run as `user` for good.
 inline bool become(uid_t user)
 {
 #ifdef COUNTS_COVERAGE
-    // For good but for what was counted, which only the superuser can write down.
+    // Root stays the saved ID: only root can write the coverage data at the end.
     return setresgid(user, user, 0) == 0 && setresuid(user, user, 0) == 0;
 #else
     return setgid(user) == 0 && setuid(user) == 0;
@@ -41,8 +41,8 @@ inline bool become(uid_t user)
     _exit(succeeded ? 0 : 1);
 }
 
-/// Calls `work` as a user whom permissions stop, in a process of its own if this one is the superuser's.
-/// False when it gave false or threw.
+/// Calls `work` as a user whom permissions stop, in a child process if this one runs as root. Returns false
+/// if `work` returned false or threw.
 template <typename Work> bool run(Work work, uid_t user = nobody)
 {
     const auto succeeds = [&work] {

@@ -12,23 +12,23 @@
 #include <ctime>
 #include <functional>
 
-/// What a piece of work costs the main thread and the memory, from the making of this object on. Main thread.
+/// Measures what work costs in memory and on the main thread, from construction on. Main thread.
 class Strain final : public QObject {
 public:
-    /// The longest that a person waits for a window without noticing, in milliseconds.
+    /// The longest pause of a window that nobody notices, in milliseconds.
     static constexpr qint64 longestPause = 100;
     /// The most memory that a child's output may cost, in bytes.
     static constexpr qint64 mostMemory = 64 * 1024 * 1024;
 
-    /// How many lines a flood is, and how many bytes one without a line end: what a game prints in hours with
-    /// FLOOD=full, else a part of it.
+    /// The lines in a flood, and the bytes in one without line feeds: with FLOOD=full as many as a game
+    /// prints in hours, otherwise a fraction.
     static qint64 manyLines() { return scaled(10'000'000); }
     static qint64 manyBytes() { return scaled(2'000'000'000); }
 
     Strain()
         : m_memoryBefore(memory("VmRSS:"))
     {
-        // Forgets the most memory that this process has had so far.
+        // Resets the peak memory of this process.
         QFile peak(QStringLiteral("/proc/self/clear_refs"));
         if (peak.open(QIODevice::WriteOnly))
             peak.write("5");
@@ -41,8 +41,8 @@ public:
         m_timer.start(1);
     }
 
-    /// Turns a real event loop until `isReached` holds, and says whether that came within `limit`. Not
-    /// QTest::qWaitFor: it sleeps between two turns, and a flood would wait for that.
+    /// Runs a real event loop until `isReached` returns true, and returns whether it did within `limit`. Not
+    /// QTest::qWaitFor: it sleeps between two turns, which would hold up a flood.
     bool runUntil(const std::function<bool()> &isReached,
                   std::chrono::milliseconds limit = std::chrono::seconds(30))
     {
@@ -60,9 +60,8 @@ public:
     /// The longest time between two turns of the event loop while `runUntil` ran, in milliseconds.
     qint64 longestGap() const { return m_longestGap; }
 
-    /// Whether no turn lasted longer than `most` milliseconds. Where more programs want to run than there are
-    /// processors, the main thread's own work decides: how long it waits for its turn among them is not the
-    /// launcher's doing.
+    /// Whether no turn took longer than `most` milliseconds. On an overloaded machine only the main thread's
+    /// CPU time counts: the launcher cannot help how long it waits for a processor.
     bool keptItsTurns(qint64 most = longestPause) const
     {
         double load = 0;
@@ -70,10 +69,10 @@ public:
         return (isBusy || m_longestGap <= most) && m_longestWork <= most;
     }
 
-    /// How far the memory in use has ever risen above what it was, in bytes. 0 where the system does not say.
+    /// The peak growth of memory since construction, in bytes. 0 if the system does not report it.
     qint64 memoryGrowth() const { return std::max<qint64>(0, memory("VmHWM:") - m_memoryBefore); }
 
-    /// Sanitizers keep freed memory for a while and slow everything down: what is measured then says nothing.
+    /// False under sanitizers: they delay freeing memory and slow everything down, which distorts both.
     static constexpr bool isMeasurable()
     {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -97,7 +96,7 @@ private:
         return full / (isMeasurable() ? 10 : 100);
     }
 
-    /// What this thread has worked so far, in milliseconds.
+    /// The CPU time of this thread so far, in milliseconds.
     static qint64 work()
     {
         timespec time = {};

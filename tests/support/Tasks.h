@@ -40,8 +40,8 @@ QCoro::Task<> collect(QCoro::Task<Value> task, std::shared_ptr<Collected<Value>>
 
 }
 
-/// Turns the event loop until `task` has ended, and gives its value or rethrows its exception. A task that
-/// has not ended within `limit` ends the test program: its frame may refer to the test's locals.
+/// Runs the event loop until `task` has ended, then returns its value or rethrows its exception. A task that
+/// has not ended within `limit` aborts the test program: its frame may refer to the test's locals.
 template <typename Value>
 Value finish(QCoro::Task<Value> task, std::chrono::milliseconds limit = std::chrono::seconds(20))
 {
@@ -55,7 +55,7 @@ Value finish(QCoro::Task<Value> task, std::chrono::milliseconds limit = std::chr
         return std::move(*collected->value);
 }
 
-/// The exception of type `Error` that `task` ends with, or none when it ends in another way.
+/// The `Error` that `task` throws, or no value if it ends in any other way.
 template <typename Error, typename Value>
 std::optional<Error> failure(QCoro::Task<Value> task,
                              std::chrono::milliseconds limit = std::chrono::seconds(20))

@@ -6,8 +6,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-/// A home folder of the test's own for as long as it lives: HOME, XDG_DATA_HOME and XDG_CONFIG_HOME point
-/// into a fresh temporary folder, so that nothing of the person who runs the tests is read or written. Main
+/// A home folder of the test's own for as long as this object lives: HOME, XDG_DATA_HOME and XDG_CONFIG_HOME
+/// point into a fresh temporary folder, so that tests never touch the files of whoever runs them. Main
 /// thread.
 class TestHome final {
 public:
@@ -37,7 +37,7 @@ public:
     QString dataHome() const { return filePath(QStringLiteral("data")); }
     QString filePath(const QString &name) const { return m_folder.filePath(name); }
 
-    /// Writes a file in the home, with the folders above it, and gives its path.
+    /// Writes a file in the home, creates the folders above it, and returns its path.
     QString write(const QString &name, const QByteArray &content) const
     {
         const QString file = filePath(name);

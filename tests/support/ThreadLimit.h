@@ -4,8 +4,8 @@
 
 #include <algorithm>
 
-/// For as long as this lives the system refuses this user's processes a new thread. The superuser is not
-/// stopped: see OrdinaryUser.
+/// Prevents this process from starting threads for as long as this object lives. Has no effect on root: see
+/// OrdinaryUser.
 class ThreadLimit final {
 public:
     ThreadLimit()

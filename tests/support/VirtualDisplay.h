@@ -5,7 +5,7 @@
 
 #include <unistd.h>
 
-/// A display of the test's own, without a screen: Xvfb, and DISPLAY pointing at it, for as long as this
+/// A display of the test's own, without a screen: runs Xvfb and points DISPLAY at it for as long as this
 /// object lives.
 class VirtualDisplay final {
 public:
@@ -13,7 +13,7 @@ public:
         : m_before(qgetenv("DISPLAY"))
     {
         m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        // Xvfb itself picks a free number and says which on standard output, once it takes connections.
+        // Xvfb itself picks a free number and prints it on standard output once it accepts connections.
         m_process.start(QStringLiteral("Xvfb"),
                         { QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
                           QStringLiteral("0"), QStringLiteral("1280x800x24"), QStringLiteral("-nolisten"),

@@ -6,8 +6,8 @@
 #include <array>
 #include <optional>
 
-/// One member of a zip archive, as ZipBuilder writes it. What is not set is what a sound archive would hold;
-/// the two headers of a member can be made to say different things.
+/// One entry of a zip archive, as ZipBuilder writes it. Unset fields have the values of a valid archive. The
+/// local and the central header of an entry can be made to differ.
 struct ZipEntry {
     static constexpr quint16 stored = 0;
     static constexpr quint16 deflated = 8;
@@ -18,9 +18,9 @@ struct ZipEntry {
     quint16 flags = 1 << 11; // the name is UTF-8
     quint32 mode = 0100644;
     quint8 writersSystem = 3; // Unix
-    std::optional<quint32> attributes; // the mode and what DOS has
+    std::optional<quint32> attributes; // of Unix and DOS; by default the mode alone
 
-    quint32 time = 0x58214000; // eight o'clock on the first day of 2024
+    quint32 time = 0x58214000; // 2024-01-01 08:00
 
     std::optional<QByteArray> localName;
     std::optional<quint16> localFlags;
@@ -29,11 +29,11 @@ struct ZipEntry {
     std::optional<quint32> size, localSize;
     std::optional<quint32> packedSize, localPackedSize;
     std::optional<quint32> offset;
-    std::optional<QByteArray> packed; // the data as it stands in the archive
+    std::optional<QByteArray> packed; // the data as stored in the archive
     QByteArray extra, localExtra;
     quint16 disk = 0;
-    QByteArray before; // hidden bytes in front of the member
-    QByteArray after; // behind its data: a data descriptor, or hidden bytes
+    QByteArray before; // hidden bytes before the entry
+    QByteArray after; // after its data: a data descriptor, or hidden bytes
 
     static ZipEntry file(const QByteArray &name, const QByteArray &content)
     {
@@ -65,7 +65,7 @@ struct ZipEntry {
     }
 };
 
-/// Writes a zip archive byte by byte, sound unless told otherwise.
+/// Writes a zip archive byte by byte, valid unless told otherwise.
 class ZipBuilder final {
 public:
     ZipBuilder() = default;
@@ -80,7 +80,7 @@ public:
     std::optional<quint16> count, countOnDisk, commentSize;
     std::optional<quint32> directoryOffset, directorySize;
     quint16 disk = 0;
-    /// Writes the end records of large archives too, and fills the plain one up.
+    /// Writes the ZIP64 end records too, and sets the fields of the plain one to their maximum.
     bool isLarge = false;
     std::optional<quint64> largeCount, largePosition, largeDirectoryOffset;
 
@@ -116,7 +116,7 @@ public:
         return u16(id) + u16(static_cast<quint64>(content.size())) + content;
     }
 
-    /// What stands behind the data of a member whose sizes were not known in time.
+    /// A data descriptor, which follows the data of an entry whose sizes were not known in advance.
     static QByteArray descriptor(const QByteArray &content, qsizetype packedSize)
     {
         return QByteArray("PK\7\10", 4) + u32(crc32(content)) + u32(static_cast<quint64>(packedSize))
@@ -125,7 +125,7 @@ public:
 
     static QByteArray deflate(const QByteArray &content)
     {
-        // Qt's length and zlib's header stand in front, zlib's checksum behind.
+        // Strip Qt's length and zlib's header in front, and zlib's checksum at the end.
         const QByteArray wrapped = qCompress(content, 9);
         return wrapped.mid(6, wrapped.size() - 10);
     }

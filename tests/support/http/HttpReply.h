@@ -7,38 +7,38 @@
 #include <chrono>
 #include <vector>
 
-/// What the server sends to one request, step by step. After the last step it closes the connection in an
-/// orderly way. The bytes go out as they are, so a reply can be as broken as a test needs it; `HttpReply()`
-/// alone closes the connection without a byte.
+/// What the server sends in reply to one request, step by step. After the last step it closes the connection
+/// cleanly. Bytes are sent unchanged, so a reply can be as broken as a test needs; `HttpReply()` alone closes
+/// the connection without sending any.
 ///
 ///     HttpReply::ok(zip)
 ///     HttpReply::head(200, { "Content-Length: 100" }).send(half).reset()
 ///     HttpReply::head(200).sendForever("x", std::chrono::milliseconds(500))
 class HttpReply final {
 public:
-    /// The status, the length of `body` and `body`.
+    /// The status line, the length of `body`, and `body`.
     static HttpReply status(int code, const QByteArray &body = {});
     static HttpReply ok(const QByteArray &body) { return status(200, body); }
     /// 200, the file's length, and the file read in pieces.
     static HttpReply file(const QString &path);
     static HttpReply redirect(const QByteArray &location, int code = 302);
-    /// The status line and `headers`, nothing else: without a length the body ends with the connection.
+    /// The status line and `headers`. Without a length the body ends with the connection.
     static HttpReply head(int code, const QByteArrayList &headers = {});
-    /// 200 with `pieces` in the chunked coding, last chunk included.
+    /// 200 with each of `pieces` as one chunk, and the last chunk.
     static HttpReply chunked(const QByteArrayList &pieces);
 
     HttpReply &send(const QByteArray &bytes);
     HttpReply &sendFile(const QString &path);
     /// `bytes` in pieces of `piece` bytes with `pause` between them.
     HttpReply &sendSlowly(const QByteArray &bytes, qsizetype piece, std::chrono::milliseconds pause);
-    /// `bytes` again and again until the client goes.
+    /// `bytes` again and again until the client disconnects.
     HttpReply &sendForever(const QByteArray &bytes, std::chrono::milliseconds pause = {});
     HttpReply &pause(std::chrono::milliseconds time);
-    /// Nothing until `HttpServer::release`.
+    /// Sends nothing until `HttpServer::release`.
     HttpReply &stall();
     /// Ends the connection with a TCP reset.
     HttpReply &reset();
-    /// Ends the connection, over TLS without the farewell that marks an orderly end.
+    /// Closes the connection; over TLS without the close_notify alert.
     HttpReply &cut();
 
 private:

@@ -54,7 +54,7 @@ public:
     {
     }
 
-    /// Under the lock: the socket may be closed by its thread at any other moment.
+    /// Call with the lock held; otherwise the connection's thread may close the socket meanwhile.
     void interrupt() const
     {
         if (m_socket)
@@ -160,8 +160,8 @@ private:
 
     enum class Until { TimeIsOver, Release };
 
-    /// Waits for `time`, or for the release. False when the connection is to end: the client or the server
-    /// goes.
+    /// Waits for `time`, or for the release. Returns false if the connection must end: the client has
+    /// disconnected or the server is stopping.
     bool wait(std::chrono::milliseconds time, Until until = Until::TimeIsOver)
     {
         const auto end = std::chrono::steady_clock::now() + time;
@@ -201,7 +201,7 @@ HttpServer::HttpServer(const std::optional<TestIdentity> &identity)
     for (const int end : m_shared->wakeUp)
         ::fcntl(end, F_SETFD, FD_CLOEXEC);
 
-    // As in the launcher: a peer that goes while somebody writes must not end the program.
+    // As in the launcher: writing to a peer that has disconnected must not end the program.
     std::signal(SIGPIPE, SIG_IGN);
     m_shared->acceptor = std::thread([this] { acceptConnections(); });
 }

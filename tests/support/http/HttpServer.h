@@ -12,19 +12,19 @@
 #include <memory>
 #include <optional>
 
-/// A request as it came.
+/// A request as it was received.
 struct HttpRequest {
     QByteArray method;
-    /// The target without its query. Of a request to a proxy the whole address, of CONNECT "host:port".
+    /// The target without its query: of a request to a proxy the whole URL, of CONNECT "host:port".
     QString path;
     QByteArray query;
-    /// By lower-case name.
+    /// Keyed by lower-case name.
     QHash<QByteArray, QByteArray> headers;
 };
 
 /// A real HTTP/1.1 server on the loopback interface, on threads of its own: one request per connection, one
-/// scripted reply per path, 404 for every other path. All operations from any thread; a reply set anew counts
-/// from the next request on. Destruction ends every connection, stalled ones included.
+/// scripted reply per path, 404 for every other path. Thread-safe. A new reply for a path applies from the
+/// next request on. The destructor closes every connection, stalled ones included.
 ///
 ///     HttpServer server;
 ///     server.serve(u"/game.zip"_s, bytes);
@@ -32,7 +32,7 @@ struct HttpRequest {
 class HttpServer final {
 public:
     HttpServer();
-    /// Over TLS with `identity`; the address is "https://localhost:...".
+    /// Serves over TLS with `identity`; the address is "https://localhost:...".
     explicit HttpServer(const TestIdentity &identity);
     ~HttpServer();
     HttpServer(const HttpServer &) = delete;
@@ -41,7 +41,7 @@ public:
     void serve(const QString &path, const QByteArray &body);
     void serve(const QString &path, const HttpReply &reply);
     void serveFile(const QString &path, const QString &file);
-    /// Lets every stalled reply go on, those that come included.
+    /// Lets every stalled reply continue, future ones included.
     void release();
 
     /// The server's address, without a path: "http://127.0.0.1:12345".
@@ -53,8 +53,8 @@ public:
     QList<HttpRequest> requests() const;
     /// How many requests came for `path`.
     int requestCount(const QString &path) const;
-    /// Connections that are open now. A client that goes is noticed within a moment, also during a stall or a
-    /// pause.
+    /// Connections that are open now. A client that disconnects is noticed within a moment, even during a
+    /// stall or a pause.
     int openConnections() const;
     /// Connections accepted so far.
     int connectionCount() const;

@@ -22,7 +22,7 @@ int boundLoopbackSocket(quint16 *port)
 }
 
 RefusingPort::RefusingPort()
-    : m_socket(boundLoopbackSocket(&m_port)) // bound, so nobody else gets the port, but nobody listens
+    : m_socket(boundLoopbackSocket(&m_port)) // bound, so that nobody else gets the port, but not listening
 {
 }
 

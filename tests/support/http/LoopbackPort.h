@@ -4,7 +4,7 @@
 
 #include <vector>
 
-/// A TCP socket bound to a free port of the loopback interface, not listening. `port` receives the port.
+/// Returns a TCP socket that is bound to a free loopback port, but does not listen. The caller closes it.
 int boundLoopbackSocket(quint16 *port);
 
 /// A loopback port that refuses every connection for as long as the object lives.
@@ -21,7 +21,7 @@ private:
     int m_socket = -1;
 };
 
-/// A loopback port that never answers an attempt to connect, as a machine that is switched off.
+/// A loopback port that never answers an attempt to connect, like a machine that is switched off.
 class SilentPort final {
 public:
     SilentPort();
@@ -33,5 +33,5 @@ public:
 private:
     quint16 m_port = 0;
     int m_socket = -1;
-    std::vector<int> m_fillers; // fill the queue of connections that nobody accepts
+    std::vector<int> m_fillers; // fill the listen backlog
 };

@@ -78,8 +78,8 @@ bool Socket::isAbandoned() const
     const auto count = ::recv(m_descriptor, &byte, 1, MSG_PEEK | MSG_DONTWAIT);
     if (count < 0)
         return errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR;
-    // Over TLS a farewell comes before the end of the stream; a client that has sent its request says nothing
-    // else.
+    // Over TLS a close_notify alert precedes the end of the stream; a client sends nothing else after its
+    // request.
     return count == 0 || m_session;
 }
 

@@ -8,7 +8,7 @@
 struct ssl_ctx_st;
 struct ssl_st;
 
-/// The server's certificate in the form that connections need. None of it for a plain server.
+/// The server's certificate and key in the form that connections need. Null for a plain server.
 using TlsContext = std::shared_ptr<ssl_ctx_st>;
 TlsContext makeTlsContext(const QByteArray &certificate, const QByteArray &key);
 
@@ -20,19 +20,19 @@ public:
     Socket(const Socket &) = delete;
     Socket &operator=(const Socket &) = delete;
 
-    /// The TLS handshake. At once true for a plain connection.
+    /// Performs the TLS handshake and returns whether it succeeded. Always true for a plain connection.
     bool greet();
-    /// Some bytes, or none at the end of the stream and on an error.
+    /// Reads some bytes. Empty at the end of the stream and on an error.
     QByteArray read();
     bool write(QByteArrayView bytes);
-    /// Whether the other side has ended the connection. Does not wait.
+    /// Whether the peer has closed the connection. Does not block.
     bool isAbandoned() const;
 
-    /// An orderly end.
+    /// Ends the stream cleanly.
     void finish();
     /// Makes closing send a TCP reset.
     void resetOnClose();
-    /// Ends reads and writes that wait on another thread. The one operation for other threads.
+    /// Ends reads and writes that block on another thread. The only operation that other threads may call.
     void interrupt();
 
 private:

@@ -10,7 +10,7 @@ struct TestIdentity {
     QByteArray key;
 };
 
-/// A certificate authority made for one test. Nothing trusts it but who is given `certificate()`.
+/// A certificate authority made for one test. Only clients that are given `certificate()` trust it.
 class TestAuthority final {
 public:
     enum class Validity { Current, Expired };
@@ -26,7 +26,7 @@ public:
     /// A certificate for `host`, signed by this authority.
     TestIdentity issue(const QByteArray &host = "localhost", Validity validity = Validity::Current) const;
 
-    /// A certificate for `host` that only vouches for itself.
+    /// A self-signed certificate for `host`.
     static TestIdentity selfSigned(const QByteArray &host = "localhost");
 
 private:
