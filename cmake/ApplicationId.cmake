@@ -1,2 +1,2 @@
-# What desktops know the launcher by: the name of its menu entry, which its windows say too.
+# The desktop application ID: the name of the menu entry, which the windows report too.
 set(application_id io.github.kestrelwood.vantor_platformer)

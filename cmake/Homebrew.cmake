@@ -1,4 +1,4 @@
-# Where packages lie that Homebrew keeps apart from the system's, and QCoro, which tools/set-up builds on a Mac.
+# Where Homebrew installs Qt and OpenSSL, and where tools/set-up builds QCoro on a Mac.
 
 list(APPEND CMAKE_PREFIX_PATH "${CMAKE_SOURCE_DIR}/.cache/qcoro")
 find_program(BREW brew)

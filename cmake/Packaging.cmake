@@ -1,8 +1,8 @@
-# What is installed beside the programs, and the packages that CPack makes of it all.
+# What is installed besides the programs, and the packages that CPack builds.
 
 include(ApplicationId)
 
-# Under the same name and ".gz", without the time, so that the same sources make the same package.
+# Installs `file` as NAME.gz in `folder`, without a timestamp, so that the same sources make the same package.
 function(install_compressed file folder)
     find_program(GZIP gzip REQUIRED)
     cmake_path(GET file FILENAME name)
@@ -22,7 +22,7 @@ if(NOT APPLE)
         install(FILES "data/icons/vantor-platformer-${size}.png"
             DESTINATION "${CMAKE_INSTALL_DATADIR}/icons/hicolor/${size}x${size}/apps" RENAME "${application_id}.png")
     endforeach()
-    # Where Debian looks for a licence and for what has changed; other systems find them there as well.
+    # Debian's paths for the licence and the changelog, used on other systems too.
     install(FILES LICENSE DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/vantor-platformer" RENAME copyright)
     install_compressed(data/debian/changelog "${CMAKE_INSTALL_DATADIR}/doc/vantor-platformer")
     install_compressed(data/vantor-platformer.6 "${CMAKE_INSTALL_MANDIR}/man6")
@@ -41,17 +41,17 @@ if(NOT APPLE)
     set(CPACK_GENERATOR DEB)
     set(CPACK_STRIP_FILES ON)
     set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-    # Not among the games, whose programs Debian keeps in a folder of their own: this one fetches a game.
+    # Not "games", whose programs Debian installs in /usr/games: this one only fetches a game.
     set(CPACK_DEBIAN_PACKAGE_SECTION misc)
     set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "https://github.com/Kestrelwood/Vantor")
     set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-    # What no library names: whom to believe when a code host says who it is, and the option CURLOPT_QUICK_EXIT.
+    # What SHLIBDEPS cannot see: the trusted certificates, and libcurl, loaded at run time (7.87 for CURLOPT_QUICK_EXIT).
     set(CPACK_DEBIAN_PACKAGE_DEPENDS "ca-certificates, libcurl4 (>= 7.87)")
     set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-wayland")
     set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 else()
-    # Qt and the other libraries go into the bundle while it is installed, those of the unpacker too, and the whole of it
-    # onto a disk image. The tool that does it strips and signs, so that nothing is stripped after it.
+    # macdeployqt copies Qt and the other libraries, also the unpacker's, into the bundle as it is installed; CPack puts
+    # the bundle on a disk image. macdeployqt strips and signs, so CPack must not strip afterwards.
     find_program(MACDEPLOYQT macdeployqt HINTS "${QT6_INSTALL_PREFIX}/bin" REQUIRED)
     set(bundle "\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/vantor-platformer.app")
     install(CODE "execute_process(COMMAND \"${MACDEPLOYQT}\" \"${bundle}\"

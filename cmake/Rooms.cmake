@@ -1,5 +1,5 @@
-# A room is one folder under src/ and one static library. What it may see is the USES of its first line: only a room
-# that is linked puts its headers on the include path, so an arrow that is not drawn here does not compile.
+# A room is one folder under src/ and one static library. USES lists what it may include: only linked rooms put their
+# headers on the include path, so an undeclared dependency does not compile.
 #
 #   add_room(process USES storage async QCoro6::Core SOURCES LogStore.cpp LogStore.h)
 function(add_room name)
@@ -9,14 +9,13 @@ function(add_room name)
     target_link_libraries(${name} PUBLIC ${ROOM_USES} PRIVATE common_options)
 endfunction()
 
-# A test program of one subject. It may run for TIMEOUT seconds (60 unless told), has no window of its own and sees the
-# fonts of tests/fonts.
-# A program that cannot test anything here (its engine is not to be had) says why and ends with status 77.
+# A test program for one subject. It may run for TIMEOUT seconds (60 by default), draws off-screen and uses the fonts in
+# tests/fonts. A program that cannot test anything here (no engine available) says why and exits with status 77.
 #
 #   add_subject_test(LineSplitterTest USES process)
 #
-# LABELS and ENVIRONMENT are CTest's own. RESOURCES names helper programs that must be built before the test runs.
-# A program with the label "long" runs only when ctest is told -C Long, as ./test --long does.
+# LABELS and ENVIRONMENT are passed to CTest. RESOURCES names helper programs that must be built before the test runs.
+# A program labelled "long" runs only with ctest -C Long, which ./test --long uses.
 function(add_subject_test name)
     cmake_parse_arguments(SUBJECT "" "TIMEOUT" "USES;SOURCES;LABELS;ENVIRONMENT;RESOURCES" ${ARGN})
     if(NOT SUBJECT_TIMEOUT)
@@ -32,7 +31,7 @@ function(add_subject_test name)
         set(configurations CONFIGURATIONS Long)
     endif()
     add_test(NAME ${name} COMMAND ${name} ${configurations})
-    # What a person's desktop tells Qt's programs about sizes and looks is not for the tests.
+    # The developer's own settings for Qt's scaling and style must not affect the tests.
     set(desktops_words QT_SCALE_FACTOR QT_SCREEN_SCALE_FACTORS QT_FONT_DPI QT_STYLE_OVERRIDE QT_QPA_PLATFORMTHEME)
     list(TRANSFORM desktops_words APPEND "=unset:" OUTPUT_VARIABLE without_desktop)
     set_tests_properties(${name} PROPERTIES

@@ -17,17 +17,17 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// How long a tool may take to end when it is asked to. It holds nothing of the player's.
+/// The time between asking a tool to end and killing it. Short: it has nothing of the player's to save.
 constexpr std::chrono::milliseconds patience { 200 };
 
-/// Asks the tool to end, and ends it soon after: one that hangs or is stopped (SIGSTOP) follows no request.
+/// Asks the tool to end and kills it soon after: one that hangs or is stopped (SIGSTOP) does not react.
 void end(const std::shared_ptr<ProcessController> &controller)
 {
     controller->cancel();
     QTimer::singleShot(patience, QCoreApplication::instance(), [controller] { controller->kill(); });
 }
 
-/// Runs `tool`, whose lines go to `log`, and gives its status.
+/// Runs `tool`, with its output going to `log`, and returns its status.
 QCoro::Task<qint32> runTool(QString tool, QStringList arguments, LogStore *log, std::stop_token stop)
 {
     const auto controller = ProcessController::create();
@@ -35,7 +35,7 @@ QCoro::Task<qint32> runTool(QString tool, QStringList arguments, LogStore *log, 
     const std::function<void(const QString &)> appendToLog = log->appender();
     const qint32 status = co_await controller->run(tool, arguments, appendToLog);
     throwIfCancelled(stop);
-    // The failure that follows gives only the number, as if it were an exit code.
+    // The caller's error message shows only the number, as if it were an exit code.
     if (controller->wasEndedBySignal()) {
         log->append(u"%1 was ended by signal %2 (%3) before it had finished."_s.arg(
             QFileInfo(tool).fileName(), QString::number(status), QString::fromLocal8Bit(strsignal(status))));
@@ -57,7 +57,7 @@ QCoro::Task<> Archive::unzip(QString zipFile, QString destination, LogStore *log
     if (status == 0)
         status = co_await runTool(desktop.unpackTool, toUnpack, log, stop);
     if (status != 0) {
-        // The tool's name on the first desktop stands for every desktop's, and for the check before it.
+        // The message names macOS's tool on every desktop, even when it was the check that failed.
         const QString shown = name.isEmpty() ? QFileInfo(zipFile).fileName() : name;
         throw AppError::message(u"Could not unpack "_s + shown + u" (ditto exit code "_s
                                 + QString::number(status) + u")."_s);

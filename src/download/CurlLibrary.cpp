@@ -10,7 +10,7 @@ constexpr const char *fileName = "libcurl.4.dylib";
 constexpr const char *fileName = "libcurl.so.4";
 #endif
 
-/// Fills in the functions of an open library; each knows its own type.
+/// Looks up an open library's functions and remembers whether any is missing.
 class Functions final {
 public:
     explicit Functions(void *library)
@@ -68,7 +68,7 @@ std::optional<CurlLibrary> CurlLibrary::load(const char *name)
     functions.find(library.curl_url_set, "curl_url_set");
     decltype(&::curl_global_init) globalInit = nullptr;
     functions.find(globalInit, "curl_global_init");
-    // Never undone either.
+    // Nor is there a curl_global_cleanup().
     if (!functions.areAllThere() || globalInit(CURL_GLOBAL_DEFAULT) != CURLE_OK)
         return std::nullopt;
     return library;

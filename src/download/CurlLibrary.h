@@ -4,8 +4,8 @@
 
 #include <optional>
 
-/// The part of libcurl that transfers use, by its own names. It is loaded when the first transfer begins: the
-/// two dozen libraries that it stands on would be a quarter of what the launcher adds to its own start, and
+/// The libcurl functions that transfers use, under their own names. Loaded when the first transfer begins:
+/// libcurl's two dozen dependencies would be a quarter of the startup time that is the launcher's own, and
 /// most starts download nothing.
 struct CurlLibrary {
     decltype(&::curl_easy_cleanup) curl_easy_cleanup = nullptr;
@@ -28,11 +28,10 @@ struct CurlLibrary {
     decltype(&::curl_url_get) curl_url_get = nullptr;
     decltype(&::curl_url_set) curl_url_set = nullptr;
 
-    /// The one that is loaded, which it is on the first call and for good, or none when it cannot be had. Any
-    /// thread.
+    /// The library, loaded by the first call and never unloaded; null when it cannot be loaded. Any thread.
     static const CurlLibrary *loaded();
 
-    /// The one in the file `name`, which the system looks for, set up for use; none when it is not there or
-    /// lacks something.
+    /// Loads and initialises the library `name`, found as by dlopen(). No value when that fails or a function
+    /// is missing.
     static std::optional<CurlLibrary> load(const char *name);
 };

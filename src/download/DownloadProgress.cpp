@@ -10,7 +10,7 @@ namespace {
 struct Unit {
     QLatin1StringView name;
     qint64 bytes;
-    /// Bytes per last decimal shown: none for kB, one for MB, two above.
+    /// Bytes per unit of the last digit shown: no decimals for kB, one for MB, two above.
     qint64 step;
 };
 
@@ -27,13 +27,13 @@ constexpr std::array units {
     Unit { "EB"_L1, billion *billion, billion *billion / 100 },
 };
 
-/// `steps` of `unit` without needless zeros: 12, 12.3, 12.35.
+/// `steps` of `unit` without trailing zeros: 12, 12.3, 12.35.
 QString number(qint64 steps, const Unit &unit)
 {
     const qint64 stepsPerUnit = unit.bytes / unit.step;
     QString text = QString::number(steps / stepsPerUnit);
     if (const qint64 rest = steps % stepsPerUnit) {
-        // A one before the rest keeps its leading zeros.
+        // The 1 in front, dropped again, keeps the leading zeros.
         QString decimals = QString::number(stepsPerUnit + rest).sliced(1);
         while (decimals.endsWith(u'0'))
             decimals.chop(1);
@@ -52,7 +52,7 @@ QString fileSizeText(qint64 bytes)
         return QString::number(bytes) + (bytes == 1 ? u" byte"_s : u" bytes"_s);
     for (const Unit &unit : units) {
         const qint64 steps = bytes / unit.step + (bytes % unit.step >= unit.step / 2 ? 1 : 0);
-        // What would round to 1000 of a unit is one of the next.
+        // A size that would round to 1000 of this unit is shown in the next one.
         if (steps < thousand * (unit.bytes / unit.step))
             return number(steps, unit) + u' ' + unit.name;
     }

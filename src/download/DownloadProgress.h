@@ -11,7 +11,7 @@ struct DownloadProgress {
     /// The last measured speed, 0 until the first measurement.
     double bytesPerSecond = 0;
 
-    /// "3.2 MB of 48.1 MB · 1.5 MB/s", without what is unknown.
+    /// "3.2 MB of 48.1 MB · 1.5 MB/s"; unknown parts are omitted.
     QString text() const;
 
     bool operator==(const DownloadProgress &) const = default;

@@ -10,7 +10,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// What the player reads about a transfer that broke; every other error is passed on as it is.
+/// Turns a TransferError into an AppError for the player; returns any other error unchanged.
 std::exception_ptr worded(const std::exception_ptr &error)
 {
     try {
@@ -74,7 +74,7 @@ QCoro::Task<QString> FileDownloader::start(std::stop_token stop)
         const std::lock_guard guard(m_lock);
         task = std::move(m_task);
     }
-    task.reset(); // its thread is at its very end
+    task.reset(); // joins its thread, which has nothing left to do
     if (const auto *error = std::get_if<std::exception_ptr>(&result))
         std::rethrow_exception(*error);
     co_return std::get<QString>(std::move(result));
@@ -110,7 +110,7 @@ void FileDownloader::didComplete(const HttpTransfer::Ending &ending)
         didFinishDownloading(ending.status);
         finish(m_destination);
     } catch (...) {
-        m_part.discard(); // before the caller learns of the end and tidies up
+        m_part.discard(); // before the caller is resumed and cleans up
         finish(worded(std::current_exception()));
     }
 }

@@ -17,13 +17,13 @@
 #include <stop_token>
 #include <variant>
 
-/// One download of one file over HTTP(S), into a temporary file beside its destination and then, when the
-/// server's answer was whole and good, to the destination by renaming. An instance serves one download.
-/// Shared, because a waiting `start` keeps it alive when its owner lets go.
+/// Downloads one file over HTTP(S), once: into a temporary file beside the destination, which is renamed to
+/// the destination after a complete and successful response. Shared, because a pending `start` keeps it alive
+/// after its owner has released it.
 class FileDownloader final : public std::enable_shared_from_this<FileDownloader> {
 public:
-    /// `onProgress` is called on the transfer's thread for every piece written; none may be given. An
-    /// existing file at `destination` is replaced. Nothing is fetched yet.
+    /// `onProgress`, which may be empty, is called on the transfer's thread for every piece written. An
+    /// existing file at `destination` will be replaced. Fetches nothing yet.
     static std::shared_ptr<FileDownloader> create(QUrl url, QString destination,
                                                   std::function<void(DownloadProgress)> onProgress,
                                                   TransferRules rules = {});
@@ -31,16 +31,16 @@ public:
     FileDownloader(const FileDownloader &) = delete;
     FileDownloader &operator=(const FileDownloader &) = delete;
 
-    /// Gives the destination when the file is in place. Throws AppError for a bad answer or a broken
-    /// transfer, FileError when the file cannot be put in place, CancellationError after `cancel` or when
-    /// `stop` is requested. Once, on the main thread, which it also resumes on.
+    /// Returns the destination once the file is there. Throws AppError for an error status or a failed
+    /// transfer, FileError when the file cannot be written or moved, CancellationError after `cancel` or when
+    /// `stop` is requested. Call once, on the main thread; resumes there.
     QCoro::Task<QString> start(std::stop_token stop = {});
 
-    /// Ends the download, now or before its start. Any thread.
+    /// Cancels the download, even before its start. Any thread.
     void cancel();
 
 private:
-    /// The destination, or why there is no file.
+    /// The destination, or the error.
     using Result = std::variant<QString, std::exception_ptr>;
 
     FileDownloader(QUrl url, QString destination, std::function<void(DownloadProgress)> onProgress,
@@ -51,7 +51,7 @@ private:
     void didComplete(const HttpTransfer::Ending &ending);
     void didFinishDownloading(int status);
 
-    /// The single place where the waiting caller is resumed. A second result is dropped. Any thread.
+    /// The only place that resumes the caller of `start`. Ignores a second result. Any thread.
     void finish(Result result);
 
     const QUrl m_url;
@@ -64,8 +64,8 @@ private:
     SpeedMeter m_speed;
     qint64 m_received = 0;
 
-    std::mutex m_lock; // guards the rest; nothing is called out under it
+    std::mutex m_lock; // guards the members below; no callback runs under it
     std::optional<Completion<Result>> m_continuation;
-    std::shared_ptr<HttpTransfer> m_task; // last: its end waits for the thread that uses all of the above
+    std::shared_ptr<HttpTransfer> m_task; // below all that its thread uses: its destructor joins the thread
     bool m_cancelled = false;
 };

@@ -8,8 +8,8 @@
 
 namespace {
 
-/// Far above what servers send, redirects included. libcurl bounds a single line, and later versions the
-/// whole.
+/// For all headers, redirects included; far more than servers send. libcurl limits single lines, and the
+/// total only in its later versions.
 constexpr qint64 longestHeaders = 256 * 1024;
 
 bool isBeyondNumbers(QByteArrayView length)
@@ -50,16 +50,15 @@ void HttpExchange::setOptions(const QByteArray &url)
     set(CURLOPT_PROTOCOLS_STR, "http,https");
     set(CURLOPT_HTTP_VERSION, long(CURL_HTTP_VERSION_1_1)); // one file per connection: nothing to multiplex
     set(CURLOPT_USERAGENT, "VantorPlatformer/" LAUNCHER_VERSION);
-    // No Accept-Encoding: what the server has is what goes to disk and is compared with a checksum. A coding
-    // that it applies unasked stays as it came, and then the archive's own check refuses it.
+    // No Accept-Encoding: the file is stored, and its checksum compared, exactly as the server has it. An
+    // encoding that the server applies unasked is not decoded, so the archive check refuses the file.
     set(CURLOPT_ACCEPT_ENCODING, static_cast<const char *>(nullptr));
-    set(CURLOPT_FOLLOWLOCATION, 0L); // the transfer follows, with rules of its own
+    set(CURLOPT_FOLLOWLOCATION, 0L); // HttpTransfer follows redirects, by its own rules
     set(CURLOPT_NETRC, long(CURL_NETRC_IGNORED));
     set(CURLOPT_FORBID_REUSE, 1L);
-    set(CURLOPT_BUFFERSIZE, 256 * 1024L); // fewer pieces to handle than with the 16 KiB of its own
+    set(CURLOPT_BUFFERSIZE, 256 * 1024L); // fewer callbacks than with the default of 16 KiB
 
-    // The desktop's proxy and no other: both options are given even when empty, else libcurl reads the
-    // environment.
+    // Only the desktop's proxy: both options are set even when empty, or else libcurl reads the environment.
     const SystemProxy proxy = proxyFor(QUrl::fromEncoded(url));
     set(CURLOPT_PROXY, proxy.address.constData());
     set(CURLOPT_NOPROXY, "");
@@ -78,7 +77,7 @@ void HttpExchange::setOptions(const QByteArray &url)
 
     set(CURLOPT_NOSIGNAL, 1L);
     set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(rules.connect.count()));
-    // A name lookup cannot be interrupted. Its thread is left behind then, rather than waited for.
+    // A name lookup cannot be interrupted: ending a transfer abandons its thread instead of joining it.
     set(CURLOPT_QUICK_EXIT, 1L);
 
     set(CURLOPT_ERRORBUFFER, m_detail);
@@ -105,7 +104,7 @@ HttpExchange::Answer HttpExchange::perform(const QByteArray &url)
         std::rethrow_exception(m_exception);
     if (code != CURLE_OK && !m_isComplete)
         throw failure(code);
-    // libcurl is content with a connection that ends inside the header.
+    // libcurl reports success for a connection that ends inside the header.
     if (m_answer.status == 0)
         throw TransferError::fromCurl(CURLE_PARTIAL_FILE, {});
     return m_answer;
@@ -161,7 +160,7 @@ std::optional<CURLcode> HttpExchange::result() const
 
 TransferError HttpExchange::failure(CURLcode code) const
 {
-    // A proxy that refuses to connect us has several results in libcurl's versions.
+    // libcurl's versions report a proxy's refusal to connect with different codes.
     long proxyStatus = 0;
     m_curl.curl_easy_getinfo(m_easy, CURLINFO_HTTP_CONNECTCODE, &proxyStatus);
     const bool refusedByProxy = proxyStatus != 0 && (proxyStatus < 200 || proxyStatus > 299);
@@ -201,7 +200,7 @@ void HttpExchange::takeHeaderLine(QByteArrayView line)
     m_headerBytes += line.size();
     if (m_headerBytes > longestHeaders)
         throw TransferError::notUnderstood();
-    // What follows the body is no second head, however it reads.
+    // Trailers after the body arrive here too; they must not be read as another header.
     if (m_answer.status != 0)
         return;
     if (line.startsWith("HTTP/")) {
@@ -221,7 +220,7 @@ void HttpExchange::takeEndOfHead()
     long status = 0;
     m_curl.curl_easy_getinfo(m_easy, CURLINFO_RESPONSE_CODE, &status);
     if (status < 200)
-        return; // another head follows
+        return; // an interim response: another header follows
     m_answer.status = static_cast<int>(status);
     m_isComplete = !m_answer.isGood();
     if (m_isComplete)

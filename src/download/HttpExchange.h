@@ -10,8 +10,8 @@
 
 struct SystemProxy;
 
-/// One request and its answer with libcurl, and the next one after a redirect. Blocks: for the transfer's
-/// thread only.
+/// Performs a transfer's requests with libcurl, one after the other: the first, then one per redirect.
+/// Blocks, so for the transfer's thread only.
 class HttpExchange final {
 public:
     struct Answer {
@@ -21,15 +21,15 @@ public:
         bool isGood() const { return status >= 200 && status <= 299; }
     };
 
-    /// Everything outlives the exchange. `multi` lets another thread wake it up after setting `cancelled`.
+    /// All arguments must outlive the exchange. To cancel, another thread sets `cancelled` and wakes `multi`.
     HttpExchange(const CurlLibrary &curl, CURLM *multi, const HttpTransfer::Request &request,
                  const std::atomic<bool> &cancelled, const HttpTransfer::OnBody &onBody);
     ~HttpExchange();
     HttpExchange(const HttpExchange &) = delete;
     HttpExchange &operator=(const HttpExchange &) = delete;
 
-    /// Asks for `url` and gives the final answer when all of its body has come, or its head when it is not a
-    /// good one. Throws TransferError, CancellationError, or what `onBody` throws.
+    /// Requests `url`. Returns when the body is complete, or right after the header when the status is not
+    /// within 200-299. Throws TransferError, CancellationError, or what `onBody` throws.
     Answer perform(const QByteArray &url);
 
 private:
@@ -55,9 +55,9 @@ private:
     char m_detail[CURL_ERROR_SIZE] = {};
 
     Answer m_answer;
-    bool m_isLengthBeyondNumbers = false; // the announced length, which libcurl then takes for none
-    bool m_isComplete = false; // the head says that nothing of the body is wanted
-    std::exception_ptr m_exception; // thrown inside a callback, where libcurl's frames lie between
+    bool m_isLengthBeyondNumbers = false; // the announced length overflows; libcurl then reports none
+    bool m_isComplete = false; // the header has come, and the status makes the body unwanted
+    std::exception_ptr m_exception; // thrown in a callback; must not unwind through libcurl
     qint64 m_headerBytes = 0;
     qint64 m_received = 0;
     qint64 m_total = -1;

@@ -8,7 +8,7 @@ QCoro::Task<HttpResponse> fetchData(QUrl url, qint64 largestBody, std::stop_toke
     throwIfCancelled(stop);
     rules.largestBody = largestBody;
 
-    QByteArray body; // the transfer's thread's until it has ended
+    QByteArray body; // belongs to the transfer's thread until `ended` is settled
     const Completion<HttpTransfer::Ending> ended;
     const auto onBody = [&body](QByteArrayView piece, qint64) { body.append(piece); };
     const auto onEnd = [ended](HttpTransfer::Ending ending) {

@@ -45,8 +45,8 @@ bool isRedirect(const HttpExchange::Answer &answer)
     }
 }
 
-/// Where `location` in an answer from `from` leads. The web only, never from HTTPS to HTTP, and without a
-/// name and password that the server may have put there.
+/// Resolves a redirect's `location` against `from` and removes any user name and password. Throws
+/// TransferError unless it leads to HTTPS, or from HTTP to HTTP.
 QByteArray redirected(const QByteArray &from, const QByteArray &location)
 {
     const CurlLibrary &curl = *CurlLibrary::loaded();
@@ -112,11 +112,11 @@ HttpTransfer::HttpTransfer(Request request, OnBody onBody, OnEnd onEnd)
     m_private->onEnd = std::move(onEnd);
     const CurlLibrary *const curl = CurlLibrary::loaded();
     if (!curl)
-        return; // which `start` finds out
+        return; // `start` will throw
     m_private->multi.reset(curl->curl_multi_init());
 #if LIBCURL_VERSION_NUM >= 0x081400
-    curl->curl_multi_setopt(m_private->multi.get(), CURLMOPT_QUICK_EXIT,
-                            1L); // as for the exchange: do not wait for a lookup
+    // As in HttpExchange: do not wait for a name lookup.
+    curl->curl_multi_setopt(m_private->multi.get(), CURLMOPT_QUICK_EXIT, 1L);
 #endif
 }
 

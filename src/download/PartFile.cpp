@@ -29,7 +29,7 @@ void PartFile::open()
 
 void PartFile::close()
 {
-    // A full disk behind a network shows itself only now.
+    // A network file system may report a full disk only now.
     if (::close(std::exchange(m_descriptor, -1)) != 0)
         throw FileError(m_destination, QStringLiteral("written"), errno);
 }

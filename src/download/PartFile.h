@@ -3,8 +3,8 @@
 #include <QByteArrayView>
 #include <QString>
 
-/// A file on its way: written beside its destination, then moved there in one step, and gone when this object
-/// goes before that. Made by the first write. One thread at a time.
+/// A file being downloaded: written beside its destination, then renamed to it. Created by the first write;
+/// deleted with this object unless it has been moved into place. Not thread-safe.
 class PartFile final {
 public:
     explicit PartFile(const QString &destination);
@@ -12,13 +12,13 @@ public:
     PartFile(const PartFile &) = delete;
     PartFile &operator=(const PartFile &) = delete;
 
-    /// Adds `bytes`. Throws FileError.
+    /// Appends `bytes`. Throws FileError.
     void write(QByteArrayView bytes);
 
-    /// Puts the file in place of whatever is at the destination. Throws FileError.
+    /// Replaces whatever is at the destination with the file. Throws FileError.
     void moveIntoPlace();
 
-    /// Removes what was written.
+    /// Deletes the unfinished file, if there is one.
     void discard() noexcept;
 
 private:

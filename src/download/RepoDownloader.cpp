@@ -37,7 +37,7 @@ QCoro::Task<QString> RepoDownloader::install(LogStore *log, std::function<void(D
     } catch (...) {
         error = std::current_exception();
     }
-    // Many small files: not on the main thread. What fails to go is left to the guard.
+    // Many small files: too slow for the main thread. What cannot be deleted is left to `scratch`.
     auto removal = [scratchPath] { return FileOperations::removeTreeIfPossible(scratchPath); };
     co_await runInBackground(std::move(removal));
     if (error)
@@ -84,7 +84,7 @@ void RepoDownloader::keep(std::shared_ptr<FileDownloader> downloader)
         const std::lock_guard guard(m_lock);
         m_downloader.swap(downloader);
     }
-    // The one before it, if any, goes here: its end may wait for a thread.
+    // The previous one is released here, outside the lock: its destructor may wait for a thread.
 }
 
 void RepoDownloader::cancel()

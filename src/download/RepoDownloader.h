@@ -14,8 +14,8 @@
 class FileDownloader;
 class LogStore;
 
-/// Puts the game in place: downloads the repository's branch archive, unpacks it and moves the project that
-/// it holds to the game folder. Owned by the model, main thread only but where said otherwise.
+/// Installs the game: downloads the repository's branch archive, unpacks it and moves the project inside to
+/// the game folder. Owned by the model. Main thread unless stated otherwise.
 class RepoDownloader final {
 public:
     explicit RepoDownloader(TransferRules rules = {});
@@ -23,25 +23,25 @@ public:
     /// The branch archive's address.
     static QUrl zipURL();
 
-    /// Gives the installed project's folder. Throws AppError, FileError or CancellationError; then the game
-    /// that was there before is still there, whole, and no scratch folder is left. `onProgress` is called on
+    /// Returns the installed project's folder. Throws AppError, FileError or CancellationError; a game that
+    /// was installed before is then still complete, and no scratch folder is left. `onProgress` is called on
     /// the transfer's thread. `log` outlives the call.
     QCoro::Task<QString> install(LogStore *log, std::function<void(DownloadProgress)> onProgress,
                                  std::stop_token stop);
 
-    /// Ends the download in progress. The unpacking ends by the `stop` of its install. Any thread.
+    /// Cancels the download in progress. Only the `stop` of `install` cancels unpacking. Any thread.
     void cancel();
 
 private:
-    /// Everything that `install` does but for the life of the folder `scratch`.
+    /// All that `install` does except creating and deleting `scratch`.
     QCoro::Task<QString> installFrom(QString scratch, LogStore *log,
                                      std::function<void(DownloadProgress)> onProgress, std::stop_token stop);
 
-    /// Makes `downloader` the one that `cancel` reaches.
+    /// Makes `cancel` act on `downloader`.
     void keep(std::shared_ptr<FileDownloader> downloader);
 
     const TransferRules m_rules;
-    std::mutex m_lock; // guards the rest; nothing is called under it
+    std::mutex m_lock; // guards `m_downloader`; nothing is called under it
     // Kept after the download: cancelling it then does nothing.
     std::shared_ptr<FileDownloader> m_downloader;
 };

@@ -5,18 +5,18 @@
 #include <chrono>
 
 /// The speed of a download: the plain average over the last interval of at least half a second, without
-/// smoothing. It does not know the clock. Not shared between threads.
+/// smoothing. The caller supplies the time. Not thread-safe.
 class SpeedMeter final {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// The first interval begins at `now`.
+    /// The first interval starts at `now`.
     explicit SpeedMeter(Clock::time_point now)
         : m_lastTime(now)
     {
     }
 
-    /// Bytes per second, 0 until the first interval has closed. `totalBytes` have come since the start.
+    /// Returns bytes per second, 0 until the first interval is over. `totalBytes` counts from the start.
     double measure(Clock::time_point now, qint64 totalBytes)
     {
         const std::chrono::duration<double> elapsed = now - m_lastTime;

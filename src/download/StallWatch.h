@@ -4,12 +4,11 @@
 
 #include <chrono>
 
-/// Whether a transfer has come to a standstill. Only bytes of the body count as life: looking up the name,
-/// connecting, redirects and the header must all be over within one window, so that no server can keep a
-/// player waiting with drops of any of them. It does not know the clock. Not shared between threads.
+/// Detects a stalled transfer. Only bytes of the body count as progress: name lookup, connecting, redirects
+/// and the header must all finish within one window, so that no server can keep a player waiting by trickling
+/// bytes. The caller supplies the time. Not thread-safe.
 ///
-/// libcurl's own low-speed rule is not used: it does not look at every phase, and it counts the header's
-/// bytes too.
+/// libcurl's own low-speed limit does not cover every phase, and it counts the header's bytes too.
 class StallWatch final {
 public:
     using Clock = std::chrono::steady_clock;
@@ -21,7 +20,7 @@ public:
     {
     }
 
-    /// `totalBytes` of the body have come. A new window begins as soon as the last one has brought enough.
+    /// `totalBytes` of the body have arrived so far. A new window starts as soon as the last has had enough.
     void received(Clock::time_point now, qint64 totalBytes)
     {
         if (totalBytes - m_lastBytes < m_enough)
@@ -30,7 +29,7 @@ public:
         m_lastBytes = totalBytes;
     }
 
-    /// The moment from which on the transfer counts as stalled.
+    /// The time from which the transfer counts as stalled.
     Clock::time_point deadline() const { return m_lastTime + m_window; }
 
 private:

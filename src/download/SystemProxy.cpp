@@ -8,7 +8,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// libcurl's name for `type`, empty for a kind that does not carry HTTP.
+/// libcurl's scheme for `type`, empty for a type that cannot carry HTTP.
 QString schemeOf(QNetworkProxy::ProxyType type)
 {
     switch (type) {
@@ -16,7 +16,7 @@ QString schemeOf(QNetworkProxy::ProxyType type)
     case QNetworkProxy::HttpCachingProxy:
         return u"http"_s;
     case QNetworkProxy::Socks5Proxy:
-        return u"socks5h"_s; // the proxy looks the name up, as Qt has it
+        return u"socks5h"_s; // the proxy resolves host names, as with Qt
     default:
         return {};
     }

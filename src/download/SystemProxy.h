@@ -12,11 +12,11 @@ struct SystemProxy {
     QByteArray user;
     QByteArray password;
 
-    /// The proxy for `url`. Reads the desktop's settings, which takes as long as it takes: they may name a
-    /// script that has to be fetched first.
+    /// The proxy for `url`. May block for any length of time: the desktop's settings may name a script that
+    /// has to be fetched first.
     static SystemProxy forUrl(const QUrl &url);
 
-    /// The same on a thread of its own, since nothing can interrupt it. Who no longer wants the result lets
-    /// go of it and leaves that thread behind. Throws std::system_error when the system refuses a thread.
+    /// The same on a thread of its own, since `forUrl` cannot be interrupted. Dropping the future abandons
+    /// that thread. Throws std::system_error when no thread can be started.
     static std::future<SystemProxy> lookUp(const QUrl &url);
 };

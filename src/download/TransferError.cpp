@@ -6,11 +6,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// CURLE_TOO_LARGE, which the oldest libcurl that we build with does not know by name.
+/// CURLE_TOO_LARGE, a name that the oldest libcurl we build with does not have.
 constexpr int tooLargeAHeader = 100;
 
-/// `text` as the end of a sentence: without the full stop that some of libcurl's texts have and others have
-/// not.
+/// `text` without its final full stop, which only some of libcurl's texts have.
 QString withoutFullStop(const QByteArray &text)
 {
     QString trimmed = QString::fromUtf8(text).simplified();
@@ -28,7 +27,7 @@ QString insecure(const QByteArray &detail)
 
 }
 
-// Our own words for everything that a player can meet: libcurl's change from version to version.
+// Our own wording for every error that a player may meet: libcurl's changes from version to version.
 TransferError TransferError::fromCurl(int code, const QByteArray &detail)
 {
     switch (code) {
@@ -66,8 +65,8 @@ TransferError TransferError::fromCurl(int code, const QByteArray &detail)
     case CURLE_UNSUPPORTED_PROTOCOL:
     case CURLE_WEIRD_SERVER_REPLY:
     case CURLE_BAD_CONTENT_ENCODING:
-    case CURLE_BAD_FUNCTION_ARGUMENT: // libcurl's word for a trailer without a colon
-    case CURLE_OUT_OF_MEMORY: // and for a header line that is longer than it takes, up to libcurl 8.5
+    case CURLE_BAD_FUNCTION_ARGUMENT: // libcurl's code for a trailer without a colon
+    case CURLE_OUT_OF_MEMORY: // up to libcurl 8.5 also for a header line that is too long
     case tooLargeAHeader:
         return notUnderstood();
     case CURLE_FILESIZE_EXCEEDED:

@@ -5,7 +5,7 @@
 
 #include <exception>
 
-/// A transfer that broke, as one full sentence for the player: "The server could not be found."
+/// A failed transfer, as one full sentence for the player: "The server could not be found."
 class TransferError final : public std::exception {
 public:
     explicit TransferError(const QString &description)
@@ -14,7 +14,7 @@ public:
     {
     }
 
-    /// The sentence for libcurl's result `code`; `detail` is what libcurl says beyond it and may be empty.
+    /// The error for libcurl's result `code`; `detail` is libcurl's own message and may be empty.
     static TransferError fromCurl(int code, const QByteArray &detail);
 
     static TransferError timedOut();

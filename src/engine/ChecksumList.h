@@ -4,11 +4,11 @@
 
 #include <optional>
 
-/// The engine project's list of checksums: per line a hash, blanks and a file name, as sha512sum writes them.
+/// The engine project's checksum list, in sha512sum's format: per line a hash, blanks and a file name.
 namespace ChecksumList {
 
-/// The hash that the first line for `fileName` begins with, as it stands there, or none. A "*" in front of
-/// the name is a mark of the tool's, not part of the name.
+/// The hash in the first line for `fileName`, letter case unchanged; no value when there is no such line. The
+/// "*" with which sha512sum may mark a name is ignored.
 std::optional<QString> hash(const QString &list, const QString &fileName);
 
 }

@@ -34,8 +34,8 @@ QUrl addressOf(const EngineSpec &spec, const QString &fileName)
     return url;
 }
 
-/// Moves a build that no longer works out of the way in one step, so that a launcher that is killed here
-/// leaves no build rather than half of one.
+/// Moves a broken build out of the way in one step: a launcher killed at this point leaves no build rather
+/// than half of one.
 void makeRoom(const QString &target, const QString &previous)
 {
     if (FileOperations::exists(target))
@@ -43,8 +43,8 @@ void makeRoom(const QString &target, const QString &previous)
     FileOperations::createFolder(Paths::engineFolder());
 }
 
-/// On macOS, downloaded programs open with a warning, and without a window not at all. This build was
-/// verified, so the flag may go; if it cannot be removed, the warning is the only consequence.
+/// macOS warns before opening a downloaded program, and refuses to run one without a window. This build was
+/// verified, so its flag may be cleared; if that fails, the only consequence is the warning.
 QCoro::Task<> clearQuarantine(QString folder, LogStore *log)
 {
     log->append(QStringLiteral(
@@ -84,8 +84,8 @@ QCoro::Task<QString> EngineManager::install(EngineSpec spec, LogStore *log,
         error = std::current_exception();
     }
 
-    // Hundreds of megabytes, or thousands of small files: not on the main thread. What fails to go now is
-    // left to the guard.
+    // Hundreds of megabytes, or thousands of small files: too slow for the main thread. What cannot be
+    // deleted now is left to `scratch`.
     auto removal = [scratchPath] { return FileOperations::removeTreeIfPossible(scratchPath); };
     co_await runInBackground(std::move(removal));
     if (error)
@@ -93,7 +93,7 @@ QCoro::Task<QString> EngineManager::install(EngineSpec spec, LogStore *log,
     co_return program;
 }
 
-/// Downloads the build's archive to `archive` and gives the checksum that it must have.
+/// Downloads the build's archive to `archive` and returns the checksum that it must have.
 QCoro::Task<QString> EngineManager::fetchArchive(EngineSpec spec, QUrl archiveURL, QUrl sumsURL,
                                                  QString archive, LogStore *log,
                                                  std::function<void(DownloadProgress)> onProgress,
@@ -113,12 +113,12 @@ QCoro::Task<QString> EngineManager::fetchArchive(EngineSpec spec, QUrl archiveUR
     co_return checksum;
 }
 
-/// Puts the build that `archive` holds in place, and gives its program.
+/// Verifies and installs the build in `archive`, and returns the path of its program.
 QCoro::Task<QString> EngineManager::verifyAndUnpack(EngineSpec spec, QString archive, QString checksum,
                                                     QString scratch, LogStore *log, std::stop_token stop)
 {
     log->append(QStringLiteral("Checking the download against the official SHA-512 checksum"));
-    // One open file from here on: what is hashed is what is unpacked.
+    // Held open from here on, so that what is hashed is what is unpacked.
     const HeldFile held(archive);
     const QString heldPath = held.path();
     const auto pause = held.timeUntilChangesShow();
@@ -142,7 +142,7 @@ QCoro::Task<QString> EngineManager::verifyAndUnpack(EngineSpec spec, QString arc
     FileOperations::createFolder(unpacked);
     const QString name = spec.fileName();
     co_await Archive::unzip(heldPath, unpacked, log, stop, name);
-    // Somebody may have written into it behind the check, or while it was unpacked.
+    // It may have been modified after the check, or while it was unpacked.
     if (!held.isUntouched())
         throw doesNotMatch();
     FileOperations::move(unpacked, target);

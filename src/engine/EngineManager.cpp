@@ -9,12 +9,12 @@
 
 namespace {
 
-/// An optional sign and digits, and not beyond 64 bits.
+/// Whether `text` is an optional sign and digits, and fits into 64 bits.
 bool isInteger(const QString &text)
 {
     bool fits = false;
     text.toLongLong(&fits);
-    // toLongLong() also passes over blanks around the number.
+    // toLongLong() also accepts white space around the number.
     const auto isPartOfNumber = [](QChar character) {
         return (character >= u'0' && character <= u'9') || character == u'+' || character == u'-';
     };

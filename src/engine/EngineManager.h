@@ -18,45 +18,45 @@ class LogStore;
 class ProcessController;
 struct ProjectInfo;
 
-/// Chooses, installs and finds engine builds, and has them import the game. Owned by the model. The
-/// type-level questions are free of side effects and may be asked on any thread; the rest belongs to the main
-/// thread.
+/// Chooses, installs and finds engine builds, and has them import the game. Owned by the model. The static
+/// queries, `spec` to `executable`, have no side effects and may be called on any thread; the rest is for the
+/// main thread unless stated otherwise.
 class EngineManager final {
 public:
     explicit EngineManager(TransferRules rules = {});
 
-    /// The build that a project wants.
+    /// The build that a project needs.
     static EngineSpec spec(const ProjectInfo &info);
     /// Where the build is unpacked: "Engine/4.3-mono". Not created here.
     static QString folder(const EngineSpec &spec);
-    /// The file whose presence says that this copy of the game was imported with the build:
+    /// The path of the marker file, which exists once this copy of the game was imported with the build:
     /// "Game/.imported-4.3".
     static QString markerURL(const EngineSpec &spec);
-    /// The build's program, or none when it is not installed. Looks at the disk.
+    /// The path of the build's program; no value when it is not installed. Reads the disk.
     static std::optional<QString> executable(const EngineSpec &spec);
 
-    /// Downloads, verifies, unpacks and unlocks the build, and gives its program. Throws AppError, FileError,
-    /// TransferError or CancellationError; then no archive and no half-unpacked engine is left. `onProgress`
-    /// is called on the transfer's thread. `log` outlives the call.
+    /// Downloads, verifies and unpacks the build, clears its quarantine flag and returns the path of its
+    /// program. Throws AppError, FileError, TransferError or CancellationError, and then leaves no archive or
+    /// half-unpacked engine. `onProgress` is called on the transfer's thread. `log` outlives the call.
     QCoro::Task<QString> install(EngineSpec spec, LogStore *log,
                                  std::function<void(DownloadProgress)> onProgress, std::stop_token stop);
 
-    /// Ends the download in progress. Hashing and unpacking end by the `stop` of their install.
+    /// Cancels the download in progress. Only the `stop` of `install` cancels hashing and unpacking.
     void cancel();
 
-    /// Has the engine import the project's files without a window, in at most two passes. Gives whether
-    /// imported files exist then, and leaves the import marker if so. Never throws. `controller` may be
+    /// Has the engine import the project's files without a window, in at most two passes. Returns whether
+    /// imported files exist afterwards, and if so writes the import marker. Never throws. `controller` may be
     /// cancelled meanwhile.
     QCoro::Task<bool> importProject(EngineSpec spec, QString executable, QString project, LogStore *log,
                                     std::shared_ptr<ProcessController> controller);
 
-    /// The hash that the list at `sumsURL` gives for `fileName`, as it stands there. Throws AppError,
-    /// TransferError or CancellationError.
+    /// Fetches the checksum list at `sumsURL` and returns its hash for `fileName`, letter case unchanged.
+    /// Throws AppError, TransferError or CancellationError.
     static QCoro::Task<QString> expectedChecksum(QUrl sumsURL, QString fileName, std::stop_token stop = {},
                                                  TransferRules rules = {});
 
-    /// The SHA-512 of `file` in lower-case hexadecimal, read in pieces of 4 MiB. Throws FileError, and
-    /// CancellationError once `stop` is requested. Any thread.
+    /// The SHA-512 of `file` in lower-case hexadecimal, read in pieces of 4 MiB. Throws AppError, FileError,
+    /// and CancellationError once `stop` is requested. Any thread.
     static QString sha512(const QString &file, const std::stop_token &stop = {});
 
 private:

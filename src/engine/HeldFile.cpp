@@ -35,7 +35,7 @@ bool isSame(const struct stat &one, const struct stat &other)
 
 HeldFile::HeldFile(const QString &path)
     : m_path(path)
-    // Not blocking: opening a pipe would wait for a writer.
+    // Non-blocking: opening a FIFO would wait for a writer.
     , m_descriptor(
           ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC))
 {

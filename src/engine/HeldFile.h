@@ -6,26 +6,26 @@
 
 #include <chrono>
 
-/// A file that is held open, so that what is checked and what is used afterwards is one and the same file,
-/// whatever becomes of its name, or of the folders above it, meanwhile.
+/// A file held open, so that the file that was checked is the one that is used afterwards, whatever happens
+/// to its name or its parent folders meanwhile.
 class HeldFile final {
 public:
-    /// Opens `path`, which must be a file and no link to one. Throws FileError.
+    /// Opens `path`, which must be a regular file and not a symlink. Throws FileError.
     explicit HeldFile(const QString &path);
     ~HeldFile();
     HeldFile(const HeldFile &) = delete;
     HeldFile &operator=(const HeldFile &) = delete;
 
-    /// A path that leads every program of this user to this very file. Where the system has none such
-    /// (macOS), the name that it was opened by.
+    /// A path by which any program of this user opens this very file. Where the system offers none (macOS),
+    /// the path given to the constructor.
     QString path() const;
 
-    /// How long to wait before reading it, so that every later change shows in `isUntouched`: the clock that
-    /// files are stamped with stands still for some milliseconds at a time.
+    /// How long to wait before reading, so that `isUntouched` notices every later change: file timestamps
+    /// advance only every few milliseconds.
     std::chrono::nanoseconds timeUntilChangesShow() const;
 
-    /// Whether nobody has written to it, moved, linked or replaced it since it was opened: each of these
-    /// changes the file's number or its time of change, which no program can set.
+    /// Whether the file has not been written to, moved, linked or replaced since it was opened: each of these
+    /// changes its inode number or its ctime, which no program can set.
     bool isUntouched() const;
 
 private:

@@ -33,7 +33,7 @@ void leaveMarker(const EngineSpec &spec)
     try {
         FileOperations::writeAtomically(EngineManager::markerURL(spec), QByteArrayLiteral("ok"));
     } catch (const FileError &) {
-        // The game is imported all the same; without the marker the next start only looks again.
+        // The game is imported all the same; without the marker, the next Play merely imports again.
     }
 }
 

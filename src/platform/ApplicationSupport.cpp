@@ -11,8 +11,7 @@ namespace {
 
 bool isAbsolute(const QString &path) { return path.startsWith(QLatin1Char('/')); }
 
-/// Not QDir::homePath(): without $HOME that is the root of the file system, where nothing of a player's
-/// belongs.
+/// Empty when unknown. Not QDir::homePath(), which without $HOME returns the root of the file system.
 QString ownHomeFolder()
 {
     const QString named = QFile::decodeName(qgetenv("HOME"));
@@ -29,12 +28,12 @@ QString ownHomeFolder()
     return isAbsolute(listed) ? QDir::cleanPath(listed) : QString();
 }
 
-/// The folder in `parent` that is called `name` but for letter case, or none.
+/// The folder in `parent` whose name equals `name` except in letter case; no value when there is none.
 std::optional<QString> folderInOtherLetterCase(const QString &parent, const QString &name)
 {
     const QStringList folders
         = QDir(parent).entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
-    // The engine's own spelling goes before any other.
+    // Prefer the engine's own spelling.
     if (folders.contains(name.toLower()))
         return name.toLower();
     for (const QString &folder : folders) {

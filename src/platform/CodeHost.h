@@ -10,13 +10,13 @@ namespace CodeHost {
 /// "https://github.com"
 QUrl official();
 
-/// What every address is made from; the official one until `setAddress`. Any thread.
+/// The base of every address; the official one until `setAddress` is called. Any thread.
 QUrl address();
 
 /// Main thread, before anything reads the address. `address` has no path: "http://127.0.0.1:8080".
 void setAddress(const QUrl &address);
 
-/// `address()` followed by `path`, which begins with "/". Not valid when the two make no valid address.
+/// `address()` followed by `path`, which begins with "/". An invalid QUrl when the result is no address.
 QUrl url(const QString &path);
 
 }

@@ -11,13 +11,13 @@
 
 namespace {
 
-/// An opener that found nothing says so soon. One that runs for longer may have become the browser itself,
-/// whose end says nothing about whether the page was opened.
+/// An xdg-open that fails does so soon. One that runs longer may have become the browser itself, whose exit
+/// status says nothing about whether the page was opened.
 constexpr std::chrono::milliseconds longestSearch { 30000 };
 
 }
 
-// Not QDesktopServices, which starts xdg-open too, but never learns how it ended.
+// Not QDesktopServices, which starts xdg-open too but does not report its exit status.
 void DesktopOpener::open(const QUrl &address, std::function<void()> onFailure)
 {
     const QString program = QStandardPaths::findExecutable(QStringLiteral("xdg-open"));
@@ -26,7 +26,7 @@ void DesktopOpener::open(const QUrl &address, std::function<void()> onFailure)
         return;
     }
 
-    // Without an owner: the end of the launcher must not end what was opened.
+    // No parent: quitting the launcher must not end what was opened.
     auto *opener = new QProcess;
     opener->setProgram(program);
     opener->setArguments({ QString::fromUtf8(address.toEncoded()) });

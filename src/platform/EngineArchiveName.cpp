@@ -8,8 +8,8 @@ QString onMacOS(bool is3x, bool isMono)
     return (isMono ? QStringLiteral("mono_") : QString()) + platform;
 }
 
-/// Plain builds have a dot before the processor, .NET builds an underscore. There is no .NET build of the 3.x
-/// line for arm64: its name is made like the others and the checksum list does not hold it.
+/// Plain builds have a dot before the processor, .NET builds an underscore. No .NET build of the 3.x line
+/// exists for arm64: a name is still formed, and the checksum list has no entry for it.
 QString onLinux(bool is3x, bool isMono, Desktop::Processor processor)
 {
     const QString separator = isMono ? QStringLiteral("_") : QStringLiteral(".");

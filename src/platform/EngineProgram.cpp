@@ -5,8 +5,7 @@
 
 namespace {
 
-/// The names of the entries of `folder`, in the order in which the file system gives them. Empty when it
-/// cannot be listed.
+/// The names of the entries of `folder`, in the file system's order. Empty when it cannot be listed.
 QStringList entryNames(const QString &folder)
 {
     QStringList names;
@@ -45,7 +44,7 @@ std::optional<QString> inBundle(const QString &engineFolder)
     return std::nullopt;
 }
 
-/// The program that lies directly in `folder`, called as its archive is: "Godot_v4.3-stable_linux.x86_64".
+/// The program directly in `folder`, named like its archive: "Godot_v4.3-stable_linux.x86_64".
 std::optional<QString> programIn(const QString &folder)
 {
     for (const QString &entry : entryNames(folder)) {
@@ -56,8 +55,7 @@ std::optional<QString> programIn(const QString &folder)
     return std::nullopt;
 }
 
-/// A plain build is one file at the top; a .NET build lies in a folder with the libraries that it needs
-/// beside it.
+/// A plain build is a single file at the top; a .NET build is a folder with the program and its libraries.
 std::optional<QString> atTheTopOrInItsFolder(const QString &engineFolder)
 {
     if (const auto program = programIn(engineFolder))

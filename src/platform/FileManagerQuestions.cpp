@@ -22,8 +22,8 @@ namespace {
 constexpr std::chrono::milliseconds longestAnswer { 10000 };
 constexpr std::chrono::milliseconds longestConnecting { 5000 };
 
-/// The address of the player's bus; empty when there is none. Asked for here rather than left to the bus
-/// library, which starts a bus of its own when it finds none.
+/// The address of the session bus; empty when there is none. Looked up here because the D-Bus library would
+/// start a bus of its own when it finds none.
 QString sessionBusAddress()
 {
     const QString named = QString::fromLocal8Bit(qgetenv("DBUS_SESSION_BUS_ADDRESS"));
@@ -43,7 +43,7 @@ void onMainThread(std::function<void()> work)
 
 void FileManagerQuestions::ask(Question question)
 {
-    // Pressed again and again while the bus is silent, one answer is enough.
+    // The player may press again and again while the bus is silent; one answer is enough.
     const bool waitsAlready = std::any_of(m_waiting.cbegin(), m_waiting.cend(), [&](const Question &waiting) {
         return waiting.folder == question.folder;
     });
@@ -90,7 +90,7 @@ void FileManagerQuestions::connectTo(const QString &address)
             });
         }).detach();
     } catch (const std::system_error &) {
-        // The system has no thread for us now.
+        // No thread could be started.
         onMainThread([self] {
             self->m_isConnecting = false;
             self->notConnected();

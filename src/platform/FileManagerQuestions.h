@@ -9,9 +9,9 @@
 
 /// Asks the file manager on the session bus to show folders, one question at a time.
 ///
-/// Connecting waits for the bus to answer, and a bus may be stuck: that happens on a thread of its own, which
-/// nobody waits for. A bus that takes too long counts as none until it answers after all. Main thread, apart
-/// from that. The questions outlive their owner for as long as one is under way.
+/// Connecting blocks until the bus answers, and a bus may hang, so it happens on a detached thread. A bus
+/// that takes too long counts as missing until it answers after all. Everything else is for the main thread.
+/// A pending question keeps this object alive after its owner has released it.
 class FileManagerQuestions final : public std::enable_shared_from_this<FileManagerQuestions> {
 public:
     struct Question {
@@ -22,7 +22,7 @@ public:
 
     void ask(Question question);
 
-    /// Whether the thread waits for the bus.
+    /// Whether the thread is still waiting for the bus.
     bool isConnecting() const { return m_isConnecting; }
 
 private:
@@ -33,10 +33,10 @@ private:
     void answered(bool shown);
     void giveUp();
 
-    /// The question under way; none once it was given up.
+    /// The pending question; no value once it was given up.
     std::optional<Question> m_current;
     QList<Question> m_waiting;
     bool m_isConnecting = false;
-    /// Counts the attempts to connect, so that a late limit ends none but its own.
+    /// Counts the attempts to connect, so that a late timeout ends only its own attempt.
     int m_attempt = 0;
 };

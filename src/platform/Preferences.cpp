@@ -23,7 +23,7 @@ Preferences::Preferences(const QString &file)
 
 bool Preferences::fullscreen() const
 {
-    // Not QVariant::toBool(): it takes every text but "false", "0" and "" for true, a damaged value included.
+    // Not QVariant::toBool(): it reads every text except "false", "0" and "" as true, even a damaged value.
     const QString value = m_store->value(fullscreenKey).toString();
     return value == QLatin1StringView("true") || value == QLatin1StringView("1");
 }
@@ -36,7 +36,7 @@ void Preferences::setFullscreen(bool fullscreen)
 
 QString Preferences::resolution() const
 {
-    // A list, as "resolution=a, b" reads, or another thing that is no text counts as missing.
+    // Anything but text counts as missing, such as the list that QSettings makes of "resolution=a, b".
     const QVariant value = m_store->value(resolutionKey);
     if (value.userType() != QMetaType::QString)
         return QStringLiteral("default");

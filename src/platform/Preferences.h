@@ -9,7 +9,7 @@
 /// Nothing is cached: a value written by the settings sheet is what the next start reads. Main thread.
 class Preferences final {
 public:
-    /// The store of the player who runs the launcher.
+    /// The store of the user who runs the launcher.
     Preferences();
     /// A store in `file` (INI), for tests.
     explicit Preferences(const QString &file);
@@ -18,8 +18,7 @@ public:
     bool fullscreen() const;
     void setFullscreen(bool fullscreen);
 
-    /// "resolution": the game's window size as "1280x720", or "default" (also when missing). Passed on as
-    /// stored.
+    /// "resolution": the game's window size as "1280x720", or "default" (also when missing). Not validated.
     QString resolution() const;
     void setResolution(const QString &resolution);
 

@@ -8,14 +8,13 @@
 
 /// The desktop's file browser and web browser, as an interface that tests implement too. Main thread.
 ///
-/// Each operation returns at once. When nothing on this desktop could do it, its `onFailure` is called later
-/// on the main thread, once; when something could, never.
+/// Each operation returns at once. If nothing on this desktop can do it, its `onFailure` is called later,
+/// once, on the main thread; otherwise never.
 class Workspace {
 public:
     virtual ~Workspace();
 
-    /// Opens the file browser on the parent of `folder`, with `folder` selected where the desktop can do
-    /// that.
+    /// Opens the file browser on the parent of `folder`, with `folder` selected if the desktop can.
     virtual void reveal(const QString &folder, std::function<void()> onFailure) = 0;
     /// Opens the file browser on `folder`.
     virtual void open(const QString &folder, std::function<void()> onFailure) = 0;
@@ -25,8 +24,8 @@ public:
 
 class FileManagerQuestions;
 
-/// The real one: Finder on macOS; elsewhere the file manager's D-Bus interface org.freedesktop.FileManager1,
-/// and xdg-open, the desktop's opener, for pages and where there is no such file manager.
+/// The real one: NSWorkspace on macOS; elsewhere the file manager's D-Bus interface
+/// org.freedesktop.FileManager1 to reveal a folder, and xdg-open for the rest and when that fails.
 class DesktopWorkspace final : public Workspace {
 public:
     DesktopWorkspace();
@@ -36,8 +35,7 @@ public:
     void open(const QString &folder, std::function<void()> onFailure) override;
     void browse(const QUrl &page, std::function<void()> onFailure) override;
 
-    /// Whether a thread waits for a session bus that has not answered yet. The program's ordinary end would
-    /// wait for that thread too.
+    /// Whether a thread is still waiting for the session bus. A normal exit would wait for that thread too.
     bool isWaitingForBus() const;
 
 private:

@@ -6,8 +6,8 @@ class FileManagerQuestions { };
 
 namespace {
 
-/// Not QString::toNSURL and its like, which only Qt on a Mac has, so that a compiler elsewhere can read this
-/// file.
+/// Without QString::toNSURL() and the like, which only Qt on macOS has, so that compilers elsewhere can parse
+/// this file.
 NSURL *location(const QString &folder)
 {
     return [NSURL fileURLWithPath:[NSString stringWithUTF8String:folder.toUtf8().constData()]];
