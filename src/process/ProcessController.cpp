@@ -126,6 +126,7 @@ qint32 ProcessController::runToEnd(const QString &executable, const QStringList 
 bool ProcessController::admit(std::shared_ptr<ChildProcess> process)
 {
     const std::lock_guard lock(m_lock);
+    m_endedBySignal = false; // whatever became of an earlier run
     if (m_cancelled)
         return false;
     m_process = std::move(process);

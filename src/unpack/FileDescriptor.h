@@ -25,9 +25,11 @@ public:
 
     bool isOpen() const { return m_descriptor >= 0; }
     int get() const { return m_descriptor; }
+    /// Hands the descriptor over to the caller, who closes it.
+    int release() { return std::exchange(m_descriptor, -1); }
 
     /// Returns whether closing succeeded: some file systems report a full disk only then.
-    bool close() { return m_descriptor < 0 || ::close(std::exchange(m_descriptor, -1)) == 0; }
+    bool close() { return m_descriptor < 0 || ::close(release()) == 0; }
 
 private:
     int m_descriptor = -1;

@@ -37,18 +37,25 @@ void setTime(int file, const std::string &name, std::time_t modified)
 std::string folderOf(const std::string &name) { return name.substr(0, name.rfind('/') + 1); }
 std::string lastPartOf(const std::string &name) { return name.substr(name.rfind('/') + 1); }
 
-/// The names of all entries in the open folder.
-std::vector<std::string> namesIn(int folder)
+/// The names of all entries in the open folder; nothing, with the reason in errno, when it cannot be listed.
+std::optional<std::vector<std::string>> namesIn(int folder)
 {
+    FileDescriptor again(openat(folder, ".", openFolder)); // for a read position of its own
+    const std::unique_ptr<DIR, int (*)(DIR *)> listing(again.isOpen() ? fdopendir(again.get()) : nullptr,
+                                                       closedir);
+    if (!listing)
+        return std::nullopt;
+    again.release(); // closed with the listing
     std::vector<std::string> names;
-    const int again = openat(folder, ".", openFolder); // for a read position of its own
-    const std::unique_ptr<DIR, int (*)(DIR *)> listing(again >= 0 ? fdopendir(again) : nullptr, closedir);
-    while (const dirent *entry = listing ? readdir(listing.get()) : nullptr) {
+    for (;;) {
+        errno = 0;
+        const dirent *entry = readdir(listing.get());
+        if (!entry)
+            return errno == 0 ? std::optional(names) : std::nullopt;
         const std::string name = entry->d_name;
         if (name != "." && name != "..")
             names.push_back(name);
     }
-    return names;
 }
 
 }
@@ -60,7 +67,10 @@ FileDescriptor openEmptyFolder(const std::string &path)
     FileDescriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder.isOpen())
         fail(path, "opened");
-    if (!namesIn(folder.get()).empty())
+    const auto names = namesIn(folder.get());
+    if (!names)
+        fail(path, "listed");
+    if (!names->empty())
         throw UnpackError(quoted(path) + " is not an empty folder.");
     return folder;
 }
@@ -68,7 +78,7 @@ FileDescriptor openEmptyFolder(const std::string &path)
 void clearFolder(int folder)
 {
     // Failures are ignored: the error to report is the one that led here.
-    for (const std::string &name : namesIn(folder)) {
+    for (const std::string &name : namesIn(folder).value_or(std::vector<std::string>())) {
         if (unlinkat(folder, name.c_str(), 0) == 0)
             continue;
         const FileDescriptor below(openat(folder, name.c_str(), openFolder));

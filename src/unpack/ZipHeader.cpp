@@ -117,7 +117,8 @@ std::optional<std::time_t> modificationTime(const ZipHeader &header)
     fields.tm_isdst = -1;
     if (fields.tm_mday == 0 || fields.tm_mon < 0)
         return std::nullopt;
-    return std::mktime(&fields);
+    const std::time_t time = std::mktime(&fields);
+    return time == -1 ? std::nullopt : std::optional(time);
 }
 
 ZipHeader readDirectoryHeader(ArchiveWindow &window, ArchivePart rest)

@@ -58,7 +58,7 @@ Run run(
 
     const pid_t child = ::fork();
     if (child == 0) {
-        ::dup2(::open(path.constData(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+        ::dup2(::open(path.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600), STDERR_FILENO);
 #ifdef __linux__
         ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
 #endif
@@ -290,6 +290,22 @@ private Q_SLOTS:
                  QStringLiteral("“game/a” could not be written: the disk took nothing of it.\n"));
         QVERIFY(isEmpty(folder()));
 #endif
+    }
+
+    void aFolderThatCannotBeListedDoesNotCountAsEmpty()
+    {
+        const QString zip = write(ZipBuilder { ZipEntry::file("game/a", "content") }.bytes());
+        const QString kept = m_home->write(QStringLiteral("folder/kept"), "before");
+        const Run unpacked = runUnpacker(unpacking(zip), [] {
+            // For the three standard channels, the archive and the folder, and not for a listing.
+            const rlimit files { 5, 5 };
+            ::setrlimit(RLIMIT_NOFILE, &files);
+        });
+        QVERIFY(WIFEXITED(unpacked.status));
+        QCOMPARE(unpacked.problems,
+                 QStringLiteral("“%1” could not be listed: Too many open files.\n").arg(folder()));
+        QVERIFY(QFileInfo::exists(kept));
+        QVERIFY(!QFileInfo::exists(folder() + QStringLiteral("/game")));
     }
 
     void anArchiveThatIsShortenedWhileItIsReadIsAProblem()
