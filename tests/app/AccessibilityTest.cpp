@@ -16,7 +16,7 @@
 
 namespace {
 
-/// What was announced to whoever listens instead of looking.
+/// Every accessibility event so far.
 QList<std::pair<QObject *, QAccessible::Event>> announced;
 
 void note(QAccessibleEvent *event) { announced.append({ event->object(), event->type() }); }
@@ -27,7 +27,7 @@ bool wasAnnounced(const QObject *object, QAccessible::Event type)
                        [=](const auto &entry) { return entry.first == object && entry.second == type; });
 }
 
-/// Everything below `top` that is not hidden.
+/// `top` and all its descendants that are not hidden.
 QList<QAccessibleInterface *> everythingBelow(QAccessibleInterface *top)
 {
     QList<QAccessibleInterface *> found { top };
@@ -58,7 +58,7 @@ bool mustHaveAName(const QAccessibleInterface &interface)
     }
 }
 
-/// What is wrong with the tree below `widget`, in words.
+/// What is wrong with the accessibility tree of `widget`, in words.
 QStringList faults(QWidget *widget)
 {
     QStringList result;
@@ -161,7 +161,7 @@ void AccessibilityTest::theSheetsAndTheQuestionHaveNamesAndRoles()
     stage.window->findChild<ContentView *>()->showSettings();
     Stage::settle();
     QCOMPARE(faults(QApplication::activeModalWidget()), QStringList());
-    // On Linux the name of such a choice is what is chosen; what it is about is its label.
+    // On Linux a combo box is named after its current choice; its label says what it is for.
     auto *choice
         = QAccessible::queryAccessibleInterface(QApplication::activeModalWidget()->findChild<QComboBox *>());
     const auto relations = choice->relations(QAccessible::Label);

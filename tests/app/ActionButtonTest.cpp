@@ -93,9 +93,9 @@ void ActionButtonTest::aFilledTrianglePointsToTheRightBeforePlay()
     const auto [sign, label] = signAndLabelOfPlay(stage, picture);
     QVERIFY(sign.bounds.right() < label.bounds.left());
     QVERIFY(sign.bounds.height() >= 12 && sign.bounds.height() <= 44);
-    // The middle of a capital letter, whose foot is above that of the "y".
+    // The label reaches lower than the sign because of its "y".
     QVERIFY(sign.bounds.center().y() >= label.bounds.top() && sign.bounds.bottom() <= label.bounds.bottom());
-    // Sign and label together stand in the middle.
+    // Sign and label are centred together.
     QVERIFY(std::abs((sign.bounds.left() + label.bounds.right()) / 2 - 130) <= 4);
 
     const auto isInk = [](const QColor &pixel) { return Pixels::distance(pixel, Qt::white) < 60; };

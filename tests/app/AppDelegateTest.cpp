@@ -162,7 +162,7 @@ void AppDelegateTest::theProgramEndsOnlyOnce()
     Running running;
     running.close();
     running.delegate.requestQuit();
-    QVERIFY(running.stage.window->close()); // an end of the session closes every window
+    QVERIFY(running.stage.window->close()); // as the end of a session does
     QTRY_COMPARE(running.ended, 1);
     QTest::qWait(1000);
     QCOMPARE(running.ended, 1);

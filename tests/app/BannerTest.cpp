@@ -5,13 +5,13 @@
 
 namespace {
 
-/// Red 0.25, green 0.55, blue 0.95, and 0.35, 0.8, 0.5.
+/// RGB 0.25, 0.55, 0.95 and 0.35, 0.8, 0.5.
 const QColor begin(64, 140, 242);
 const QColor end(89, 204, 128);
 
 bool isWhite(const QColor &colour) { return Pixels::distance(colour, Qt::white) < 12; }
 
-/// The place of the pixel that is nearest to `colour`, and how near it is.
+/// The position of the pixel that comes closest to `colour`, and the difference between them.
 std::pair<QPoint, int> nearest(const QImage &image, const QColor &colour)
 {
     QPoint place;
@@ -67,7 +67,7 @@ void BannerTest::init()
 void BannerTest::itIsAsWideAsTheWindowAnd130High()
 {
     QCOMPARE(m_picture.size(), QSize(600 - 2 * 20, 130));
-    // The ground reaches to all four sides.
+    // The background reaches all four sides.
     const QColor window = m_stage->window->palette().color(QPalette::Window);
     for (const QPoint &side : { QPoint(0, 65), QPoint(559, 65), QPoint(280, 0), QPoint(280, 129) })
         QVERIFY(Pixels::distance(m_picture.pixelColor(side), window) > 60);
@@ -81,7 +81,7 @@ void BannerTest::theGroundGoesFromBlueToGreen()
     QVERIFY2(greenIsOff <= 6, qPrintable(QString::number(greenIsOff)));
     QVERIFY(first.x() < last.x() || first.y() < last.y());
     QVERIFY(first.x() <= m_picture.width() / 2 && first.y() <= m_picture.height() / 2);
-    // In the middle of the sides it is neither the one nor the other.
+    // The colour halfway between the two occurs as well.
     const QColor halfway((begin.red() + end.red()) / 2, (begin.green() + end.green()) / 2,
                          (begin.blue() + end.blue()) / 2);
     QVERIFY(nearest(m_picture, halfway).second <= 4);
@@ -110,15 +110,15 @@ void BannerTest::theFigureHasASoftDarkShadow()
 {
     const QRect figure = Pixels::find(m_picture, m_picture.rect(), isWhite).bounds;
     const QRect around = figure.adjusted(-8, -8, 8, 8);
-    // To the left of it and to the right, farther away than a shadow of radius 4 reaches.
+    // Left and right of the figure, beyond the reach of a shadow of radius 4.
     const int ground
         = std::min(darkest(m_picture, QRect(around.left() - 60, around.top(), 40, around.height())),
                    darkest(m_picture, QRect(around.right() + 20, around.top(), 40, around.height())));
     const double darkness = 1 - static_cast<double>(darkest(m_picture, around)) / ground;
     QVERIFY2(darkness > 0.12, qPrintable(QString::number(darkness)));
-    // Black at 33 %, and not more.
+    // The shadow is black at 33 %, not more.
     QVERIFY2(darkness < 0.36, qPrintable(QString::number(darkness)));
-    // Soft: between the darkest and the ground lie shades of both.
+    // Soft: there are shades between the darkest and the background.
     const auto isBetween = [&](double from, double to) {
         return Pixels::find(m_picture, around,
                             [&](const QColor &colour) {

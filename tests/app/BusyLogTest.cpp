@@ -11,8 +11,8 @@ class BusyLogTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    /// The accessibility bus asks hundreds of questions for one press, one after the other, each of which
-    /// comes to the main thread like any other event and waits for what is there before it.
+    /// For one press, the accessibility bus asks hundreds of questions, one after the other. Each waits in
+    /// the main thread's event queue behind whatever is already there.
     void aQuestionWaitsForFewLinesOfAFlood()
     {
         constexpr int questions = 300;
@@ -26,7 +26,7 @@ private Q_SLOTS:
                             model.log, [](GameExit) {});
         QTRY_COMPARE(model.log.lines->size(), LogStore::maxLines);
 
-        // A full log announces each line twice: it comes, and the oldest one goes.
+        // A full log announces each line twice: once for the line, once for the oldest one that it displaces.
         qint64 announcements = 0;
         qint64 most = 0;
         connect(&model.log, &Observable::willChange, this, [&announcements] { ++announcements; });

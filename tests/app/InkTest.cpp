@@ -7,7 +7,7 @@ namespace {
 
 enum class Kind { Plain, Grey, Red };
 
-/// Where a text is seen: in a scene of the window, or in a sheet.
+/// The names of the sheets. Any other name is that of a scene of the window.
 const QString settings = QStringLiteral("settings");
 const QString about = QStringLiteral("about");
 
@@ -18,7 +18,7 @@ QWidget *open(Stage &stage, const QString &where)
         if (scene.name == where)
             scene.set(stage.model);
     }
-    // High enough for everything to be in sight.
+    // Tall enough to show everything.
     stage.open(QSize(600, 1000));
     if (where == settings)
         return stage.openSettings();

@@ -13,7 +13,7 @@
 
 namespace {
 
-/// A press of Return as X11 sends it: with the time of the press in milliseconds.
+/// Sends a press or release of Return as X11 does: with a timestamp in milliseconds.
 void sendReturn(QWidget *receiver, QEvent::Type type, quint64 time)
 {
     QKeyEvent event(type, Qt::Key_Return, Qt::NoModifier);
@@ -21,7 +21,7 @@ void sendReturn(QWidget *receiver, QEvent::Type type, quint64 time)
     QCoreApplication::sendEvent(receiver, &event);
 }
 
-/// What has the focus, in words, every time that it changes.
+/// What takes the focus during `action`, in words, one entry for each change.
 QStringList focusChanges(const std::function<void()> &action)
 {
     QStringList names;
@@ -67,7 +67,7 @@ void KeyboardTest::aDoubleClickOnPlayDoesNotPressStop()
     stage.open();
     auto *stop = Stage::button(*stage.window, QStringLiteral("Stop"));
     QSignalSpy clicked(stop, &QAbstractButton::clicked);
-    // The desktop sends the second press of a double click to whatever lies there by then.
+    // The desktop sends the second press of a double click to whatever is there by then.
     QMouseEvent second(QEvent::MouseButtonDblClick, QPointF(stop->rect().center()),
                        stop->mapToGlobal(QPointF(stop->rect().center())), Qt::LeftButton, Qt::LeftButton, {});
     QCoreApplication::sendEvent(stop, &second);
@@ -104,7 +104,7 @@ void KeyboardTest::aKeyHeldDownPressesOnceWhereItsRepetitionsLookLikePresses()
     QSignalSpy clicked(stop, &QAbstractButton::clicked);
     sendReturn(stop, QEvent::KeyPress, 1000);
     QCOMPARE(clicked.size(), 1);
-    // X11 sends a held key as releases and presses, each pair at one time. Qt does not always see that.
+    // X11 repeats a held key as a release and a press at the same time. Qt does not always detect that.
     for (quint64 time = 1500; time < 2000; time += 40) {
         sendReturn(stop, QEvent::KeyRelease, time);
         sendReturn(stop, QEvent::KeyPress, time);
@@ -170,7 +170,7 @@ void KeyboardTest::theFocusIsNowhereElseBetweenOneActionAndTheNext()
     });
     QCOMPARE(changes,
              (QStringList { QStringLiteral("Cancel"), QStringLiteral("Stop"), QStringLiteral("Play") }));
-    // What does not concern the action leaves the focus where it is.
+    // Focus outside the main action stays where it is.
     auto *settings = Stage::button(*stage.window, QStringLiteral("Settings\u2026"));
     settings->setFocus();
     stage.model.state = AppState::starting();
@@ -271,14 +271,14 @@ void KeyboardTest::copyTakesTheSelectedTextWhereThereIsSome()
     const auto copy
         = [&] { QTest::keyClick(stage.window->windowHandle(), keys.key(), keys.keyboardModifiers()); };
     copy();
-    QCOMPARE(stage.player.pasteboard.texts.size(), 1); // the whole report, where nothing is selected
+    QCOMPARE(stage.player.pasteboard.texts.size(), 1); // the whole report, as nothing is selected
     QTextCursor cursor((*text)->document());
     cursor.movePosition(QTextCursor::NextBlock, QTextCursor::KeepAnchor);
     (*text)->setTextCursor(cursor);
     copy();
     QCOMPARE(QGuiApplication::clipboard()->text(), Samples::lines(1).first() + QLatin1Char('\n'));
     QCOMPARE(stage.player.pasteboard.texts.size(), 1);
-    // Also when something else has the focus by then.
+    // Even when something else has the focus by then.
     QGuiApplication::clipboard()->clear();
     stage.visible<PlayButton>()->setFocus();
     copy();

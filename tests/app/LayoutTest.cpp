@@ -21,7 +21,7 @@ QString nameOf(const QWidget &widget)
                           : QString());
 }
 
-/// What is cut, or lies outside or on top of something, below `top`.
+/// What is cut off, reaches out of its parent or overlaps a sibling, below `top`.
 QStringList faults(const QWidget &top)
 {
     QStringList result;
@@ -155,7 +155,7 @@ void LayoutTest::aWindowThatIsTooShortScrolls()
     stage.window->resize(560, 300);
     Stage::settle();
     QVERIFY(bar->maximum() > 0);
-    // What the keyboard comes to is brought into sight.
+    // What the keyboard reaches is scrolled into view.
     auto *about = Stage::button(*stage.window, QStringLiteral("About"));
     while (QApplication::focusWidget() != about)
         QTest::keyClick(stage.window->windowHandle(), Qt::Key_Tab);

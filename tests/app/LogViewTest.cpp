@@ -16,7 +16,7 @@
 
 namespace {
 
-/// How much work something is, whatever else the machine does meanwhile.
+/// Measures processor time, so that other load on the machine does not count.
 class WorkTimer final {
 public:
     double seconds() const { return static_cast<double>(std::clock() - m_start) / CLOCKS_PER_SEC; }
@@ -38,7 +38,7 @@ public:
         settle();
     }
 
-    /// Until the view has taken up everything: it redraws at its own pace.
+    /// Waits until the view, which redraws at its own pace, shows everything.
     void settle() const
     {
         const auto *refresh = view.findChild<RefreshOnce *>();
@@ -133,7 +133,7 @@ void LogViewTest::newLinesKeepTheViewAtTheEnd()
         shown.settle();
         QVERIFY(shown.bar()->maximum() > 0);
         QCOMPARE(shown.bar()->value(), shown.bar()->maximum());
-        // The player looks at something else; the next line calls back to the end.
+        // The player scrolls away; the next line scrolls back to the end.
         shown.bar()->setValue(0);
     }
 }
@@ -225,7 +225,7 @@ void LogViewTest::theCopiedTextIsExactWhateverItHolds()
     Shown shown;
     shown.log.lines = Samples::oddLines();
     shown.settle();
-    // A clipboard cannot carry half a character; everything else comes back as it went in.
+    // A clipboard cannot hold a lone surrogate; everything else is copied exactly.
     QStringList lines = Samples::oddLines();
     lines.removeAt(6);
     shown.log.lines = lines;
@@ -244,7 +244,7 @@ void LogViewTest::aPartOfALongLineIsCopiedExactly()
     shown.settle();
     QVERIFY(shown.text->document()->blockCount() > 1);
 
-    // The document has one mark more for each piece; count what comes before in the line itself.
+    // The document adds a separator after each block of a long line, which the line itself does not have.
     QTextCursor cursor(shown.text->document());
     const QTextBlock second = shown.text->document()->findBlockByNumber(1);
     const QTextBlock fourth = shown.text->document()->findBlockByNumber(3);
@@ -260,7 +260,7 @@ void LogViewTest::aPartOfALongLineIsCopiedExactly()
 void LogViewTest::aCharacterOfTwoHalvesIsNotCutInTwo()
 {
     Shown shown;
-    // With one letter in front, or with none, one of the two lines would be cut in the middle of a character.
+    // Dividing both lines at the same places would cut a character of one of them in two.
     QString runners;
     while (runners.size() < 20000)
         runners += QStringLiteral("\U0001f3c3");

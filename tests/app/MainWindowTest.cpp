@@ -287,7 +287,7 @@ void MainWindowTest::theViewsReadWhatTheAnnouncementAnnounced()
     Stage stage;
     stage.open();
     stage.model.state = AppState::ready();
-    // Not yet: the announcement came before the change.
+    // Not yet: the announcement comes before the change.
     QVERIFY(Stage::texts(*stage.visible<PlayArea>()).contains(QStringLiteral("Not downloaded")));
     Stage::settle();
     QVERIFY(Stage::texts(*stage.visible<PlayArea>()).contains(QStringLiteral("Ready")));
@@ -299,7 +299,7 @@ void MainWindowTest::stopBeforeTheGameExistsCancelsTheStart()
     stage.player.startHost({ QStringLiteral("--slow"), QStringLiteral("1") });
     stage.open();
     Stage::click(*stage.window, QStringLiteral("Play"));
-    // The state is set when the step begins, which clearing up comes before.
+    // The state is set when the step begins, after the clean-up.
     QTRY_COMPARE(stage.model.stepText.get(), QStringLiteral("Step 1 of 4: downloading the game"));
     QVERIFY(stage.visible<ProgressBlock>());
     QVERIFY(stage.model.isWorking());
@@ -365,7 +365,7 @@ void MainWindowTest::nothingBelowTheActionMovesWhenTheStateChanges()
          { AppState::downloading(QStringLiteral("the game")), AppState::settingUp(), AppState::ready(),
            AppState::starting(), AppState::playing(), AppState::notDownloaded() }) {
         stage.model.state = state;
-        // One step's line is short, another takes two lines.
+        // The step's text alternates between two lines and none.
         stage.model.stepText = stage.model.stepText->isEmpty()
             ? QStringLiteral("Step 2 of 4: downloading the engine with the longest display name of all, "
                              "Godot 4.6.1 (.NET)")

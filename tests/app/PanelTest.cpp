@@ -15,7 +15,7 @@ QRect placeIn(const QWidget &outer, const QWidget &inner)
 QColor red(double opacity) { return QColor::fromRgbF(1, 0, 0, static_cast<float>(opacity)); }
 QColor black(double opacity) { return QColor::fromRgbF(0, 0, 0, static_cast<float>(opacity)); }
 
-/// The columns and rows of `image` that hold anything but `ground`, corners apart.
+/// The bounds of everything in `image` that differs from `ground`, four pixels at each edge aside.
 QRect written(const QImage &image, const QColor &ground)
 {
     return Pixels::find(image, image.rect().adjusted(4, 4, -4, -4),
@@ -71,7 +71,7 @@ void PanelTest::theFailureStandsOnRedAndItsLinesOnBlack()
         QVERIFY2(Pixels::distance(box.pixelColor(place), boxGround) <= 2,
                  qPrintable(box.pixelColor(place).name()));
     if (palette != Pixels::Palette::light())
-        return; // where black on dark is too little to be measured in a corner
+        return; // black on dark is too faint for measuring a corner
     for (const Qt::Corner corner : Pixels::corners) {
         const double radius = Pixels::cornerRadius(box, corner, panelGround, 7);
         QVERIFY2(std::abs(radius - 6) < 1, qPrintable(QString::number(radius)));
@@ -101,7 +101,7 @@ void PanelTest::theFailuresPartsStandInTheirPlaces()
     QCOMPARE(copy.top() - box.bottom() - 1, 8);
     QCOMPARE(copy.bottom() + 1, view->height() - 12);
 
-    // Eight from the sides of the box to its letters, which have a little air of their own.
+    // Eight pixels from the sides of the box to its letters, which have a little space of their own.
     const QImage picture = Pixels::of(*stage.window, *view->findChild<LogText *>()->parentWidget());
     const QRect letters = written(picture, picture.pixelColor(picture.width() / 2, 2));
     QVERIFY2(letters.left() >= 8 && letters.left() <= 10, qPrintable(QString::number(letters.left())));
@@ -137,7 +137,7 @@ void PanelTest::theLogStandsOnBlack()
     for (const QPoint &place : { QPoint(280, 0), QPoint(280, 179), QPoint(0, 90), QPoint(280, 100) })
         QVERIFY2(Pixels::distance(picture.pixelColor(place), ground) <= 2,
                  qPrintable(picture.pixelColor(place).name()));
-    // On the right the scroll bar stands over the corners.
+    // On the right the scroll bar covers the corners.
     if (palette == Pixels::Palette::light()) {
         for (const Qt::Corner corner : { Qt::TopLeftCorner, Qt::BottomLeftCorner }) {
             const double radius = Pixels::cornerRadius(picture, corner, window, 7);

@@ -13,10 +13,10 @@
 #include <functional>
 #include <numbers>
 
-/// What a player sees, read from the picture of a window. One point is one pixel here.
+/// Reads what a player sees from a picture of a window. One point is one pixel here.
 namespace Pixels {
 
-/// `part` as it looks in `window`, with `margin` pixels of what is around it.
+/// A picture of `part` as it looks in `window`, with `margin` pixels around it.
 inline QImage of(QWidget &window, const QWidget &part, int margin = 0)
 {
     const QRect place(part.mapTo(&window, QPoint(0, 0)), part.size());
@@ -25,7 +25,7 @@ inline QImage of(QWidget &window, const QWidget &part, int margin = 0)
         .convertToFormat(QImage::Format_RGB32);
 }
 
-/// How far the two are apart in the channel in which they differ most, of 255.
+/// The largest difference between the two in any channel, from 0 to 255.
 inline int distance(const QColor &one, const QColor &other)
 {
     return std::max({ std::abs(one.red() - other.red()), std::abs(one.green() - other.green()),
@@ -34,7 +34,7 @@ inline int distance(const QColor &one, const QColor &other)
 
 using Predicate = std::function<bool(const QColor &)>;
 
-/// The smallest rectangle around all pixels of `area` that are such, and how many there are.
+/// The bounds of the pixels of `area` that match, and how many there are.
 struct Found {
     QRect bounds;
     int count = 0;
@@ -53,7 +53,7 @@ inline Found find(const QImage &image, const QRect &area, const Predicate &isSuc
     return found;
 }
 
-/// Cuts `area` at the widest gap between columns that hold such pixels: a sign from the text beside it.
+/// Splits `area` at the widest gap between columns with matching pixels, as between a sign and its text.
 struct Halves {
     Found left;
     Found right;
@@ -76,8 +76,8 @@ inline Halves cutAtWidestGap(const QImage &image, const QRect &area, const Predi
              find(image, QRect(QPoint(gapEnd, area.top()), area.bottomRight()), isSuch) };
 }
 
-/// The radius of a corner of what fills `image`, from how much of `ground` shows in the square of `side`
-/// pixels there. `side` is more than the radius, and at its inner end nothing but the filling is seen.
+/// The corner radius of the shape that fills `image`, computed from how much of `ground` shows in a square
+/// of `side` pixels there. `side` exceeds the radius, and the square's inner corner shows the shape alone.
 inline double cornerRadius(const QImage &image, Qt::Corner corner, const QColor &ground, int side)
 {
     const bool isRight = corner == Qt::TopRightCorner || corner == Qt::BottomRightCorner;
@@ -90,7 +90,7 @@ inline double cornerRadius(const QImage &image, Qt::Corner corner, const QColor 
     for (int y = 0; y < side; ++y) {
         for (int x = 0; x < side; ++x) {
             const double covered = std::min(1.0, distance(at(x, y), ground) / whole);
-            // A gradient is a little different at every place.
+            // A gradient's colour varies a little.
             missing += covered > 0.93 ? 0 : 1 - covered;
         }
     }
@@ -99,7 +99,7 @@ inline double cornerRadius(const QImage &image, Qt::Corner corner, const QColor 
 inline constexpr std::array corners { Qt::TopLeftCorner, Qt::TopRightCorner, Qt::BottomLeftCorner,
                                       Qt::BottomRightCorner };
 
-/// The colour of a text: of all pixels the one that stands out most from `ground`.
+/// The colour of a text: that of the pixel with the highest contrast to `ground`.
 inline QColor ink(const QImage &image, const QColor &ground)
 {
     QColor most = ground;
@@ -113,7 +113,7 @@ inline QColor ink(const QImage &image, const QColor &ground)
     return most;
 }
 
-/// The desktop's palette, for as long as this object lives.
+/// Replaces the desktop's palette while this object exists.
 class Palette final {
 public:
     explicit Palette(const QPalette &palette)

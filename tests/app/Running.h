@@ -5,7 +5,7 @@
 
 #include <QMessageBox>
 
-/// A window whose every way out goes through the delegate.
+/// A window that is always quit through the delegate.
 class Running final {
 public:
     Running()
@@ -36,6 +36,6 @@ public:
     int ended = 0;
     AppDelegate delegate { [this] { ++ended; } };
 
-    /// One that runs until it is stopped.
+    /// A game that runs until it is stopped.
     static inline const QString game = QStringLiteral("echo playing; exec sleep 60");
 };

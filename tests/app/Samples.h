@@ -7,7 +7,7 @@
 
 #include <functional>
 
-/// Everything that the window can show, as one list: the tests go through it and the pictures are made of it.
+/// Everything that the window can show, in one list for the tests and the pictures.
 namespace Samples {
 
 inline ProjectInfo game()
@@ -81,7 +81,7 @@ inline const QString earlyEnd
     = QStringLiteral("The game closed after only 2 seconds (exit code 1), so it did not start properly. "
                      "These are the last lines of its log:");
 
-/// The states and contents of the window, sheets apart.
+/// The states and contents of the window, except for its sheets.
 inline QList<Scene> scenes()
 {
     const auto withGame = [](AppModel &model) {

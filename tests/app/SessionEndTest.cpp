@@ -1,4 +1,4 @@
-// The desktop's session ends while the game runs. The session is one of the test's own.
+// The desktop's session ends while the game runs. The test stands in for the session manager.
 
 #include "Running.h"
 
@@ -36,7 +36,7 @@ private:
     const QScopedValueRollback<QPlatformSessionManager *> m_place;
 };
 
-/// Presses `answer` as soon as the question is there: the session waits for it.
+/// Presses `answer` as soon as the question appears. Uses a timer, as the end of the session blocks.
 void answerWith(Running &running, const QString &answer)
 {
     auto *look = new QTimer(&running.delegate);

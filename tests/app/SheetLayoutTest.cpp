@@ -14,7 +14,7 @@ QRect placeIn(const QWidget &outer, const QWidget &inner)
     return { inner.mapTo(&outer, QPoint(0, 0)), inner.size() };
 }
 
-/// A row of a sheet: what stands beside each other in it, from left to right.
+/// A row of a sheet: its parts from left to right.
 struct Row {
     QString name;
     QList<QRect> parts;
@@ -28,7 +28,7 @@ struct Row {
     }
 };
 
-/// The place of the text or the button that begins so.
+/// The place of the text or button that starts with `beginning`.
 QRect placeOf(const QWidget &sheet, const QString &beginning)
 {
     const auto widgets = sheet.findChildren<QWidget *>();
@@ -42,7 +42,7 @@ QRect placeOf(const QWidget &sheet, const QString &beginning)
     qFatal("Nothing in the sheet begins with \"%s\".", qPrintable(beginning));
 }
 
-/// The lines from one side of the column to the other, as they are seen.
+/// The lines across the whole column, read from a picture.
 QList<QRect> dividers(QWidget &sheet)
 {
     const QImage picture = Pixels::of(sheet, sheet);
@@ -151,7 +151,7 @@ void SheetLayoutTest::theRowsStandInTheirOrderAndAtTheirDistance()
             QVERIFY2(std::abs(row.parts.at(part).center().y() - row.parts.at(part - 1).center().y()) <= 1,
                      qPrintable(row.name));
         }
-        // All rows begin on the left but the last, which ends on the right.
+        // All rows are aligned left, except for the last, which is aligned right.
         if (&row != &rows.last())
             QVERIFY2(row.place().left() == padding, qPrintable(row.name));
     }

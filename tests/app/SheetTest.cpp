@@ -46,7 +46,7 @@ void SheetTest::returnIsDoneAndEscapeCloses()
         Stage::settle();
         QVERIFY(!stage.visible<AboutView>());
     }
-    // Also when something else than "Done" has the focus.
+    // Even when something other than "Done" has the focus.
     auto *sheet = stage.openSettings();
     sheet->findChild<QComboBox *>()->setFocus();
     QTest::keyClick(sheet->findChild<QComboBox *>(), Qt::Key_Return);
@@ -138,7 +138,7 @@ void SheetTest::aNoticeIsShownInTheSheetThatCoversIt()
             return stage.openAbout();
         return stage.openSettings();
     };
-    // The second time it is the same notice, and news again.
+    // The same notice is news again the second time.
     for (int time = 0; time < 2; ++time) {
         QWidget *sheet = open();
         QVERIFY(!Stage::texts(*sheet).contains(notice));
@@ -174,7 +174,7 @@ void SheetTest::doneIsInTheSheetHoweverLittleRoomThereIs()
 {
     const QFont before = QApplication::font();
     QFont font = before;
-    font.setPointSizeF(32); // no screen is high enough for that
+    font.setPointSizeF(32); // no screen is tall enough for that
     QApplication::setFont(font);
     {
         Stage stage;

@@ -26,7 +26,7 @@ public:
     ~Stage()
     {
         window.reset();
-        // A game that only a test's assignment made run.
+        // A test may have assigned this without starting a game.
         if (!model.runner.controller())
             model.runner.isRunning = false;
     }
@@ -43,10 +43,10 @@ public:
         return *window;
     }
 
-    /// Lets the views take up what was announced and the layouts what the views then want.
+    /// Lets the views show what was announced, and the layouts adapt to the views.
     static void settle()
     {
-        // A view that took long to redraw rests for as long, on a busy machine longer than the turns below.
+        // A view that redrew slowly pauses for as long; on a busy machine, longer than the turns below.
         const auto isSettled = [] {
             const auto windows = QApplication::topLevelWidgets();
             return std::none_of(windows.begin(), windows.end(), [](const QWidget *top) {
@@ -55,7 +55,7 @@ public:
                                    [](const RefreshOnce *refresh) { return refresh->isPending(); });
             });
         };
-        // One that is never done, as under a flood of lines, is not waited for.
+        // Gives up on a view that never settles, as under a flood of lines.
         (void)QTest::qWaitFor(isSettled, 1000);
         for (int turn = 0; turn < 5; ++turn) {
             QTest::qWait(1);
@@ -63,7 +63,7 @@ public:
         }
     }
 
-    /// The button with this text that the player can see in `where`, or none.
+    /// The button with this text that the player can see in `where`, or null.
     static QAbstractButton *button(const QWidget &where, const QString &text)
     {
         const auto buttons = where.findChildren<QAbstractButton *>();
@@ -74,7 +74,7 @@ public:
         return nullptr;
     }
 
-    /// Clicks it in its middle; ends the test program when it is not there.
+    /// Clicks the middle of the button with this text; aborts the test program when there is none.
     static void click(const QWidget &where, const QString &text)
     {
         QAbstractButton *target = button(where, text);
@@ -96,7 +96,7 @@ public:
         return result;
     }
 
-    /// Opens a sheet from the window's button, and the window before that.
+    /// Opens a sheet with its button in the window; opens the window first if need be.
     SettingsView *openSettings()
     {
         if (!window)
@@ -112,7 +112,7 @@ public:
         return visible<AboutView>();
     }
 
-    /// The view of this class that the player can see in the window, or none.
+    /// The view of this class that the player can see in the window, or null.
     template <typename View> View *visible() const
     {
         const auto views = window->findChildren<View *>();

@@ -21,7 +21,7 @@ QString nameOf(const QColor &colour)
     return colour.name();
 }
 
-/// A label with this text, which the player can see.
+/// A visible label with this text, or null.
 const TextLabel *labelWith(const QWidget &where, const QString &text)
 {
     const auto labels = where.findChildren<TextLabel *>();
@@ -78,7 +78,7 @@ void StateDotTest::everyStateHasItsDot()
         stage.model.state = state;
         Stage::settle();
 
-        // Five pixels of what is around the dot, which the ten of the dot stand in.
+        // Five pixels on each side of the dot, which is ten wide.
         constexpr int margin = 5;
         const auto *dot = stage.visible<StateDot>();
         const QImage picture = Pixels::of(*stage.window, *dot, margin);
@@ -90,7 +90,7 @@ void StateDotTest::everyStateHasItsDot()
             return Pixels::distance(pixel, ground) > half;
         });
         QCOMPARE(round.bounds.size(), QSize(10, 10));
-        // As many as a circle has, where a square of that size has a hundred.
+        // About as many pixels as a circle of that size has; a square has a hundred.
         QVERIFY2(std::abs(round.count - 79) <= 6, qPrintable(QString::number(round.count)));
 
         const TextLabel *text = labelWith(*stage.window, label);
@@ -110,7 +110,7 @@ void StateDotTest::aDotThatStaysInItsPlaceIsPaintedAnew()
     dot.move(15, 15);
     window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&window));
-    // What is on the screen, where a picture taken of the window would paint it.
+    // Read from the screen: taking a picture of the window would repaint it.
     const auto seen = [&window] {
         return nameOf(window.screen()->grabWindow(window.winId()).toImage().pixelColor(20, 20));
     };

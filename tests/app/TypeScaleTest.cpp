@@ -4,7 +4,7 @@
 #include <QFontMetrics>
 #include <QTest>
 
-/// On a desktop whose "monospace" is no monospaced font, though there is one.
+/// A desktop whose "monospace" is a proportional font, although a monospaced one is installed.
 class TypeScaleTest final : public QObject {
     Q_OBJECT
 

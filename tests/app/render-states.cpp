@@ -52,7 +52,7 @@ QList<Scheme> schemes()
 
 QList<QSize> sizes()
 {
-    // The narrow and the whole screen say nothing new at other scales.
+    // The narrow window and the full screen show nothing new at other scales.
     if (qEnvironmentVariable(scaleVariable) == QLatin1StringView("1"))
         return { { 560, 640 }, { 600, 720 }, { 1920, 1080 } };
     return { { 600, 720 } };
@@ -148,7 +148,7 @@ int takeAll(const QString &folder)
 {
     QApplication::setStyle(QStringLiteral("fusion"));
     QFont font = QApplication::font();
-    font.setPointSizeF(10); // that most desktops begin with
+    font.setPointSizeF(10); // the default of most desktops
     QApplication::setFont(font);
     Studio studio(folder);
     for (const Scheme &scheme : schemes()) {
@@ -159,7 +159,7 @@ int takeAll(const QString &folder)
     return 0;
 }
 
-/// One process for each scale: a process has but one.
+/// Starts one process for each scale, as Qt reads the scale only once.
 int startAll(const QString &program, const QString &folder)
 {
     for (const QString &scale : scales) {
