@@ -1,5 +1,5 @@
-// Stands in for the engine where thousands of installations are cut short: it starts in a millisecond,
-// imports a project by writing a few files, and runs a game until it is asked to end.
+// Stands in for the engine where thousands of installations are interrupted: it starts in a millisecond,
+// imports a project by writing a few files, and runs a game until it is stopped.
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,12 +1,12 @@
-// The launcher without its window, for test_crash.py, which cuts it short at every moment:
+// The launcher without its window, for test_crash.py, which interrupts it at every moment:
 //
 //     crash_launcher CODE_HOST COMMAND...
 //
-// starts as the launcher does and does what the commands say, one after the other:
+// starts like the launcher and carries out the commands in order:
 //
-//     look                            prints what is shown, and what is taken as installed
+//     look                            prints what is shown and what counts as installed
 //     wait                            waits for a line on standard input
-//     play, update, reinstall, remove presses that once, and prints how it ended; a game that runs is stopped
+//     play, update, reinstall, remove presses that once and prints how it ended; a running game is stopped
 //
 // Each print is one line of JSON.
 
@@ -33,10 +33,10 @@
 
 namespace {
 
-/// For anything, on a slow and busy machine.
+/// The time limit for anything, on a slow and busy machine.
 constexpr std::chrono::seconds longest { 60 };
 constexpr int statusOfHang = 3;
-/// At what does not announce itself.
+/// The interval between checks for what is not announced.
 constexpr std::chrono::milliseconds betweenLooks { 10 };
 
 class NoWorkspace final : public Workspace {
@@ -85,7 +85,7 @@ QString nameOf(const AppState &state)
 
 class CommandLine final {
 public:
-    /// Gives the exit status.
+    /// Returns the exit status.
     int run(const QStringList &commands)
     {
         for (const QString &command : commands) {
@@ -110,7 +110,7 @@ public:
     }
 
 private:
-    /// Lets the project facts, which are read in the background, arrive, and what was removed be gone.
+    /// Waits for the project facts, which are read in the background, and for removals to finish.
     static void settle()
     {
         BackgroundRemoval::wait({});
@@ -139,7 +139,7 @@ private:
         const auto runs = [this] { return m_model.log.lines->contains(QStringLiteral("The game runs.")); };
         waitUntil([&runs, &hasEnded] { return runs() || hasEnded(); });
         const bool ran = runs();
-        // A press that comes while the child is only about to be launched reaches nothing.
+        // Stopping has no effect while the child is still being launched, so retry until it has ended.
         waitUntil([this, &hasEnded] {
             m_model.runner.stop();
             return hasEnded();

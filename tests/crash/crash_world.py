@@ -1,5 +1,5 @@
-"""Players at whose launchers something goes wrong, for test_crash.py: what they have, what they do, and what must be true of
-their disks afterwards."""
+"""Players whose launcher is interrupted, for test_crash.py: what they have, what they do, and what must be true of their
+disks afterwards."""
 
 import contextlib
 import json
@@ -15,7 +15,7 @@ import system_calls
 
 PROJECT = Path(__file__).resolve().parents[2]
 PROGRAMS = Path(os.environ.get("LAUNCHER_PROGRAMS", PROJECT / "build" / "dev" / "bin"))
-LONG = 120              # seconds for anything, on a slow and busy machine
+LONG = 120              # seconds; the limit for anything, on a slow and busy machine
 
 PROJECT_FILE = """config_version={}
 [application]
@@ -25,7 +25,7 @@ config/features=PackedStringArray("4.6")
 
 
 def tree(folder):
-    """Every file and folder below `folder`, with what is in it."""
+    """Every file and folder below `folder`, with the contents of the files."""
     found = {}
     for path in sorted(Path(folder).rglob("*")):
         name = path.relative_to(folder).as_posix()
@@ -34,7 +34,7 @@ def tree(folder):
 
 
 def end_session(session):
-    """Ends what a launcher left running, as a person who logs off does."""
+    """Kills what a launcher left running, as logging off does."""
     for folder in Path("/proc").glob("[0-9]*"):
         with contextlib.suppress(OSError):
             if int((folder / "stat").read_text().rpartition(")")[2].split()[3]) == session:
@@ -42,13 +42,13 @@ def end_session(session):
 
 
 class World:
-    """A code host, and homes of players in which the launcher has been at work or not."""
+    """A code host, and players' homes with and without an installed game."""
 
     def __init__(self):
         self.folder = Path(tempfile.mkdtemp())
         self.games = {}
         self.engine = self.folder / "engine"
-        # Long enough for its archive and itself to be written in several pieces.
+        # Long enough for the program and its archive to be written in several chunks.
         self.engine.write_bytes((PROGRAMS / "crash_engine").read_bytes() + random.Random(1).randbytes(150000))
         self.engine.chmod(0o755)
         self.repository = self.folder / "repository"
@@ -79,7 +79,7 @@ class World:
         shutil.rmtree(self.folder)
 
     def publish(self, age, line="5"):
-        """Has the code host serve the game as it once was, or as it is now."""
+        """Makes the code host serve the game of this age, "old" or "new"."""
         shutil.rmtree(self.repository)
         (self.repository / "levels").mkdir(parents=True)
         (self.repository / "project.godot").write_text(PROJECT_FILE.format(line))
@@ -98,7 +98,7 @@ class World:
 
 
 class Launcher:
-    """The launcher at work in `home`. With `decide`, under watch."""
+    """The launcher, running in `home`. With `decide`, its system calls are watched."""
 
     def __init__(self, world, home, *commands, decide=None):
         environment = dict(os.environ, HOME=str(home), XDG_DATA_HOME=str(home / "data"),
@@ -119,7 +119,7 @@ class Launcher:
         end_session(self.process.pid)
 
     def read(self):
-        """What the launcher prints next; nothing when it has ended."""
+        """Returns what the launcher prints next, or None when it has ended."""
         line = self.process.stdout.readline()
         return json.loads(line) if line else None
 
@@ -129,7 +129,7 @@ class Launcher:
 
 
 class Scenario:
-    """What a player does, and on what. One who only looks at a game that is there keeps it, too."""
+    """What a player does, and in which home. Looking at an installed game, like updating it, must keep it."""
 
     def __init__(self, world, name, press, template, line="5"):
         self.world, self.name, self.press, self.template, self.line = world, name, press, template, line
@@ -140,7 +140,7 @@ class Scenario:
         return self.press in ("update", "look")
 
     def count(self):
-        """The calls of an undisturbed run."""
+        """Returns the calls of an undisturbed run."""
         if self.calls:
             return self.calls
         home = self.world.home(self.template)
@@ -181,7 +181,7 @@ class Findings:
         self.check(look["state"] == ("ready" if complete else "notDownloaded"), f"it shows {look}")
 
     def check_taken(self, look, import_is_whole):
-        """That what is taken as installed is whole."""
+        """Checks that what counts as installed is complete."""
         if "game" in look:
             self.check_game(look["imported"] and import_is_whole)
         elif self.scenario.keeps_the_game:
@@ -203,7 +203,7 @@ class Findings:
             self.check({".godot/whole", ".import/whole"} & set(generated), "half an import is taken for a whole one")
 
     def check_ending(self, ending):
-        """That an action that met with a fault either got through or says so in one sentence."""
+        """Checks that an action with a fault either succeeded or says in one sentence why not."""
         if ending is None:
             self.texts.append("the launcher is gone")
             return
@@ -216,7 +216,7 @@ class Findings:
                    f"not one sentence: {sentence}")
 
     def check_next_start(self, import_is_whole=True):
-        """The next start, one press of Play and, where there was a game to update, one of Update."""
+        """Checks the next start, one press of Play and, where there was a game to keep, one of Update."""
         updating = ["wait", "update", "look"] if self.scenario.keeps_the_game else []
         with Launcher(self.scenario.world, self.home, "look", "wait", "play", "look", *updating) as launcher:
             look = launcher.read()

@@ -1,9 +1,9 @@
-"""Runs a program and is asked before each of its system calls that changes the disk or starts a process: each can be let
+"""Runs a program and intercepts each of its system calls that changes the disk or starts a process: each can be let
 through, made to fail, or be the last thing that the program does.
 
-This is the kernel's seccomp notification. Unlike `strace -e inject`, which counts each thread's calls for itself, it sees
-the calls of all threads and all child processes in one order, so that "the call number N" is one moment, and all the
-moments can be gone through one by one. It also works where ptrace is forbidden, and costs little.
+It uses the kernel's seccomp notifications. Unlike `strace -e inject`, which counts calls per thread, they report the calls
+of all threads and child processes in one order, so that "call number N" is one moment, and every moment can be tested in
+turn. They also work where ptrace is forbidden, and cost little.
 """
 
 import ctypes
@@ -32,7 +32,7 @@ NUMBERS = {
 }.get(platform.machine(), {})
 NAMES = {number: name for name, number in NUMBERS.items() if name != "seccomp"}
 
-# How a call says what it is about: the positions of its paths (with the folder that a path starts from), or of its file.
+# Which arguments name what a call acts on: its paths (each with the descriptor of its base folder), or its descriptor.
 PATHS = dict(open=[(None, 0)], creat=[(None, 0)], openat=[(0, 1)], rename=[(None, 0), (None, 1)],
              renameat=[(0, 1), (2, 3)], renameat2=[(0, 1), (2, 3)], unlink=[(None, 0)], unlinkat=[(0, 1)],
              rmdir=[(None, 0)], mkdir=[(None, 0)], mkdirat=[(0, 1)], symlink=[(None, 1)], symlinkat=[(1, 2)],
@@ -61,7 +61,7 @@ libc = ctypes.CDLL(None, use_errno=True)
 
 
 class NotPermitted(Exception):
-    """This system does not let a program be watched."""
+    """This system does not permit watching a program."""
 
 
 class _Program(ctypes.Structure):
@@ -82,7 +82,7 @@ _PROGRAM = _Program(_LENGTH, _CODE)
 
 
 class Call:
-    """One call: who makes it ("launcher", or the name of the program that a child runs), which, and on what."""
+    """One system call: its caller ("launcher", or the name of a child's program), its name, and what it acts on."""
 
     def __init__(self, who, name, subject, process, launcher):
         self.who, self.name, self.subject = who, name, subject
@@ -93,8 +93,8 @@ class Call:
 
 
 class Watched:
-    """A program being run. `decide` is called on another thread with each Call on something below `folder`, and gives 0
-    to let it through, the number of the error that it shall fail with, or None when it has killed the one who calls."""
+    """A running program. `decide` is called on another thread with each Call that starts a process or acts on something
+    below `folder`. It returns 0 to let the call through, an errno value to make it fail, or None if it killed the caller."""
 
     def __init__(self, command, folder, decide, **more):
         if not NAMES:
@@ -132,7 +132,7 @@ class Watched:
         poll = select.poll()
         poll.register(listener, select.POLLIN)
         try:
-            # Until the last process is gone: a child may outlive the program, and is let go on as it would in truth.
+            # Until the last process has ended: a child may outlive the program, and must be able to carry on.
             while not any(events & select.POLLHUP for _, events in poll.poll()):
                 self._answer(listener)
         finally:
@@ -154,7 +154,7 @@ class Watched:
         except (OSError, ValueError):
             pass        # ended meanwhile
         if error is None:
-            return      # the answer could come before the end, and let the call through
+            return      # an answer might overtake the kill and let the call through
         try:
             fcntl.ioctl(listener, SEND, ANSWER.pack(identity, 0, -error, 0 if error else CONTINUE))
         except OSError as gone:
@@ -215,7 +215,7 @@ class Watched:
     def _memory(thread, address, length):
         memory = os.open(f"/proc/{thread}/mem", os.O_RDONLY)
         try:
-            # Not beyond the page: the next one may not be there. What is cut off is read on its own.
+            # Only up to the end of the page, as the next one may not be mapped. The rest is read separately.
             first = min(length, 4096 - address % 4096)
             content = os.pread(memory, first, address)
             if first < length and b"\0" not in content:

@@ -1,10 +1,10 @@
-"""The launcher cut short at every moment: killed, its child killed, and its calls failing. Whatever happens, the next start
-shows what is true, half an engine or half a game is never taken for a whole one, one press of Play reaches a running game,
-nothing of the player's is lost and nothing is left over.
+"""Interrupts the launcher at every moment: kills it, kills its child, or makes its system calls fail. Whatever happens, the
+next start shows the true state, half an engine or half a game is never taken for a whole one, one press of Play leads to a
+running game, nothing of the player's is lost and nothing is left over.
 
-A moment is a system call that changes the disk or starts a process, and what happens, happens just before it: between two of
-them nothing changes, so all of them are all the moments there are. Each run of `test_crash.py all` goes through every one and
-verifies that it did; without "all" it goes through a few of them.
+A moment is the one just before a system call that changes the disk or starts a process. Nothing changes between two such
+calls, so there are no other moments. `test_crash.py all` goes through every one and verifies that it did; without "all" it
+goes through a few of them.
 """
 
 import collections
@@ -24,7 +24,7 @@ from crash_world import LONG, Findings, Launcher, Scenario, World
 
 SEED = 20240917
 RANDOM_MOMENTS = 200
-STEP = 61               # of the moments that are gone through when not all are
+STEP = 61               # without "all", one in this many moments is tested
 
 ERRORS = (errno.ENOSPC, errno.EIO, errno.EACCES)
 DISK_CALLS = set(system_calls.NUMBERS) - system_calls.STARTS
@@ -36,7 +36,7 @@ everything = False
 
 
 class Fault:
-    """What goes wrong at a moment: at the call that reads like this, when it comes for this time."""
+    """What goes wrong at a moment, given as the text of a call and which of its occurrences is meant."""
 
     import_is_whole = True
 
@@ -62,7 +62,7 @@ class Fault:
 
 
 class LauncherKilled(Fault):
-    """What it has started goes on: the unpacker ends with it, the engine does not."""
+    """Only the launcher is killed: the unpacker ends with it, the engine does not."""
 
     def happen(self, call, first):
         if not first:
@@ -72,7 +72,7 @@ class LauncherKilled(Fault):
 
 
 class ChildKilled(Fault):
-    import_is_whole = False     # an import that was cut short looks like a whole one, also to the launcher
+    import_is_whole = False     # not even the launcher can tell an interrupted import from a whole one
 
     @classmethod
     def can_meet(cls, call, error=None):
@@ -86,7 +86,7 @@ class ChildKilled(Fault):
 
 
 class CallFails(Fault):
-    """Once."""
+    """The call at that moment fails, once."""
 
     def __init__(self, moment, error):
         super().__init__(moment)
@@ -112,7 +112,7 @@ class StartFails(CallFails):
 
 
 class CallsFail(CallFails):
-    """From that moment on, until the player has seen what came of it."""
+    """All calls fail from that moment on, until the player has seen the outcome."""
 
     @classmethod
     def can_meet(cls, call, error=None):
@@ -123,14 +123,14 @@ class CallsFail(CallFails):
 
 
 def cut_short(scenario, fault):
-    """What is wrong after a run that met with `fault`."""
+    """Returns what is wrong after a run with `fault`."""
     world = scenario.world
     home = world.home(scenario.template)
     findings = Findings(scenario, home)
     if isinstance(fault, LauncherKilled):
         with Launcher(world, home, scenario.press, decide=fault) as launcher:
             launcher.process.wait(LONG)
-            # What it started may be alive still.
+            # What it started may still be alive.
             findings.check_next_start()
     else:
         again = [] if isinstance(fault, CallsFail) else ["wait", "play", "look"]
@@ -153,7 +153,7 @@ def cut_short(scenario, fault):
 
 
 def killed_after(scenario, seconds):
-    """What is wrong after a run that was killed at that moment, whatever it was doing then."""
+    """Returns what is wrong after a run that was killed after that time, whatever it was doing."""
     home = scenario.world.home(scenario.template)
     findings = Findings(scenario, home)
     with Launcher(scenario.world, home, scenario.press) as launcher:
@@ -166,7 +166,7 @@ def killed_after(scenario, seconds):
 
 
 def killed_while_it_updates(world):
-    """A home in which the old game is out of the way and the new one not yet in its place."""
+    """Returns a home in which the old game has been moved away and the new one is not yet in place."""
     world.publish("new")
     home = world.home(world.whole["5"])
     folder = "/data/Vantor Platformer/"
@@ -207,7 +207,7 @@ class CrashTest(unittest.TestCase):
                 faults = [fault_of(moment, *arguments) for moment in moments if self.is_chosen()]
                 begin = time.monotonic()
                 self.report(scenario, faults, self.all_at_once(lambda fault: cut_short(scenario, fault), faults))
-                # In how many pieces an archive arrives is different each time. Nothing else may be.
+                # An archive arrives in a different number of chunks each time. Everything else must repeat.
                 missed = [str(fault) for fault in faults if not fault.come and not re.search(ARCHIVE_PIECE, fault.text)]
                 self.assertFalse(missed, "moments that did not come again")
                 print(f"{scenario.name}: {sum(fault.come for fault in faults)} of {len(moments)} moments, "
