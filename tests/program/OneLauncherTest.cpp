@@ -19,7 +19,7 @@ namespace {
 
 constexpr int timeLimit = 20000; // milliseconds
 
-/// A process that tries to be the one launcher of a folder.
+/// A process that tries to be the single instance for a folder.
 class Candidate final {
 public:
     explicit Candidate(const QString &root, const QStringList &options = {}, int patience = 10000)
@@ -149,7 +149,7 @@ private Q_SLOTS:
 
     void theChildOfAKilledHolderDoesNotHoldTheFolder()
     {
-        // A game plays on when its launcher is killed.
+        // A game keeps running when its launcher is killed.
         pid_t child = 0;
         {
             Candidate killed(m_root, { QStringLiteral("with-child") });
@@ -187,7 +187,7 @@ private Q_SLOTS:
 
         Candidate first(m_root);
         QCOMPARE(first.line(), QStringLiteral("holds"));
-        // Only a folder is not ours to clear away: the second one then says that the folder is held.
+        // Only a folder is never cleared away: the second launcher then cannot reach the first.
         Candidate second(m_root, {}, 500);
         QCOMPARE(second.line(),
                  kind.contains(QStringLiteral("folder")) ? QStringLiteral("held by unknown")
@@ -323,7 +323,7 @@ private Q_SLOTS:
     }
 
 private:
-    /// Where a holder's socket is, found out by watching one.
+    /// The path of a holder's socket, found by starting one.
     QString socketPlace()
     {
         Candidate holder(m_root);

@@ -1,5 +1,5 @@
-"""The launcher as a process of its own, used from outside over the accessibility bus: what the tests in this folder and
-the end-to-end tests share."""
+"""Runs the launcher as a process and uses it over the accessibility bus. Shared by the tests in this folder and the
+end-to-end tests."""
 
 import contextlib
 import importlib.machinery
@@ -19,7 +19,7 @@ from Xlib.protocol.event import ClientMessage
 
 PROJECT = Path(__file__).resolve().parents[2]
 PROGRAMS = Path(os.environ.get("LAUNCHER_PROGRAMS", PROJECT / "build" / "dev" / "bin"))
-LONG = 120     # seconds for anything, on a slow and busy machine
+LONG = 120     # seconds; the limit for anything, on a slow and busy machine
 
 
 def load_driver():
@@ -49,7 +49,7 @@ config/features=PackedStringArray("4.6")
 
 
 def children_of(process):
-    """The command lines of everything below `process` that is alive, by number."""
+    """The command lines of all living descendants of `process`, by process ID."""
     parents, commands = {}, {}
     for folder in Path("/proc").glob("[0-9]*"):
         with contextlib.suppress(OSError):
@@ -65,7 +65,7 @@ def children_of(process):
 
 
 def engine_unpackers(launcher):
-    """The children that unpack an engine, told by where they unpack it to: the archive is passed without its name."""
+    """The children that unpack an engine, recognised by their target: the archive is passed without its name."""
     return [child for child, command in children_of(launcher).items()
             if "vantor-unpack -x" in command and command.rstrip().endswith("/engine")]
 
@@ -94,11 +94,11 @@ class Screen:
         self.root = self.display.screen().root
 
     def windows(self, process):
-        """The windows of `process` that are to be seen, the lowest first."""
+        """The visible windows of `process`, the lowest first."""
         return [window for window in self.stack() if self.owner(window) == process]
 
     def stack(self):
-        """Every window that is to be seen, the lowest first."""
+        """Every visible window, the lowest first."""
         seen = []
         for window in self.root.query_tree().children:
             with contextlib.suppress(error.BadWindow):
@@ -118,25 +118,25 @@ class Screen:
         self.display.flush()
 
     def cover(self):
-        """A window over everything else."""
+        """Opens a window over everything else and returns it."""
         window = self.root.create_window(0, 0, 1280, 800, 0, X.CopyFromParent)
         window.map()
         self.display.sync()
         return window
 
     def focused(self):
-        """The window that has the keyboard."""
+        """The window that has the keyboard focus."""
         return self.display.get_input_focus().focus
 
     def strike(self, key):
-        """A key of the keyboard, down and up."""
+        """Presses and releases a key."""
         code = self.display.keysym_to_keycode(XK.string_to_keysym(key))
         for type in (X.KeyPress, X.KeyRelease):
             xtest.fake_input(self.display, type, code)
         self.display.sync()
 
     def clipboard(self):
-        """The text that was copied, as another program gets it."""
+        """The copied text, as another program receives it."""
         names = [self.display.get_atom(name) for name in ("CLIPBOARD", "UTF8_STRING", "PASTED")]
         window = self.root.create_window(0, 0, 1, 1, 0, X.CopyFromParent)
         window.convert_selection(*names, X.CurrentTime)
@@ -153,7 +153,7 @@ class Screen:
 
 
 class LauncherCase(unittest.TestCase):
-    """A player at a fresh machine, with a game and an engine of the test's own unless it brings real ones."""
+    """A player on a fresh machine, with a stand-in game and engine unless the test brings real ones."""
 
     def setUp(self):
         self.home = Path(tempfile.mkdtemp())
@@ -195,7 +195,7 @@ class LauncherCase(unittest.TestCase):
             self.host = None
 
     def start(self, environment=None, **more):
-        """Starts the launcher. What it prints is kept."""
+        """Starts the launcher and keeps what it prints."""
         printed = tempfile.TemporaryFile(mode="w+")
         self.addCleanup(printed.close)
         launcher = subprocess.Popen([PROGRAMS / "vantor-platformer-local", self.address],
@@ -251,4 +251,4 @@ class LauncherCase(unittest.TestCase):
 
 
 def main():
-    unittest.main(verbosity=2, warnings="ignore")    # the bindings of the accessibility bus warn of themselves
+    unittest.main(verbosity=2, warnings="ignore")    # the accessibility bus's bindings cause warnings

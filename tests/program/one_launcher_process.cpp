@@ -1,11 +1,10 @@
-// A process that tries to be the one launcher of a folder, for OneLauncherTest:
+// A process that tries to be the single instance for a folder, for OneLauncherTest:
 //
 //     one_launcher_process ROOT PATIENCE [silent] [with-child]
 //
-// prints what came of it. The one that holds the folder goes on until its standard input ends, and prints
-// whenever it is asked to come forward; told to be silent, it holds the folder and never answers. With a
-// child, it first prints the number of a process that it has started and that outlives it. With the name of
-// an error in FOLDER_LOCK_ERROR, no folder can be locked.
+// prints the outcome. The one that holds the folder runs until its standard input ends, and prints a line
+// whenever it is asked to come forward; if silent, it never answers. With a child, it first starts a process
+// that outlives it and prints its process ID. If set, FOLDER_LOCK_ERROR is how locking a folder fails.
 
 #include "OneLauncher.h"
 
@@ -22,7 +21,7 @@
 #include <cerrno>
 
 #if defined(Q_OS_LINUX)
-/// In place of the system's own, as on a file system that locks no folders.
+/// Replaces the system's function to simulate a file system that cannot lock folders.
 extern "C" int flock(int descriptor, int operation) noexcept
 {
     struct stat status = {};

@@ -1,4 +1,4 @@
-"""The programs that players get end, rather than go on, when their memory is damaged: seen from the files themselves.
+"""Checks the players' program files: a program whose memory is corrupted must end rather than carry on.
 
     test_hardening.py [--fortified] PROGRAM...
 """

@@ -1,4 +1,4 @@
-"""What the launcher's children get from it, and what is left of them when it is killed."""
+"""What the launcher's children inherit from it, and what becomes of them when it is killed."""
 
 import os
 import shutil
@@ -14,7 +14,7 @@ USED_UP = (b"XDG_ACTIVATION_TOKEN=", b"DESKTOP_STARTUP_ID=")
 
 class Processes(LauncherCase):
     def start_environment(self):
-        """What the launcher was started with, whatever became of it since."""
+        """The environment that the launcher was started with, without later changes."""
         return self.variables(f"/proc/{self.launcher.pid}/environ")
 
     def environment_of(self, file):
@@ -62,7 +62,7 @@ class Processes(LauncherCase):
         self.assertIn("descriptors: 0 1 2\ninput: 0\nsignals:\n", (self.root / "Game" / "report").read_text())
 
     def test_a_killed_launcher_leaves_no_unpacker(self):
-        with open(self.engine, "wb") as engine:     # short as an archive, long on the disk
+        with open(self.engine, "wb") as engine:     # small as an archive, large on the disk
             for _ in range(24):
                 engine.write(os.urandom(1 << 19) + bytes(7 << 20))
         self.start_host()
@@ -100,8 +100,8 @@ class Processes(LauncherCase):
         self.launcher.kill()
         self.launcher.wait()
         try:
-            # Nobody can own a game that another process started: this launcher shows what lies on the disk, and Play
-            # starts a game of its own beside the first.
+            # A launcher does not control a game that another process started: it shows what is on the disk, and Play
+            # starts a second game.
             self.assertEqual(self.open(), "Ready")
             self.assertEqual(self.play(), "Playing")
             second = children_of(self.launcher.pid)
@@ -136,7 +136,7 @@ class Processes(LauncherCase):
 
     @staticmethod
     def is_in(status, kind):
-        """Whether SIGPIPE is in a set of signals of a process or thread."""
+        """Whether SIGPIPE is in this signal set of a process or thread."""
         fields = dict(line.split(":", 1) for line in status.read_text().splitlines())
         return bool(int(fields[kind], 16) >> (signal.SIGPIPE - 1) & 1)
 

@@ -1,4 +1,5 @@
-"""Every way out of the launcher, at every moment: it is gone within a second, with what it runs and what it left behind."""
+"""Every way to quit the launcher, at every moment: within a second it has ended and left no children or temporary
+files."""
 
 import os
 import shutil
@@ -9,11 +10,11 @@ import time
 
 from launcher_process import LONG, LauncherCase, children_of, engine_unpackers, is_alive, main, wait_for
 
-SOON = 1.0 + 0.5     # a second, and what the test itself needs to see it
+SOON = 1.0 + 0.5     # a second, plus the time that the test needs to notice
 
 
 class StuckBus:
-    """The session bus for as long as nobody calls `get_stuck`; from then on whoever connects gets no answer."""
+    """Forwards to the session bus until `get_stuck` is called; from then on, new connections get no answer."""
 
     def __init__(self, path):
         self.real = os.environ["DBUS_SESSION_BUS_ADDRESS"].removeprefix("unix:path=").partition(",")[0]
@@ -48,7 +49,7 @@ class StuckBus:
 
 class WaysOut(LauncherCase):
     def verify_gone_soon(self, leave):
-        """Leaves, and verifies what is left: nothing."""
+        """Quits, and verifies that nothing is left."""
         children = children_of(self.launcher.pid)
         begin = time.monotonic()
         leave()
@@ -100,7 +101,7 @@ class WaysOut(LauncherCase):
         self.assertFalse((self.root / "Engine").exists() and any((self.root / "Engine").iterdir()))
 
     def test_while_the_engine_is_unpacked(self):
-        with open(self.engine, "wb") as engine:     # short as an archive, long on the disk
+        with open(self.engine, "wb") as engine:     # small as an archive, large on the disk
             for _ in range(64):
                 engine.write(os.urandom(1 << 19) + bytes(7 << 20))
         self.start_host()
@@ -159,7 +160,7 @@ class WaysOut(LauncherCase):
                 self.assertEqual(self.launcher.wait(LONG), 0)
                 self.assertLess(time.monotonic() - begin, SOON)
                 self.assertEqual(self.printed(), "")
-                # What a player has not saved is not the launcher's to throw away; an import is done again.
+                # A game may hold unsaved progress, so it keeps running; an import can be repeated.
                 self.assertEqual([is_alive(engine) for engine in engines], [state == "Playing"])
                 for child in filter(is_alive, children):
                     os.kill(child, signal.SIGKILL)
@@ -176,7 +177,7 @@ class WaysOut(LauncherCase):
         self.close_window()
         self.see("The game is still running")
         self.assertIn("Quitting will close the game too. Quit anyway?", self.driver.texts())
-        self.close_window()      # asks nothing more
+        self.close_window()      # does not ask again
         self.press("Keep Playing")
         self.driver.wait_gone("The game is still running", LONG)
         self.assertIsNone(self.launcher.poll())
