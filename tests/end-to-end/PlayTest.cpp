@@ -1,5 +1,5 @@
-// The whole road from an empty folder to a running game, with a real engine and a real game, through the
-// model alone. ENGINE_LINE in the environment says which engine line and which sample game: 3 or 4.
+// The whole way from an empty folder to a running game, with a real engine and a real game, using only the
+// model. ENGINE_LINE in the environment selects the engine line and the sample game: 3 or 4.
 
 #include "AppModel.h"
 #include "EngineManager.h"
@@ -21,7 +21,7 @@ constexpr int engineTime = 120000; // milliseconds that a real engine may take f
 
 QString engineLine() { return qEnvironmentVariable("ENGINE_LINE"); }
 
-/// The program of the engine line, or none with the reason on standard error.
+/// The engine's program; empty, with the reason on standard error, if there is none.
 QString realEngine()
 {
     QProcess tool;
@@ -129,7 +129,7 @@ private Q_SLOTS:
                 .arg(status));
         const auto match = sentence.match(m_model->failureMessage->value_or(QString()));
         QVERIFY2(match.hasMatch(), qPrintable(m_model->failureMessage->value_or(QString())));
-        // The engine's own start comes on top of the game's time.
+        // The engine's own start-up adds to the game's time.
         QVERIFY(match.captured(1).toInt() >= seconds);
         QVERIFY(m_model->failureLines->contains(QStringLiteral("The end of the test game.")));
 
@@ -261,7 +261,7 @@ private:
             QStringLiteral("Starting the game: %1 --path %2 --windowed")
                 .arg(QFileInfo(*EngineManager::executable(spec())).fileName(), game),
         };
-        // Among the engine's own lines, ours come in this order.
+        // Ours come in this order, with the engine's own lines in between.
         qsizetype from = 0;
         for (const QString &line : expected) {
             const qsizetype found = m_model->log.lines->indexOf(line, from);
@@ -270,7 +270,7 @@ private:
         }
     }
 
-    /// The game's save under the engine's data folder, or none.
+    /// The path of the game's save below the engine's data folder, or an empty string.
     static QString saveFile()
     {
         QDirIterator files(Paths::godotData() + QStringLiteral("/app_userdata"), { QStringLiteral("*.cfg") },
@@ -278,7 +278,7 @@ private:
         return files.hasNext() ? files.next() : QString();
     }
 
-    /// Adds to the repository's copy of the game what ends it by itself.
+    /// Makes the repository's copy of the game end itself with `status` after `seconds`.
     void letTheGameEnd(int status, int seconds) const
     {
         const bool is3 = engineLine() == QStringLiteral("3");

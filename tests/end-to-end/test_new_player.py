@@ -1,5 +1,5 @@
-"""A new player's way through: the real window, used from outside over the accessibility bus, a real engine and a real game.
-ENGINE_LINE in the environment says which engine line: 3 or 4."""
+"""A new player's first session: the real window, used over the accessibility bus, with a real engine and a real game.
+ENGINE_LINE in the environment selects the engine line: 3 or 4."""
 
 import os
 import re
@@ -38,7 +38,7 @@ class NewPlayer(LauncherCase):
         return wait_for(find)
 
     def stop(self):
-        """Presses Stop until the game has ended: a press that comes before the engine listens reaches nothing."""
+        """Presses Stop until the game has ended: a press that comes before the engine is ready has no effect."""
         def ended():
             if self.driver.state() == "Ready":
                 return True
@@ -52,7 +52,7 @@ class NewPlayer(LauncherCase):
         return self.driver.find("Log").text.split("\n")
 
     def test_from_the_first_start_over_every_button_to_the_removal(self):
-        # A window size of an earlier installation.
+        # A window size from an earlier installation.
         self.write(self.home / "config" / "vantor-platformer" / "vantor-platformer.conf",
                    "[General]\nresolution=1280x720\n")
         self.start_host("--slow", "10000")
@@ -106,7 +106,7 @@ class NewPlayer(LauncherCase):
         self.assertIn("resolution=1280x720",
                       (self.home / "config" / "vantor-platformer" / "vantor-platformer.conf").read_text())
 
-        # Update: the sheet is gone before the work starts.
+        # Update: the sheet closes before the work starts.
         self.press("Update the game")
         self.driver.wait_gone("Done", LONG)
         self.see("The game was updated.")
@@ -120,7 +120,7 @@ class NewPlayer(LauncherCase):
         self.press("Done")
         self.driver.wait_gone("Done", LONG)
 
-        # Remove everything: asked with the size, called off, then confirmed.
+        # Remove everything: the question names the size; it is cancelled, then confirmed.
         self.press("Settings…")
         self.press("Remove everything…")
         self.see("Remove the game and the engine?")
@@ -160,7 +160,7 @@ class NewPlayer(LauncherCase):
                                        if "The end of the test game, \u2603 and all." in control.text), None))
         self.assertLessEqual(len(lines.split("\n")), 30)
         self.press("Copy")
-        # The window shows a sign for each control character; what is copied is the exact text.
+        # The window shows a symbol for each control character; the copied text is exact.
         copied = wait_for(self.screen.clipboard)
         self.assertEqual(re.sub("[\0-\x08\x0b-\x1f]", lambda found: chr(0x2400 + ord(found[0])), copied),
                          message + "\n" + lines)
