@@ -1,5 +1,5 @@
-// What a network, an archive or a disk can do to an install: the player reads one full sentence, nothing is
-// left in "Temp", what was there before is still there, and the next Play works.
+// Whatever goes wrong with the network, an archive or the disk during an installation: the player reads one
+// full sentence, "Temp" is left empty, what was installed stays, and the next Play works.
 
 #include "EngineManager.h"
 #include "HttpServer.h"
@@ -42,7 +42,7 @@ QString exactly(const QString &sentence)
     return QLatin1Char('^') + QRegularExpression::escape(sentence) + QLatin1Char('$');
 }
 
-/// The folder's own small file system, for as long as this object lives.
+/// Mounts a small file system on a folder for as long as this object lives. Needs root.
 class SmallDisk final {
 public:
     SmallDisk(const QString &folder, const char *options)
@@ -151,7 +151,7 @@ private Q_SLOTS:
         serveGood();
         QVERIFY(m_player->install());
 
-        // And the same as an update: the game that is there stays, and plays.
+        // The same reply to an update: the installed game stays and can be played.
         m_server->serve(gamePath, reply);
         model.updateGame();
         verifyFailure(sentence);
@@ -230,7 +230,7 @@ private Q_SLOTS:
         QRandomGenerator(7).generate(bytes.begin(), bytes.end());
         m_server->serve(gamePath, gameArchive(bytes).bytes());
         m_player->model->play();
-        // Without a format it counts as a game of the 3.x line, whose engine this host does not have.
+        // A project without a format version counts as a 3.x game, and this host has no engine for it.
         verifyFailure(exactly(QStringLiteral("Could not get the checksum list (server error 404).")));
         QCOMPARE(m_player->model->info.get()->name, QStringLiteral("Vantor"));
     }
@@ -275,7 +275,7 @@ private Q_SLOTS:
 
     void aFolderThatCannotBeWrittenIsOneSentence()
     {
-        // Not by permissions: they stop everybody but root.
+        // A file in the way, because permissions do not stop root.
         const QString inTheWay
             = m_player->home.write(QStringLiteral("data"), "a file where the folder should be");
         m_player->model->play();

@@ -1,5 +1,5 @@
-// What Remove everything, Reinstall and Update may delete: what lies in the launcher's own folder, and
-// nothing that a symbolic link leads to.
+// Remove everything, Reinstall and Update delete only what is in the launcher's own folder, never what a
+// symbolic link points to.
 
 #include "Player.h"
 
@@ -10,7 +10,7 @@ namespace {
 
 using Action = void (AppModel::*)();
 
-/// Another folder of the player's, with things in it that are named like the launcher's own.
+/// Fills another folder of the player's with files that are named like the launcher's own.
 void writeHomeFolder(const TestHome &home)
 {
     for (const char *name : { "diary", "Game/diary", "Engine/diary", "Temp/diary", "Godot v4/diary",
@@ -18,7 +18,7 @@ void writeHomeFolder(const TestHome &home)
         home.write(QStringLiteral("precious/") + QLatin1StringView(name), "1");
 }
 
-/// Every file there, with its content.
+/// All files in `folder`, each with its content.
 QStringList contentOf(const QString &folder)
 {
     QStringList found;
@@ -83,8 +83,7 @@ void DeletionTest::whatALinkLeadsToSurvives()
     QVERIFY(QTest::qWaitFor([&model] { return !model.isWorking(); }, 30000));
     QVERIFY(player.stopGame());
     QVERIFY(player.waitUntilIdle());
-    // What was there before is there and as it was; an engine that was started through a link may have added
-    // to it.
+    // Every file is still there, unchanged. An engine that was started through the link may have added files.
     const QStringList after = contentOf(precious);
     for (const QString &file : before)
         QVERIFY2(after.contains(file), qPrintable(file));
@@ -140,7 +139,7 @@ void DeletionTest::aLauncherFolderThatIsMissingIsMadeAnew()
     player.startHost();
     AppModel &model = player.startModel();
     QVERIFY(player.install());
-    QVERIFY(QDir(Paths::root()).removeRecursively()); // by the player's own hand, while the launcher is open
+    QVERIFY(QDir(Paths::root()).removeRecursively()); // by the player, while the launcher runs
 
     if (action == QStringLiteral("update"))
         model.updateGame();

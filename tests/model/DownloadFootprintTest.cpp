@@ -1,4 +1,4 @@
-// What a server that never ends costs: at most 64 MB of memory, and of the disk what a download may have.
+// What an endless response may cost: 64 MB of memory and, on the disk, as much as a download may have.
 
 #include "DirectorySize.h"
 #include "Player.h"
@@ -22,7 +22,7 @@ namespace {
 constexpr qint64 oneMB = 1'000'000;
 constexpr qint64 ceiling = 200 * oneMB;
 
-/// A line of /proc/self/status in bytes.
+/// The value of a line in /proc/self/status, in bytes; -1 on failure.
 qint64 ownMemory(const char *line)
 {
     QFile status(QStringLiteral("/proc/self/status"));
@@ -36,7 +36,7 @@ qint64 ownMemory(const char *line)
     return -1;
 }
 
-/// Makes the peak begin anew at what is in use now.
+/// Resets the peak memory of this process to what is in use now.
 bool forgetThePeak()
 {
     QFile file(QStringLiteral("/proc/self/clear_refs"));
@@ -112,13 +112,13 @@ private Q_SLOTS:
     {
         Player player;
         ScriptedHost host;
-        // Every chunk, however small, is a report of progress.
+        // Every chunk, however small, causes a progress report.
         host.server->serve(ScriptedHost::gamePath(),
                            HttpReply::head(200, { "Transfer-Encoding: chunked" })
                                .sendForever(QByteArray("1\r\nx\r\n").repeated(10'000)));
         TransferRules rules;
         rules.largestBody = oneMB / 2;
-        // Each report that waited would take some 70 bytes, 34 MB together.
+        // Queued reports would take some 70 bytes each, 34 MB together.
         verifyFootprint(player, rules, 1s, { 4 * oneMB, oneMB });
     }
 
@@ -128,8 +128,8 @@ private:
         qint64 disk = 0;
     };
 
-    /// Plays until the download has failed, and verifies that it took no more than `most`. For `pause` the
-    /// main thread stands still.
+    /// Plays until the download has failed, and verifies that it cost no more than `most`. Blocks the main
+    /// thread for `pause` meanwhile.
     static void verifyFootprint(Player &player, const TransferRules &rules, std::chrono::seconds pause,
                                 const Footprint &most)
     {

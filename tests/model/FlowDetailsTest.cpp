@@ -1,5 +1,4 @@
-// What the model's actions do in passing: each of these is one line that could go without another test
-// noticing.
+// Details of the model's actions: each is one line of code whose loss no other test would notice.
 
 #include "EngineManager.h"
 #include "Player.h"
@@ -36,12 +35,12 @@ QString marker(const AppModel &model)
 #ifdef Q_OS_LINUX
 namespace {
 
-/// Called with what just got another name.
+/// Called with the new path after every successful rename.
 std::function<void(const QString &)> onRenamed;
 
 }
 
-// In place of the system's function, for what can go wrong right after it.
+// Replaces the system's function, so that a test can interfere right after a rename.
 extern "C" int renameat2(int fromFolder, const char *from, int toFolder, const char *to,
                          unsigned flags) noexcept
 {
@@ -125,7 +124,7 @@ private Q_SLOTS:
                 details << model.progressDetail;
         });
         model.play();
-        QTRY_VERIFY(player.hasFailed()); // there is no engine
+        QTRY_VERIFY(player.hasFailed()); // the host serves no engine
         QVERIFY(!details.isEmpty());
         const DownloadProgress whole { .received = archive.size(),
                                        .total = archive.size(),
@@ -169,7 +168,7 @@ private Q_SLOTS:
         AppModel &model = player.startModel();
         bool hasTurned = false;
         std::optional<bool> hadTurned;
-        // A line is announced before it is stored: the last one is still the line before it.
+        // willChange comes before a line is stored, so the last stored line is the one before it.
         connect(&model.log, &Observable::willChange, this, [&] {
             const QString before = model.log.lines->value(model.log.lines->size() - 1);
             if (before.startsWith(QStringLiteral("Downloading Godot ")))
@@ -269,7 +268,7 @@ private Q_SLOTS:
         AppModel &model = player.startModel();
         std::optional<bool> existed;
         connect(&model.log, &Observable::willChange, this, [&] {
-            // The second line is announced.
+            // The second line is about to be stored.
             if (model.log.lines->size() == 1)
                 existed = QFileInfo(Player::scratch().value(0) + QStringLiteral("/extract")).isDir();
         });
@@ -305,7 +304,7 @@ private Q_SLOTS:
         AppModel &model = player.startModel();
         QVERIFY(player.install());
         connect(&model.log, &Observable::willChange, this, [&] {
-            // The update's last line is announced: what follows is that its scratch folder goes.
+            // The update's last line is about to be stored; only its scratch folder is still to be removed.
             if (model.isWorking()
                 && model.log.lines->value(model.log.lines->size() - 1)
                     == QStringLiteral("Unpacking the game"))

@@ -42,7 +42,7 @@ private Q_SLOTS:
         Player player;
         player.startHost();
         AppModel &model = player.startModel();
-        // A first game: the timer of an earlier one would be under way.
+        // No install() first: it runs a game, too, whose timer would still be pending.
         QElapsedTimer sinceStart;
         connect(&model, &Observable::willChange, this, [&] {
             if (model.stepText->startsWith(QStringLiteral("Step 4")) && !sinceStart.isValid())
@@ -63,7 +63,7 @@ private Q_SLOTS:
         QVERIFY(player.playToRunning());
         QVERIFY(player.stopGame());
         QCOMPARE(model.state.get(), AppState::ready());
-        QTest::qWait(4200); // the timer's own time, there is nothing else to wait for
+        QTest::qWait(4200); // longer than the timer, whose firing nothing announces
         QCOMPARE(model.state.get(), AppState::ready());
     }
 
@@ -164,7 +164,7 @@ private Q_SLOTS:
                 < model.log.lines->indexOf(QRegularExpression(QStringLiteral("^Starting the game.*"))));
         QVERIFY(player.stopGame());
         QVERIFY(player.playToRunning());
-        QCOMPARE(model.log.lines->count(edited), 0); // it is there already
+        QCOMPARE(model.log.lines->count(edited), 0); // the edit is already there
     }
 
     void aGameOfThe4LineIsNotEdited()

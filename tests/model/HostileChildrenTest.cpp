@@ -1,5 +1,5 @@
-// What a game and an import can do to the launcher: it is told exactly, the main thread keeps its turns, the
-// memory stays small, and nothing is left of the child.
+// Whatever a game or an import does, the launcher reports it exactly, its main thread stays responsive, its
+// memory stays small, and nothing of the child is left.
 
 #include "Background.h"
 #include "Children.h"
@@ -33,12 +33,12 @@ QStringList numbers(qint64 from, qint64 end)
     return lines;
 }
 
-/// What every run must leave as it was, whatever the child did.
+/// Verifies after a run: no zombie, no leaked descriptor, a responsive main thread and little memory used.
 class Watch final {
 public:
     Watch()
     {
-        waitForBackground(std::chrono::seconds(20)); // a model that is new reads the game there
+        waitForBackground(std::chrono::seconds(20)); // where a new model reads the game
         m_files = Children::openFiles();
     }
 
@@ -108,7 +108,7 @@ private:
         model().play();
         QVERIFY(watch.strain.runUntil([this] { return isOver(); }, limit));
     }
-    /// Imports anew, and plays a game that waits.
+    /// Imports the game if necessary, starts it and leaves it running.
     void playToTheGame(Watch &watch, std::chrono::milliseconds limit = std::chrono::seconds(30))
     {
         write(QStringLiteral("play.sh"), "echo playing; exec sleep 60");
@@ -164,7 +164,7 @@ void HostileChildrenTest::cleanup()
 
 void HostileChildrenTest::cleanupTestCase() { m_player.reset(); }
 
-/// The sentence for a game that ended with `code`, whenever that was.
+/// Verifies the sentence for a game that ended with `code`, whether early or late.
 void HostileChildrenTest::verifyReport(int code) const
 {
     const QString message = model().failureMessage.get().value_or(QString());
@@ -286,7 +286,7 @@ void HostileChildrenTest::aGameThatIgnoresTheRequestToEndRunsOnUntilItEndsByItse
         model().runner.stop();
     QElapsedTimer sinceStop;
     sinceStop.start();
-    // Longer than an import would be given: what a player has not saved is not ours to throw away.
+    // Longer than an import is given to end: a game may hold unsaved progress, so it is never killed.
     QVERIFY(watch.strain.runUntil([&] { return sinceStop.hasExpired(6000) || isOver(); }));
     QVERIFY(model().runner.isRunning);
     write(QStringLiteral("go"), {});
@@ -378,7 +378,7 @@ void HostileChildrenTest::anImportThatIgnoresTheRequestToEndIsEndedSoonAfterCanc
     sinceCancel.start();
     model().cancel();
     QVERIFY(watch.strain.runUntil([this] { return isOver(); }));
-    QVERIFY(sinceCancel.elapsed() >= 4500); // it may need a while to end in good order
+    QVERIFY(sinceCancel.elapsed() >= 4500); // it gets time to end cleanly
     QVERIFY(sinceCancel.elapsed() < 7000);
     QCOMPARE(
         model().log.lines->last(2),
@@ -401,7 +401,7 @@ void HostileChildrenTest::anImportThatIgnoresTheRequestToEndIsEndedAtOnceWithThe
     sinceEnd.start();
     auto unwinding = ending.windDown();
     QVERIFY(watch.strain.runUntil([&ending] { return !ending.isWorking(); }));
-    QVERIFY(sinceEnd.elapsed() < 900); // the launcher does not wait longer
+    QVERIFY(sinceEnd.elapsed() < 900); // quitting waits only briefly
     QCOMPARE(ending.log.lines->last(), QStringLiteral("Cancelled."));
     watch.verify();
 }
@@ -410,7 +410,7 @@ void HostileChildrenTest::anEngineThatCannotBeStartedIsLoggedAndReportedExactly_
 {
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QString>("reason");
-    // The header of a program for another kind of machine: 64 bits, for SPARC.
+    // The ELF header of a program for another kind of machine: 64-bit SPARC.
     QByteArray otherMachine("\x7f"
                             "ELF\x02\x02\x01",
                             7);

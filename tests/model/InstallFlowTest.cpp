@@ -135,7 +135,7 @@ private Q_SLOTS:
         QCOMPARE(model.log.lines->count(netLine), 1);
         QVERIFY(diary.steps().contains(QStringLiteral("Step 2 of 4: downloading Godot 4.6 (.NET)")));
         QVERIFY(player.stopGame());
-        // The engine is present now, and the line comes all the same.
+        // The engine is installed by now, but the line is still logged.
         QVERIFY(player.playToRunning());
         QCOMPARE(model.log.lines->count(netLine), 1);
     }
@@ -154,7 +154,7 @@ private Q_SLOTS:
         QVERIFY(log.at(warning + 1).startsWith(QStringLiteral("Starting the game: ")));
         QCOMPARE(log.count(QStringLiteral("No imported files found yet.")), 2);
         QVERIFY(player.stopGame());
-        // No marker was written, so the next start of the launcher does not take it for ready.
+        // No marker was written, so a restarted launcher does not count the game as ready.
         QCOMPARE(player.startModel().state.get(), AppState::notDownloaded());
     }
 
@@ -202,7 +202,7 @@ private Q_SLOTS:
         QVERIFY(QDir(Paths::engineFolder()).removeRecursively());
         player.startHost({ QStringLiteral("--slow"), QStringLiteral("400") });
         model.play();
-        // The list comes first, as slowly.
+        // The checksum list comes first, just as slowly.
         QTRY_VERIFY_WITH_TIMEOUT(!model.progressDetail->isEmpty(), 20000);
         model.cancel();
         QVERIFY(player.waitUntilIdle());
@@ -230,7 +230,7 @@ private Q_SLOTS:
         QVERIFY(player.waitUntilIdle());
         QCOMPARE(model.log.lines->last(), QStringLiteral("Cancelled."));
         QVERIFY(!model.log.lines->join(QLatin1Char('\n')).contains(QStringLiteral("pass 2")));
-        // The files that it left look imported, and may be half of what the game needs.
+        // The cancelled pass left files that look imported but may be incomplete.
         QVERIFY(QFileInfo::exists(Paths::gameFolder() + QStringLiteral("/.godot")));
         QCOMPARE(model.state.get(), AppState::notDownloaded());
         QVERIFY(!model.failureMessage.get());
@@ -261,7 +261,7 @@ private Q_SLOTS:
 
     void aGameWhoseProjectCannotBeFoundAfterDownloadingFailsInOneSentence()
     {
-        // The repository is a project only for a start: what arrives holds none.
+        // The code host starts with a whole project, but the downloaded archive has no project file.
         Player player;
         player.startHost();
         AppModel &model = player.startModel();

@@ -1,5 +1,5 @@
-// The removal of very many files, while the window is to answer. With FLOOD=full as many as the largest games
-// have, else a part of them.
+// The window stays responsive while very many files are removed: with FLOOD=full as many as the largest games
+// have, otherwise fewer.
 
 #include "BackgroundRemoval.h"
 #include "FileOperations.h"
@@ -29,7 +29,7 @@ private Q_SLOTS:
     void theWindowAnswersMeanwhile()
     {
         QFETCH(QString, action);
-        const Player player; // without a code host: the reinstallation ends as it begins to download
+        const Player player; // no code host: the reinstallation fails at the download
         Preferences preferences(player.home.filePath(QStringLiteral("preferences.ini")));
         RecordedWorkspace workspace;
         RecordedPasteboard pasteboard;
@@ -58,7 +58,7 @@ private Q_SLOTS:
     }
 
 private:
-    /// As good as no pause at all, in milliseconds.
+    /// The longest pause allowed, in milliseconds; stricter than in other tests.
     static constexpr qint64 longestGap = Strain::isMeasurable() ? 50 : Strain::longestPause;
 
     static int fileCount() { return qgetenv("FLOOD") == "full" ? 200'000 : 8'000; }

@@ -112,7 +112,7 @@ private Q_SLOTS:
         QTest::addColumn<int>("linesBefore");
         QTest::addColumn<int>("shown");
         QTest::addColumn<QString>("firstShown");
-        // One more line comes from the download that fails.
+        // The failing download adds one more line.
         QTest::newRow("a log of 30 lines is shown whole") << 29 << 30 << QStringLiteral("line 1");
         QTest::newRow("of 31 lines the first is left out") << 30 << 30 << QStringLiteral("line 2");
         QTest::newRow("a short log is shown whole") << 3 << 4 << QStringLiteral("line 1");
@@ -127,7 +127,7 @@ private Q_SLOTS:
         player.startHost();
         const QUrl address = player.host->address();
         player.host.reset();
-        CodeHost::setAddress(address); // nobody answers there any more
+        CodeHost::setAddress(address); // nothing listens there any more
         AppModel &model = player.startModel();
         model.play();
         for (int i = 1; i <= linesBefore; ++i)
@@ -146,7 +146,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<qint64>("received");
         QTest::addColumn<qint64>("total");
-        QTest::addColumn<double>("fraction"); // negative: none
+        QTest::addColumn<double>("fraction"); // negative: no value
         QTest::newRow("unknown total") << qint64(10) << qint64(-1) << -1.0;
         QTest::newRow("a total of 0 is unknown") << qint64(10) << qint64(0) << -1.0;
         QTest::newRow("nothing yet") << qint64(0) << qint64(10) << 0.0;
@@ -173,7 +173,7 @@ private Q_SLOTS:
         Diary diary(model);
         QVERIFY(player.playToRunning());
         QVERIFY(diary.fractions().size() >= 2);
-        // The branch archive comes without a length, the engine's archive with one.
+        // The branch archive is served without a Content-Length, the engine's archive with one.
         QVERIFY(!diary.fractions().first());
         QVERIFY(diary.fractions().contains(std::optional(1.0)));
     }

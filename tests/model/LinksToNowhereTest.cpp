@@ -1,5 +1,4 @@
-// Symbolic links that lead nowhere, such as to a disk that is not plugged in: what they stand for is not
-// there.
+// Dangling symbolic links, for example to a disk that is not plugged in: they count as missing.
 
 #include "Player.h"
 
@@ -29,7 +28,7 @@ private Q_SLOTS:
         linkToNowhere(player, data + place);
         model.showSaves();
         if (!opened.isEmpty()) {
-            // The nearest folder that is there.
+            // The nearest existing parent.
             QCOMPARE(player.workspace.opened, QStringList(QDir::cleanPath(data + opened)));
             return;
         }
@@ -71,7 +70,7 @@ private Q_SLOTS:
         linkToNowhere(player, marker);
         model.refreshState();
         QCOMPARE(model.state.get(), AppState::notDownloaded());
-        // Play imports again and leaves a marker in its place.
+        // Play imports again and replaces the link with a marker.
         QVERIFY(player.install());
         QVERIFY(model.log.lines->contains(QStringLiteral("imported")));
         QVERIFY(!QFileInfo(marker).isSymLink());

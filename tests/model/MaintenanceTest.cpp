@@ -34,7 +34,7 @@ private Q_SLOTS:
                  QStringList({ QStringLiteral("Updating the game (your save files are kept)") }));
         QCOMPARE(diary.states().first(), AppState::downloading(QStringLiteral("the game")));
         QCOMPARE(model.notice.get(), std::optional(QStringLiteral("The game was updated.")));
-        QCOMPARE(model.state.get(), AppState::notDownloaded()); // the marker went with the old copy
+        QCOMPARE(model.state.get(), AppState::notDownloaded()); // the marker was deleted with the old copy
         QVERIFY(model.stepText->isEmpty());
         QVERIFY(QFileInfo::exists(gameFile(QStringLiteral("new-level.txt"))));
         QVERIFY(!QFileInfo::exists(gameFile(QStringLiteral("import.sh"))));
@@ -232,10 +232,10 @@ private Q_SLOTS:
         Player player;
         player.home.write(QStringLiteral("data/Vantor Platformer/Game/project.godot"),
                           "config/name=\"Hill Run\"\n");
-        AppModel &model = player.startModel(); // which reads it in the background
+        AppModel &model = player.startModel(); // reads the game in the background
         model.removeEverything();
         QVERIFY(waitForBackground(std::chrono::seconds(20)));
-        for (int turn = 0; turn < 10; ++turn) // what was read takes a few to arrive
+        for (int turn = 0; turn < 10; ++turn) // the result takes a few turns to arrive
             QCoreApplication::processEvents();
         QVERIFY(!model.info.get());
     }
@@ -246,13 +246,13 @@ private Q_SLOTS:
         player.startHost();
         const QString game = QStringLiteral("data/Vantor Platformer/Game/");
         player.home.write(game + QStringLiteral("project.godot"), "config/name=\"Hill Run\"\n");
-        // Takes so long to read that the removal meets the reading.
+        // Takes so long to read that the removal comes during the reading.
         player.home.write(game + QStringLiteral("README"), QByteArray(32 * 1024 * 1024, '\n'));
         AppModel &model = player.startModel();
         QTRY_VERIFY(model.info.get());
         QVERIFY(waitForBackground(std::chrono::seconds(20)));
         model.play();
-        int looks = 0; // what comes before the reading is over at the first look
+        int looks = 0; // in a row; the shorter job before the reading is over by the third
         QVERIFY(QTest::qWaitFor([&looks] {
             looks = jobsInBackground() > 0 ? looks + 1 : 0;
             return looks == 3;
@@ -299,7 +299,7 @@ private Q_SLOTS:
     {
         Player player;
         player.startHost();
-        // An unpack tool that takes its time, so that the end certainly meets it.
+        // An unpack tool so slow that it certainly still runs when the launcher quits.
         const QString tool
             = player.home.write(QStringLiteral("slow-tool"), "#!/bin/sh\necho unpacking; exec sleep 60\n");
         QVERIFY(QFile::setPermissions(tool, QFile::permissions(tool) | QFileDevice::ExeOwner));
@@ -330,7 +330,7 @@ private Q_SLOTS:
         AppModel &model = player.startModel();
         QVERIFY(player.install());
         model.computeFreeableSize();
-        QCOMPARE(model.freeableBytes.get(), 0); // worked out in the background
+        QCOMPARE(model.freeableBytes.get(), 0); // computed in the background
         QTRY_VERIFY(model.freeableBytes > 0);
         QCOMPARE(model.freeableBytes.get(), directorySize(Paths::root()));
     }
@@ -364,7 +364,7 @@ private Q_SLOTS:
         QVERIFY(QDir().mkpath(data + QStringLiteral("/app_userdata")));
         model.showSaves();
         QCOMPARE(player.workspace.opened.last(), data + QStringLiteral("/app_userdata"));
-        // The game was never read, so its fixed name stands in.
+        // The project facts were never read, so the default name is used.
         QVERIFY(QDir().mkpath(data + QStringLiteral("/app_userdata/Vantor")));
         model.showSaves();
         QCOMPARE(player.workspace.opened.last(), data + QStringLiteral("/app_userdata/Vantor"));

@@ -1,5 +1,5 @@
-// Whatever a server does to one of the three transfers: the player reads one sentence within a bounded time,
-// nothing is left in "Temp", and what was in place before is as it was.
+// Whatever a server does during one of the three transfers: the player reads one sentence within bounded
+// time, "Temp" is left empty, and what was installed stays unchanged.
 
 #include "EngineManager.h"
 #include "Misbehaviours.h"
@@ -79,7 +79,7 @@ private Q_SLOTS:
 private:
     const QString notUnpacked = QStringLiteral("Could not unpack game.zip (ditto exit code 1).");
 
-    /// A player before a host that is about to misbehave, and otherwise answers well.
+    /// A player and a host that serves everything correctly, until `misbehaveAt` is called.
     struct Scene {
         Scene(const MisbehavingServerTest &test, const Misbehaviour &which)
             : misbehaviour(which)
@@ -94,7 +94,7 @@ private:
             player.startModel(rules);
         }
 
-        /// What is not a plain connection is reached by a redirect, as files of the real host are.
+        /// Misbehaves at `path`. A server with TLS is reached by a redirect, like the files of the real host.
         void misbehaveAt(const QString &path) const
         {
             const bool isPlain = misbehaviour.connection == Misbehaviour::Connection::Plain;
@@ -103,7 +103,7 @@ private:
             host.server->serve(path, isPlain ? misbehaviour.reply : redirect);
         }
 
-        /// Puts a game in place that holds what no archive here does.
+        /// Installs a game with content that none of the archives has.
         void installGame() const
         {
             for (const auto &[name, content] : game) {
@@ -183,7 +183,7 @@ private:
         }));
     }
 
-    static constexpr qint64 longest = 10'000; // milliseconds; loose, for busy machines
+    static constexpr qint64 longest = 10'000; // milliseconds; generous, for busy machines
     const TestAuthority m_authority;
 };
 

@@ -15,9 +15,9 @@ const QString tooManyRedirects = u"The server redirected too many times."_s;
 const QString unsafeRedirect = u"The server redirected to an unsafe address."_s;
 const QString insecure = u"A secure connection to the server could not be made (…)."_s;
 
-/// What servers without a broken answer send instead of a file.
+/// What a captive portal serves instead of a file.
 const QByteArray logInPage = "<!DOCTYPE html><html><title>Log in</title><form>Room and name</form></html>";
-/// "hello" as gzip packs it.
+/// "hello", compressed with gzip.
 const QByteArray gzipped = QByteArray::fromBase64("H4sIAAAAAAAAA8tIzcnJBwCGphA2BQAAAA==");
 
 HttpReply ok(const QByteArrayList &headers = {}) { return HttpReply::head(200, headers); }
@@ -133,7 +133,7 @@ QList<Misbehaviour> allMisbehaviours(const QString &engineArchive)
            Connection::Secure);
     broken("TLS that is cut in a chunk", chunked().send("10\r\nabc").cut(), lost, Sound::Loud,
            Connection::Secure);
-    // Nobody can tell such a body from a whole one: what checks the content has to.
+    // Such a body looks complete; only a check of its content can tell.
     useless("TLS that is cut in a body without a length", ok().send("some").cut(), Connection::Secure);
     broken("TLS that leads back to a plain server", HttpReply::redirect("http://127.0.0.1:9/"),
            unsafeRedirect, Sound::Loud, Connection::Secure);

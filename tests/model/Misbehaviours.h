@@ -5,8 +5,8 @@
 #include <QList>
 #include <QString>
 
-/// One way in which a server, or whoever stands between, can misbehave, and the sentence that the player
-/// reads. "(…)" in a sentence stands for a reason that the TLS library words.
+/// One way in which a server, or something in between, can misbehave, and the sentence that the player then
+/// reads. "(…)" in a sentence stands for a reason in the TLS library's words.
 struct Misbehaviour {
     enum class Connection { Plain, Secure, SelfSigned, Expired, OfAnotherHost };
     enum class Sound { Loud, Silent };
@@ -16,13 +16,13 @@ struct Misbehaviour {
     QString forGame = {};
     QString forList = {};
     QString forEngine = {};
-    /// Whether only the limit of silence ends it.
+    /// Silent: only the silence limit ends the transfer.
     Sound sound = Sound::Loud;
     Connection connection = Connection::Plain;
 };
 
-/// The longest body that the table's transfers may have.
+/// The limit for a body in these tests, in bytes.
 inline constexpr qint64 misbehaviourCeiling = 8'000'000;
 
-/// All of them. `engineArchive` is the archive's name in the sentences.
+/// All cases. `engineArchive` is the file name in the engine's sentences.
 QList<Misbehaviour> allMisbehaviours(const QString &engineArchive);

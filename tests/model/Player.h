@@ -16,7 +16,7 @@
 #include <memory>
 #include <optional>
 
-/// What was asked of the desktop's file browser and web browser.
+/// Records what the file browser and the web browser were asked to open.
 class RecordedWorkspace final : public Workspace {
 public:
     void reveal(const QString &folder, std::function<void()> onFailure) override
@@ -38,7 +38,7 @@ public:
     QStringList revealed;
     QStringList opened;
     QList<QUrl> browsed;
-    /// Whether nothing on this desktop can open anything.
+    /// Makes every operation fail.
     bool opensNothing = false;
 
 private:
@@ -49,7 +49,7 @@ private:
     }
 };
 
-/// What was put on the pasteboard.
+/// Records what was put on the pasteboard.
 class RecordedPasteboard final : public Pasteboard {
 public:
     void setText(const QString &text) override { texts << text; }
@@ -57,8 +57,8 @@ public:
     QStringList texts;
 };
 
-/// Writes down every value that the state and the step's line take, in order. An announcement comes before
-/// its change, so each one shows the value that the change before it left.
+/// Records the values of the state, the step's line and the progress, in order. A change is announced before
+/// it takes effect, so each announcement shows the values before it.
 class Diary final : public QObject {
 public:
     explicit Diary(AppModel &model)
@@ -100,9 +100,9 @@ private:
     QList<std::optional<double>> m_fractions;
 };
 
-/// A player at a fresh machine: a home folder, a game of the test's own on a local code host, an engine that
-/// is a shell script in the official archives, and the model. The game's files decide what the engine does
-/// with them: "import.sh" runs as the import pass and "play.sh" as the game, both in the project's folder.
+/// A player at a fresh machine: a home folder, a small game on a local code host, a shell script as every
+/// engine build, and the model. The game's files decide what the engine does: it runs "import.sh" as the
+/// import pass and "play.sh" as the game, in the project's folder.
 class Player final {
 public:
     explicit Player(const QByteArray &features = "\"4.6\"", const QByteArray &configVersion = "5")
@@ -136,20 +136,20 @@ if [ "$import" ]; then . ./import.sh; else . ./play.sh; fi
         model->cancel();
         if (!stopGame() || !waitUntilIdle())
             qFatal("What the model runs did not end.");
-        // What is still being read in the background comes back before the model goes, and no frame is left
-        // over.
+        // Background reads deliver their results before the model is destroyed, so that no coroutine frame
+        // leaks.
         waitForBackground(std::chrono::seconds(30));
         QCoreApplication::processEvents();
         QCoreApplication::processEvents();
     }
 
-    /// Writes a file of the game as the code host has it.
+    /// Writes a file of the game that the code host serves.
     void writeGame(const QString &name, const QByteArray &content) const
     {
         home.write(QStringLiteral("repository/") + name, content);
     }
 
-    /// Starts the code host. `options` as tools/code-host takes them.
+    /// Starts a new code host, with further `options` of tools/code-host.
     void startHost(const QStringList &options = {})
     {
         host.reset();
@@ -157,7 +157,7 @@ if [ "$import" ]; then . ./import.sh; else . ./play.sh; fi
                                                home.filePath(QStringLiteral("standing-engine")), options);
     }
 
-    /// Starts the launcher's model anew on what is on the disk.
+    /// Replaces the model with a new one, as a restart of the launcher would.
     AppModel &startModel(const TransferRules &rules = {})
     {
         model.reset();
@@ -173,8 +173,8 @@ if [ "$import" ]; then . ./import.sh; else . ./play.sh; fi
             && model->runner.isRunning;
     }
 
-    /// Presses Stop and waits until the state has settled. A press that comes while the child is only about
-    /// to be launched reaches nothing, so it is pressed until the game ends.
+    /// Presses Stop until the game has ended, and waits until the state has settled. Once is not enough: Stop
+    /// has no effect while the child is being launched.
     bool stopGame()
     {
         return QTest::qWaitFor(

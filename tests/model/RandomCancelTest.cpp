@@ -1,5 +1,5 @@
-// Cancel at random moments of a whole install: it ends in "Cancelled." within half a second, with nothing
-// left behind. CANCEL_SEED repeats a run.
+// Cancel at random moments of a complete installation: it ends in "Cancelled." within half a second and
+// leaves nothing behind. CANCEL_SEED repeats a run.
 
 #include "Desktop.h"
 #include "EngineManager.h"
@@ -45,7 +45,7 @@ private Q_SLOTS:
             model.play();
             QVERIFY(QTest::qWaitFor([&] { return time.elapsed() >= moment || !model.isWorking(); }));
             QVERIFY(!player.hasFailed());
-            if (!model.isWorking()) { // the game runs: this time the install was faster than the moment
+            if (!model.isWorking()) { // too late: the installation is over and the game runs
                 removeAll(player);
                 continue;
             }
@@ -72,7 +72,7 @@ private Q_SLOTS:
             qInfo("%2d after \"%s...\"", count, qPrintable(line));
         qInfo("The slowest took %lld ms.", slowest);
 
-        // And after all of that the next Play works.
+        // After all that, Play still works.
         QVERIFY(player.playToRunning());
     }
 
@@ -116,14 +116,14 @@ private Q_SLOTS:
 private:
     static constexpr int levels = 40;
     static constexpr qint64 bigFile = 4'000'000;
-    /// Times are not what a sanitizer leaves as they are.
+    /// A factor on time limits: sanitizers slow everything down.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     static constexpr qint64 patience = 4;
 #else
     static constexpr qint64 patience = 1;
 #endif
 
-    /// Every phase takes a while: waiting for the header, the body, hashing, unpacking, importing.
+    /// Makes every phase take a while: header, body, hashing, unpacking, importing.
     static void serveSlowly(const ScriptedHost &host, const Player &player)
     {
         QFile script(player.home.filePath(QStringLiteral("standing-engine")));
@@ -149,7 +149,7 @@ private:
         host.server->serve(ScriptedHost::enginePath(), slow(engine));
     }
 
-    /// As on a fresh machine. The game, when it runs, is ended first.
+    /// Restores the state of a fresh machine. Stops a running game first.
     static void removeAll(Player &player)
     {
         QVERIFY(player.stopGame() && player.waitUntilIdle());
@@ -158,7 +158,7 @@ private:
         player.model->refreshState();
     }
 
-    /// Neither half a game nor half an engine.
+    /// Whether the game and the engine are each complete or absent.
     static bool isWholeOrAbsent()
     {
         const QString game = Paths::gameFolder();

@@ -16,7 +16,7 @@ const QString noGame
     = QStringLiteral("The game closed after only 0 seconds (exit code -1), so it did not start "
                      "properly. These are the last lines of its log:");
 
-/// Game, engine and marker, as an installation leaves them.
+/// Puts a game, an engine and the import marker in place, as an installation does.
 void putInPlace(const Player &player)
 {
     const EngineSpec spec { 4, QStringLiteral("4.6"), false };
@@ -40,7 +40,7 @@ class RefusedThreadsTest final : public QObject {
 private Q_SLOTS:
     void initTestCase()
     {
-        CodeHost::setAddress(QUrl(QStringLiteral("http://127.0.0.1:1"))); // nobody answers there
+        CodeHost::setAddress(QUrl(QStringLiteral("http://127.0.0.1:1"))); // nothing listens there
     }
     void cleanupTestCase() { CodeHost::setAddress(CodeHost::official()); }
 

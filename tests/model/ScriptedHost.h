@@ -9,8 +9,8 @@
 
 #include <memory>
 
-/// A code host whose every answer a test can set, and its address for as long as this object lives. At first
-/// it answers well: a small game, and the engine build that it wants. Main thread.
+/// A code host whose replies a test sets (404 where it sets none), used by the code under test for as long as
+/// this object lives. Main thread.
 class ScriptedHost final {
 public:
     explicit ScriptedHost(std::unique_ptr<HttpServer> host = std::make_unique<HttpServer>())
@@ -32,7 +32,7 @@ public:
         return "config_version=5\nconfig/name=\"Hill Run\"\nconfig/features=PackedStringArray(\"4.6\")\n";
     }
 
-    /// A game whose import pass runs `import` in the shell, with `others` beside it.
+    /// A game archive whose import pass runs the shell script `import`, with `others` as further entries.
     static QByteArray gameArchive(const QByteArray &import = "mkdir -p .godot\n",
                                   const QList<ZipEntry> &others = {})
     {
@@ -44,7 +44,7 @@ public:
         return archive.bytes();
     }
 
-    /// `program` in the build that the game wants, with `others` beside it.
+    /// The archive of the wanted engine build: `program` as its program, `others` as further entries.
     static QByteArray engineArchive(const QByteArray &program, const QList<ZipEntry> &others = {})
     {
         ZipBuilder archive { ZipEntry::program(engine().fileName().chopped(4).toUtf8(), program) };
@@ -52,14 +52,14 @@ public:
         return archive.bytes();
     }
 
-    /// The official list for `archive`.
+    /// The checksum list that matches `archive`.
     static QByteArray listFor(const QByteArray &archive)
     {
         return QCryptographicHash::hash(archive, QCryptographicHash::Sha512).toHex() + "  "
             + engine().fileName().toUtf8() + "\n";
     }
 
-    /// Answers everything well, with `program` as the engine.
+    /// Serves a valid game, checksum list and engine. `program` is the content of the engine's program.
     void serveGood(const QByteArray &program)
     {
         const QByteArray archive = engineArchive(program);
