@@ -82,13 +82,13 @@ void ChildProcessTest::aChildThatSomebodyElseReapedHasAnUnknownStatus()
     QCOMPARE(child.launch(QStringLiteral("/bin/sleep"), { QStringLiteral("0.1") }, childEnvironment(),
                           output.writeEnd.get()),
              0);
-    // From here on the system forgets a child as it ends.
+    // While SIGCHLD is ignored, the system reaps children itself.
     const auto before = std::signal(SIGCHLD, SIG_IGN);
     const qint32 status = child.waitForEnd().status;
     std::signal(SIGCHLD, before);
     QCOMPARE(status, 255);
     QVERIFY(Children::noneLeft());
-    child.terminate(); // whose number that is by now, nobody knows
+    child.terminate(); // must do nothing: the pid may already be another process's
 }
 
 void ChildProcessTest::aPipeNeverTakesThePlaceOfAStandardStream()

@@ -13,10 +13,10 @@
 #include <cerrno>
 #include <mutex>
 
-/// Real children, run to their ends.
+/// Runs real child processes to their ends.
 namespace Children {
 
-/// Lines that come on any thread.
+/// Collects lines. Thread-safe.
 class Lines final {
 public:
     std::function<void(const QString &)> adder()
@@ -38,8 +38,8 @@ private:
     QStringList m_lines;
 };
 
-/// Turns a real event loop until `task` has ended. Waiting by Tasks::finish sleeps between two turns, which a
-/// flood of output would wait for.
+/// Runs a real event loop until `task` has ended. Tasks::finish sleeps between two turns, which would hold up
+/// a flood of output.
 inline qint32 finishQuickly(QCoro::Task<qint32> task)
 {
     QEventLoop loop;
@@ -68,31 +68,31 @@ inline Run run(const QString &executable, const QStringList &arguments = {})
     return { status, lines.all() };
 }
 
-/// Runs a script of the shell.
+/// Runs `script` in the shell.
 inline Run shell(const QString &script)
 {
     return run(QStringLiteral("/bin/sh"), { QStringLiteral("-c"), script });
 }
 
-/// A helper program that is built beside the tests.
+/// The path of a program that is built beside the tests.
 inline QString program(const QString &name) { return QCoreApplication::applicationDirPath() + u'/' + name; }
 
-/// Whether this process has no child left, not even one that has ended and was not reaped.
+/// Whether this process has no child, not even a zombie.
 inline bool noneLeft()
 {
     siginfo_t info = {};
     return waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == -1 && errno == ECHILD;
 }
 
-/// Whether no child of this process has ended without being reaped; others may be alive.
+/// Whether no child of this process is a zombie; children may still run.
 inline bool noZombie()
 {
     siginfo_t info = {};
     return waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == -1 || info.si_pid == 0;
 }
 
-/// What every open descriptor leads to, in order. Without the events by which threads of Qt's pool are woken:
-/// each of them gets one when it first works, and keeps it.
+/// The target of every open descriptor, sorted. Omits the eventfds that wake Qt's pool threads: each thread
+/// creates one on first use and keeps it.
 inline QStringList openFiles()
 {
     QStringList files;

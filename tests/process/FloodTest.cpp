@@ -1,5 +1,5 @@
-// A child that prints faster than anybody reads: every line comes, in order, the main thread keeps its turns
-// and the memory stays small.
+// A child that prints faster than its output is read: every line arrives, in order, the main thread stays
+// responsive and the memory stays small.
 
 #include "Children.h"
 #include "LogStore.h"
@@ -13,7 +13,7 @@
 
 namespace {
 
-/// Runs a flood to its end and measures.
+/// Runs a flood to its end and verifies what it cost.
 void flood(const QString &what, qint64 number, const std::function<void(const QString &)> &onLine)
 {
     constexpr qint32 notEnded = -3;
@@ -138,7 +138,7 @@ void FloodTest::aChildWaitsWhileTheMainThreadIsBusy()
     const auto controller = ProcessController::create();
     auto task = controller->run(Children::program(QStringLiteral("child-flood")),
                                 { QStringLiteral("forever") }, [&](const QString &) { ++count; });
-    // The main thread does not turn its loop: the reader stops after a few pieces.
+    // The event loop does not run here, so the reader stops after a few chunks.
     const auto settles = [&count] {
         for (int i = 0; i < 200; ++i) {
             const int before = count;
@@ -149,7 +149,7 @@ void FloodTest::aChildWaitsWhileTheMainThreadIsBusy()
         return false;
     };
     QVERIFY(settles());
-    QVERIFY(count <= 3 * 64 * 1024 / 10); // pieces are as large as a pipe, a line has ten bytes
+    QVERIFY(count <= 3 * 64 * 1024 / 10); // a chunk is at most what a pipe holds, a line has ten bytes
     controller->cancel();
     QCOMPARE(Tasks::finish(std::move(task)), SIGTERM);
 }

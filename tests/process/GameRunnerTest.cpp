@@ -17,7 +17,7 @@ const QString shellProgram = QStringLiteral("/bin/sh");
 
 QStringList script(const QString &text) { return { QStringLiteral("-c"), text }; }
 
-/// Runs until SIGTERM comes, and says when it runs.
+/// Prints a line once it runs, then runs until SIGTERM.
 const QString endless = QStringLiteral("echo ready; exec sleep 1000");
 
 }
@@ -77,7 +77,7 @@ void GameRunnerTest::cleanup()
 {
     if (!m_runner)
         return;
-    // A request that comes while the child is only about to be launched reaches nothing.
+    // A stop while the child is being launched has no effect, so it is repeated.
     QVERIFY(QTest::qWaitFor([this] {
         m_runner->stop();
         return !m_runner->isRunning;
@@ -243,7 +243,7 @@ void GameRunnerTest::stopSendsTheGameSigterm()
 
 void GameRunnerTest::aStopBeforeTheLaunchIsReported()
 {
-    // Whether the stop comes before the launch is a race; one of some hundred does.
+    // Whether the stop comes before the launch is a race; it does in about one of a hundred rounds.
     for (int i = 0; i < 500 && (m_exits.isEmpty() || m_exits.last().status != -2); ++i) {
         m_exits.clear();
         launch(QStringLiteral("/bin/true"), {});

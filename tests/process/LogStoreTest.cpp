@@ -13,7 +13,7 @@ namespace {
 
 QString numbered(int i) { return QStringLiteral("line %1").arg(i); }
 
-/// Runs `work` on another thread and waits for it, without turning the event loop.
+/// Runs `work` on another thread and blocks until it has finished.
 template <typename Work> void onAnotherThread(Work work) { std::thread(work).join(); }
 
 void turnTheLoop() { QCoreApplication::processEvents(); }
@@ -277,13 +277,13 @@ void LogStoreTest::everyThreadsLinesComeInItsOwnOrder()
     constexpr int threadCount = 4;
     constexpr int lineCount = 20'000;
     LogStore log;
-    // The log keeps only the newest; each line is seen as it comes.
+    // The log keeps only the newest lines, so each one is checked as it arrives.
     QList<int> next(threadCount, 0);
     bool isOrdered = true;
     int seen = 0;
     QString last;
     connect(&log, &Observable::willChange, this, [&] {
-        // The newest line, once: a line that makes the log overflow is announced as itself and by the trim.
+        // Count each line once: one that makes the log overflow is announced a second time, by the trim.
         if (log.lines->isEmpty() || log.lines->last() == last)
             return;
         last = log.lines->last();
@@ -305,7 +305,7 @@ void LogStoreTest::everyThreadsLinesComeInItsOwnOrder()
 
 void LogStoreTest::whatAThreadPostsAfterItsLinesComesAfterThem()
 {
-    // Many threads at once, so that each finds the inbox in every state that the others leave it in.
+    // Many threads, so that each meets the inbox in every state that the others can leave it in.
     constexpr int threadCount = 16;
     constexpr int lineCount = 150;
     for (int round = 0; round < 10; ++round) {

@@ -181,8 +181,7 @@ void ProcessCancelTest::outputBeforeTheEndOfACancelledChildComes()
 
 void ProcessCancelTest::aCancelFromAnotherThreadAtAnyMomentEndsWell()
 {
-    // A child ends by itself after a while: a cancel that falls between the check and the launch reaches
-    // nothing.
+    // The child ends by itself, because a cancel between the check and the launch has no effect.
     const QStringList arguments = script(QStringLiteral("echo ready; exec sleep 0.05"));
     for (int round = 0; round < 150; ++round) {
         Children::Lines lines;

@@ -191,7 +191,7 @@ void ProcessControllerTest::aChildThatIsStoppedHasNotEnded()
         QFile state(QStringLiteral("/proc/%1/stat").arg(QLatin1StringView(child)));
         return state.open(QIODevice::ReadOnly) && state.readAll().contains(") T ");
     }());
-    QTest::qWait(50); // what a stop that was taken for the end would need to arrive
+    QTest::qWait(50); // long enough for a stop mistaken for an end to arrive
     QVERIFY(!task.isReady());
     QCOMPARE(::kill(child.toInt(), SIGCONT), 0);
     QCOMPARE(Tasks::finish(std::move(task)), 3);
@@ -315,7 +315,7 @@ void ProcessControllerTest::aChildThatWaitsForInputGetsEndOfFileAtOnce()
 
 void ProcessControllerTest::aChildInheritsTheStandardStreamsAndNothingElse()
 {
-    // One that is to be inherited by an ordinary launch.
+    // Without O_CLOEXEC, so that an ordinary launch would pass it on.
     const FileDescriptor secret(::open("/dev/null", O_RDONLY));
     QVERIFY(secret.get() > 2);
     const auto run = Children::run(Children::program(QStringLiteral("child-report")));

@@ -1,4 +1,4 @@
-// What can only be seen from below: this program has some of the system's functions itself, and looks at the
+// What only the system calls reveal: this program replaces some of the system's functions and checks the
 // launcher whenever one of them is called.
 
 #include "Children.h"
@@ -26,7 +26,7 @@ std::shared_ptr<ProcessController> watched;
 std::atomic<int> callsSeen = 0;
 std::atomic<int> callsUnderTheLock = 0;
 
-/// Whether another thread gets at the watched controller now, which takes its lock.
+/// Counts a call, and whether the watched controller's lock is held during it: isCancelled() then blocks.
 void noteCall()
 {
     if (!watched)
@@ -106,7 +106,7 @@ private Q_SLOTS:
                                  lines.adder());
         QTRY_COMPARE(lines.all().size(), 1);
         QCOMPARE(callsSeen, 1);
-        // A request that comes before the launch has quite returned reaches nothing.
+        // A cancel() during the launch has no effect, so it is repeated.
         const bool isAsked = QTest::qWaitFor([] {
             watched->cancel();
             return callsSeen > 1;

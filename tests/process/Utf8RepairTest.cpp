@@ -4,7 +4,7 @@
 
 namespace {
 
-/// Several characters written as one literal each, with "?" for a replacement character.
+/// `text` decoded from UTF-8, where each "?" stands for a replacement character.
 QString expectedText(const char *text)
 {
     return QString::fromUtf8(text).replace(u'?', QChar(QChar::ReplacementCharacter));

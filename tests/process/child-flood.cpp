@@ -1,6 +1,6 @@
-// Prints as fast as it can. "lines N": N short numbered lines. "bytes N": N bytes and never a line's end.
-// "shortest N": N lines of one letter. "invalid N": as bytes, but none that is text. "forever": lines until
-// it is stopped.
+// Prints as fast as it can. "lines N": N short numbered lines. "bytes N": N bytes without a line feed.
+// "shortest N": N lines of one letter. "invalid N": N bytes that are not UTF-8. "forever": lines until it is
+// stopped.
 
 #include <algorithm>
 #include <cstdio>

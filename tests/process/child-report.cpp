@@ -1,5 +1,5 @@
-// Says what it was started with: its open descriptors, what it can read, its signals, arguments and
-// surroundings.
+// Prints what it was started with: its open descriptors, standard input, signals, arguments, environment and
+// working folder.
 
 #include <fcntl.h>
 #include <unistd.h>
