@@ -221,7 +221,7 @@ private:
         Desktop::use(desktop);
     }
 
-    /// The order of macOS, with a stand-in for its tool that says how it was called.
+    /// Unpacks as on macOS, with a stand-in for ditto that prints its arguments.
     void useMacOS()
     {
         Desktop desktop = Desktop::describing(Desktop::System::MacOS);

@@ -8,7 +8,7 @@ using namespace Qt::StringLiterals;
 using namespace TransferTesting;
 using namespace std::chrono_literals;
 
-/// What a server, or what lies between, can do to a transfer. Each ends in one sentence and in bounded time.
+/// What a server, or something in between, can do to a transfer. Each ends in one sentence, in bounded time.
 class BrokenTransferTest final : public QObject {
     Q_OBJECT
 
@@ -152,7 +152,7 @@ private Q_SLOTS:
 
     void silenceInTheSecureGreetingEndsInAnError()
     {
-        HttpServer server; // it waits for a request and never answers the greeting
+        HttpServer server; // plain HTTP: it never answers the TLS handshake
         QUrl url = server.url(u"/list"_s);
         url.setScheme(u"https"_s);
         QElapsedTimer time;

@@ -166,8 +166,8 @@ private Q_SLOTS:
     }
 
 private:
-    /// Until the transfer waits for the server and nothing else: libcurl's own first timers, which wake it up
-    /// too, are over by then.
+    /// How long, in milliseconds, until a transfer waits for nothing but the server: by then libcurl's
+    /// initial timers, which also wake it, have expired.
     static constexpr int intoTheWait = 450;
 
     std::shared_ptr<FileDownloader> downloader(const QUrl &url) const

@@ -280,7 +280,7 @@ private Q_SLOTS:
 #if defined(Q_OS_LINUX)
         QVERIFY(QDir().mkpath(destination()));
         const QByteArray folder = QFile::encodeName(destination());
-        // What a file system is mounted on cannot go.
+        // A mount point cannot be removed.
         if (::mount("none", folder.constData(), "tmpfs", 0, "size=64k") != 0)
             QSKIP("Only the superuser can bring in another file system.");
         const auto unmount = qScopeGuard([folder] { ::umount(folder.constData()); });
@@ -378,7 +378,7 @@ private:
     const QString path = u"/archive/master.zip"_s;
     std::optional<HttpServer> m_server;
     std::optional<QTemporaryDir> m_folder;
-    QList<DownloadProgress> m_events; // the transfer's thread's until the download has ended
+    QList<DownloadProgress> m_events; // belongs to the transfer's thread until the download has ended
 };
 
 QTEST_GUILESS_MAIN(FileDownloaderTest)

@@ -40,7 +40,7 @@ private Q_SLOTS:
 
     void aFileThatMayNotGrowIsAFileErrorAndLeavesNothing()
     {
-        // Else the system ends the program for it.
+        // By default this signal ends the program.
         const auto before = std::signal(SIGXFSZ, SIG_IGN);
         rlimit limit {};
         QCOMPARE(::getrlimit(RLIMIT_FSIZE, &limit), 0);

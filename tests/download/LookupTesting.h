@@ -6,10 +6,10 @@
 
 #include <QTest>
 
-/// What holds for every look-up that a transfer begins with and that nothing can interrupt.
+/// Tests for the lookups at the start of a transfer, which nothing can interrupt.
 namespace LookupTesting {
 
-/// Where the program's look-ups wait.
+/// Blocks this program's lookups.
 inline StandingQueue &lookups()
 {
     static StandingQueue queue;

@@ -7,7 +7,7 @@
 using namespace LookupTesting;
 using namespace TransferTesting;
 
-// Takes the system's place for this whole program: a name server that never answers.
+// Replaces the system's function in this whole program: a name server that never answers.
 extern "C" int getaddrinfo(const char *, const char *, const addrinfo *, addrinfo **)
 {
     lookups().wait();

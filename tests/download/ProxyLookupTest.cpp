@@ -9,10 +9,10 @@ using namespace Qt::StringLiterals;
 using namespace LookupTesting;
 using namespace TransferTesting;
 
-/// What the settings name; where they name nothing, a script on a server that never answers.
+/// The proxies in the desktop's settings. If empty, the lookup blocks, as for a script on a silent server.
 static QList<QNetworkProxy> named;
 
-// Takes Qt's place for this whole program.
+// Replaces Qt's function in this whole program.
 QList<QNetworkProxy> QNetworkProxyFactory::systemProxyForQuery(const QNetworkProxyQuery &)
 {
     if (named.isEmpty())

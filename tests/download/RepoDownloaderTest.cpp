@@ -204,7 +204,7 @@ private Q_SLOTS:
 #if defined(Q_OS_LINUX)
         QVERIFY(QDir().mkpath(Paths::gameFolder()));
         const QByteArray game = QFile::encodeName(Paths::gameFolder());
-        // What another file system is mounted on does not move.
+        // A mount point cannot be renamed.
         if (::mount("none", game.constData(), "tmpfs", 0, nullptr) != 0)
             QSKIP("Only the superuser can bring in another file system.");
         writeOldGame();
@@ -229,14 +229,14 @@ private Q_SLOTS:
         QTRY_COMPARE(m_server->requestCount(path), 1);
         const QString extract = scratchFolder() + u"/extract"_s;
         QVERIFY(QDir().mkpath(extract));
-        // A rename never leads from one file system to another.
+        // rename() fails across file systems.
         const bool isMounted
             = ::mount("none", QFile::encodeName(extract).constData(), "tmpfs", 0, nullptr) == 0;
         m_server->release();
         const auto error = Tasks::failure<FileError>(std::move(task));
         if (!isMounted)
             QSKIP("Only the superuser can bring in another file system.");
-        // The disk cannot be removed while it is mounted, and so the scratch folder is still there.
+        // A mount point cannot be removed, so the scratch folder is still there.
         QCOMPARE(::umount(QFile::encodeName(extract).constData()), 0);
         QVERIFY(QDir(Paths::tempFolder()).removeRecursively());
         QVERIFY(error);
@@ -367,7 +367,7 @@ private:
         return folders.size() == 1 ? Paths::tempFolder() + u'/' + folders.first() : QString();
     }
 
-    /// The transfer ends on its own thread; the installation cannot go on before the main thread turns.
+    /// The transfer ends on its own thread; the installation continues only once the event loop runs.
     void waitForTheFileWithoutTurningTheEventLoop() const
     {
         QElapsedTimer time;

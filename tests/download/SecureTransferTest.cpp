@@ -96,7 +96,7 @@ private:
         QString failure;
     };
 
-    /// Fetches with the test's authority, and no other, trusted.
+    /// Fetches `url`, trusting only the test's own authority.
     Outcome outcome(const QUrl &url) const
     {
         Outcome outcome;

@@ -9,7 +9,7 @@
 using namespace Qt::StringLiterals;
 using namespace TransferTesting;
 
-/// The player's own limit, in real time.
+/// The silence limit that players get, in real time.
 class SilentServerTest final : public QObject {
     Q_OBJECT
 

@@ -5,10 +5,10 @@
 #include <condition_variable>
 #include <mutex>
 
-/// What calls on other threads wait in, as for a name server that never answers, until the test lets them go.
+/// Blocks calls on other threads, like a name server that never answers, until the test releases them.
 class StandingQueue final {
 public:
-    /// Counts the caller in, and returns when `letGo` is called.
+    /// Blocks until `letGo` is called. Any thread.
     void wait()
     {
         std::unique_lock guard(m_lock);
@@ -23,7 +23,7 @@ public:
         return m_waiting;
     }
 
-    /// Lets everybody go and stands again.
+    /// Releases all blocked calls; later ones block again. Main thread.
     void letGo()
     {
         setReleased(true);

@@ -42,7 +42,7 @@ private Q_SLOTS:
             u"The server's answer could not be understood."_s);
         row(CURLE_BAD_CONTENT_ENCODING, "Unsolicited Transfer-Encoding (gzip) found",
             u"The server's answer could not be understood."_s);
-        constexpr int tooLargeAHeader = 100; // CURLE_TOO_LARGE, in later versions
+        constexpr int tooLargeAHeader = 100; // CURLE_TOO_LARGE, which older headers lack
         row(tooLargeAHeader, "Too many response headers, 5000 is max",
             u"The server's answer could not be understood."_s);
         row(CURLE_FILESIZE_EXCEEDED, "", u"The file is larger than expected."_s);

@@ -14,14 +14,14 @@
 /// What the tests of transfers share.
 namespace TransferTesting {
 
-/// Forgets the proxies of the person who runs the tests.
+/// Ignores the proxy settings of whoever runs the tests.
 inline void withoutProxies()
 {
     for (const char *name : { "http_proxy", "https_proxy", "all_proxy", "no_proxy" })
         qunsetenv(name);
 }
 
-/// Limits that let a test of silence end soon.
+/// Short limits, so that a test with a silent server ends soon.
 inline TransferRules impatient()
 {
     TransferRules rules;
@@ -44,7 +44,7 @@ inline QString failure(const QUrl &url, TransferRules rules = {}, qint64 largest
     return error ? error->description() : QString();
 }
 
-/// `size` bytes that do not repeat in any short period.
+/// `size` pseudo-random bytes, always the same.
 inline QByteArray someBytes(qsizetype size)
 {
     QByteArray bytes(size, Qt::Uninitialized);
