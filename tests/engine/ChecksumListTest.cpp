@@ -9,7 +9,7 @@ private Q_SLOTS:
     void theHashOfTheNamedFileIsFound_data()
     {
         QTest::addColumn<QString>("list");
-        QTest::addColumn<QString>("hash"); // null for none
+        QTest::addColumn<QString>("hash"); // null: no such line
         const auto row = [](const char *name, const char *list, const char *hash) {
             QTest::newRow(name) << QString::fromUtf8(list) << QString::fromUtf8(hash);
         };

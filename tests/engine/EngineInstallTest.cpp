@@ -168,7 +168,7 @@ private Q_SLOTS:
         QVERIFY(log().last().startsWith(QStringLiteral("Downloading Godot 4.3 from ")));
         nothingIsLeftInTemp();
         nothingIsInstalled();
-        m_engines->cancel(); // reaches the finished download only
+        m_engines->cancel(); // affects only the finished download
 
         serve(linuxBuild());
         QVERIFY(!install().isEmpty());
@@ -383,8 +383,8 @@ private:
         m_server->serve(listPath(), list);
     }
 
-    /// The desktop under test: its rules, our unpack program, and a script as its quarantine tool if it has
-    /// one.
+    /// Has the code under test behave as on `system`, with our unpack program, and with a script as the
+    /// quarantine tool where there is one.
     Desktop use(System system, const QByteArray &quarantineScript = "exit 0") const
     {
         Desktop desktop = Desktop::describing(system);
@@ -419,7 +419,7 @@ private:
 
     QStringList log() const { return m_log->lines; }
 
-    /// Puts a file into the build's folder, as an earlier install may have left it.
+    /// Writes a file that an earlier installation may have left in the build's folder. Returns its path.
     QString put(const char *name) const
     {
         QDir().mkpath(target());

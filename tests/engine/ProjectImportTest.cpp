@@ -180,7 +180,7 @@ private:
     static EngineSpec line4() { return { 4, QStringLiteral("4.3"), false }; }
     static EngineSpec line3() { return { 3, QStringLiteral("3.6.3"), false }; }
 
-    /// A shell script that stands for the engine. "$4" is the project folder.
+    /// Returns the path of a shell script that stands in for the engine. Its "$4" is the project folder.
     QString engine(const QByteArray &script) const
     {
         const QString file = m_home->write(QStringLiteral("engine"), "#!/bin/sh\n" + script + "\n");

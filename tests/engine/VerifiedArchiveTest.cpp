@@ -28,14 +28,13 @@ const auto isNoFile
 
 const char *const program = "Godot_v4.3-stable_linux.x86_64";
 
-/// Both are archives of the same size, so that only their content tells them apart.
+/// Both archives have the same size, so that only their content tells them apart.
 QByteArray goodArchive() { return ZipBuilder { ZipEntry::program(program, "#!/bin/sh\n") }.bytes(); }
 QByteArray evilArchive() { return ZipBuilder { ZipEntry::program(program, "#!/bin/ev\n") }.bytes(); }
 
 }
 
-/// What is unpacked is the very file whose checksum matched, whatever somebody does to it on the disk
-/// meanwhile.
+/// What is unpacked is the very file whose checksum matched, whatever happens to it on the disk meanwhile.
 class VerifiedArchiveTest final : public QObject {
     Q_OBJECT
 
@@ -108,7 +107,7 @@ private Q_SLOTS:
         QFETCH(QString, lastLine);
         QFETCH(QByteArray, deed);
         bool done = false;
-        // An announcement comes before its change: this one is of the line after `lastLine`.
+        // willChange comes before a line is stored: this is the line after `lastLine`.
         connect(m_log.get(), &Observable::willChange, this, [this, &done, lastLine, deed] {
             if (done || m_log->lines->isEmpty() || !m_log->lines->last().startsWith(lastLine))
                 return;
@@ -143,7 +142,7 @@ private Q_SLOTS:
         nothingIsInstalled();
     }
 
-    /// None of these changes the file that was checked, so it is that one which must arrive.
+    /// The checked file itself never changes here, so it is the one that must be installed.
     void aFolderThatIsExchangedBringsNoOtherArchiveIn()
     {
         useUnpackTool("temp=$(dirname $archive); mv $temp ~/aside; mkdir -p $temp; cp ~/evil.zip $archive\n"
@@ -156,13 +155,13 @@ private Q_SLOTS:
 private:
     QString addressOf(const QString &file) const { return QUrl(m_spec.baseURL() + file).path(); }
 
-    /// `deed` as a shell script that knows where the downloaded archive lies.
+    /// `deed` as a shell script in which $archive is the path of the downloaded archive.
     QByteArray onArchive(const QByteArray &deed) const
     {
         return "set -e; archive=$(ls ~/data/*/Temp/*/" + m_spec.fileName().toUtf8() + "); IFS=; " + deed;
     }
 
-    /// Has `script` run in the unpack tool's place, where "UNPACK" calls the tool. Empty for the tool alone.
+    /// Runs `script` in place of the unpack tool, which "UNPACK" calls. If empty, uses the tool itself.
     void useUnpackTool(QByteArray script) const
     {
         Desktop desktop = Desktop::describing(Desktop::System::Linux);
