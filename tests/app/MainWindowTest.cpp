@@ -301,7 +301,7 @@ void MainWindowTest::stopBeforeTheGameExistsCancelsTheStart()
     Stage::click(*stage.window, QStringLiteral("Play"));
     // The state is set when the step begins, after the clean-up.
     QTRY_COMPARE(stage.model.stepText.get(), QStringLiteral("Step 1 of 4: downloading the game"));
-    QVERIFY(stage.visible<ProgressBlock>());
+    QTRY_VERIFY(stage.visible<ProgressBlock>());
     QVERIFY(stage.model.isWorking());
     // The moment between the last step and the game's process.
     stage.model.state = AppState::starting();

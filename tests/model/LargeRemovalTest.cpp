@@ -2,6 +2,7 @@
 // have, otherwise fewer.
 
 #include "BackgroundRemoval.h"
+#include "CodeHost.h"
 #include "FileOperations.h"
 #include "Leftovers.h"
 #include "Player.h"
@@ -17,6 +18,11 @@ class LargeRemovalTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase()
+    {
+        CodeHost::setAddress(QUrl(QStringLiteral("http://127.0.0.1:1"))); // nobody answers there
+    }
+    void cleanupTestCase() { CodeHost::setAddress(CodeHost::official()); }
     void cleanup() { BackgroundRemoval::wait({}); }
 
     void theWindowAnswersMeanwhile_data()
