@@ -77,12 +77,12 @@ private Q_SLOTS:
         if (!hasLandlock() && means == FilesOnly)
             QSKIP("This kernel has no Landlock.");
         QCOMPARE(attempt(what, "all").status, refused);
-        // By each of the means that should, where the other is missing.
+        // Each mechanism that should refuse it also does so alone.
         if (hasLandlock() && means != CallsOnly)
             QCOMPARE(attempt(what, "files").status, refused);
         if (means != FilesOnly)
             QCOMPARE(attempt(what, "calls").status, refused);
-        // And not by something else.
+        // Nothing else refuses it: unconfined, it works.
         if (attempt(what, "nothing").status != done)
             QSKIP("This system refuses it anyway, or refuses it to this user.");
     }
@@ -162,7 +162,7 @@ private Q_SLOTS:
         QVERIFY2(result.problems.contains(message), result.problems.constData());
     }
 
-    /// Its numbers mean other calls than those that were looked at.
+    /// There, the numbers that the filter allows mean other calls.
     void aCallOfAnotherArchitectureEndsTheProcess()
     {
         const QString what = QStringLiteral("call like a 32-bit program");
@@ -172,14 +172,14 @@ private Q_SLOTS:
     }
 
 private:
-    /// What refuses something.
+    /// What is expected to refuse an attempt: Landlock, the seccomp filter, or each of them alone.
     enum Means { FilesOnly, CallsOnly, Either };
 
     static constexpr int done = 0;
     static constexpr int refused = 1;
 
     struct Result {
-        int status = 0; ///< of the program, or the signal that ended it, negative
+        int status = 0; ///< exit status, or the negated number of the signal that ended it
         QByteArray means; ///< in force
         QByteArray problems;
     };

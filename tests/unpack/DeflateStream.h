@@ -18,7 +18,7 @@ public:
         m_bytes += bytes;
     }
 
-    /// Starts a block of literals and matches in the fixed code.
+    /// Starts a block of literals and matches with the fixed Huffman codes.
     void beginFixed(bool isLast = false)
     {
         bits(isLast ? 1 : 0, 1);
@@ -36,7 +36,7 @@ public:
         }
     }
 
-    /// Repeats three of the bytes before, `distance` bytes back: 1 to 4.
+    /// Repeats three bytes from `distance` (1 to 4) bytes back.
     void match(quint32 distance)
     {
         code(257 - 256, 7);
@@ -45,7 +45,7 @@ public:
 
     void endBlock() { code(0, 7); }
 
-    /// A block with codes of its own that holds nothing.
+    /// An empty block with dynamic Huffman codes.
     void emptyDynamic(bool isLast = false)
     {
         bits(isLast ? 1 : 0, 1);
@@ -53,7 +53,7 @@ public:
         bits(0, 5); // 257 codes for literals and lengths
         bits(0, 5); // one for distances
         bits(18 - 4, 4);
-        // Of the codes for code lengths, "138 or fewer zeros" and "one" have a bit each.
+        // Only two code lengths have a code, of one bit each: 18, a run of up to 138 zeros, and 1.
         for (int index = 0; index < 18; ++index)
             bits(index == 2 || index == 17 ? 1 : 0, 3);
         const quint32 one = 0;
@@ -74,7 +74,7 @@ public:
     }
 
 private:
-    /// Numbers begin with their lowest bit, codes with their highest.
+    /// Numbers are written lowest bit first, codes highest bit first.
     void bits(quint32 value, int count)
     {
         for (int index = 0; index < count; ++index) {

@@ -9,7 +9,7 @@
 
 namespace {
 
-/// What a folder tree holds, comparable: per path the kind, the execute bit and the content or the target.
+/// A folder tree to compare: each path with its kind, its execute bit, and its content or link target.
 using Tree = QMap<QString, QByteArray>;
 
 enum class Links { Kept, Followed };
@@ -41,7 +41,7 @@ Tree treeOf(const QString &folder, Links links = Links::Kept)
 
 }
 
-/// Archives by the tools that people use. Every one must come out as it went in.
+/// Archives made by common tools. Each must unpack to exactly what was packed.
 class HonestArchivesTest final : public QObject {
     Q_OBJECT
 
@@ -121,7 +121,7 @@ private Q_SLOTS:
         QFETCH(QString, options);
         if (isMissing(QStringLiteral("git")))
             QSKIP("git is not installed here.");
-        // Git knows no empty folders, and leaves the times out of this comparison.
+        // Git stores no empty folders.
         QDir().rmdir(m_home->filePath(QStringLiteral("tree/wrap/nothing in here")));
         const QString complaint = complaintOf(
             QStringLiteral(
@@ -196,7 +196,7 @@ private Q_SLOTS:
         if (!complaint.isEmpty())
             QSKIP(qPrintable(complaint));
         unpack();
-        // Java keeps no execute bits.
+        // jar stores no execute bits.
         Tree expected = treeOf(m_home->filePath(QStringLiteral("tree")), Links::Followed);
         for (QByteArray &what : expected) {
             if (what.startsWith("program "))
@@ -318,8 +318,8 @@ private Q_SLOTS:
 private:
     static bool isMissing(const QString &tool) { return QStandardPaths::findExecutable(tool).isEmpty(); }
 
-    /// Makes an archive with other people's tools. Returns what they said when one of them failed, also in
-    /// the middle of a pipe: then there is nothing to unpack.
+    /// Makes an archive with common tools. Returns an empty string, or their output if one of them failed,
+    /// even in the middle of a pipe.
     QString complaintOf(const QString &command, const QString &folder) const
     {
         QProcess process;

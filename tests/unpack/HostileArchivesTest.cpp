@@ -23,7 +23,7 @@ QByteArray changed(ZipBuilder builder, const std::function<void(ZipBuilder &)> &
     return builder.bytes();
 }
 
-/// The entry with a second name, for readers that know Info-ZIP's field for it.
+/// The entry with a second name, in Info-ZIP's Unicode path field.
 ZipEntry withUnicodeName(ZipEntry entry, const QByteArray &name)
 {
     entry.extra
@@ -32,7 +32,7 @@ ZipEntry withUnicodeName(ZipEntry entry, const QByteArray &name)
     return entry;
 }
 
-/// What a link leads to, with a quarter of a megabyte of blocks that hold nothing in the middle.
+/// A link whose packed target has a quarter of a megabyte of empty blocks in its middle.
 ZipEntry linkInPieces(const QByteArray &name, const QByteArray &begin, const QByteArray &end)
 {
     DeflateStream stream;
@@ -46,8 +46,8 @@ ZipEntry linkInPieces(const QByteArray &name, const QByteArray &begin, const QBy
     return entry;
 }
 
-/// Links of 500 parts, each beginning with the one before it: followed one by one, the last is 19,000 parts
-/// long.
+/// Links to paths of 500 parts, each path starting with the link before it: resolved in full, the last one
+/// has 19,000 parts.
 ZipBuilder linksThatAddUp()
 {
     ZipBuilder builder;
@@ -504,8 +504,8 @@ private:
         return builder.bytes();
     }
 
-    /// Checks that the archive is refused with one line that holds `reason`, and that nothing is in the
-    /// folder that it was to be unpacked into; returns the line.
+    /// Checks that the archive is refused with one line that contains `reason`, and that nothing was written
+    /// anywhere. Returns the line.
     static QString refuses(const QByteArray &archive, const QString &reason)
     {
         const TestHome home;

@@ -23,16 +23,16 @@ namespace {
 
 constexpr qint64 megabyte = 1024 * 1024;
 
-/// How a run of the unpack program ended, and what it took.
+/// How a run of the unpack program ended, and what resources it used.
 struct Run {
-    int status = 0; // as wait4() has it
+    int status = 0; // as wait4() returns it
     QString problems;
     double processorSeconds = 0;
     qint64 peakMemory = 0; // bytes; 0 where the system does not say
 };
 
-/// The most memory that the process has had since it became the program that it is. What the system tells of
-/// it later also counts what the process had before that: as much as the test itself.
+/// Peak memory of the process since its execve(), in bytes; 0 if unknown. The peak that wait4() reports also
+/// covers the time before: as much as the test itself uses.
 qint64 peakMemoryOf(pid_t process)
 {
     QFile status(QStringLiteral("/proc/%1/status").arg(process));
@@ -43,7 +43,7 @@ qint64 peakMemoryOf(pid_t process)
     return text.mid(text.indexOf(name) + name.size()).trimmed().split(' ').first().toLongLong() * 1024;
 }
 
-/// Runs the program to its end, with its problems in `file`; `prepare` is called in the new process.
+/// Runs the program with its standard error going to `file`; calls `prepare` in the child before execve().
 Run run(
     const QStringList &arguments, const QString &file, const std::function<void()> &prepare = [] {})
 {
@@ -68,11 +68,11 @@ Run run(
     }
     Run result;
 #ifdef __linux__
-    // It stops when it has become the program, and when it is about to end.
+    // The child stops after its execve(), and again just before it exits.
     ::waitpid(child, &result.status, 0);
     ::ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACEEXIT);
     ::ptrace(PTRACE_CONT, child, nullptr, nullptr);
-    // On the way it stops for signals, also for those that it ignores.
+    // In between it stops for every signal, even one that it ignores.
     while (::waitpid(child, &result.status, 0) == child && WIFSTOPPED(result.status)
            && result.status >> 8 != (SIGTRAP | PTRACE_EVENT_EXIT << 8))
         ::ptrace(PTRACE_CONT, child, nullptr, WSTOPSIG(result.status));
@@ -93,7 +93,7 @@ Run run(
 }
 
 #ifdef __linux__
-/// From here on, each write() of this process to anything but its standard channels takes nothing.
+/// From here on, write() returns 0 in this process, except on the standard streams.
 void letWritesTakeNothing()
 {
     const auto jump = [](unsigned code, unsigned value, unsigned char whenTrue, unsigned char whenFalse) {
@@ -136,7 +136,7 @@ QByteArray blocks(int count, const std::function<void(DeflateStream &, bool isLa
     return stream.bytes();
 }
 
-/// As much growth as an archive of a megabyte may have, and what it has to be a megabyte large.
+/// An archive of about a megabyte that unpacks to 150 MB, not far below what its size allows.
 ZipBuilder growing()
 {
     static const ZipBuilder builder = [] {
@@ -151,7 +151,7 @@ ZipBuilder growing()
 
 using Make = std::function<ZipBuilder()>;
 
-/// So many members, which `make` makes of their numbers.
+/// Archives of `count` members, each made by `make` from its number.
 Make numbered(int count, const std::function<ZipEntry(const QByteArray &number)> &make)
 {
     return [count, make] {
@@ -162,7 +162,7 @@ Make numbered(int count, const std::function<ZipEntry(const QByteArray &number)>
     };
 }
 
-/// Links that each begin with the one before it, and many that begin with the last.
+/// A chain of links, each target starting with the link before it, and many that start with the last one.
 ZipBuilder linksAlongLongWays()
 {
     ZipBuilder links;
@@ -297,7 +297,7 @@ private Q_SLOTS:
         const QString zip = write(ZipBuilder { ZipEntry::file("game/a", "content") }.bytes());
         const QString kept = m_home->write(QStringLiteral("folder/kept"), "before");
         const Run unpacked = runUnpacker(unpacking(zip), [] {
-            // For the three standard channels, the archive and the folder, and not for a listing.
+            // Enough for the standard streams, the archive and the folder, but not for listing it.
             const rlimit files { 5, 5 };
             ::setrlimit(RLIMIT_NOFILE, &files);
         });

@@ -155,7 +155,7 @@ private Q_SLOTS:
             QTest::addRow("%lld bytes", static_cast<long long>(size)) << size;
     }
 
-    /// From some megabytes on, one thread reads a file and another writes it.
+    /// A file of several megabytes is unpacked on one thread and written on another.
     void aFileIsWrittenAsItWasWhateverItsSize()
     {
         QFETCH(qsizetype, size);
@@ -214,7 +214,7 @@ private Q_SLOTS:
 
     void aFieldThatOnlyOthersKnowDoesNotChangeTheType()
     {
-        // libarchive believes this one: version 10, made by Unix, the attributes of a link.
+        // libarchive honours this field: version 10, made by Unix, the attributes of a link.
         ZipEntry entry = ZipEntry::file("a", "content");
         entry.localExtra = ZipBuilder::field(
             0x6c78, QByteArray("\x05\x14\x03", 3) + ZipBuilder::u32(quint64(0120777) << 16));
@@ -251,7 +251,7 @@ private Q_SLOTS:
         more.packed = ZipBuilder::deflate(packed.content) + "more";
         QTest::newRow("more behind the packed data") << more;
 
-        // The bytes around a part that cannot be understood match length and checksum.
+        // Without the invalid part, the length and the checksum are right.
         const auto broken = [&](const char *name, const std::function<void(DeflateStream &)> &breakIt) {
             DeflateStream stream;
             stream.beginFixed();
@@ -284,7 +284,7 @@ private Q_SLOTS:
     void damagedDataIsAProblem()
     {
         QFETCH(ZipEntry, entry);
-        // Behind a sound one, which does not stay either.
+        // After a sound file, which must not stay either.
         const Unpacker result = unpack({ ZipEntry::file("game/first", "sound"), entry });
         QCOMPARE(result.status, 1);
         QVERIFY2(result.problems.contains(QStringLiteral("“a”")), qPrintable(result.problems));
@@ -388,7 +388,7 @@ private Q_SLOTS:
 
     void theUnpackerEndsWithTheProgramThatStartedIt()
     {
-        // A shell starts it, says its number and is killed.
+        // A shell starts it, prints its process id and is killed.
         writeLargeArchive();
         QProcess shell;
         shell.start(QStringLiteral("/bin/sh"),
@@ -408,7 +408,7 @@ private Q_SLOTS:
 
     void nothingIsUnpackedForAProgramThatEndedBeforeTheUnpackerBegan()
     {
-        // All that is left of that program is a pipe that nobody reads.
+        // All that is left of that program is a pipe without a reader.
         m_home->write(QStringLiteral("archive.zip"), ZipBuilder { ZipEntry::file("a", "content") }.bytes());
         int output[2] = {};
         QCOMPARE(::pipe(output), 0);
@@ -427,7 +427,7 @@ private Q_SLOTS:
 
 private:
     static constexpr qint64 largeSize = 1000LL * 1024 * 1024;
-    static constexpr quint32 largeChecksum = 0x64e9d068; // of that many noughts
+    static constexpr quint32 largeChecksum = 0x64e9d068; // CRC-32 of that many zero bytes
 
     static bool isEmpty(const QString &folder)
     {
@@ -436,7 +436,7 @@ private:
 
     static bool isGone(pid_t process)
     {
-        // Whoever inherits it may not have collected it yet.
+        // Its new parent may not have reaped it yet.
         QFile status(QStringLiteral("/proc/%1/stat").arg(process));
         return !status.open(QIODevice::ReadOnly) || status.readAll().contains(") Z ");
     }
@@ -470,8 +470,7 @@ private:
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
 
-    /// An archive of one file that takes a second to unpack and no room on the disk itself: the file is a
-    /// hole.
+    /// A sparse archive of one file: it takes a second to unpack, but next to no space on the disk.
     void writeLargeArchive() const
     {
         ZipEntry entry = ZipEntry::file("large", QByteArray());

@@ -11,7 +11,7 @@
 
 namespace {
 
-/// Hands over `count` blocks, each with its number in it and one byte longer than the one before.
+/// Hands over `count` blocks; the n-th consists of n bytes of value n.
 void handOver(WriteBehind &writing, std::size_t count)
 {
     for (std::size_t number = 1; number <= count; ++number) {

@@ -27,7 +27,7 @@ std::vector<Member> membersOf(const QByteArray &archive, const ZipLimits &limits
     return members;
 }
 
-/// What the archive is refused with; empty when it is not.
+/// The message that the archive is refused with, or an empty string.
 std::string refusal(const QByteArray &archive, const ZipLimits &limits = {})
 {
     try {
@@ -78,7 +78,7 @@ private Q_SLOTS:
 
     void theOrderOfTheDirectoryDoesNotMatter()
     {
-        // Headers of the same length change places.
+        // Swaps two headers of the same length.
         const ZipBuilder builder { ZipEntry::file("a", "1"), ZipEntry::file("b", "2") };
         QByteArray archive = builder.bytes();
         const qsizetype first = archive.indexOf("PK\1\2");
@@ -248,7 +248,7 @@ private Q_SLOTS:
 
     void noDamagedByteMakesTheReaderReadElsewhere()
     {
-        // Run with a sanitizer, this finds reads beyond the end; without, at least crashes and endless loops.
+        // With a sanitizer this finds reads past the end; without one, at least crashes and endless loops.
         const QByteArray archive = sample().bytes();
         for (qsizetype index = 0; index < archive.size(); ++index) {
             for (const int value : { 0x00, 0x01, 0x7f, 0x80, 0xff }) {

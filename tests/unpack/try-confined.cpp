@@ -2,11 +2,11 @@
 //
 //     try-confined WITH ATTEMPT FOLDER
 //
-// WITH is "all", "files", "calls" or "neither": what the kernel has, Landlock or seccomp; or "nothing": this
-// program is not confined. In FOLDER lie the folder "destination", the only one to be written, with a file
-// "own" and a link "out" that leads back, an empty folder "empty", and the file "archive", which is open
-// already. The first line that is printed says which means are in force. The status is 0 when the attempt
-// went well, 1 when the system refused it, and 2 for a wrong call.
+// WITH says what the kernel offers: "files" (Landlock), "calls" (seccomp), "all" or "neither"; with
+// "nothing", the program does not confine itself. FOLDER contains the folder "destination", the only writable
+// one, with a file "own" and a link "out" to FOLDER; an empty folder "empty"; and the file "archive", which
+// is open already. The first line printed says which mechanisms are in force. The exit status is 0 if the
+// attempt succeeds, 1 if the system refuses it, and 2 for wrong arguments.
 
 #include "Confinement.h"
 
@@ -43,7 +43,7 @@
 
 namespace {
 
-/// What is open before.
+/// What an attempt may use, opened before confinement.
 struct Open {
     std::string path; ///< of the folder that holds all of it
     int destination = -1;
@@ -52,7 +52,7 @@ struct Open {
     pid_t parent = 0;
 };
 
-/// Makes the kernel one without the means, as far as this process can see.
+/// Hides Landlock or seccomp from this process, as if the kernel lacked it. Returns whether that worked.
 bool doWithout(bool landlock, bool seccomp)
 {
     scmp_filter_ctx filter = seccomp_init(SCMP_ACT_ALLOW);
@@ -72,7 +72,7 @@ bool doWithout(bool landlock, bool seccomp)
     return isDone;
 }
 
-/// Whether what gave `result` went well.
+/// Whether the system call that returned `result` succeeded.
 bool isWell(long result) { return result >= 0; }
 
 bool make(int folder, const char *name)
@@ -80,7 +80,7 @@ bool make(int folder, const char *name)
     return isWell(openat(folder, name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
 }
 
-/// Whether there is a child; ends that child.
+/// Whether the fork that returned `child` succeeded; exits in the child.
 bool hasStarted(pid_t child)
 {
     if (child == 0)
@@ -124,7 +124,7 @@ bool readMemoryOf(pid_t process)
     char byte = 0;
     iovec here = { &byte, 1 };
     iovec there = { nullptr, 1 };
-    // Its first page is never there, which only those hear who may look.
+    // Page zero is never mapped, so EFAULT means that reading as such is allowed.
     return process_vm_readv(process, &here, 1, &there, 1, 0) >= 0 || errno == EFAULT;
 }
 
@@ -237,7 +237,7 @@ const std::map<std::string, Attempt> attempts = {
       [](const Open &all) { return fchmodat(all.destination, "../archive", 0777, 0) == 0; } },
     { "change times",
       [](const Open &all) { return utimensat(all.destination, "../archive", nullptr, 0) == 0; } },
-    // Others.
+    // The network and other processes.
     { "connect by IP", [](const Open &) { return isWell(socket(AF_INET, SOCK_STREAM, 0)); } },
     { "connect by IPv6", [](const Open &) { return isWell(socket(AF_INET6, SOCK_DGRAM, 0)); } },
     { "connect on this machine", [](const Open &) { return isWell(socket(AF_UNIX, SOCK_STREAM, 0)); } },
@@ -265,7 +265,7 @@ const std::map<std::string, Attempt> attempts = {
       } },
     { "start a thread with another network",
       [](const Open &) {
-          // The kernel refuses this in another way: such a thread shares the signals' handlers, too.
+          // If it is allowed, the kernel still returns EINVAL: such a thread must share the signal handlers.
           return isWell(syscall(SYS_clone, CLONE_THREAD | CLONE_NEWNET, 0, 0, 0, 0)) || errno == EINVAL;
       } },
     { "vfork",
@@ -288,7 +288,7 @@ const std::map<std::string, Attempt> attempts = {
     { "load into the kernel", [](const Open &) { return loadIntoKernel(); } },
     { "prepare a ring", [](const Open &) { return prepareRing(); } },
     { "leave the namespace", [](const Open &) { return unshare(CLONE_NEWUSER) == 0; } },
-    // What unpacking takes.
+    // What unpacking needs.
     { "fill a file", fillAFile },
     { "fill a folder", fillAFolder },
     { "clear up", clearUp },
@@ -296,7 +296,7 @@ const std::map<std::string, Attempt> attempts = {
     { "work in threads", [](const Open &) { return workInThreads(); } },
     { "catch an exception", [](const Open &) { return catchAnException(); } },
     { "know the time", [](const Open &) { return knowTheTime(); } },
-    // For those who look on.
+    // What is observed from outside.
     { "abort",
       [](const Open &) -> bool {
           std::fputs("It aborts.\n", stderr);
