@@ -15,7 +15,7 @@
 
 namespace {
 
-/// Nothing is removed in the background for as long as this lives: shows what is true before that.
+/// Holds up the background removal while it exists, so that a test can see the state before it.
 class Standstill final {
 public:
     Standstill()
@@ -39,7 +39,7 @@ private:
     std::binary_semaphore m_end { 0 };
 };
 
-/// What waits in `folder` to be removed.
+/// The entries of `folder` that were moved aside and wait to be removed.
 QStringList aside(const QString &folder)
 {
     return QDir(folder).entryList({ QStringLiteral(".vantor-platformer-removed-*") },

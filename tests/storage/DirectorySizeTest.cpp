@@ -135,7 +135,7 @@ void DirectorySizeTest::namesThatAreNotUtf8Count()
     const QString plain = home.write(QStringLiteral("plain"), QByteArray(10'000, 'x'));
     QCOMPARE(::rename(QFile::encodeName(plain).constData(), (folder + "/\xFF\xFE").constData()), 0);
     QVERIFY(directorySize(home.path()) >= 10'000);
-    // The temporary folder's own removal knows only names in UTF-8.
+    // QTemporaryDir removes only names in UTF-8.
     QCOMPARE(::unlink((folder + "/\xFF\xFE").constData()), 0);
     QCOMPARE(::rmdir(folder.constData()), 0);
 }
@@ -164,7 +164,7 @@ void DirectorySizeTest::aFolderThatIsShutAddsNothingAndTheRestCounts()
     QFETCH(int, mode);
     const TestHome home;
     QCOMPARE(::chmod(QFile::encodeName(home.path()).constData(), 0755), 0);
-    // One in each of two folders, so that in whichever order they are met, something comes after one.
+    // One in each of two folders, so that in any order of listing something follows one of them.
     qint64 open = 0;
     qint64 shut = 0;
     const QList<QByteArray> folders { QFile::encodeName(home.filePath(QStringLiteral("a/shut"))),

@@ -53,7 +53,7 @@ private:
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(unreadable)");
     }
 
-    /// The error that `work` throws, or none.
+    /// The error that `work` throws, or no value.
     template <typename Work> static std::optional<FileError> failureOf(Work work)
     {
         try {

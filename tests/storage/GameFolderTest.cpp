@@ -84,7 +84,7 @@ private Q_SLOTS:
     }
 
 private:
-    /// Writes a game into the folder `name` under the root, and gives that folder.
+    /// Writes a game into the folder `name` under the root, and returns that folder.
     QString write(const QString &name, const QByteArray &content) const
     {
         const QString folder = Paths::root() + u'/' + name;

@@ -29,7 +29,7 @@ void linkTo(const QString &target, const QString &place)
         qFatal("%s could not be made a link.", qPrintable(place));
 }
 
-/// Removes `path` as the launcher does. Whether it is gone.
+/// Removes `path` as the launcher does. Returns whether it no longer exists.
 bool removed(const QString &path)
 {
     if (path == Paths::root())
@@ -56,7 +56,7 @@ private Q_SLOTS:
             m_home->write(QStringLiteral("precious/") + QLatin1StringView(name), "1");
     }
 
-    // A home puts back what it found only when it goes, so the next one comes after it.
+    // A TestHome restores the environment on destruction, so it must be destroyed before the next is made.
     void cleanup() { m_home.reset(); }
 
     void whatIsMissingIsRemovedAlreadyAndNothingIsMade()
@@ -95,7 +95,7 @@ private Q_SLOTS:
             BackgroundRemoval::wait({});
             _exit(0);
         }
-        // The moment when a part is gone: either the game is not seen any more, or nothing of it is missing.
+        // Kills it once a file is missing: by then, the whole game must have left its place.
         while (FileOperations::exists(Paths::gameFolder() + QStringLiteral("/1499")) && ::kill(child, 0) == 0
                && waitpid(child, nullptr, WNOHANG) == 0) { }
         ::kill(child, SIGKILL);
@@ -206,7 +206,7 @@ private Q_SLOTS:
         QVERIFY(OrdinaryUser::run([] { return removed(Paths::root()); }));
         QVERIFY(!FileOperations::exists(Paths::engineFolder()));
         QVERIFY(!FileOperations::exists(Paths::root() + QStringLiteral("/note.txt")));
-        // The game is not seen any more, so a whole one can take its place.
+        // The game has left its place, so that a whole one can be put there.
         QVERIFY(!FileOperations::exists(Paths::gameFolder()));
         QStringList files;
         QDirIterator left(QFileInfo(Paths::root()).path(), QDir::Files | QDir::Hidden,

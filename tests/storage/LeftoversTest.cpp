@@ -41,7 +41,7 @@ private Q_SLOTS:
 #if defined(Q_OS_LINUX)
         write(QStringLiteral("Temp/A/Game/project.godot"));
         const QByteArray game = QFile::encodeName(Paths::tempFolder() + QStringLiteral("/A/Game"));
-        // What another file system is mounted on does not move.
+        // A mount point cannot be renamed.
         if (::mount(game.constData(), game.constData(), nullptr, MS_BIND, nullptr) != 0)
             QSKIP("Only the superuser can bring in another file system.");
         const bool isClear = Leftovers::clear();
@@ -96,7 +96,7 @@ private Q_SLOTS:
 
     void whatCannotLeaveItsPlaceIsRemovedThere()
     {
-        write(QStringLiteral("Temp")); // a file, so that there is no room for a folder
+        write(QStringLiteral("Temp")); // a file, so that no folder can be made there
         write(QStringLiteral("Game/project.godot"));
         Leftovers::discard(Paths::gameFolder());
         QVERIFY(!exists(QStringLiteral("Game")));

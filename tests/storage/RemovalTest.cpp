@@ -37,8 +37,8 @@ private Q_SLOTS:
     void noDescriptorIsLeftOpen();
 
 private:
-    /// A tree whose "held" sub-folder another user owns, so that an ordinary user can neither empty nor enter
-    /// it.
+    /// Makes a tree whose folder "held" belongs to another user, so that an ordinary user can neither empty
+    /// nor enter it. Returns whether that worked.
     static bool makeTreeWithForeignFolder(const TestHome &home);
     static int openDescriptors();
 };
@@ -148,7 +148,7 @@ void RemovalTest::aPipeIsRemovedWithoutBlocking()
 void RemovalTest::aTreeFiveHundredLevelsDeepIsRemoved()
 {
     const TestHome home;
-    // Names so long that the path of the deepest folder is longer than the system takes in one piece.
+    // Names so long that the path of the deepest folder exceeds PATH_MAX.
     const QByteArray name(100, 'd');
     int here = ::open(QFile::encodeName(home.path()).constData(), O_RDONLY | O_DIRECTORY);
     for (int level = 0; level < 500; ++level) {
@@ -227,7 +227,7 @@ void RemovalTest::theRestGoesWhenAFolderMayOnlyBeListed()
     const TestHome home;
     const auto path = [&home](const QString &name) { return QFile::encodeName(home.filePath(name)); };
     QCOMPARE(::chmod(path(QStringLiteral(".")).constData(), 0755), 0);
-    // One in each of two folders, so that in whichever order they are met, something comes after one.
+    // One in each of two folders, so that in any order of listing something follows one of them.
     const QStringList folders { QStringLiteral("tree/a"), QStringLiteral("tree/b") };
     for (const QString &folder : folders) {
         home.write(folder + QStringLiteral("/file"), "1");
@@ -280,7 +280,7 @@ void RemovalTest::theFirstThingThatCannotBeRemovedIsNamed()
             FileOperations::removeTree(home.filePath(QStringLiteral("tree")));
             return false;
         } catch (const FileError &error) {
-            // The file in the folder of the other user, not the folders that are not empty because of it.
+            // The file in the other user's folder, not the folders that it keeps from being empty.
             return error.code() == EACCES
                 && error.description() == QStringLiteral("“file” could not be removed: Permission denied.");
         }
