@@ -237,7 +237,7 @@ void ControlsTest::unreadableScriptsAndFoldersCountTowardsTheLimit()
          std::filesystem::directory_iterator(QFile::encodeName(home.path()).toStdString()))
         order.append(QString::fromStdString(entry.path().filename().string()));
 
-    // The last one is never looked at, nor what a folder of that name holds.
+    // The last entry is never looked at, not even the content of a folder with its name.
     QVERIFY(QDir().rmdir(home.filePath(order[201])) || QFile::remove(home.filePath(order[201])));
     home.write(order[201] + QStringLiteral("/jump.gd"), "ui_up");
     const std::filesystem::path folder = QFile::encodeName(home.path()).toStdString();
@@ -269,7 +269,7 @@ void ControlsTest::deepNestingIsNoTrouble()
 {
     const TestHome home;
     QString path = home.path();
-    // As deep as a path may be long.
+    // Nearly as deep as PATH_MAX allows.
     while (path.size() < 4000)
         path += QStringLiteral("/x");
     QVERIFY(QDir().mkpath(path));

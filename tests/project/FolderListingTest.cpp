@@ -22,7 +22,7 @@ private Q_SLOTS:
 
     void theKindOfAnEntryIsKnownWithoutAskingForIt()
     {
-        // Nothing in a folder that may only be listed can be asked about.
+        // Without search permission on the folder, stat() fails for what is in it.
         const TestHome home;
         fill(home);
         QCOMPARE(::chmod(QFile::encodeName(home.path()).constData(), 0744), 0);

@@ -35,13 +35,13 @@ constexpr qint64 slowness = 8;
 #endif
 
 constexpr qsizetype megabyte = 1000 * 1000;
-/// Sanitizers need a multiple of the memory and the time, so that with them only the way is walked.
+/// Sanitizers multiply memory and time: with them, the same code runs on small files and no limit is checked.
 constexpr qsizetype fileSize = (isSanitized ? 1 : 50) * megabyte;
-/// What 50 MB may take: bytes beyond what the process took before, and milliseconds.
+/// The limits for 50 MB: additional peak memory in bytes, and processor time in milliseconds.
 constexpr qint64 memoryLimit = 64 * megabyte;
 constexpr qint64 timeLimit = 1000 * slowness;
 
-/// Of the many strange files, which are as large as the others only where there is time for it.
+/// The size of each of the many strange files: a fifth, to save time, unless FULL_SIZE is set.
 qsizetype strangeFileSize()
 {
     return isSanitized || qEnvironmentVariableIsSet("FULL_SIZE") ? fileSize : fileSize / 5;
@@ -68,7 +68,7 @@ qint64 processorMilliseconds()
     return milliseconds(usage.ru_utime) + milliseconds(usage.ru_stime);
 }
 
-/// Reads or edits the project in `root` in this process, and says what that took.
+/// Reads or edits the project in `root` in this process, and prints what that took: bytes and milliseconds.
 void measure(const QString &what, const QString &root)
 {
     const qint64 memory = peakMemory();
@@ -87,7 +87,7 @@ QByteArray repeated(const QByteArray &piece, qsizetype size) { return piece.repe
 
 }
 
-/// Files far beyond what people write. Time is the processor's, so that it says the same on a busy machine.
+/// Files far larger than people write. Processor time is measured, so a busy machine does not matter.
 class LargeFilesTest final : public QObject {
     Q_OBJECT
 
@@ -210,7 +210,7 @@ void LargeFilesTest::whatIsLargerThanAnyTextCountsAsUnreadable()
 {
     const TestHome home;
     for (const char *name : { "project.godot", "README", "LICENSE", "a.gd" }) {
-        // Holes: they take no room.
+        // Sparse files take no space on the disk.
         const QString path
             = home.write(QString::fromLatin1(name), "config_version=5\nCopyright Jane\nui_up\n");
         QVERIFY(QFile::resize(path, 300 * megabyte));
@@ -268,7 +268,7 @@ void LargeFilesTest::valuesOnEndlessLinesAreCut()
     home.write(QStringLiteral("LICENSE"),
                repeated("l", megabyte) + "\nCopyright 2020 " + repeated("a", megabyte));
     const ProjectInfo info = ProjectInspector::inspect(home.path());
-    QCOMPARE(info.name, QStringLiteral("Game")); // the end of the other one was never seen
+    QCOMPARE(info.name, QStringLiteral("Game")); // the other one is cut before its closing quote
     QVERIFY(info.blurb.size() > longestParagraph && info.blurb.size() < 2 * longestParagraph + 3);
     QCOMPARE(info.controls.size(), 1);
     QVERIFY(info.controls.first().size() < most);

@@ -64,7 +64,7 @@ void LicenseInfoTest::theNameBeginsWithLicenseOrCopyingInAnyLetterCase_data()
     for (const char *name : { "LICENSE", "LICENSE.md", "License.txt", "license-code", "LICENSES", "COPYING",
                               "copying.txt", "COPYING.LESSER" })
         QTest::newRow(name) << QString::fromLatin1(name);
-    // The upper case of these letters is the I and the S that are looked for.
+    // In upper case, these letters are the I and the S that are looked for.
     QTest::newRow("a dotless i") << QStringLiteral("l\u0131cense");
     QTest::newRow("a long s") << QStringLiteral("licen\u017fe");
 }

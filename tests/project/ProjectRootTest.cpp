@@ -54,7 +54,7 @@ void ProjectRootTest::theShallowestOfTwoProjectFilesWins()
 void ProjectRootTest::aShallowerProjectFileWinsThoughADeeperOneIsListedFirst()
 {
     const TestHome home;
-    // Whichever of these folders the disk lists first, deeper files are met before some of the shallow ones.
+    // With so many folders, some deeper file is almost certainly listed before the shallow one.
     for (char name = 'a'; name <= 'p'; ++name)
         home.write(QStringLiteral("archive/%1/deep/er/project.godot").arg(QLatin1Char(name)), "");
     home.write(QStringLiteral("archive/h/project.godot"), "");
@@ -165,7 +165,7 @@ void ProjectRootTest::anUnreadableFolderIsPassedOver()
 {
     const TestHome home;
     makeFolder(searched(home));
-    // A pipe and a socket's kin are no folders; a link to itself can be neither read nor followed.
+    // A pipe is no folder, and a link to itself cannot be followed.
     QCOMPARE(::mkfifo(QFile::encodeName(searched(home) + QStringLiteral("/pipe")).constData(), 0600), 0);
     QVERIFY(QFile::link(QStringLiteral("loop"), searched(home) + QStringLiteral("/loop")));
     home.write(QStringLiteral("archive/locked/project.godot"), "");
@@ -175,7 +175,7 @@ void ProjectRootTest::anUnreadableFolderIsPassedOver()
     const bool permissionsCount = !QFileInfo(home.filePath(QStringLiteral("archive/locked"))).isReadable();
     const auto found = findProjectRoot(searched(home));
     QCOMPARE(::chmod(locked.constData(), 0700), 0);
-    // The superuser reads the locked folder, too.
+    // The superuser can read the locked folder, too.
     QCOMPARE(found,
              home.filePath(permissionsCount ? QStringLiteral("archive/open/below")
                                             : QStringLiteral("archive/locked")));

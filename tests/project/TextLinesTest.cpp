@@ -36,7 +36,7 @@ void TextLinesTest::everyNewlineCharacterEndsALine()
 {
     QCOMPARE(linesOf("a\nb\vc\fd\re\u0085f\u2028g\u2029h"), QStringLiteral("a b c d e f g h").split(u' '));
     QCOMPARE(linesOf("a\u001cb\u00a0c\u200bd\u0086e\u2027f\u202ag").size(), 1);
-    // Nor does the beginning of one where the text ends; what follows it in memory is none of the text.
+    // Nor does half a newline character at the end of the text, although its other half follows in memory.
     for (const char *text : { "a\xc2\x85", "a\xe2\x80\xa8" }) {
         for (qsizetype size = 2; size < QByteArrayView(text).size(); ++size)
             QVERIFY(linesOf({ text, size }).first().size() > 1);
@@ -45,7 +45,7 @@ void TextLinesTest::everyNewlineCharacterEndsALine()
 
 void TextLinesTest::onlyNewlineCharactersEndALine()
 {
-    // Every character, by the other way to cut a text.
+    // Every character, compared with what TextFile::lines() does.
     QString text;
     for (char16_t code = 1; code != 0; ++code) {
         if (!QChar::isSurrogate(code))
@@ -55,7 +55,7 @@ void TextLinesTest::onlyNewlineCharactersEndALine()
     for (const QString &line : TextFile::lines(text))
         expected.append(TextLines::trimmed(QStringView(line)).toString());
     expected.removeAll(QString());
-    // Long lines are cut, so that this one is taken in parts.
+    // Long lines are cut, so the text is read in parts.
     QStringList found;
     for (qsizetype start = 0; start < text.size(); start += 4096)
         found += linesOf(text.mid(start, 4096).toUtf8());
@@ -97,7 +97,7 @@ void TextLinesTest::aLongLineIsCutBetweenTwoCharacters()
 {
     QFETCH(QByteArray, line);
     QFETCH(qsizetype, size);
-    // Blanks in front do not count.
+    // Leading blanks do not count towards the length.
     const QByteArray text = "a\n" + QByteArray(100'000, ' ') + line + "\nb";
     const QStringList lines = linesOf(text);
     QCOMPARE(lines.size(), 3);
@@ -152,9 +152,9 @@ void TextLinesTest::markdownSignsAreRemovedOneKindAfterTheOther()
 
 void TextLinesTest::whatTheRemovalJoinsIsNotRemovedAgain()
 {
-    // The backtick goes after the asterisks have been looked for.
+    // Backticks are removed after asterisks, so a pair of asterisks that this joins stays.
     QCOMPARE(TextLines::withoutMarkdown("*`*a"), QStringLiteral("**a"));
-    // But the underscores are looked for after the asterisks.
+    // Underscores are also removed after asterisks, so a pair of underscores that this joins is removed.
     QCOMPARE(TextLines::withoutMarkdown("_**_a"), QStringLiteral("a"));
 }
 
