@@ -74,8 +74,8 @@ private Q_SLOTS:
     }
 
 private:
-    /// A program that stands in `folder` and says which unpacker it would use: this test, called with
-    /// "--ask".
+    /// Copies this test into `folder` and returns the copy's path. Called with "--ask", it prints which
+    /// unpacker it would use.
     static QString installCopyOfThisTest(const QString &folder)
     {
         QDir().mkpath(folder);
@@ -98,7 +98,7 @@ private:
 int main(int argc, char **argv)
 {
     if (argc == 2 && qstrcmp(argv[1], "--ask") == 0) {
-        // Without an application object, as in a program that looks before it makes one.
+        // Before there is a QCoreApplication, as in a program that asks this early.
         fputs(qUtf8Printable(Desktop::describing(System::Linux).unpackTool), stdout);
         return 0;
     }

@@ -17,10 +17,10 @@
 
 namespace {
 
-/// A session bus of the test's own.
+/// A session bus that only the test uses.
 class SessionBus final {
 public:
-    /// `program` is dbus-daemon. Its socket lies in `folder`.
+    /// `program` is the path of dbus-daemon, which puts its socket into `folder`.
     SessionBus(const QString &program, const QString &folder)
     {
         m_daemon.start(program,
@@ -53,7 +53,7 @@ private:
 
 }
 
-/// A file manager of the test's own.
+/// A stand-in for the desktop's file manager.
 class FileManager final : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.FileManager1")
@@ -106,7 +106,7 @@ private Q_SLOTS:
         m_home = std::make_unique<TestHome>();
         qunsetenv("DBUS_SESSION_BUS_ADDRESS");
         qunsetenv("XDG_RUNTIME_DIR");
-        // Only the openers that a test writes, whatever this desktop has.
+        // Only an opener that the test writes can be found, whatever this desktop has.
         m_pathBefore = qgetenv("PATH");
         qputenv("PATH", QFile::encodeName(m_home->filePath(QStringLiteral("bin"))));
         writeOpener("echo \"$1\" >>\"$HOME/opened\"\n");
@@ -226,7 +226,7 @@ private Q_SLOTS:
         QThreadPool::globalInstance()->start([&hasRun] { hasRun = true; });
         QTRY_VERIFY(hasRun);
         QCOMPARE(QThreadPool::globalInstance()->activeThreadCount(), 0);
-        delete bus.nextPendingConnection(); // hangs up on the first question, which gives way to the second
+        delete bus.nextPendingConnection(); // ends the first request; the second one follows
         QTRY_VERIFY(bus.hasPendingConnections());
         hangUp(bus);
         QTRY_COMPARE(opened(), parentOnly() + parentOnly());
@@ -240,12 +240,12 @@ private Q_SLOTS:
         reveal();
         reveal();
         QTRY_COMPARE_WITH_TIMEOUT(opened(), parentOnly(), 15000);
-        // From now on without waiting.
+        // From now on, the bus is not waited for.
         reveal();
         QTRY_COMPARE_WITH_TIMEOUT(opened(), parentOnly() + parentOnly(), 3000);
         QVERIFY(m_workspace.isWaitingForBus());
 
-        // Until it is there again.
+        // Until it answers again.
         hangUp(bus);
         QTRY_VERIFY(!m_workspace.isWaitingForBus());
         QCOMPARE(opened(), parentOnly() + parentOnly());
@@ -314,7 +314,7 @@ private:
         QFile::setPermissions(openerPath(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     }
 
-    /// What the opener was given, folders by their paths.
+    /// The arguments that the opener was called with, file URLs as paths.
     QStringList opened() const
     {
         QStringList result;
@@ -327,7 +327,7 @@ private:
         return result;
     }
 
-    /// Takes connections as a session bus would, and answers none.
+    /// Accepts connections as a session bus would, and never answers.
     void listenInSilence(QLocalServer &bus) const
     {
         if (!bus.listen(m_home->filePath(QStringLiteral("stuck-bus"))))

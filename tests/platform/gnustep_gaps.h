@@ -1,4 +1,4 @@
-// What macOS has and GNUstep's headers lack, for reading our Objective-C++ where there is no Mac.
+// Declarations that GNUstep's headers lack, so that our Objective-C++ can be parsed without a Mac.
 
 #import <AppKit/AppKit.h>
 
