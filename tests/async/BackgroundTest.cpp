@@ -12,7 +12,7 @@
 
 namespace {
 
-/// Whether the job runs beside the main thread.
+/// A job that returns whether it runs on a different thread from the one that made it.
 auto isBeside()
 {
     return [main = QThread::currentThread()] { return QThread::currentThread() != main; };
