@@ -1,5 +1,5 @@
-// Any bytes as an archive: they are refused and leave nothing, or what they unpack to is what the check
-// promised.
+// Arbitrary bytes as an archive: either they are refused and leave nothing behind, or they unpack to exactly
+// what the check promised.
 
 #include "ArchiveCheck.h"
 #include "Extraction.h"
@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// What the check finds in the archive, or nothing when it refuses it.
+/// What the check finds in the archive, or no value if it refuses it.
 std::optional<ZipDirectory> contentsOf(const ArchiveFile &file)
 {
     try {
@@ -27,7 +27,7 @@ std::optional<ZipDirectory> contentsOf(const ArchiveFile &file)
     }
 }
 
-/// By rules of its own, not by those of the code that is looked at.
+/// Checks the name independently of the code under test.
 void expectSafeName(const std::string &name)
 {
     expect(!name.empty() && name.size() <= 1024, "names have a proper length", name);
@@ -70,7 +70,7 @@ void expectSoundMembers(const std::vector<ZipMember> &members, MemberNames &name
     expect(total <= 10 * 1024 * 1024 || total / 200 <= archiveSize, "archives grow with measure");
 }
 
-/// Whether the link's way, as the operating system walks it, ends in `folder`.
+/// Whether the link, as the operating system resolves it, leads into `folder`.
 bool staysIn(const fs::path &folder, const fs::path &link)
 {
     const std::string end = fs::weakly_canonical(link).string();
@@ -109,7 +109,7 @@ void expectUnpackedAsChecked(const fs::path &folder, const ZipDirectory &directo
     }
 }
 
-/// Whether `work` takes the archive; what it refuses it with is a sentence.
+/// Whether `work` accepts the archive. Expects a refusal to be a full sentence.
 template <typename Work> bool accepts(const Work &work)
 {
     try {
@@ -121,14 +121,14 @@ template <typename Work> bool accepts(const Work &work)
     }
 }
 
-/// Judging an archive of a few kilobytes takes milliseconds, however it is made; a second is what one of a
-/// megabyte may take.
+/// Expects one input to take less than a second of processor time: an archive of a megabyte may take that
+/// long, but these have a few kilobytes.
 class ProcessorTime final {
 public:
     ~ProcessorTime()
     {
         const double seconds = static_cast<double>(std::clock() - m_begin) / CLOCKS_PER_SEC;
-        // Sanitizers and the fuzzer's own counting take their share.
+        // The limit is generous: sanitizers and the fuzzer's instrumentation take their share.
         expect(seconds < 1, "judging takes little processor time", std::to_string(seconds));
     }
 

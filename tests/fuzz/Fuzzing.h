@@ -10,10 +10,10 @@
 #include <filesystem>
 #include <string>
 
-/// What a fuzzer is: called with one input after the other, in one process.
+/// The fuzzer itself, called with one input after another in the same process.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
 
-/// Ends the fuzzer with a finding unless `holds`.
+/// Aborts unless `holds`, which the fuzzing engine reports as a finding.
 inline void expect(bool holds, const char *what, const std::string &detail = {})
 {
     if (holds)
@@ -22,7 +22,7 @@ inline void expect(bool holds, const char *what, const std::string &detail = {})
     std::abort();
 }
 
-/// A folder for the files of one process, in memory where the system has a place for that.
+/// This process's folder for files, removed at exit; in memory where the system has a place for that.
 inline const std::filesystem::path &scratchFolder()
 {
     struct Folder {
@@ -35,7 +35,7 @@ inline const std::filesystem::path &scratchFolder()
         }
         ~Folder()
         {
-            std::error_code ignored; // it is only litter
+            std::error_code ignored; // what stays does no harm
             std::filesystem::remove_all(path, ignored);
         }
         std::filesystem::path path;

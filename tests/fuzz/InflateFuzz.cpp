@@ -1,11 +1,11 @@
-// Any bytes as what the method "deflate" packed: ours and zlib both take them, with the same output, or both
-// refuse them. The first byte says in which pieces the packed bytes come and the unpacked ones are taken.
-// Each piece ends at the end of its memory, so that to read or write one byte too many ends the fuzzer.
+// Arbitrary bytes as a deflate stream: our inflater and zlib either both accept it, with the same output, or
+// both refuse it. The first byte selects the sizes of the input and output pieces. Each piece ends where its
+// memory ends, so that a read or write one byte too far crashes the fuzzer.
 //
-// Ours takes a few kinds of streams that zlib refuses, see `isHarmless`: those whose codes leave some bits
-// without a meaning, while the stream does not use these. It is read in one way only, which is the same as
-// zlib's as far as that goes. And what stands in an archive must still have the length and the checksum that
-// were announced, so that nobody gains what could not have been packed in the usual way.
+// Ours accepts a few kinds of streams that zlib refuses, see `isHarmless`: their codes are incomplete, but
+// the stream never uses the bits that have no meaning. There is only one way to read such a stream, and
+// zlib's output is the same as far as it goes. A file in an archive must also have the announced length and
+// checksum, so nobody can pack anything this way that ordinary streams could not hold.
 
 #include "Fuzzing.h"
 #include "Inflater.h"
@@ -26,10 +26,10 @@ namespace {
 
 constexpr std::size_t mostInput = 1024 * 1024;
 
-/// Looked at of the output, so that no input takes long: several times as much as is referred back to.
+/// How much output is compared, so that no input takes long: several times the window of deflate.
 constexpr std::size_t mostOutput = 160 * 1024;
 
-/// As far as either reader may have looked ahead of what it gave.
+/// How far either inflater may have decoded beyond the output that it returned.
 constexpr std::size_t lookedAhead = 96 * 1024;
 
 /// Memory in front of a page that must not be touched.
@@ -52,7 +52,7 @@ private:
     unsigned char *m_end = nullptr; // kept to the end of the process
 };
 
-/// What the fuzzer finds its way by, as it cannot see into the libraries: what differs here is something new.
+/// Coverage counters that guide the fuzzer, which cannot see into zlib.
 #ifdef __linux__
 [[gnu::section("__libfuzzer_extra_counters"), gnu::used]]
 #endif
@@ -61,19 +61,19 @@ std::array<std::uint8_t, 4 * 64>
 
 void see(std::size_t kind, std::size_t value) { seen[64 * kind + std::min<std::size_t>(value, 63)] = 1; }
 
-/// What became of a stream.
+/// How a stream ended.
 enum class End {
     Exact, ///< it ended with the last byte
-    Early, ///< it ended, and something stands behind it
-    Never, ///< there was more than is looked at
-    Broken, ///< it broke off
+    Early, ///< it ended before the last byte
+    Never, ///< there was more output than is compared
+    Broken, ///< the input ended first
     Refused,
 };
 
 struct Outcome {
     End end = End::Refused;
-    Bytes output; ///< until the next call
-    std::string reason; ///< of zlib, for a refusal
+    Bytes output; ///< valid until the next call
+    std::string reason; ///< zlib's message, if it refused the stream
 
     bool isTaken() const { return end != End::Broken && end != End::Refused; }
 };
@@ -83,13 +83,13 @@ Outcome withZlib(Bytes packed)
     static std::array<unsigned char, mostOutput + lookedAhead> output;
     z_stream stream = {};
     expect(inflateInit2(&stream, -MAX_WBITS) == Z_OK, "zlib is ready");
-    stream.next_in = const_cast<unsigned char *>(packed.data()); // it only reads
+    stream.next_in = const_cast<unsigned char *>(packed.data()); // zlib only reads it
     stream.avail_in = static_cast<unsigned>(packed.size());
     stream.next_out = output.data();
     stream.avail_out = static_cast<unsigned>(output.size());
     int result = Z_OK;
     for (std::size_t block = 0; result == Z_OK && stream.avail_in > 0 && stream.avail_out > 0; ++block) {
-        result = inflate(&stream, Z_TREES); // to the next beginning or end of a block
+        result = inflate(&stream, Z_TREES); // to the end of the next block header or block
         see(0, block);
     }
     if (result == Z_OK || result == Z_BUF_ERROR)
@@ -111,7 +111,7 @@ Outcome withZlib(Bytes packed)
     return outcome;
 }
 
-/// In pieces of `inputSize` and `outputSize` bytes, which stand in front of an edge.
+/// Inflates in pieces of `inputSize` and `outputSize` bytes, each ending at the edge of its memory.
 Outcome withOurs(Inflater &inflater, Bytes packed, std::size_t inputSize, std::size_t outputSize)
 {
     static const EdgeMemory input(mostInput);
@@ -145,16 +145,16 @@ Outcome withOurs(Inflater &inflater, Bytes packed, std::size_t inputSize, std::s
     return outcome;
 }
 
-/// Whether ours may take what zlib refuses for this reason.
+/// Whether ours may accept what zlib refuses for this reason.
 bool isHarmless(const std::string &reason)
 {
-    // Those that are used up too early. Where there are more codes than bits for them, ours refuses it, too.
+    // zlib says this of incomplete and of over-subscribed codes. Ours refuses the over-subscribed, too.
     static const std::set<std::string> incomplete
         = { "invalid code lengths set", "invalid literal/lengths set", "invalid distances set" };
     return incomplete.contains(reason);
 }
 
-/// Says once what was taken that zlib refuses.
+/// Prints, once for each reason, that a stream was accepted that zlib refuses.
 void note(const std::string &reason)
 {
     static std::set<std::string> noted;
@@ -168,7 +168,7 @@ void expectTheSame(const Outcome &ours, const Outcome &zlibs)
     expect(std::memcmp(ours.output.data(), zlibs.output.data(), common) == 0, "the output is the same",
            zlibs.reason);
     if (ours.end == End::Never && zlibs.output.size() >= mostOutput)
-        return; // what follows is not looked at
+        return; // the rest is not compared
     switch (zlibs.end) {
     case End::Exact:
     case End::Early:
@@ -206,7 +206,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     expectTheSame(inPieces, zlibs);
     const End end = inPieces.end;
 
-    static Inflater used; // by all inputs before
+    static Inflater used; // by all earlier inputs
     const Outcome atOnce = withOurs(used, packed, mostInput, mostOutput);
     expectTheSame(atOnce, zlibs);
     expect(end == atOnce.end || zlibs.output.size() >= mostOutput,

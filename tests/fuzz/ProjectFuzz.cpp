@@ -1,4 +1,4 @@
-// Any bytes as a game's README, licence, script and project file, in this order with noughts between them.
+// Arbitrary bytes, split at zero bytes into a game's README, licence, script and project file.
 
 #include "Fuzzing.h"
 #include "LogStore.h"
@@ -28,7 +28,7 @@ void expectShownText(const QString &text)
         expect(!TextFile::isNewline(character), "a text is one line", text.toStdString());
 }
 
-/// The value of the last line that begins with `key` and has one, in the plainest way to find it.
+/// The value of the last line that begins with `key` and has one, found in the simplest way.
 QString lastValue(const QByteArray &project, const QString &key, const QString &fallback)
 {
     QString value = fallback;

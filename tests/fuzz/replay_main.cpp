@@ -1,4 +1,4 @@
-// Calls a fuzzer with the inputs that stand in folders, where the compiler has no fuzzer of its own.
+// Calls a fuzzer with the inputs from the given folders, for compilers without a fuzzing engine.
 
 #include "Fuzzing.h"
 
@@ -27,7 +27,7 @@ int main(int argc, char **argv)
     int inputs = 0;
     for (int index = 1; index < argc; ++index) {
         const std::string argument = argv[index];
-        if (!argument.starts_with('-')) // options are for the real fuzzer
+        if (!argument.starts_with('-')) // options are for the fuzzing engine
             inputs += replay(argument);
     }
     std::printf("%d inputs replayed\n", inputs);
