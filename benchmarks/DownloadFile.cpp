@@ -1,4 +1,4 @@
-// One file over HTTP onto the disk, as archives are downloaded.
+// Downloads one file over HTTP to the disk, as the launcher downloads archives.
 
 #include "FileDownloader.h"
 #include "Stopwatch.h"

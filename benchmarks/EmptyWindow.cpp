@@ -1,5 +1,4 @@
-// The smallest program with a window that Qt Widgets allows: what the launcher's start and memory are
-// compared with.
+// The smallest Qt Widgets program with a window: the baseline for the launcher's start and memory.
 
 #include <QApplication>
 #include <QPushButton>

@@ -1,4 +1,4 @@
-// The size of a folder tree, as the settings show it: worked out in the background while the window goes on.
+// The size of a folder tree, as the settings show it: computed in the background while the event loop runs.
 
 #include "Background.h"
 #include "DirectorySize.h"

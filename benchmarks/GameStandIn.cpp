@@ -1,9 +1,8 @@
-// Stands in for the engine where the launcher is measured and not the game. Says when it was started, then
-// prints lines or stays quiet, as the environment asks:
+// Stands in for the engine where the launcher is measured and not the game. The environment tells it to:
 //
-//   STAMP=FILE  the time of its start goes there, in nanoseconds of the monotonic clock
-//   LINES=N     so many lines of 80 characters, and then its end
-//   QUIET=1     no line, and no end before it is asked to end
+//   STAMP=FILE  write its start time to the file, in nanoseconds of the monotonic clock
+//   LINES=N     print N lines of 80 characters, then exit
+//   QUIET=1     print nothing, and run until a signal ends it
 
 #include <unistd.h>
 

@@ -1,4 +1,4 @@
-// SHA-512 of a file, as an engine's archive is checked.
+// Computes the SHA-512 of a file, as for an engine's archive.
 
 #include "EngineManager.h"
 #include "Stopwatch.h"

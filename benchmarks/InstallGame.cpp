@@ -1,4 +1,4 @@
-// From the first press of Play to a game and an engine in place: how long each of the two takes.
+// The first press of Play, with nothing installed: how long the game takes, and how long the engine.
 
 #include "CodeHost.h"
 #include "MeasuredModel.h"
@@ -58,7 +58,7 @@ int main(int argc, char **argv)
     CodeHost::setAddress(QUrl(QString::fromLocal8Bit(argv[1])));
     MeasuredModel measured;
     Watch watch(measured.model);
-    // A change is announced before it is made; on the next turn it can be seen.
+    // willChange comes before the change, which can be seen on the next turn of the event loop.
     QObject::connect(
         &measured.model, &Observable::willChange, &measured.model, [&watch] { watch.look(); },
         Qt::QueuedConnection);

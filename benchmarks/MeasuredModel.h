@@ -5,7 +5,7 @@
 #include "Preferences.h"
 #include "Workspace.h"
 
-/// The launcher's model on this machine's own folders, which the script has set up.
+/// The launcher's model on the player's folders, which the script has set up.
 struct MeasuredModel {
     Preferences preferences;
     DesktopWorkspace workspace;

@@ -21,7 +21,7 @@ public:
     AppModel &model() { return m_measured.model; }
     MainWindow &window() { return m_window; }
 
-    /// Until everything that is on its way has arrived.
+    /// Waits half a second, so that pending events are handled.
     static void settle() { QTest::qWait(500); }
 
 private:

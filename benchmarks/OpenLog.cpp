@@ -1,4 +1,4 @@
-// The log panel opened on a full log: until it is painted.
+// Opens the log panel on a full log: how long until it is painted.
 
 #include "LogText.h"
 #include "MeasuredWindow.h"
@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Tells of the first paint of a log's text that holds a last line.
+/// Notices the first paint of a log text that ends with `lastLine`.
 class FirstPaint final : public QObject {
 public:
     explicit FirstPaint(const QString &lastLine)

@@ -1,4 +1,4 @@
-// A game that prints as fast as it can, with the log open: until its last line is in the log.
+// A game prints as fast as it can, with the log open: how long until its last line is in the log.
 
 #include "MeasuredWindow.h"
 #include "Stopwatch.h"

@@ -1,4 +1,4 @@
-// What is read of a game project before it is played.
+// Reads what the launcher needs of a game project before it is played.
 
 #include "ProjectInspector.h"
 #include "Stopwatch.h"

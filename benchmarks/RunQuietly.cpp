@@ -1,4 +1,4 @@
-// A game that prints nothing, for so many seconds: how often the main thread wakes up, and how long it works.
+// A game that prints nothing for some seconds: how often the main thread wakes up, and how long it works.
 
 #include "MeasuredWindow.h"
 #include "Stopwatch.h"
@@ -9,7 +9,7 @@
 
 namespace {
 
-/// How often this thread has given the processor away to wait for something.
+/// How often this thread has blocked: its voluntary context switches.
 long waits()
 {
     rusage usage = {};
@@ -38,7 +38,7 @@ int main(int argc, char **argv)
     const long before = waits();
     QTimer::singleShot(seconds * 1000, &QCoreApplication::quit);
     QCoreApplication::exec();
-    // The timer's own wake-up is the measurement's.
+    // The timer's wake-up belongs to the measurement.
     report("wakeups", static_cast<double>(waits() - before - 1) / seconds);
     report("processor", stopwatch.processorMilliseconds() / seconds / 10); // per cent
     std::fflush(stdout);

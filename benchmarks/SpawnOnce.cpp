@@ -1,6 +1,6 @@
-// Starts a program as directly as a program can, what it prints going nowhere, and tells when (nanoseconds of
-// the monotonic clock), how long it took, and the most memory that it had. From here and not from the script:
-// a child's peak counts from the program that it is split from, and an interpreter is large.
+// Starts a program as directly as possible, discards its standard output, and prints when it started
+// (nanoseconds of the monotonic clock), its run time, processor time and peak memory. The script could not:
+// a child's peak includes the process that it was forked from, and an interpreter is large.
 
 #include <fcntl.h>
 #include <spawn.h>

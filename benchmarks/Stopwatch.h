@@ -5,7 +5,7 @@
 #include <chrono>
 #include <cstdio>
 
-/// Wall time and this process's processor time since it was made.
+/// Wall time and this process's processor time since construction.
 class Stopwatch final {
 public:
     double milliseconds() const

@@ -1,4 +1,4 @@
-"""Files over HTTP on this machine, sent by the kernel: fast enough that the server is not what is measured."""
+"""Serves local files over HTTP with sendfile(): fast enough that the server is not what is measured."""
 
 import os
 import threading
@@ -26,7 +26,7 @@ class Handler(BaseHTTPRequestHandler):
 
 
 class FileHost(ThreadingHTTPServer):
-    """Serves `files`, by the path of their address, until `close`."""
+    """Serves `files`, a dictionary from URL paths to local paths, until `close`."""
 
     daemon_threads = True
 

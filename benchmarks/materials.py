@@ -1,4 +1,4 @@
-"""What is measured with: archives, folder trees and a launcher's folder, made once below build/bench and kept."""
+"""The test data: archives, folder trees and a launcher's folder, made once below build/bench and kept."""
 
 import hashlib
 import os
@@ -22,7 +22,7 @@ README = "# Measured Game\n\nA game that exists to be measured, with a paragraph
 
 
 def once(make):
-    """Makes a file or folder at the path that the function is given, unless it is there, and gives the path."""
+    """Decorates a function that makes a file or folder: it runs only if the path does not exist, and returns the path."""
     def at(path, *arguments):
         if not path.exists():
             unfinished = path.with_name(path.name + ".unfinished")
@@ -36,7 +36,7 @@ def once(make):
 
 
 def words(chance, length):
-    """Text that packs about as well as scripts do."""
+    """Text that compresses about as well as scripts do."""
     vocabulary = ("func", "var", "velocity", "delta", "if", "return", "position", "move_and_slide()", "print", "0.5",
                   "Vector2", "extends", "signal", "jump", "speed", "\n", "\n\t")
     text = " ".join(chance.choice(vocabulary) for _ in range(length // 5))
@@ -58,7 +58,7 @@ def engine_archive(target, program, share):
 
 @once
 def game_archive(target, files):
-    """A branch archive with so many files: scripts, and pictures, which hardly pack."""
+    """A branch archive with that many files: scripts, and pictures, which hardly compress."""
     chance = random.Random(files)
     with zipfile.ZipFile(target, "w", zipfile.ZIP_DEFLATED) as archive:
         archive.writestr("Vantor-master/project.godot", PROJECT)
@@ -83,7 +83,7 @@ def folder_tree(target, files):
 
 @once
 def project(target):
-    """A game project as they usually are: a README without controls, a licence, and scripts."""
+    """A typical game project: a README without controls, a licence, and scripts."""
     chance = random.Random(201)
     (target / "scripts").mkdir(parents=True)
     (target / "project.godot").write_text(PROJECT)
@@ -95,13 +95,13 @@ def project(target):
 
 @once
 def noughts(target, size):
-    """A file of `size` bytes without a content of its own: what is downloaded does not matter."""
+    """A file of `size` zero bytes, for where the content does not matter."""
     with open(target, "wb") as file:
         file.truncate(size)
 
 
 def launcher_home(target, game, engine):
-    """The folders of a player who has played before, made afresh: the project `game` and the program `engine`."""
+    """Makes the folders of a returning player anew, with `game` and `engine`; returns the environment that names them."""
     subprocess.run(["rm", "-rf", target], check=True)
     root = target / "data" / "Vantor Platformer"
     installed = root / "Engine" / ENGINE_VERSION

@@ -21,7 +21,7 @@ WINDOW_PIXELS = 560 * 640
 
 
 def run(*command, **options):
-    """Runs a command that must succeed, and gives its output."""
+    """Runs a command that must succeed, and returns its output."""
     done = subprocess.run([str(word) for word in command], stdout=subprocess.PIPE, text=True, **options)
     if done.returncode != 0:
         sys.exit(f"{' '.join(map(str, command))} ended with {done.returncode}")
@@ -29,7 +29,7 @@ def run(*command, **options):
 
 
 def figures(output):
-    """What a program of ours reports: "milliseconds 12.345" on a line of its own."""
+    """Parses what our programs report: lines like "milliseconds 12.345"."""
     return {name: float(value) for name, value in (line.split() for line in output.splitlines())}
 
 
@@ -42,7 +42,7 @@ class Bench:
         self.engine = engine
         self.table = Table()
         self.screen = Screen()
-        # A launcher for everybody, not for a screen reader; and programs come and go without a word.
+        # Without support for screen readers, and with a game stand-in that does nothing.
         for name in ("QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "STAMP", "LINES", "QUIET"):
             os.environ.pop(name, None)
 
@@ -50,15 +50,15 @@ class Bench:
         return self.programs / name
 
     def scratch(self):
-        """A fresh folder for what is written."""
+        """A new temporary folder for output."""
         return tempfile.TemporaryDirectory(dir=self.scratch_folder)
 
     def spawned(self, *command, **options):
-        """Runs a command, and gives its milliseconds, processor milliseconds and peak megabytes."""
+        """Runs a command, and returns its milliseconds, processor milliseconds and peak megabytes."""
         return figures(run(self.program("spawn-once"), *command, **options))
 
     def ready(self):
-        """The environment of a player who has played before; the game is the stand-in."""
+        """The environment of a returning player, whose engine is the stand-in."""
         project = materials.project(self.folder / "project")
         return dict(os.environ, **materials.launcher_home(self.folder / "ready", project, self.program("game-stand-in")))
 
@@ -88,7 +88,7 @@ class Bench:
         return (painted - begin) * 1e3
 
     def check_first_picture(self, command, environment):
-        """What is painted first says `ready`: the dot in front of the state has the colour that it keeps."""
+        """Checks that the first paint already says `ready`: the dot in front of the state keeps its colour."""
         self.screen.forget()
         process = subprocess.Popen(command, env=environment)
         self.screen.first_paint(WINDOW_PIXELS)
@@ -124,7 +124,7 @@ class Bench:
         time.sleep(1)
         if plays:
             self.press_play()
-            time.sleep(5)      # a game that runs counts as playing after four
+            time.sleep(5)      # the state is `playing` after four seconds
         lines = Path(f"/proc/{process.pid}/status").read_text().splitlines()
         game = run("pgrep", "-P", str(process.pid)).split() if plays else []
         self.end(process)
@@ -349,14 +349,14 @@ class Bench:
         return once
 
     def own(self, program, argument):
-        """A program of ours that times itself; its memory is seen from outside."""
+        """A measurement with a program of ours that times itself; its memory is measured from outside."""
         def once():
             peak = self.spawned(program, argument)["peak"]
             return figures(run(program, argument))["milliseconds"], peak
         return once
 
     def grow(self, what, large, small, memory=None):
-        """Memory hardly grows, unless a bound of its own is given, in megabytes."""
+        """Adds time and memory for a large and a small input. With `memory`, in megabytes, that is the limit, not the growth."""
         larges, smalls = alternate(self.runs, large, small)
         self.table.add(Row(f"{what}: time", "ms", [pair[0] for pair in larges], [pair[0] for pair in smalls], "a tenth", 11))
         peaks = [pair[1] for pair in larges]
@@ -368,19 +368,19 @@ class Bench:
 
 SUBJECTS = ("start", "memory", "play", "install", "download", "hash", "unpack", "lines", "quiet", "size", "read", "log",
             "growth")
-# Where the middle of the button is, from the window's top; a press that starts nothing is reported.
+# The middle of the button, in pixels from the top of the window. A press that starts nothing is reported.
 PLAY_BUTTON = 362
 READY_DOT = bytes([0x4a, 0x9e, 0x2c])      # blue, green, red
 
 
 def engine_program(launcher_of_it):
-    """The engine's own program, where what was given is a script that starts it."""
+    """The engine's executable, also if `launcher_of_it` is only a script that starts it."""
     inside = launcher_of_it.resolve().parent / "root" / "usr" / "bin" / "godot"
     return inside if inside.exists() else launcher_of_it
 
 
 def memory_folder():
-    """Files in memory, where there are such: then programs are compared, and not how the disk feels that moment."""
+    """A folder in memory, so that the disk is not measured as well; None if there is no room for one."""
     folder = Path("/dev/shm")
     return folder if folder.is_dir() and shutil.disk_usage(folder).free > 2_000_000_000 else None
 

@@ -12,18 +12,18 @@ class Screen:
         self.display = display.Display()
         self.root = self.display.screen().root
         self.display.damage_query_version()
-        # Of the whole screen, so that nothing can be painted before it is watched.
+        # For the whole screen, so that nothing is painted unnoticed before a window is known.
         self.damage = self.root.damage_create(damage.DamageReportRawRectangles)
         self.display.sync()
 
     def forget(self):
-        """Lets go of what has been reported so far."""
+        """Discards the events reported so far."""
         self.display.sync()
         while self.display.pending_events():
             self.display.next_event()
 
     def first_paint(self, least_pixels, patience=20.0):
-        """The time at which something of that size is painted, by the monotonic clock."""
+        """Waits until at least `least_pixels` are painted at once; returns that time, in seconds of the monotonic clock."""
         deadline = time.monotonic() + patience
         while True:
             while self.display.pending_events():
@@ -42,14 +42,14 @@ class Screen:
                 if window.get_attributes().map_state == X.IsViewable]
 
     def picture(self):
-        """The pixels of the largest window there is, for comparing."""
+        """The geometry and the pixels of the largest window."""
         window = max(self.windows(), key=lambda found: found.get_geometry().width * found.get_geometry().height)
         shape = window.get_geometry()
         image = self.root.get_image(shape.x, shape.y, shape.width, shape.height, X.ZPixmap, 0xffffffff)
         return shape, image.data
 
     def press(self, x, y):
-        """Presses and lets go there; gives the time of letting go, which is when a button acts."""
+        """Clicks there. Returns when the button was released, in nanoseconds: that is when a button acts."""
         xtest.fake_input(self.display, X.MotionNotify, x=x, y=y)
         self.display.sync()
         time.sleep(0.1)      # as long as a hand takes, at least

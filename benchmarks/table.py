@@ -1,4 +1,4 @@
-"""Figures side by side: medians, how far the runs lie apart, and what was to be reached."""
+"""Measured figures side by side: medians, their spread, and the goals."""
 
 import json
 import os
@@ -8,8 +8,8 @@ from pathlib import Path
 
 
 def alternate(runs, *measurements):
-    """Runs the measurements in turn, so that whatever the machine does besides meets all of them, and gives the results
-    of each. The first round only warms the caches."""
+    """Runs the measurements in turn, so that other load on the machine affects them alike, and returns the results of
+    each. The first round only warms the caches."""
     results = [[] for _ in measurements]
     for number in range(runs + 1):
         for measurement, result in zip(measurements, results):
@@ -30,7 +30,7 @@ class Row:
     kind: str = "times"      # the goal bounds ours / theirs; with "more" it bounds ours - theirs; alone, it bounds ours
 
     def compared(self):
-        """What is held against the goal."""
+        """The figure to compare with the goal."""
         ours = statistics.median(self.ours)
         if not self.theirs:
             return ours
@@ -41,7 +41,7 @@ class Row:
         return self.compared() <= self.goal
 
     def spread(self, values):
-        """Half the distance between the quartiles, as a part of the median."""
+        """Half the interquartile range, as a percentage of the median."""
         if len(values) < 3 or not statistics.median(values):
             return ""
         low, _, high = statistics.quantiles(values, n=4)
