@@ -1,4 +1,4 @@
-"""The stand-in of the code-hosting service, asked over real connections."""
+"""The stand-in for the code-hosting service, tested over real connections."""
 
 import contextlib
 import hashlib
@@ -66,7 +66,7 @@ class CodeHostCase(unittest.TestCase):
             return response, response.read()
 
     def fetch(self, path):
-        """The body behind `path`, one redirect included."""
+        """The body of the response for `path`, following one redirect."""
         response, body = self.ask(path)
         if response.status == 302:
             response, body = self.ask(response.getheader("Location"))

@@ -1,4 +1,4 @@
-"""The line that closes a test run."""
+"""The summary line of a test run."""
 
 import subprocess
 import sys
@@ -22,7 +22,7 @@ Totals: 4 passed, 0 failed, 1 skipped, 0 blacklisted, 12ms
 
 class Counting(unittest.TestCase):
     def count(self, *tests):
-        """The closing line and the exit status for tests of (status, output or reason)."""
+        """The summary line and the exit status. Each test is (status, output or reason)."""
         run = self.run_for(*tests)
         return run.stdout, run.returncode
 

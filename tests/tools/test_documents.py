@@ -1,10 +1,10 @@
-"""Whether what the documents say can be typed: every command is run by something, every name is one of something.
+"""Whether the documents can be relied on: something runs every command, and everything named exists.
 
-A command in a document, in a block or within a sentence, is one of these, or this test fails:
+Every command in a document, in a block or within a sentence, must be one of these:
 - a tool of ours without arguments: it is run here with --help;
 - one that is run here as it stands (RUN_HERE);
-- one that CI runs, or a test (RUN_ELSEWHERE): then the words that run it are looked for there;
-- part of a block that nobody can run yet, which the paragraph right before the block says to the reader: NOT_RUN.
+- one that CI or a test runs (RUN_ELSEWHERE): the words that run it must be found there;
+- part of a block that nobody can run yet, as the paragraph right before the block tells the reader (NOT_RUN).
 """
 
 import json
@@ -23,7 +23,7 @@ PROGRAMS_OF_A_MAC = ("xcrun", "codesign")    # the sentences around such a block
 RUN_HERE = {
     'grep -rn "Show.*log" src tests': {"src", "tests"},     # and something is found in both
 }
-# The command, who runs it, and the words there. A pattern stands for all commands of a form.
+# A pattern for the command, the file that runs it, and the words to find there.
 RUN_ELSEWHERE = {
     r"\.ci/run": (".github/workflows/checks.yml", "run: .ci/run"),
     r"\./run": (".ci/run", '"it plays" ./run\n'),
@@ -50,7 +50,7 @@ RUN_ELSEWHERE = {
 }
 SCRIPTS = ("run", "test", ".ci/run")
 OURS = (*SCRIPTS, "bench")
-# What is named as a file, and where such files lie.
+# A name that starts with one of these folders is a file's.
 FOLDERS = ("src", "tests", "tools", "benchmarks", "docs", "data", "samples", "cmake", ".github", ".ci")
 BLOCK = re.compile(r"(?<=\n\n)((?: {4}[^\n]*\n|\n(?= {4}))+)|^```(\w*)\n(.*?)^```$", re.MULTILINE | re.DOTALL)
 
@@ -69,7 +69,7 @@ def presets(kind):
 
 @lru_cache(None)
 def tests():
-    """Not those of one build: sanitizers' builds and other systems lack some."""
+    """The tests of every build: those with sanitizers and those on other systems lack some."""
     rules = "".join(file.read_text("utf-8") for file in (PROJECT / "tests").glob("*/CMakeLists.txt"))
     found = re.findall(r'^ *add_(?:\w+_test\(|fuzzer\(|test\(NAME )(?:"([^"]+)"|([\w-]+))', rules, re.MULTILINE)
     return [quoted or plain for quoted, plain in found]
@@ -124,7 +124,7 @@ class Document:
 # What can be wrong
 
 def complaints_of_command(command):
-    """Why nothing runs `command`, or it cannot work."""
+    """Why `command` is run by nothing, or cannot work."""
     words = command.split(" ")
     if len(words) == 1 and command.startswith("tools/"):
         if not is_program(command):
@@ -153,7 +153,7 @@ def complaints_of_arguments(words):
     if "--build" in words:
         kinds = ["buildPresets"]
     for word, following in zip(words, words[1:] + [""]):
-        # As a case of the shell's, or as Python's argparse is told.
+        # As a `case` of a shell script, or an argument of argparse.
         if ours and word.startswith("--") and not re.search(re.escape(word) + r'(\)| \||")', content(program)):
             yield f"{program} knows no {word}"
         if word == "--preset" and not all(following in presets(kind) for kind in kinds):
@@ -165,7 +165,7 @@ def complaints_of_arguments(words):
 
 
 def complaints_of_name(code):
-    """Why `code`, which is no command, names nothing."""
+    """Why `code`, which is no command, names nothing that exists."""
     if code.split("/")[0] in FOLDERS and not re.search(r"[<…]", code):
         if not any(PROJECT.glob(code.rstrip("/"))):
             yield f"there is no {code}"
@@ -238,7 +238,7 @@ class Documents(unittest.TestCase):
 
     def test_every_tool_that_is_for_people_is_in_a_document(self):
         tools = {str(file.relative_to(PROJECT)) for file in (PROJECT / "tools").iterdir() if is_program(file)}
-        # What only other tools use.
+        # Those that only other tools use.
         inner = {"tools/count-tests", "tools/install-packages", "tools/test-programs"}
         named = {code for document in DOCUMENTS for _, lines in document.blocks for code in lines}
         named |= {code for document in DOCUMENTS for code in document.codes}
@@ -267,7 +267,7 @@ class Documents(unittest.TestCase):
 
 
 class Guards(unittest.TestCase):
-    """What this test is for is found, each for its own reason."""
+    """Every kind of mistake is found, and reported as what it is."""
 
     def finds(self, text, *found):
         self.assertEqual(complaints(Document("docs/new.md", text)), list(found))

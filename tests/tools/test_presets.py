@@ -10,7 +10,7 @@ PROJECT = Path(__file__).resolve().parents[2]
 
 
 def variables(preset):
-    """What the preset sets, with all that it inherits, as CMake itself reads it. Configures nothing."""
+    """The variables that the preset sets or inherits, as CMake reads them. Configures nothing."""
     shown = subprocess.run(["cmake", "--preset", preset, "-N"], cwd=PROJECT, capture_output=True, text=True, check=True)
     return dict(re.findall(r'^  (\w+)="(.*)"$', shown.stdout, re.MULTILINE))
 
@@ -28,7 +28,7 @@ class Presets(unittest.TestCase):
     def test_nobody_who_builds_a_release_is_stopped_by_a_warning(self):
         self.assertNotIn("WARNINGS_AS_ERRORS", self.set["release"])
         self.assertNotIn("-Werror", " ".join(self.set["release"].values()))
-        # Nor whoever uses no preset at all.
+        # Nor is anybody who uses no preset.
         self.assertRegex((PROJECT / "cmake/CommonOptions.cmake").read_text("utf-8"),
                          r'option\(WARNINGS_AS_ERRORS "[^"]+" OFF\)')
 

@@ -1,4 +1,4 @@
-"""Whether docs/architecture.md draws what the rooms' link lines say."""
+"""Whether docs/architecture.md draws the dependencies that the rooms' CMake files state."""
 
 import re
 import unittest
@@ -8,7 +8,7 @@ PROJECT = Path(__file__).resolve().parents[2]
 
 
 def reachable(arrows):
-    """For each room, all that can be reached along `arrows`, which name those that begin at a room."""
+    """For each room, all rooms reachable along `arrows`, which maps a room to those that its arrows lead to."""
     def beyond(room, seen):
         for other in arrows[room] - seen:
             seen.add(other)

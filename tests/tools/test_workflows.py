@@ -1,4 +1,4 @@
-"""Whether the code host can read what it shall do for every change, and does it by our own scripts."""
+"""Whether the workflows are well formed, limited in what they may do, and run our own scripts for every change."""
 
 import os
 import unittest
@@ -35,7 +35,7 @@ class Workflows(unittest.TestCase):
     def test_they_run_our_own_scripts(self):
         for step in self.steps:
             command = step.get("run", "apt-get").split()[0]
-            if command != "apt-get":    # for git, before there is anything of ours
+            if command != "apt-get":    # installs git, before our scripts are there
                 self.assertTrue(os.access(PROJECT / command, os.X_OK), command)
 
     def test_every_change_is_checked_on_linux_and_on_a_mac_and_leaves_what_it_made(self):
