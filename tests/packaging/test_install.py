@@ -65,7 +65,7 @@ class Install(unittest.TestCase):
         self.assertTrue((self.share / f"icons/hicolor/scalable/apps/{entry['Desktop Entry']['Icon']}.svg").is_file())
 
     def test_the_launchers_windows_say_which_desktop_entry_is_theirs(self):
-        # Qt hands the name to Wayland's desktops, where a test has none; so it is looked for in the program.
+        # Qt passes the name to the Wayland compositor, which a test lacks; so it is looked for in the program.
         program = (self.root / "bin/vantor-platformer").read_bytes()
         self.assertTrue(ID.encode("utf-16-le") in program, "the name is not in the program")
 

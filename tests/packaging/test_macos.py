@@ -1,4 +1,4 @@
-"""What the bundle for macOS is made of, as far as any system can tell: its description, its icon, what it may do.
+"""What goes into the bundle for macOS, as far as any system can check: its Info.plist, entitlements, icon and libraries.
 
     test_macos.py CMAKE SOURCE_FOLDER VERSION
 """
@@ -48,8 +48,8 @@ class Bundle(unittest.TestCase):
             self.assertIn((ICONS / f"vantor-platformer-{size}.png").read_bytes(), pictures)
 
     def test_the_libraries_of_both_programs_go_into_the_bundle_that_is_installed(self):
-        """The packaging's own rules, in a project that takes this machine for a Mac, with a deploying tool that only says
-        what it was asked for."""
+        """Runs the real packaging rules in a project that pretends to be on a Mac, with a macdeployqt that only records
+        its arguments."""
         with tempfile.TemporaryDirectory() as scratch:
             folder = Path(scratch)
             (folder / "bin").mkdir()
