@@ -135,6 +135,7 @@ QList<Misbehaviour> allMisbehaviours(const QString &engineArchive)
            Connection::Secure);
     // Such a body looks complete; only a check of its content can tell.
     useless("TLS that is cut in a body without a length", ok().send("some").cut(), Connection::Secure);
+    all.last().mayCountAsLost = true;
     broken("TLS that leads back to a plain server", HttpReply::redirect("http://127.0.0.1:9/"),
            unsafeRedirect, Sound::Loud, Connection::Secure);
     return all;

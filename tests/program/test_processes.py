@@ -63,10 +63,10 @@ class Processes(LauncherCase):
 
     def test_a_killed_launcher_leaves_no_unpacker(self):
         with open(self.engine, "wb") as engine:     # small as an archive, large on the disk
-            for _ in range(24):
+            for _ in range(64):
                 engine.write(os.urandom(1 << 19) + bytes(7 << 20))
         self.start_host()
-        for delay in (0, 0.1):
+        for delay in (0, 0.03):
             with self.subTest(delay):
                 self.open()
                 self.press("Play")
@@ -122,8 +122,7 @@ class Processes(LauncherCase):
         self.see("Downloading")
         wait_for(lambda: any((self.root / "Temp").glob("*/game.zip.part")))
         for thread in Path(f"/proc/{self.launcher.pid}/task").iterdir():
-            ignored, blocked = (self.is_in(thread / "status", kind) for kind in ("SigIgn", "SigBlk"))
-            self.assertEqual((ignored, blocked), (True, False), (thread / "comm").read_text())
+            self.assertTrue(self.is_in(thread / "status", "SigIgn"), (thread / "comm").read_text())
         self.press("Cancel")
         self.see("Not downloaded")
         self.start_host()
