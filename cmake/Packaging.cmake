@@ -47,7 +47,7 @@ if(NOT APPLE)
     set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
     # What SHLIBDEPS cannot see: the trusted certificates, and libcurl, loaded at run time (7.87 for CURLOPT_QUICK_EXIT).
     set(CPACK_DEBIAN_PACKAGE_DEPENDS "ca-certificates, libcurl4 (>= 7.87)")
-    set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-wayland")
+    set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-wayland, xdg-utils") # the second opens folders and pages
     set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 else()
     # macdeployqt copies Qt and the other libraries, also the unpacker's, into the bundle as it is installed; CPack puts
