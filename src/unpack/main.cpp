@@ -19,6 +19,7 @@
 #include <ctime>
 #include <exception>
 #include <functional>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -111,6 +112,9 @@ int main(int argc, char **argv)
 
     try {
         work();
+    } catch (const std::bad_alloc &) {
+        std::fputs("There is not enough memory to read the archive.\n", stderr);
+        return problem;
     } catch (const std::exception &error) {
         std::fprintf(stderr, "%s\n", error.what());
         return problem;
