@@ -294,6 +294,28 @@ private Q_SLOTS:
 #endif
     }
 
+    void refusedMemoryIsAProblem()
+    {
+        if (programsTakeMoreHere())
+            QSKIP("A sanitizer reserves more memory than any limit leaves.");
+        const QString zip = write(ZipBuilder { ZipEntry::file("game/a", "content") }.bytes());
+        const auto sentence = QStringLiteral("There is not enough memory to read the archive.\n");
+        bool isSeen = false;
+        // Between what the loader needs and what is enough, the program runs out of it by itself.
+        for (rlim_t limit = 32 * megabyte; limit < 256 * megabyte; limit += megabyte / 8) {
+            const Run checked = runUnpacker({ QStringLiteral("--check"), zip }, [limit] {
+                const rlimit memory { limit, limit };
+                ::setrlimit(RLIMIT_AS, &memory);
+            });
+            if (WIFEXITED(checked.status) && WEXITSTATUS(checked.status) == 0)
+                break;
+            QVERIFY2(!checked.problems.contains(QStringLiteral("bad_alloc")), qPrintable(checked.problems));
+            isSeen = isSeen || checked.problems == sentence;
+        }
+        if (!isSeen)
+            QSKIP("No limit here lies between what the loader needs and what is enough.");
+    }
+
     void aFolderThatCannotBeListedDoesNotCountAsEmpty()
     {
         if (programsTakeMoreHere())
