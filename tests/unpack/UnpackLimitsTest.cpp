@@ -62,6 +62,9 @@ Run run(
 #ifdef __linux__
         ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
 #endif
+        // Whatever runs the tests may have left descriptors open; they count towards the limit on open files.
+        for (int inherited = STDERR_FILENO + 1; inherited < 1024; ++inherited)
+            ::close(inherited);
         prepare();
         ::execv(pointers[0], pointers.data());
         ::_exit(127);
