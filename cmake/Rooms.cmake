@@ -1,12 +1,35 @@
-# A room is one folder under src/ and one static library. USES lists what it may include: only linked rooms put their
-# headers on the include path, so an undeclared dependency does not compile.
+# A room is one folder under src/ and one static library. USES lists the rooms and libraries whose headers it may include,
+# and nothing else is on its include path: a header of another room does not compile, not even one that a room in the list
+# uses itself.
 #
-#   add_room(process USES storage async QCoro6::Core SOURCES LogStore.cpp LogStore.h)
+#   add_room(process USES storage async Qt6::Core SOURCES LogStore.cpp LogStore.h)
 function(add_room name)
     cmake_parse_arguments(ROOM "" "" "USES;SOURCES" ${ARGN})
     add_library(${name} STATIC ${ROOM_SOURCES})
     target_include_directories(${name} PUBLIC "${CMAKE_CURRENT_SOURCE_DIR}")
-    target_link_libraries(${name} PUBLIC ${ROOM_USES} PRIVATE common_options)
+    target_link_libraries(${name} PRIVATE ${ROOM_USES} common_options)
+    set_target_properties(${name} PROPERTIES ROOM_USES "${ROOM_USES}")
+endfunction()
+
+# Links `target` with the rooms and libraries named after it and lets it include what those rooms may: for tests and
+# benchmarks, which look behind the walls.
+function(link_with_all target)
+    set(open ${ARGN})
+    set(all)
+    while(open)
+        list(POP_FRONT open next)
+        if(next IN_LIST all)
+            continue()
+        endif()
+        list(APPEND all ${next})
+        if(TARGET ${next})
+            get_target_property(uses ${next} ROOM_USES)
+            if(uses)
+                list(APPEND open ${uses})
+            endif()
+        endif()
+    endwhile()
+    target_link_libraries(${target} PRIVATE ${all} common_options)
 endfunction()
 
 # A test program for one subject. It may run for TIMEOUT seconds (60 by default), draws off-screen and uses the fonts in
@@ -22,7 +45,8 @@ function(add_subject_test name)
         set(SUBJECT_TIMEOUT 60)
     endif()
     add_executable(${name} ${name}.cpp ${SUBJECT_SOURCES})
-    target_link_libraries(${name} PRIVATE ${SUBJECT_USES} common_options test_support Qt6::Test)
+    link_with_all(${name} ${SUBJECT_USES} async platform)
+    target_link_libraries(${name} PRIVATE test_support Qt6::Test)
     if(SUBJECT_RESOURCES)
         add_dependencies(${name} ${SUBJECT_RESOURCES})
     endif()

@@ -17,13 +17,13 @@
 namespace {
 
 /// The program ends within a second of the player quitting, however long running work takes to stop.
-constexpr std::chrono::milliseconds longestFarewell { 900 };
+constexpr std::chrono::milliseconds longestQuit { 900 };
 
 }
 
-AppDelegate::AppDelegate(std::function<void()> end, QObject *parent)
+AppDelegate::AppDelegate(std::function<void()> exit, QObject *parent)
     : QObject(parent)
-    , m_end(std::move(end))
+    , m_exit(std::move(exit))
     , m_refresh(this, [this] { answerIfGameEnded(); })
 {
     // The window disappears first; running work is stopped before the event loop exits.
@@ -44,7 +44,7 @@ bool AppDelegate::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() == QEvent::Show)
         m_model = m_attached;
-    if (event->type() == QEvent::Close && !m_isLeaving) {
+    if (event->type() == QEvent::Close && !m_isQuitting) {
         event->ignore();
         requestQuit();
         return true;
@@ -55,22 +55,22 @@ bool AppDelegate::eventFilter(QObject *watched, QEvent *event)
 void AppDelegate::requestQuit()
 {
     const bool isAsking = m_question && m_question->isVisible();
-    if (m_isLeaving || isAsking)
+    if (m_isQuitting || isAsking)
         return;
     if (m_model && m_model->runner.isRunning)
         ask();
     else
-        leave();
+        quit();
 }
 
 void AppDelegate::quitAtOnce()
 {
-    if (m_isLeaving)
+    if (m_isQuitting)
         return;
     delete m_question;
     if (m_model)
         m_model->stopForQuit();
-    leave();
+    quit();
 }
 
 QMessageBox *AppDelegate::makeQuitQuestion()
@@ -95,7 +95,7 @@ void AppDelegate::ask()
     m_question = makeQuitQuestion();
     connect(m_quitAnswer, &QPushButton::clicked, this, [this] {
         m_model->stopForQuit();
-        leave();
+        quit();
     });
     bringForward(*m_window);
     m_question->open();
@@ -109,7 +109,7 @@ void AppDelegate::answerIfGameEnded()
 
 void AppDelegate::answerSession(QSessionManager &manager)
 {
-    if (m_isLeaving || !m_model || !m_model->runner.isRunning || !manager.allowsInteraction())
+    if (m_isQuitting || !m_model || !m_model->runner.isRunning || !manager.allowsInteraction())
         return;
     // commitDataRequest() needs the answer before it returns, so this blocks.
     delete m_question;
@@ -120,20 +120,20 @@ void AppDelegate::answerSession(QSessionManager &manager)
     const bool quits = m_question && m_question->clickedButton() == m_quitAnswer;
     delete m_question;
     manager.release();
-    if (m_isLeaving)
+    if (m_isQuitting)
         return; // a termination signal arrived meanwhile
     if (!quits) {
         manager.cancel();
         return;
     }
     m_model->stopForQuit();
-    leave();
+    quit();
 }
 
-void AppDelegate::leave()
+void AppDelegate::quit()
 {
-    m_isLeaving = true;
-    Q_EMIT leaving();
+    m_isQuitting = true;
+    Q_EMIT quitting();
     if (m_window) {
         const auto dialogs = m_window->findChildren<QDialog *>();
         for (QDialog *dialog : dialogs)
@@ -141,26 +141,26 @@ void AppDelegate::leave()
         m_window->hide();
     }
     if (!m_model) {
-        end();
+        exit();
         return;
     }
-    QTimer::singleShot(longestFarewell, this, &AppDelegate::end);
-    windDown();
+    QTimer::singleShot(longestQuit, this, &AppDelegate::exit);
+    finishQuitting();
 }
 
-QCoro::Task<> AppDelegate::windDown()
+QCoro::Task<> AppDelegate::finishQuitting()
 {
     const QPointer<AppDelegate> self(this);
-    auto unwinding = m_model->windDown();
-    co_await unwinding;
+    auto preparing = m_model->prepareToQuit();
+    co_await preparing;
     if (self)
-        end();
+        exit();
 }
 
-void AppDelegate::end()
+void AppDelegate::exit()
 {
-    if (m_hasEnded)
+    if (m_hasQuit)
         return;
-    m_hasEnded = true;
-    m_end();
+    m_hasQuit = true;
+    m_exit();
 }

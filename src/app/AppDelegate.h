@@ -24,8 +24,8 @@ class AppDelegate final : public QObject {
     Q_OBJECT
 
 public:
-    /// `end` must exit the event loop. It is called at most once.
-    explicit AppDelegate(std::function<void()> end, QObject *parent = nullptr);
+    /// `exit` must exit the event loop. It is called at most once.
+    explicit AppDelegate(std::function<void()> exit, QObject *parent = nullptr);
 
     /// Called once, before `window` is shown.
     void attach(AppModel &model, QWidget &window);
@@ -39,7 +39,7 @@ public:
 
 Q_SIGNALS:
     /// Quitting has begun; whatever is still running is about to be stopped.
-    void leaving();
+    void quitting();
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -49,11 +49,11 @@ private:
     void ask();
     void answerIfGameEnded();
     void answerSession(QSessionManager &manager);
-    void leave();
-    QCoro::Task<> windDown();
-    void end();
+    void quit();
+    QCoro::Task<> finishQuitting();
+    void exit();
 
-    const std::function<void()> m_end;
+    const std::function<void()> m_exit;
     AppModel *m_attached = nullptr;
     /// Null until the window is first shown.
     AppModel *m_model = nullptr;
@@ -61,6 +61,6 @@ private:
     QPointer<QMessageBox> m_question;
     QPushButton *m_quitAnswer = nullptr;
     RefreshOnce m_refresh;
-    bool m_isLeaving = false;
-    bool m_hasEnded = false;
+    bool m_isQuitting = false;
+    bool m_hasQuit = false;
 };

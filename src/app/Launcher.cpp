@@ -7,10 +7,10 @@
 #include "CodeHost.h"
 #include "Leftovers.h"
 #include "MainWindow.h"
-#include "OneLauncher.h"
 #include "Pasteboard.h"
 #include "Paths.h"
 #include "Preferences.h"
+#include "SingleInstance.h"
 #include "TerminationSignals.h"
 #include "Workspace.h"
 
@@ -76,7 +76,7 @@ void say(const QString &sentence)
 }
 
 /// Creates the model and the window, and runs the event loop until the program quits.
-int showWindow(OneLauncher &one)
+int showWindow(SingleInstance &instance)
 {
     Preferences preferences;
     DesktopWorkspace workspace;
@@ -87,9 +87,9 @@ int showWindow(OneLauncher &one)
     const TerminationSignals signalsOfTheSystem;
 
     delegate.attach(model, window);
-    QObject::connect(&one, &OneLauncher::cameForward, &window,
+    QObject::connect(&instance, &SingleInstance::cameForward, &window,
                      [&window](const QByteArray &token) { bringForwardWith(token, window); });
-    QObject::connect(&delegate, &AppDelegate::leaving, &one, &OneLauncher::stopAnswering);
+    QObject::connect(&delegate, &AppDelegate::quitting, &instance, &SingleInstance::stopAnswering);
     QObject::connect(&signalsOfTheSystem, &TerminationSignals::received, &delegate, &AppDelegate::quitAtOnce);
 
     window.show();
@@ -113,26 +113,26 @@ int Launcher::run(char *program, const QUrl &codeHost)
     // The same for writing beyond the file size limit.
     std::signal(SIGXFSZ, SIG_IGN);
     const Application application(program);
-    OneLauncher one(Paths::root());
-    switch (one.begin()) {
-    case OneLauncher::Outcome::OtherCameForward:
+    SingleInstance instance(Paths::root());
+    switch (instance.begin()) {
+    case SingleInstance::Outcome::OtherCameForward:
         return EXIT_SUCCESS;
-    case OneLauncher::Outcome::OtherIsSilent:
+    case SingleInstance::Outcome::OtherIsSilent:
         say(QStringLiteral("2D Platformer is already open, but does not answer. End it and start it again."));
         return EXIT_FAILURE;
-    case OneLauncher::Outcome::HeldByUnknown:
+    case SingleInstance::Outcome::HeldByUnknown:
         say(QStringLiteral("Another program has locked the folder “%1”, where 2D Platformer keeps its files. "
                            "End that program and start 2D Platformer again.")
-                .arg(one.folder()));
+                .arg(instance.folder()));
         return EXIT_FAILURE;
-    case OneLauncher::Outcome::Holds:
+    case SingleInstance::Outcome::Holds:
         // A killed launcher could not clean up. We hold the lock, so nobody else is using the folder.
         Leftovers::beginToClear();
         break;
-    case OneLauncher::Outcome::CannotHold:
+    case SingleInstance::Outcome::CannotHold:
         // If nothing can be written there is nothing to guard, and Play reports the reason.
         break;
     }
     CodeHost::setAddress(codeHost);
-    return showWindow(one);
+    return showWindow(instance);
 }

@@ -16,7 +16,7 @@ std::exception_ptr worded(const std::exception_ptr &error)
     try {
         std::rethrow_exception(error);
     } catch (const TransferError &broken) {
-        return std::make_exception_ptr(AppError::message(u"Download failed: "_s + broken.description()));
+        return std::make_exception_ptr(AppError::message(u"Download failed: "_s + broken.errorDescription()));
     } catch (...) {
         return error;
     }

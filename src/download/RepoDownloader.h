@@ -1,7 +1,7 @@
 #pragma once
 
 #include "DownloadProgress.h"
-#include "HttpTransfer.h"
+#include "TransferRules.h"
 
 #include <QCoro/QCoroTask>
 #include <QUrl>

@@ -2,7 +2,7 @@
 
 #include "DownloadProgress.h"
 #include "EngineSpec.h"
-#include "HttpTransfer.h"
+#include "TransferRules.h"
 
 #include <QCoro/QCoroTask>
 #include <QString>

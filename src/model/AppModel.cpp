@@ -1,12 +1,15 @@
 #include "AppModel.h"
 
 #include "Background.h"
+#include "DownloadProgress.h"
+#include "EngineManager.h"
 #include "FileOperations.h"
 #include "MainThread.h"
 #include "Paths.h"
 #include "ProcessController.h"
 #include "ProgressFraction.h"
 #include "ProjectInspector.h"
+#include "RepoDownloader.h"
 
 #include <QPointer>
 #include <QTimer>
@@ -40,13 +43,18 @@ private:
 
 }
 
+AppModel::AppModel(Preferences &preferences, Workspace &workspace, Pasteboard &pasteboard)
+    : AppModel(preferences, workspace, pasteboard, TransferRules())
+{
+}
+
 AppModel::AppModel(Preferences &preferences, Workspace &workspace, Pasteboard &pasteboard,
-                   TransferRules rules)
+                   const TransferRules &rules)
     : m_preferences(preferences)
     , m_workspace(workspace)
     , m_pasteboard(pasteboard)
-    , repo(rules)
-    , engines(rules)
+    , repo(std::make_unique<RepoDownloader>(rules))
+    , engines(std::make_unique<EngineManager>(rules))
 {
     refreshState();
     loadInfo();
@@ -106,8 +114,8 @@ void AppModel::cancel() { cancelWithin(importPatience); }
 /// touches nothing that the player made, and the next one redoes what is incomplete.
 void AppModel::cancelWithin(std::chrono::milliseconds patience)
 {
-    repo.cancel();
-    engines.cancel();
+    repo->cancel();
+    engines->cancel();
     if (importController) {
         importController->cancel();
         QTimer::singleShot(patience, this, [import = importController] { import->kill(); });
@@ -135,7 +143,7 @@ void AppModel::clearFailure()
         state = AppState::notDownloaded();
 }
 
-void AppModel::setProgress(DownloadProgress downloadProgress)
+void AppModel::setProgress(const DownloadProgress &downloadProgress)
 {
     progress = progressFraction(downloadProgress);
     progressDetail = downloadProgress.text();

@@ -2,12 +2,10 @@
 
 #include "AppState.h"
 #include "Completion.h"
-#include "EngineManager.h"
 #include "GameRunner.h"
 #include "LogStore.h"
 #include "Observable.h"
 #include "ProjectInfo.h"
-#include "RepoDownloader.h"
 #include "WorkTask.h"
 
 #include <QString>
@@ -19,10 +17,16 @@
 #include <optional>
 #include <stop_token>
 
+class EngineManager;
 class Pasteboard;
 class Preferences;
+class ProcessController;
 class QUrl;
+class RepoDownloader;
 class Workspace;
+struct DownloadProgress;
+struct EngineSpec;
+struct TransferRules;
 
 /// Everything that the window shows, and every action that the player can take. The views read the published
 /// fields and call the methods; they decide nothing. At most one action runs at a time. Main thread only.
@@ -34,8 +38,10 @@ class AppModel final : public Observable {
 
 public:
     /// Works out the state from the disk and reads the project facts in the background.
+    AppModel(Preferences &preferences, Workspace &workspace, Pasteboard &pasteboard);
+    /// As above, with limits for downloads that are not the player's.
     AppModel(Preferences &preferences, Workspace &workspace, Pasteboard &pasteboard,
-             TransferRules rules = {});
+             const TransferRules &rules);
     ~AppModel() override;
 
     /// Works out `state` from the disk: `ready` when game, engine and import marker are in place, otherwise
@@ -70,7 +76,7 @@ public:
     /// Call once, when the launcher quits. Stops the running action, even while it hashes or unpacks, and
     /// completes when the action has finished, its child has ended and its scratch folder is removed. No
     /// action starts from then on.
-    QCoro::Task<> windDown();
+    QCoro::Task<> prepareToQuit();
 
     /// Whether Play, Update or Reinstall runs.
     bool isWorking() const { return workTask.has_value(); }
@@ -105,7 +111,7 @@ private:
     // Failures, progress and state (AppModel.cpp)
     void fail(const QString &message, LastLines lastLines);
     void clearFailure();
-    void setProgress(DownloadProgress downloadProgress);
+    void setProgress(const DownloadProgress &downloadProgress);
     std::function<void(DownloadProgress)> progressOnMainThread();
     QCoro::Task<> readInfo(QString projectFolder);
     void forgetInfo();
@@ -138,14 +144,14 @@ private:
     Pasteboard &m_pasteboard;
 
     /// Requested when the launcher quits.
-    std::stop_source m_end;
+    std::stop_source m_quit;
     /// Settled when the action running at that time has finished.
-    Completion<bool> m_unwound;
+    Completion<bool> m_actionEnded;
 
     /// The running action, if any.
     std::optional<WorkTask> workTask;
-    RepoDownloader repo;
-    EngineManager engines;
+    const std::unique_ptr<RepoDownloader> repo;
+    const std::unique_ptr<EngineManager> engines;
     /// The controller of the import pass while step 3 runs.
     std::shared_ptr<ProcessController> importController;
 

@@ -2,6 +2,7 @@
 
 #include "AppModel.h"
 
+#include "EngineSpec.h"
 #include "ExitReport.h"
 #include "GameArguments.h"
 #include "Preferences.h"
@@ -20,8 +21,10 @@ constexpr std::chrono::seconds startingTime { 4 };
 
 void AppModel::launch(const EngineSpec &spec, const QString &engine, const QString &project)
 {
-    if (spec.major <= 3)
-        ProjectInspector::enableMouseAsTouch(project, log);
+    if (spec.major <= 3) {
+        if (const auto outcome = ProjectInspector::enableMouseAsTouch(project))
+            log.append(*outcome);
+    }
 
     const QStringList arguments
         = gameArguments(project, m_preferences.fullscreen(), m_preferences.resolution());

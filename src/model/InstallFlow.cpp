@@ -6,18 +6,22 @@
 #include "AppError.h"
 #include "Background.h"
 #include "CancellationError.h"
+#include "DownloadProgress.h"
+#include "EngineManager.h"
 #include "FileOperations.h"
 #include "Leftovers.h"
 #include "MainThread.h"
 #include "Paths.h"
 #include "ProcessController.h"
 #include "ProjectInspector.h"
+#include "RepoDownloader.h"
+#include "Uninstall.h"
 
 void AppModel::play() { startAction(&AppModel::runFlow); }
 
 void AppModel::startAction(Action action)
 {
-    if (workTask || runner.isRunning || m_end.stop_requested())
+    if (workTask || runner.isRunning || m_quit.stop_requested())
         return;
     clearFailure();
     log.lines = QStringList();
@@ -35,11 +39,11 @@ QCoro::Task<> AppModel::runAction(Action action, std::stop_token stop)
     co_await running;
 
     workTask.reset();
-    if (m_end.stop_requested())
-        m_unwound.settle(true);
+    if (m_quit.stop_requested())
+        m_actionEnded.settle(true);
     if (m_removeRootAgain) {
         m_removeRootAgain = false;
-        Leftovers::discardAll();
+        Uninstall::everything();
         forgetInfo();
     }
     if (runner.isRunning)
@@ -98,7 +102,7 @@ QCoro::Task<QString> AppModel::provideGame(std::stop_token stop)
 
     state = AppState::downloading(QStringLiteral("the game"));
     enterStep(QStringLiteral("Step 1 of 4: downloading the game"));
-    auto installing = repo.install(&log, progressOnMainThread(), stop);
+    auto installing = repo->install(&log, progressOnMainThread(), stop);
     co_await installing;
     throwIfCancelled(stop);
 
@@ -117,7 +121,7 @@ QCoro::Task<QString> AppModel::provideEngine(EngineSpec spec, std::stop_token st
 
     state = AppState::downloading(spec.displayName());
     enterStep(QStringLiteral("Step 2 of 4: downloading ") + spec.displayName());
-    auto installing = engines.install(spec, &log, progressOnMainThread(), stop);
+    auto installing = engines->install(spec, &log, progressOnMainThread(), stop);
     co_await installing;
     throwIfCancelled(stop);
 
@@ -136,13 +140,13 @@ QCoro::Task<> AppModel::provideImport(EngineSpec spec, QString executable, QStri
     state = AppState::settingUp();
     enterStep(QStringLiteral("Step 3 of 4: first-time setup, this can take a minute or more"));
     importController = ProcessController::create();
-    auto importing = engines.importProject(spec, executable, project, &log, importController);
+    auto importing = engines->importProject(spec, executable, project, &log, importController);
     const bool imported = co_await importing;
     importController.reset();
     // An interrupted import may have written only some of the files, which does not show from outside.
     // Without the marker the next Play imports again.
     if (stop.stop_requested())
-        Leftovers::discard(EngineManager::markerURL(spec));
+        Uninstall::file(EngineManager::markerURL(spec));
     throwIfCancelled(stop);
     if (!imported)
         log.append(QStringLiteral("Setup did not report imported files; trying to start the game anyway."));

@@ -6,12 +6,15 @@
 #include "Background.h"
 #include "CancellationError.h"
 #include "DirectorySize.h"
+#include "DownloadProgress.h"
 #include "FileOperations.h"
 #include "Leftovers.h"
 #include "Pasteboard.h"
 #include "Paths.h"
 #include "ProcessController.h"
+#include "RepoDownloader.h"
 #include "SaveFolder.h"
+#include "Uninstall.h"
 #include "Workspace.h"
 
 #include <QPointer>
@@ -19,7 +22,7 @@
 namespace {
 
 /// How long an import may take to end when the launcher quits, which itself does not wait much longer.
-constexpr std::chrono::milliseconds farewellPatience { 300 };
+constexpr std::chrono::milliseconds importPatienceWhenQuitting { 300 };
 
 QString folderSentence(const QString &folder)
 {
@@ -35,7 +38,7 @@ QCoro::Task<> AppModel::runUpdate(std::stop_token stop)
     try {
         state = AppState::downloading(QStringLiteral("the game"));
         enterStep(QStringLiteral("Updating the game (your save files are kept)"));
-        auto installing = repo.install(&log, progressOnMainThread(), stop);
+        auto installing = repo->install(&log, progressOnMainThread(), stop);
         co_await installing;
         // Everything may have been removed after the installation's last check for cancellation.
         if (m_removeRootAgain)
@@ -59,8 +62,8 @@ void AppModel::reinstall()
     if (workTask || runner.isRunning)
         return;
     Leftovers::beginToClear(); // or a later clearing would put back a game that was about to be replaced
-    Leftovers::discard(Paths::gameFolder());
-    Leftovers::discard(Paths::engineFolder());
+    Uninstall::game();
+    Uninstall::engines();
     forgetInfo();
     state = AppState::notDownloaded();
     play();
@@ -73,7 +76,7 @@ void AppModel::removeEverything()
     cancel();
     // An action that is still unpacking may write files before it notices; they are discarded when it ends.
     m_removeRootAgain = workTask.has_value();
-    Leftovers::discardAll();
+    Uninstall::everything();
     forgetInfo();
     failureMessage = std::nullopt;
     failureLines = QStringList();
@@ -136,10 +139,10 @@ void AppModel::copyFailure()
 
 void AppModel::stopForQuit() { runner.stop(); }
 
-QCoro::Task<> AppModel::windDown()
+QCoro::Task<> AppModel::prepareToQuit()
 {
-    m_end.request_stop();
-    cancelWithin(farewellPatience);
+    m_quit.request_stop();
+    cancelWithin(importPatienceWhenQuitting);
     if (workTask)
-        co_await m_unwound;
+        co_await m_actionEnded;
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "FileDescriptor.h"
 #include "LineSplitter.h"
+#include "Pipe.h"
 
 #include <functional>
 #include <memory>

@@ -3,6 +3,7 @@
 #include "ChildEnvironment.h"
 #include "ChildProcess.h"
 #include "Completion.h"
+#include "ErrnoText.h"
 #include "MainThread.h"
 #include "OutputReader.h"
 
@@ -16,7 +17,7 @@ namespace {
 QString couldNotStartLine(const QString &executable, int error)
 {
     return QStringLiteral("Could not start %1: %2")
-        .arg(QFileInfo(executable).fileName(), qt_error_string(error));
+        .arg(QFileInfo(executable).fileName(), QString::fromStdString(errnoText(error)));
 }
 
 /// Returns an errno value, 0 on success.

@@ -2,7 +2,6 @@
 
 #include "FileError.h"
 #include "FileOperations.h"
-#include "LogStore.h"
 #include "ProjectInspector.h"
 #include "TextFile.h"
 
@@ -41,7 +40,7 @@ std::optional<QByteArray> withMouseAsTouch(QByteArray text)
     return text;
 }
 
-void ProjectInspector::enableMouseAsTouch(const QString &root, LogStore &log)
+std::optional<QString> ProjectInspector::enableMouseAsTouch(const QString &root)
 {
     const QString path = root + QStringLiteral("/project.godot");
     // Moved and edited in place, because it may be large.
@@ -49,13 +48,12 @@ void ProjectInspector::enableMouseAsTouch(const QString &root, LogStore &log)
     if (text)
         text = withMouseAsTouch(*std::move(text));
     if (!text)
-        return;
+        return std::nullopt;
     try {
         FileOperations::writeAtomically(path, text->prepend(byteOrderMark(path)));
     } catch (const FileError &error) {
-        log.append(QStringLiteral("Could not enable mouse-as-touch: ") + error.description());
-        return;
+        return QStringLiteral("Could not enable mouse-as-touch: ") + error.errorDescription();
     }
-    log.append(QStringLiteral(
-        "Enabled mouse clicks as touch in the downloaded copy so the game's buttons work on a Mac."));
+    return QStringLiteral(
+        "Enabled mouse clicks as touch in the downloaded copy so the game's buttons work on a Mac.");
 }

@@ -6,8 +6,6 @@
 
 #include <optional>
 
-class LogStore;
-
 /// Reads the unpacked game project. Nothing here fails: whatever is missing or unreadable has a fallback.
 /// Touches the file system only; any thread.
 namespace ProjectInspector {
@@ -25,8 +23,8 @@ ProjectInfo inspect(const QString &root);
 ProjectInfo inspectForEngine(const QString &root);
 
 /// Makes mouse clicks count as touches in the downloaded copy of a 3.x game whose on-screen buttons only
-/// react to touches. Replaces the file atomically and logs the outcome. Does nothing, silently, when the
-/// project file already names the setting or cannot be read.
-void enableMouseAsTouch(const QString &root, LogStore &log);
+/// react to touches. Replaces the file atomically. Returns the line for the log; nothing when the project
+/// file already names the setting or cannot be read, and so stays as it is.
+std::optional<QString> enableMouseAsTouch(const QString &root);
 
 }

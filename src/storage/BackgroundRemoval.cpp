@@ -1,10 +1,13 @@
 #include "BackgroundRemoval.h"
 
+#include "FileOperations.h"
 #include "FolderWalk.h"
 #include "TreeRemoval.h"
 
 #include <QFile>
 #include <QUuid>
+
+#include <unistd.h>
 
 #include <condition_variable>
 #include <cstdio>
@@ -114,6 +117,17 @@ bool BackgroundRemoval::begin(const QString &path, const QString &place) noexcep
         return false;
     Worker::instance().remove(aside);
     return true;
+}
+
+bool BackgroundRemoval::remove(const QString &path, const QString &place) noexcept
+{
+    // An empty folder is not worth a thread, and at most starts "Temp" is empty.
+    if (!FileOperations::exists(path) || ::rmdir(QFile::encodeName(path).constData()) == 0)
+        return true;
+    if (FileOperations::isFolder(path) && begin(path, place))
+        return true;
+    // A mount point, for example, cannot be moved.
+    return FileOperations::removeTreeIfPossible(path);
 }
 
 void BackgroundRemoval::resume(const QString &place) noexcept

@@ -15,6 +15,10 @@ namespace BackgroundRemoval {
 /// to remove it. Returns false when it cannot be moved: it is then still where it was.
 bool begin(const QString &path, const QString &place) noexcept;
 
+/// Removes a folder as `begin` does, or at once where it cannot be moved, and anything else at once. Returns
+/// whether nothing is left at `path`.
+bool remove(const QString &path, const QString &place) noexcept;
+
 /// Starts to remove everything that was moved aside into `place` before, even by a launcher that was killed.
 /// Symbolic links in `place` are removed, not followed.
 void resume(const QString &place) noexcept;

@@ -1,7 +1,8 @@
 #include "FileError.h"
 
+#include "ErrnoText.h"
+
 #include <QFileInfo>
-#include <QtGlobal>
 
 namespace {
 
@@ -17,20 +18,21 @@ QString nameOf(const QString &path)
 }
 
 FileError::FileError(const QString &path, const QString &action, int code)
-    : FileError(QStringLiteral("“%1” could not be %2: %3.").arg(nameOf(path), action, qt_error_string(code)),
+    : FileError(QStringLiteral("“%1” could not be %2: %3.")
+                    .arg(nameOf(path), action, QString::fromStdString(errnoText(code))),
                 code)
 {
 }
 
 FileError::FileError(const QString &description, int code)
-    : m_description(description)
-    , m_utf8(m_description.toUtf8())
+    : DescribedError(description)
     , m_code(code)
 {
 }
 
 FileError FileError::noNewFolderIn(const QString &place, int code)
 {
-    return { QStringLiteral("A folder could not be created in “%1”: %2.").arg(place, qt_error_string(code)),
+    return { QStringLiteral("A folder could not be created in “%1”: %2.")
+                 .arg(place, QString::fromStdString(errnoText(code))),
              code };
 }

@@ -158,6 +158,12 @@ bool FileOperations::isReachable(const QString &path)
     return ::stat(encoded(path).constData(), &status) == 0;
 }
 
+bool FileOperations::isFolder(const QString &path)
+{
+    struct stat status = {};
+    return ::lstat(QFile::encodeName(path).constData(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 void FileOperations::createFolder(const QString &folder)
 {
     const QByteArray path = encoded(folder);

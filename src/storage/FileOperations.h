@@ -12,6 +12,9 @@ bool exists(const QString &path);
 /// Whether `path` exists once symbolic links are followed: a dangling one does not count.
 bool isReachable(const QString &path);
 
+/// Whether `path` is a folder and not a symbolic link to one.
+bool isFolder(const QString &path);
+
 /// Creates `folder` and its missing parents, for this user only. No error when the folder already exists.
 /// Throws FileError.
 void createFolder(const QString &folder);

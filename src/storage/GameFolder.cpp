@@ -2,8 +2,8 @@
 
 #include "FileError.h"
 #include "FileOperations.h"
-#include "LauncherFolder.h"
 #include "Paths.h"
+#include "SymlinkGuard.h"
 
 #include <QDir>
 
@@ -52,7 +52,7 @@ bool GameFolder::putBack() noexcept
 {
     const QString game = Paths::gameFolder();
     const QDir temp(Paths::tempFolder());
-    if (LauncherFolder::leadsThroughLink(setAsideIn(temp.path())))
+    if (SymlinkGuard::leadsThroughLink(setAsideIn(temp.path())))
         return true; // what lies there is not the launcher's
     for (const QString &name :
          temp.entryList(QDir::Dirs | QDir::NoSymLinks | QDir::NoDotAndDotDot | QDir::Hidden)) {

@@ -2,9 +2,10 @@
 
 #include "Desktop.h"
 #include "FileOperations.h"
-#include "LauncherFolder.h"
+#include "SymlinkGuard.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QUuid>
 
 namespace {
@@ -21,6 +22,8 @@ QString Paths::root()
     return applicationSupport(Desktop::current()) + QStringLiteral("/Vantor Platformer");
 }
 
+QString Paths::base() { return QFileInfo(root()).path(); }
+
 QString Paths::godotData()
 {
     const Desktop desktop = Desktop::current();
@@ -35,7 +38,7 @@ QString Paths::tempFolder() { return root() + QStringLiteral("/Temp"); }
 
 QString Paths::newTempDir()
 {
-    LauncherFolder::requireNoLinks();
+    SymlinkGuard::requireNoLinks();
     const QString name = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
     const QString folder = tempFolder() + u'/' + name;
     FileOperations::createFolder(folder);

@@ -13,6 +13,9 @@ QString root();
 /// The engine's user-data folder, "Godot" in the same place. Not created here, never written by the launcher.
 QString godotData();
 
+/// The folder that contains the root. Not created here.
+QString base();
+
 /// "Game" under the root: the game project and its import marker.
 QString gameFolder();
 

@@ -1,5 +1,7 @@
 #include "ArchiveFile.h"
 
+#include "ErrnoText.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -21,7 +23,7 @@ ArchiveFile::ArchiveFile(const std::string &path)
 {
     struct stat info = {};
     if (!m_file.isOpen() || fstat(m_file.get(), &info) != 0)
-        throw UnpackError("The archive could not be opened: " + std::string(std::strerror(errno)) + ".");
+        throw UnpackError("The archive could not be opened: " + errnoText(errno) + ".");
     if (!S_ISREG(info.st_mode) || info.st_size == 0)
         throw UnpackError("The file is not a zip archive.");
     m_size = static_cast<std::uint64_t>(info.st_size);
@@ -37,7 +39,7 @@ Bytes ArchiveFile::read(ArchivePart part, std::span<unsigned char> buffer) const
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0)
-            throw UnpackError("The archive could not be read: " + std::string(std::strerror(errno)) + ".");
+            throw UnpackError("The archive could not be read: " + errnoText(errno) + ".");
         if (count == 0)
             throw UnpackError("The archive is damaged: it has become shorter.");
         done += static_cast<std::size_t>(count);

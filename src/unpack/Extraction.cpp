@@ -1,6 +1,7 @@
 #include "Extraction.h"
 
 #include "ArchiveCheck.h"
+#include "ErrnoText.h"
 #include "FolderWriter.h"
 #include "MemberName.h"
 #include "MemberReader.h"
@@ -25,7 +26,7 @@ void writeAll(int output, Bytes bytes, const std::string &name)
             continue;
         if (count <= 0)
             throw UnpackError(quoted(name) + " could not be written: "
-                              + (count < 0 ? std::strerror(errno) : "the disk took nothing of it") + ".");
+                              + (count < 0 ? errnoText(errno) : "the disk took nothing of it") + ".");
         bytes = bytes.subspan(static_cast<std::size_t>(count));
     }
 }

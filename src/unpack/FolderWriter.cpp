@@ -1,5 +1,6 @@
 #include "FolderWriter.h"
 
+#include "ErrnoText.h"
 #include "MemberName.h"
 #include "UnpackError.h"
 
@@ -22,7 +23,7 @@ constexpr int openFolder = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 [[noreturn]] void fail(const std::string &name, const std::string &action)
 {
     const int code = errno;
-    throw UnpackError(quoted(name) + " could not be " + action + ": " + std::strerror(code) + ".");
+    throw UnpackError(quoted(name) + " could not be " + action + ": " + errnoText(code) + ".");
 }
 
 void setTime(int file, const std::string &name, std::time_t modified)

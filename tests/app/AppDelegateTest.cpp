@@ -26,7 +26,7 @@ private Q_SLOTS:
     void aGameThatEndsDuringTheQuestionAnswersIt();
     void theQuestionIsSeenWhereTheWindowIsMinimised();
     void theQuestionLiesOverAnOpenSheet();
-    void leavingTakesTheSheetsAlong();
+    void quittingClosesTheSheetsToo();
 };
 
 void AppDelegateTest::beforeTheWindowIsShownQuittingEndsAtOnce()
@@ -188,12 +188,12 @@ void AppDelegateTest::aSystemThatEndsTheProgramTwiceEndsItOnce()
     int ended = 0;
     AppDelegate delegate([&ended] { ++ended; });
     delegate.attach(stage.model, window);
-    int leaving = 0;
-    connect(&delegate, &AppDelegate::leaving, this, [&leaving] { ++leaving; });
+    int quitting = 0;
+    connect(&delegate, &AppDelegate::quitting, this, [&quitting] { ++quitting; });
     delegate.quitAtOnce();
     delegate.quitAtOnce();
     QCOMPARE(ended, 1);
-    QCOMPARE(leaving, 1);
+    QCOMPARE(quitting, 1);
 }
 
 void AppDelegateTest::aWindowThatGoesByItselfAsksNothing()
@@ -247,7 +247,7 @@ void AppDelegateTest::theQuestionLiesOverAnOpenSheet()
     QCOMPARE(running.ended, 0);
 }
 
-void AppDelegateTest::leavingTakesTheSheetsAlong()
+void AppDelegateTest::quittingClosesTheSheetsToo()
 {
     Running running;
     auto *sheet = running.stage.openSettings();

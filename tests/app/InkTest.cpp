@@ -89,7 +89,7 @@ void InkTest::everyTextHasItsInk()
         const QColor ground = picture.pixelColor(picture.width() - 1, picture.height() - 1);
         const QColor ink = Pixels::ink(picture, ground);
         const QColor plain = palette.color(QPalette::WindowText);
-        const double strength = Shades::contrast(ink, ground) / Shades::contrast(plain, ground);
+        const double strength = Colours::contrast(ink, ground) / Colours::contrast(plain, ground);
         const int redness = ink.red() - std::max(ink.green(), ink.blue());
         const QString seen = QStringLiteral("%1 on %2").arg(ink.name(), ground.name());
         switch (static_cast<Kind>(kind)) {

@@ -52,7 +52,7 @@ void PanelTest::theFailureStandsOnRedAndItsLinesOnBlack()
     stage.open(QSize(600, 1000));
 
     const QColor window = palette.color(QPalette::Window);
-    const QColor panelGround = Shades::over(red(0.08), window);
+    const QColor panelGround = Colours::over(red(0.08), window);
     const auto *view = stage.visible<FailureView>();
     const QImage panel = Pixels::of(*stage.window, *view);
     for (const QPoint &place :
@@ -65,7 +65,7 @@ void PanelTest::theFailureStandsOnRedAndItsLinesOnBlack()
         QVERIFY2(std::abs(radius - 10) < 1, qPrintable(QString::number(radius)));
     }
 
-    const QColor boxGround = Shades::over(black(0.06), panelGround);
+    const QColor boxGround = Colours::over(black(0.06), panelGround);
     const QImage box = Pixels::of(*stage.window, *view->findChild<LogText *>()->parentWidget());
     for (const QPoint &place : { QPoint(box.width() / 2, 0), QPoint(0, box.height() / 2) })
         QVERIFY2(Pixels::distance(box.pixelColor(place), boxGround) <= 2,
@@ -132,7 +132,7 @@ void PanelTest::theLogStandsOnBlack()
     QCOMPARE(view->size(), QSize(600 - 2 * 20, 180));
 
     const QColor window = palette.color(QPalette::Window);
-    const QColor ground = Shades::over(black(0.06), window);
+    const QColor ground = Colours::over(black(0.06), window);
     const QImage picture = Pixels::of(*stage.window, *view);
     for (const QPoint &place : { QPoint(280, 0), QPoint(280, 179), QPoint(0, 90), QPoint(280, 100) })
         QVERIFY2(Pixels::distance(picture.pixelColor(place), ground) <= 2,

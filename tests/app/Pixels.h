@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Shades.h"
+#include "Colours.h"
 
 #include <QApplication>
 #include <QImage>
@@ -106,7 +106,7 @@ inline QColor ink(const QImage &image, const QColor &ground)
     for (int y = 0; y < image.height(); ++y) {
         for (int x = 0; x < image.width(); ++x) {
             const QColor colour = image.pixelColor(x, y);
-            if (Shades::contrast(colour, ground) > Shades::contrast(most, ground))
+            if (Colours::contrast(colour, ground) > Colours::contrast(most, ground))
                 most = colour;
         }
     }

@@ -1,4 +1,5 @@
 #include "DownloadProgress.h"
+#include "FileSizeText.h"
 #include "Paths.h"
 #include "ProgressBlock.h"
 #include "Samples.h"

@@ -14,6 +14,7 @@
 #include "Background.h"
 #include "BackgroundRemoval.h"
 #include "CodeHost.h"
+#include "EngineManager.h"
 #include "FileOperations.h"
 #include "Leftovers.h"
 #include "Pasteboard.h"

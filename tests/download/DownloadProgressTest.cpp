@@ -1,4 +1,5 @@
 #include "DownloadProgress.h"
+#include "FileSizeText.h"
 
 #include <QTest>
 

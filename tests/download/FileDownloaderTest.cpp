@@ -247,7 +247,7 @@ private Q_SLOTS:
         const auto error = Tasks::failure<FileError>(download->start());
         QVERIFY(error);
         QCOMPARE(error->code(), ENOENT);
-        QVERIFY2(error->description().contains(u"game.zip"_s), qPrintable(error->description()));
+        QVERIFY2(error->errorDescription().contains(u"game.zip"_s), qPrintable(error->errorDescription()));
     }
 
     void aDestinationInAFolderThatIsAFileIsAFileError()
@@ -272,7 +272,7 @@ private Q_SLOTS:
         const auto error = Tasks::failure<FileError>(std::move(task));
         QVERIFY(error);
         QCOMPARE(error->code(), ENOENT);
-        QCOMPARE(error->description(), u"“game.zip” could not be written: No such file or directory."_s);
+        QCOMPARE(error->errorDescription(), u"“game.zip” could not be written: No such file or directory."_s);
     }
 
     void aDestinationThatCannotBeRemovedIsAFileErrorAndNothingIsLeftBesideIt()
@@ -288,7 +288,7 @@ private Q_SLOTS:
         const auto error = Tasks::failure<FileError>(downloader()->start());
         QVERIFY(error);
         QCOMPARE(error->code(), EBUSY);
-        QCOMPARE(error->description(), u"“game.zip” could not be removed: Device or resource busy."_s);
+        QCOMPARE(error->errorDescription(), u"“game.zip” could not be removed: Device or resource busy."_s);
         QCOMPARE(filesInFolder(), QStringList { u"game.zip"_s });
 #else
         QSKIP("There is no other file system to be had here.");

@@ -31,7 +31,7 @@ private Q_SLOTS:
         const auto error = downloadFailure();
         QVERIFY(error);
         QCOMPARE(error->code(), ENOSPC);
-        QVERIFY2(error->description().contains(u"game.zip"_s), qPrintable(error->description()));
+        QVERIFY2(error->errorDescription().contains(u"game.zip"_s), qPrintable(error->errorDescription()));
         QVERIFY(QDir(m_folder.path()).isEmpty());
 #else
         QSKIP("There is no small disk to be had here.");

@@ -185,7 +185,7 @@ private:
         } catch (const AppError &error) {
             return error.errorDescription();
         } catch (const FileError &error) {
-            return error.description();
+            return error.errorDescription();
         }
         return {};
     }

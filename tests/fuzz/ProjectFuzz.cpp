@@ -1,7 +1,6 @@
 // Arbitrary bytes, split at zero bytes into a game's README, licence, script and project file.
 
 #include "Fuzzing.h"
-#include "LogStore.h"
 #include "ProjectInspector.h"
 #include "Readme.h"
 #include "SaveFolder.h"
@@ -105,11 +104,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const QString folder = QString::fromStdString(root.string());
     expectFacts(ProjectInspector::inspect(folder), rest);
 
-    LogStore log;
-    ProjectInspector::enableMouseAsTouch(folder, log);
+    ProjectInspector::enableMouseAsTouch(folder);
     const QByteArray edited = contentOf(root / "project.godot");
     expectExactEdit(rest, edited);
-    ProjectInspector::enableMouseAsTouch(folder, log);
+    ProjectInspector::enableMouseAsTouch(folder);
     expect(contentOf(root / "project.godot") == edited, "a second edit changes nothing");
     return 0;
 }

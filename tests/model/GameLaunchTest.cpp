@@ -1,3 +1,4 @@
+#include "EngineManager.h"
 #include "Player.h"
 
 #include <QElapsedTimer>

@@ -3,6 +3,7 @@
 
 #include "Background.h"
 #include "Children.h"
+#include "EngineManager.h"
 #include "Player.h"
 #include "Strain.h"
 
@@ -399,7 +400,7 @@ void HostileChildrenTest::anImportThatIgnoresTheRequestToEndIsEndedAtOnceWithThe
     QVERIFY(watch.strain.runUntil([&ending] { return ending.log.lines->contains(QStringLiteral("ready")); }));
     QElapsedTimer sinceEnd;
     sinceEnd.start();
-    auto unwinding = ending.windDown();
+    auto preparing = ending.prepareToQuit();
     QVERIFY(watch.strain.runUntil([&ending] { return !ending.isWorking(); }));
     QVERIFY(sinceEnd.elapsed() < 900); // quitting waits only briefly
     QCOMPARE(ending.log.lines->last(), QStringLiteral("Cancelled."));

@@ -288,7 +288,7 @@ private Q_SLOTS:
         AppModel &model = player.startModel();
         model.play();
         QTRY_VERIFY(!model.progressDetail->isEmpty());
-        Tasks::finish(model.windDown());
+        Tasks::finish(model.prepareToQuit());
         QVERIFY(!model.isWorking());
         QCOMPARE(Player::scratch(), QStringList());
         model.play();
@@ -309,7 +309,7 @@ private Q_SLOTS:
         AppModel &model = player.startModel();
         model.play();
         QTRY_VERIFY(model.log.lines->contains(QStringLiteral("unpacking")));
-        Tasks::finish(model.windDown(), std::chrono::seconds(5));
+        Tasks::finish(model.prepareToQuit(), std::chrono::seconds(5));
         Desktop::use(std::nullopt);
         QVERIFY(!model.isWorking());
         QVERIFY(!model.failureMessage.get());
@@ -320,7 +320,7 @@ private Q_SLOTS:
     void theLaunchersEndWithNothingRunningIsOverAtOnce()
     {
         Player player;
-        QVERIFY(player.startModel().windDown().isReady());
+        QVERIFY(player.startModel().prepareToQuit().isReady());
     }
 
     void theFreeableSizeIsThatOfTheLaunchersFolder()

@@ -8,6 +8,7 @@
 #include "Preferences.h"
 #include "ProcessController.h"
 #include "TestHome.h"
+#include "TransferRules.h"
 #include "Workspace.h"
 
 #include <QDirIterator>

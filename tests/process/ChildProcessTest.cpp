@@ -2,7 +2,7 @@
 
 #include "ChildEnvironment.h"
 #include "Children.h"
-#include "FileDescriptor.h"
+#include "Pipe.h"
 
 #include <QTest>
 

@@ -1,7 +1,7 @@
 #include "Children.h"
-#include "FileDescriptor.h"
 #include "OrdinaryUser.h"
 #include "OutputReader.h"
+#include "Pipe.h"
 #include "TestHome.h"
 #include "ThreadLimit.h"
 

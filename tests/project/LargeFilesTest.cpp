@@ -1,5 +1,4 @@
 #include "Controls.h"
-#include "LogStore.h"
 #include "ProjectInspector.h"
 #include "Readme.h"
 #include "TestHome.h"
@@ -73,12 +72,10 @@ void measure(const QString &what, const QString &root)
 {
     const qint64 memory = peakMemory();
     const qint64 time = processorMilliseconds();
-    if (what == QLatin1StringView("--read")) {
+    if (what == QLatin1StringView("--read"))
         ProjectInspector::inspect(root);
-    } else {
-        LogStore log;
-        ProjectInspector::enableMouseAsTouch(root, log);
-    }
+    else
+        ProjectInspector::enableMouseAsTouch(root);
     std::printf("%lld %lld\n", static_cast<long long>(peakMemory() - memory),
                 static_cast<long long>(processorMilliseconds() - time));
 }

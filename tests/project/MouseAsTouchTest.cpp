@@ -1,7 +1,6 @@
 #include "MouseAsTouch.h"
 
 #include "FileError.h"
-#include "LogStore.h"
 #include "ProjectInspector.h"
 #include "TestHome.h"
 
@@ -114,73 +113,63 @@ void MouseAsTouchTest::aTextThatNamesTheSettingIsLeftAlone()
 void MouseAsTouchTest::theFileIsEditedAndTheLogSaysSo()
 {
     const TestHome home;
-    LogStore log;
     const QString file = home.write(QStringLiteral("project.godot"), "config_version=4");
-    ProjectInspector::enableMouseAsTouch(home.path(), log);
+    QCOMPARE(ProjectInspector::enableMouseAsTouch(home.path()), enabled);
     QCOMPARE(contentOf(file),
              QByteArray("config_version=4\n\n[input_devices]\n\npointing/emulate_touch_from_mouse=true\n"));
-    QCOMPARE(log.lines.get(), QStringList { enabled });
 }
 
 void MouseAsTouchTest::aSecondCallChangesAndLogsNothing()
 {
     const TestHome home;
-    LogStore log;
     const QString file = home.write(QStringLiteral("project.godot"), "[input_devices]\n");
-    ProjectInspector::enableMouseAsTouch(home.path(), log);
+    ProjectInspector::enableMouseAsTouch(home.path());
     const QByteArray once = contentOf(file);
-    log.lines = QStringList();
-    ProjectInspector::enableMouseAsTouch(home.path(), log);
+    QCOMPARE(ProjectInspector::enableMouseAsTouch(home.path()), std::nullopt);
     QCOMPARE(contentOf(file), once);
-    QCOMPARE(log.lines.get(), QStringList());
 }
 
 void MouseAsTouchTest::aFileThatDecidesTheSettingIsLeftAloneWithoutAWord()
 {
     const TestHome home;
-    LogStore log;
     const QByteArray text = "[input_devices]\npointing/emulate_touch_from_mouse=false\n";
     const QString file = home.write(QStringLiteral("project.godot"), text);
-    ProjectInspector::enableMouseAsTouch(home.path(), log);
+    QCOMPARE(ProjectInspector::enableMouseAsTouch(home.path()), std::nullopt);
     QCOMPARE(contentOf(file), text);
-    QCOMPARE(log.lines.get(), QStringList());
 }
 
 void MouseAsTouchTest::anUnreadableFileIsLeftAloneWithoutAWord()
 {
-    LogStore log;
     {
         const TestHome missing;
-        ProjectInspector::enableMouseAsTouch(missing.path(), log);
+        QCOMPARE(ProjectInspector::enableMouseAsTouch(missing.path()), std::nullopt);
         QVERIFY(!QFile::exists(missing.filePath(QStringLiteral("project.godot"))));
     }
     {
         const TestHome notUtf8;
         const QByteArray text = "config/name=\"\xff\"\n";
         const QString file = notUtf8.write(QStringLiteral("project.godot"), text);
-        ProjectInspector::enableMouseAsTouch(notUtf8.path(), log);
+        QCOMPARE(ProjectInspector::enableMouseAsTouch(notUtf8.path()), std::nullopt);
         QCOMPARE(contentOf(file), text);
     }
     {
         const TestHome pipe;
         const QString path = pipe.filePath(QStringLiteral("project.godot"));
         QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
-        ProjectInspector::enableMouseAsTouch(pipe.path(), log);
+        QCOMPARE(ProjectInspector::enableMouseAsTouch(pipe.path()), std::nullopt);
     }
     {
         const TestHome folder;
         folder.write(QStringLiteral("project.godot/x"), "");
-        ProjectInspector::enableMouseAsTouch(folder.path(), log);
+        QCOMPARE(ProjectInspector::enableMouseAsTouch(folder.path()), std::nullopt);
     }
-    QCOMPARE(log.lines.get(), QStringList());
 }
 
 void MouseAsTouchTest::aByteOrderMarkStays()
 {
     const TestHome home;
-    LogStore log;
     const QString file = home.write(QStringLiteral("project.godot"), "\xef\xbb\xbf[input_devices]\n");
-    ProjectInspector::enableMouseAsTouch(home.path(), log);
+    ProjectInspector::enableMouseAsTouch(home.path());
     QCOMPARE(contentOf(file),
              QByteArray("\xef\xbb\xbf[input_devices]\n\npointing/emulate_touch_from_mouse=true\n"));
 }
@@ -188,50 +177,44 @@ void MouseAsTouchTest::aByteOrderMarkStays()
 void MouseAsTouchTest::allOtherBytesStay()
 {
     const TestHome home;
-    LogStore log;
     const QByteArray before
         = QByteArrayLiteral("a\0b\r\r\n\t\xc3\xbc\xf0\x9f\x8e\xae\xe2\x80\xa8\xef\xbf\xbd\xef\xbb\xbf");
     const QByteArray after = "\r\n\x01\x7f";
     const QString file = home.write(QStringLiteral("project.godot"), before + "[input_devices]" + after);
-    ProjectInspector::enableMouseAsTouch(home.path(), log);
+    ProjectInspector::enableMouseAsTouch(home.path());
     QCOMPARE(contentOf(file), before + "[input_devices]\n\npointing/emulate_touch_from_mouse=true" + after);
 }
 
 void MouseAsTouchTest::aReadOnlyFileGivesTheReason()
 {
     const TestHome home;
-    LogStore log;
     const QByteArray text = "config_version=4\n";
     const QString file = home.write(QStringLiteral("project.godot"), text);
     QVERIFY(QFile::setPermissions(file, QFile::ReadOwner));
-    ProjectInspector::enableMouseAsTouch(home.path(), log);
-    QCOMPARE(contentOf(file), text);
     const FileError expected(file, QStringLiteral("written"), EACCES);
-    QCOMPARE(log.lines.get(),
-             QStringList { QStringLiteral("Could not enable mouse-as-touch: ") + expected.description() });
+    QCOMPARE(ProjectInspector::enableMouseAsTouch(home.path()),
+             QStringLiteral("Could not enable mouse-as-touch: ") + expected.errorDescription());
+    QCOMPARE(contentOf(file), text);
 }
 
 void MouseAsTouchTest::aLinkIsReplacedAndItsTargetIsNotTouched()
 {
     const TestHome home;
-    LogStore log;
     const QString outside = home.write(QStringLiteral("outside"), "config_version=4\n");
     QVERIFY(QDir().mkpath(home.filePath(QStringLiteral("game"))));
     const QString file = home.filePath(QStringLiteral("game/project.godot"));
     QVERIFY(QFile::link(outside, file));
-    ProjectInspector::enableMouseAsTouch(home.filePath(QStringLiteral("game")), log);
+    QCOMPARE(ProjectInspector::enableMouseAsTouch(home.filePath(QStringLiteral("game"))), enabled);
     QCOMPARE(contentOf(outside), QByteArray("config_version=4\n"));
     QVERIFY(contentOf(file).contains("emulate_touch_from_mouse=true"));
-    QCOMPARE(log.lines.get(), QStringList { enabled });
 }
 
 void MouseAsTouchTest::thePermissionsStay()
 {
     const TestHome home;
-    LogStore log;
     const QString file = home.write(QStringLiteral("project.godot"), "a");
     QCOMPARE(::chmod(QFile::encodeName(file).constData(), 0640), 0);
-    ProjectInspector::enableMouseAsTouch(home.path(), log);
+    ProjectInspector::enableMouseAsTouch(home.path());
     struct stat status = {};
     QCOMPARE(::stat(QFile::encodeName(file).constData(), &status), 0);
     QCOMPARE(status.st_mode & 0777U, 0640U);
@@ -240,9 +223,8 @@ void MouseAsTouchTest::thePermissionsStay()
 void MouseAsTouchTest::nothingIsLeftBesideTheFile()
 {
     const TestHome home;
-    LogStore log;
     home.write(QStringLiteral("project.godot"), "a");
-    ProjectInspector::enableMouseAsTouch(home.path(), log);
+    ProjectInspector::enableMouseAsTouch(home.path());
     const auto all = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
     QCOMPARE(QDir(home.path()).entryList(all), QStringList { QStringLiteral("project.godot") });
 }

@@ -6,6 +6,7 @@
 #include "OrdinaryUser.h"
 #include "TestHome.h"
 #include "ThreadLimit.h"
+#include "Uninstall.h"
 
 #include <QDir>
 #include <QTest>
@@ -72,11 +73,11 @@ private Q_SLOTS:
         {
             const Standstill nothingGoes;
             if (what.isEmpty())
-                Leftovers::discardAll();
+                Uninstall::everything();
             else if (what == QStringLiteral("Temp"))
                 QVERIFY(Leftovers::beginToClear());
             else
-                Leftovers::discard(Paths::gameFolder());
+                Uninstall::game();
             QVERIFY(!FileOperations::exists(what.isEmpty() ? Paths::root() : Paths::root() + u'/' + what));
             QCOMPARE(aside(place).size(), 1);
         }
@@ -131,7 +132,7 @@ private Q_SLOTS:
         keep(QStringLiteral("Game/project.godot"));
         const Standstill nothingGoes;
         QVERIFY(Leftovers::beginToClear());
-        Leftovers::discard(Paths::gameFolder());
+        Uninstall::game();
         QVERIFY(Leftovers::beginToClear());
         QVERIFY(!FileOperations::exists(Paths::gameFolder()));
     }
@@ -154,7 +155,7 @@ private Q_SLOTS:
             QVERIFY(OrdinaryUser::own(QFile::encodeName(path).constData()));
         QVERIFY(OrdinaryUser::run([] {
             const ThreadLimit none;
-            Leftovers::discard(Paths::gameFolder());
+            Uninstall::game();
             const bool isAside = aside(Paths::root()).size() == 1;
             BackgroundRemoval::wait({});
             return isAside && aside(Paths::root()).isEmpty();

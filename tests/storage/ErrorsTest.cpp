@@ -37,23 +37,24 @@ void ErrorsTest::anAppErrorCanBeCopied()
 void ErrorsTest::aFileErrorNamesTheFileAndTheReason()
 {
     const FileError error(QStringLiteral("/somewhere/game.zip"), QStringLiteral("moved"), ENOSPC);
-    QCOMPARE(error.description(), QStringLiteral("“game.zip” could not be moved: No space left on device."));
-    QCOMPARE(QString::fromUtf8(error.what()), error.description());
+    QCOMPARE(error.errorDescription(),
+             QStringLiteral("“game.zip” could not be moved: No space left on device."));
+    QCOMPARE(QString::fromUtf8(error.what()), error.errorDescription());
     QCOMPARE(error.code(), ENOSPC);
 }
 
 void ErrorsTest::aFileErrorNamesAFolderThatIsWrittenWithASlash()
 {
     const FileError folder(QStringLiteral("/somewhere/Game//"), QStringLiteral("created"), EACCES);
-    QCOMPARE(folder.description(), QStringLiteral("“Game” could not be created: Permission denied."));
+    QCOMPARE(folder.errorDescription(), QStringLiteral("“Game” could not be created: Permission denied."));
     const FileError top(QStringLiteral("/"), QStringLiteral("removed"), EBUSY);
-    QVERIFY(top.description().startsWith(QStringLiteral("“/” could not be removed: ")));
+    QVERIFY(top.errorDescription().startsWith(QStringLiteral("“/” could not be removed: ")));
 }
 
 void ErrorsTest::aFileErrorTakesANameWithPlaceholdersAsItIs()
 {
     const FileError error(QStringLiteral("/%2/%3%1"), QStringLiteral("moved"), EACCES);
-    QCOMPARE(error.description(), QStringLiteral("“%3%1” could not be moved: Permission denied."));
+    QCOMPARE(error.errorDescription(), QStringLiteral("“%3%1” could not be moved: Permission denied."));
 }
 
 void ErrorsTest::thePlayerReadsAnAppErrorsOwnSentence()

@@ -122,10 +122,10 @@ void FileOperationsTest::aFileInTheWayOfAFolderIsAnError()
     const QString file = home.write(QStringLiteral("file"), "1");
     auto error = failureOf([&] { FileOperations::createFolder(file); });
     QVERIFY(error);
-    QCOMPARE(error->description(), QStringLiteral("“file” could not be created: File exists."));
+    QCOMPARE(error->errorDescription(), QStringLiteral("“file” could not be created: File exists."));
     error = failureOf([&] { FileOperations::createFolder(file + QStringLiteral("/a/b")); });
     QVERIFY(error);
-    QCOMPARE(error->description(),
+    QCOMPARE(error->errorDescription(),
              QStringLiteral("A folder could not be created in “%1”: Not a directory.").arg(file));
     QVERIFY(failureOf([] { FileOperations::createFolder(QString()); }));
 }
@@ -191,7 +191,7 @@ void FileOperationsTest::movingAMissingFileIsAnError()
         FileOperations::move(home.filePath(QStringLiteral("game.zip")), home.filePath(QStringLiteral("to")));
     });
     QVERIFY(error);
-    QCOMPARE(error->description(),
+    QCOMPARE(error->errorDescription(),
              QStringLiteral("“game.zip” could not be moved: No such file or directory."));
 }
 
@@ -252,7 +252,7 @@ void FileOperationsTest::aReadOnlyFileIsNotReplaced()
     QCOMPARE(::chmod(QFile::encodeName(path).constData(), 0444), 0);
     const auto error = failureOf([&] { FileOperations::writeAtomically(path, "new"); });
     QVERIFY(error);
-    QCOMPARE(error->description(),
+    QCOMPARE(error->errorDescription(),
              QStringLiteral("“project.godot” could not be written: Permission denied."));
     QCOMPARE(contentOf(path), QByteArray("old"));
     QCOMPARE(everythingIn(home.path()), QStringList(QStringLiteral("project.godot")));

@@ -3,6 +3,7 @@
 #include "Paths.h"
 
 #include "TestHome.h"
+#include "Uninstall.h"
 
 #include <QDir>
 #include <QTest>
@@ -83,14 +84,14 @@ private Q_SLOTS:
     void whatIsDiscardedIsGoneAndLeavesNothingBehind()
     {
         write(QStringLiteral("Game/levels/one"));
-        Leftovers::discard(Paths::gameFolder());
+        Uninstall::game();
         QVERIFY(!exists(QStringLiteral("Game")));
         QVERIFY(QDir(Paths::tempFolder()).isEmpty());
     }
 
     void discardingNothingCreatesNothing()
     {
-        Leftovers::discard(Paths::gameFolder());
+        Uninstall::game();
         QVERIFY(!QFileInfo::exists(Paths::root()));
     }
 
@@ -98,7 +99,7 @@ private Q_SLOTS:
     {
         write(QStringLiteral("Temp")); // a file, so that no folder can be made there
         write(QStringLiteral("Game/project.godot"));
-        Leftovers::discard(Paths::gameFolder());
+        Uninstall::game();
         QVERIFY(!exists(QStringLiteral("Game")));
     }
 

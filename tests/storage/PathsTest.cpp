@@ -144,7 +144,7 @@ void PathsTest::aTempDirThatCannotBeMadeIsTheFileSystemsOwnError()
         QFAIL("A folder was made inside a file.");
     } catch (const FileError &error) {
         QCOMPARE(error.code(), ENOTDIR);
-        QCOMPARE(error.description(),
+        QCOMPARE(error.errorDescription(),
                  QStringLiteral("A folder could not be created in “%1”: Not a directory.")
                      .arg(Paths::tempFolder()));
     }
@@ -172,7 +172,7 @@ void PathsTest::theFolderThatMayNotBeWrittenIsNamed()
             return false;
         } catch (const FileError &error) {
             return error.code() == EACCES
-                && error.description()
+                && error.errorDescription()
                 == QStringLiteral("A folder could not be created in “%1”: Permission denied.").arg(path);
         }
     };

@@ -261,7 +261,8 @@ void RemovalTest::ofFoldersThatCannotBeEnteredTheEmptyOneGoes()
             return false;
         } catch (const FileError &error) {
             return error.code() == EACCES
-                && error.description() == QStringLiteral("“held” could not be removed: Permission denied.");
+                && error.errorDescription()
+                == QStringLiteral("“held” could not be removed: Permission denied.");
         }
     });
     QVERIFY(named);
@@ -282,7 +283,8 @@ void RemovalTest::theFirstThingThatCannotBeRemovedIsNamed()
         } catch (const FileError &error) {
             // The file in the other user's folder, not the folders that it keeps from being empty.
             return error.code() == EACCES
-                && error.description() == QStringLiteral("“file” could not be removed: Permission denied.");
+                && error.errorDescription()
+                == QStringLiteral("“file” could not be removed: Permission denied.");
         }
     });
     QVERIFY(named);

@@ -1,0 +1,70 @@
+#include "FailureView.h"
+
+#include "AppModel.h"
+#include "Colours.h"
+#include "LogText.h"
+#include "Panel.h"
+#include "TextButton.h"
+#include "TextLabel.h"
+
+#include <QVBoxLayout>
+
+namespace {
+
+constexpr int panelPadding = 12;
+constexpr int panelSpacing = 8;
+constexpr double panelRadius = 10;
+constexpr double boxRadius = 6;
+/// The box scrolls beyond this: a failure's thirty lines would push the rest out of the window.
+constexpr int mostLines = 12;
+
+}
+
+FailureView::FailureView(AppModel &model, QWidget *parent)
+    : QWidget(parent)
+    , m_model(model)
+    , m_message(new TextLabel(TextStyle::Callout, Ink::Failure))
+    , m_box(new Panel(Colours::well(), boxRadius))
+    , m_lines(new LogText)
+    , m_refresh(this, [this] { refresh(); })
+{
+    m_lines->setAccessibleName(QStringLiteral("Last lines of the log"));
+    m_lines->growUpTo(mostLines);
+    auto *inBox = new QVBoxLayout(m_box);
+    inBox->setContentsMargins(0, 0, 0, 0);
+    inBox->addWidget(m_lines);
+
+    auto *copy = new TextButton(QStringLiteral("Copy"));
+    copy->setAutoDefault(true);
+    copy->setAccessibleDescription(QStringLiteral("Copies the message and the lines below it"));
+    connect(copy, &QPushButton::clicked, this, [this] { m_model.copyFailure(); });
+
+    auto *panel = new Panel(Colours::failurePanel(), panelRadius);
+    auto *column = new QVBoxLayout(panel);
+    column->setContentsMargins(panelPadding, panelPadding, panelPadding, panelPadding);
+    column->setSpacing(panelSpacing);
+    column->addWidget(m_message);
+    column->addWidget(m_box);
+    column->addWidget(copy, 0, Qt::AlignLeft);
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(panel);
+
+    m_refresh.watch(m_model);
+    refresh();
+}
+
+void FailureView::refresh()
+{
+    m_message->display(m_model.failureMessage->value_or(QString()));
+    const QStringList &lines = m_model.failureLines;
+    m_box->setVisible(!lines.isEmpty());
+    const bool isComplete = m_lines->showLines(lines);
+    // The cause is mostly in the last lines. After that only the player scrolls.
+    if (m_shown != lines)
+        m_lines->scrollToEnd();
+    if (isComplete)
+        m_shown = lines;
+    else
+        m_refresh.schedule();
+}

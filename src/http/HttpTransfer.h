@@ -1,0 +1,52 @@
+#pragma once
+
+#include "TransferRules.h"
+
+#include <QByteArrayView>
+#include <QUrl>
+
+#include <exception>
+#include <functional>
+#include <memory>
+
+/// One GET request over HTTP(S) on its own thread. Follows redirects, keeps no cookies, cache or credentials,
+/// and does not fetch the body of a response outside 200-299. One transfer per object.
+class HttpTransfer final {
+public:
+    struct Request {
+        QUrl url;
+        TransferRules rules = {};
+    };
+
+    /// How a transfer ended: with the final status after a complete body, or with an error, which is a
+    /// TransferError, a CancellationError, or what `onBody` threw.
+    struct Ending {
+        int status = 0;
+        std::exception_ptr error = nullptr;
+
+        bool isGood() const { return !error && status >= 200 && status <= 299; }
+    };
+
+    /// Receives a piece of the body of a response within 200-299. `total` is the size that the server
+    /// announced, -1 when it announced none. Called on the transfer's thread. Throwing ends the transfer.
+    using OnBody = std::function<void(QByteArrayView piece, qint64 total)>;
+    /// Called last and exactly once per started transfer, after the connection is closed, on the transfer's
+    /// thread. Must not throw.
+    using OnEnd = std::function<void(Ending ending)>;
+
+    HttpTransfer(Request request, OnBody onBody, OnEnd onEnd);
+    /// Cancels and joins the thread, which takes a moment at most. Must not run on the transfer's thread.
+    ~HttpTransfer();
+    HttpTransfer(const HttpTransfer &) = delete;
+    HttpTransfer &operator=(const HttpTransfer &) = delete;
+
+    /// Call once. Throws TransferError when libcurl or a thread is unavailable; then no callback is called.
+    void start();
+
+    /// Makes the transfer end soon, whatever it is waiting for. Any thread.
+    void cancel();
+
+private:
+    struct Private;
+    std::unique_ptr<Private> m_private;
+};

@@ -1,0 +1,6 @@
+#pragma once
+
+#include <string>
+
+/// The system's words for the errno value `code`: "No space left on device". Any thread.
+std::string errnoText(int code);

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "HttpFetch.h"
+#include "HttpTransfer.h"
+#include "Tasks.h"
+#include "TransferError.h"
+
+#include <QElapsedTimer>
+
+#include <algorithm>
+#include <chrono>
+#include <stop_token>
+
+/// What the tests of transfers share.
+namespace TransferTesting {
+
+/// Ignores the proxy settings of whoever runs the tests.
+inline void withoutProxies()
+{
+    for (const char *name : { "http_proxy", "https_proxy", "all_proxy", "no_proxy" })
+        qunsetenv(name);
+}
+
+/// Short limits, so that a test with a silent server ends soon.
+inline TransferRules impatient()
+{
+    TransferRules rules;
+    rules.connect = std::chrono::milliseconds(500);
+    rules.silence = std::chrono::milliseconds(500);
+    return rules;
+}
+
+inline constexpr qint64 plenty = 100 * 1000 * 1000;
+
+inline HttpResponse fetch(const QUrl &url, TransferRules rules = {})
+{
+    return Tasks::finish(fetchData(url, plenty, {}, rules));
+}
+
+/// The sentence that fetching `url` fails with, empty when it does not fail.
+inline QString failure(const QUrl &url, TransferRules rules = {}, qint64 largestBody = plenty)
+{
+    const auto error = Tasks::failure<TransferError>(fetchData(url, largestBody, {}, rules));
+    return error ? error->errorDescription() : QString();
+}
+
+/// `size` pseudo-random bytes, always the same.
+inline QByteArray someBytes(qsizetype size)
+{
+    QByteArray bytes(size, Qt::Uninitialized);
+    quint32 state = 1;
+    std::generate(bytes.begin(), bytes.end(), [&state] {
+        state = state * 1664525 + 1013904223;
+        return static_cast<char>(state >> 24);
+    });
+    return bytes;
+}
+
+}
