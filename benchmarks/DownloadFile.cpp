@@ -11,8 +11,8 @@ int main(int argc, char **argv)
     const QCoreApplication application(argc, argv);
     if (argc != 3)
         return 2;
-    const auto downloader = FileDownloader::create(QUrl(QString::fromLocal8Bit(argv[1])),
-                                                   QFile::decodeName(argv[2]), [](DownloadProgress) {});
+    const auto downloader = std::make_shared<FileDownloader>(
+        QUrl(QString::fromLocal8Bit(argv[1])), QFile::decodeName(argv[2]), [](DownloadProgress) {});
     const Stopwatch stopwatch;
     double milliseconds = 0;
     const auto download

@@ -60,12 +60,7 @@ SingleInstance::SingleInstance(const QString &root)
     });
 }
 
-SingleInstance::~SingleInstance()
-{
-    stopAnswering();
-    if (m_lock >= 0)
-        ::close(m_lock);
-}
+SingleInstance::~SingleInstance() { stopAnswering(); }
 
 SingleInstance::Outcome SingleInstance::begin(std::chrono::milliseconds patience)
 {
@@ -104,36 +99,33 @@ SingleInstance::Lock SingleInstance::takeLock()
 
 SingleInstance::Lock SingleInstance::lockFolder()
 {
-    return lock(::open(QFile::encodeName(m_folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return lock(
+        FileDescriptor(::open(QFile::encodeName(m_folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
 }
 
 SingleInstance::Lock SingleInstance::lockSubstitute()
 {
     const QByteArray path = QFile::encodeName(m_socketPath + QStringLiteral(".lock"));
-    const int descriptor
-        = ::open(path.constData(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
+    FileDescriptor file(
+        ::open(path.constData(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
     struct stat status = {};
     // In a folder that everybody can write, another user may have created the file.
-    const bool isOurs = descriptor >= 0 && ::fstat(descriptor, &status) == 0 && status.st_uid == ::getuid();
-    if (descriptor >= 0 && !isOurs)
-        ::close(descriptor);
-    return lock(isOurs ? descriptor : -1);
+    const bool isOurs = file.isOpen() && ::fstat(file.get(), &status) == 0 && status.st_uid == ::getuid();
+    return isOurs ? lock(std::move(file)) : Lock::Unavailable;
 }
 
-/// Locks an open file. Keeps it open on success and closes it otherwise.
-SingleInstance::Lock SingleInstance::lock(int descriptor)
+/// Locks an open file, and keeps it open if that succeeds.
+SingleInstance::Lock SingleInstance::lock(FileDescriptor file)
 {
-    if (descriptor < 0)
+    if (!file.isOpen())
         return Lock::Unavailable;
     int error = 0;
     do {
-        error = ::flock(descriptor, LOCK_EX | LOCK_NB) == 0 ? 0 : errno;
+        error = ::flock(file.get(), LOCK_EX | LOCK_NB) == 0 ? 0 : errno;
     } while (error == EINTR);
-    if (error != 0) {
-        ::close(descriptor);
+    if (error != 0)
         return error == EWOULDBLOCK ? Lock::HeldByOther : Lock::Unavailable;
-    }
-    m_lock = descriptor;
+    m_lock = std::move(file);
     return Lock::Taken;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "FileDescriptor.h"
+
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QObject>
@@ -53,13 +55,13 @@ private:
     Lock takeLock();
     Lock lockFolder();
     Lock lockSubstitute();
-    Lock lock(int descriptor);
+    Lock lock(FileDescriptor file);
     void listen();
     void answer(QLocalSocket *other);
     Reply askOther(std::chrono::milliseconds patience) const;
 
     const QString m_folder;
     const QString m_socketPath;
-    int m_lock = -1;
+    FileDescriptor m_lock; // open while this is the single instance
     QLocalServer m_server;
 };

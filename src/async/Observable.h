@@ -11,7 +11,7 @@ class Observable : public QObject {
     Q_OBJECT
 
 public:
-    ~Observable() override;
+    ~Observable() override = default;
 
 Q_SIGNALS:
     /// A published field is about to change. It still holds its old value.

@@ -2,6 +2,9 @@
 
 #include "AppError.h"
 #include "CancellationError.h"
+#include "Completion.h"
+#include "HttpTransfer.h"
+#include "PartFile.h"
 #include "TransferError.h"
 
 #include <utility>
@@ -10,26 +13,69 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Turns a TransferError into an AppError for the player; returns any other error unchanged.
-std::exception_ptr worded(const std::exception_ptr &error)
+AppError worded(const TransferError &error)
 {
-    try {
-        std::rethrow_exception(error);
-    } catch (const TransferError &broken) {
-        return std::make_exception_ptr(AppError::message(u"Download failed: "_s + broken.errorDescription()));
-    } catch (...) {
-        return error;
+    return AppError::message(u"Download failed: "_s + error.errorDescription());
+}
+
+/// The file while it arrives. The transfer's thread only.
+class Arrival final {
+public:
+    Arrival(QUrl url, const QString &destination, std::function<void(DownloadProgress)> onProgress,
+            const SpeedMeter &speed)
+        : m_url(std::move(url))
+        , m_onProgress(std::move(onProgress))
+        , m_part(destination)
+        , m_speed(speed)
+    {
     }
-}
 
-}
+    void didWriteData(QByteArrayView chunk, qint64 totalBytesExpectedToWrite)
+    {
+        if (!chunk.isEmpty())
+            m_part.write(chunk);
+        m_received += chunk.size();
+        const double speed = m_speed.measure(SpeedMeter::Clock::now(), m_received);
+        const qint64 total = totalBytesExpectedToWrite > 0 ? totalBytesExpectedToWrite : -1;
+        if (m_onProgress)
+            m_onProgress({ m_received, total, speed });
+    }
 
-std::shared_ptr<FileDownloader> FileDownloader::create(QUrl url, QString destination,
-                                                       std::function<void(DownloadProgress)> onProgress,
-                                                       TransferRules rules)
-{
-    return std::shared_ptr<FileDownloader>(
-        new FileDownloader(std::move(url), std::move(destination), std::move(onProgress), std::move(rules)));
+    /// Moves the file into place or deletes it. Returns the error for the player, null for none.
+    std::exception_ptr didComplete(const HttpTransfer::Ending &ending)
+    {
+        try {
+            if (ending.error)
+                std::rethrow_exception(ending.error);
+            didFinishDownloading(ending.status);
+            return nullptr;
+        } catch (const TransferError &error) {
+            m_part.discard(); // before the caller is resumed and cleans up
+            return std::make_exception_ptr(worded(error));
+        } catch (...) {
+            m_part.discard();
+            return std::current_exception();
+        }
+    }
+
+private:
+    void didFinishDownloading(int status)
+    {
+        if (status < 200 || status > 299) {
+            const QString fileName = m_url.adjusted(QUrl::StripTrailingSlash).fileName();
+            throw AppError::message(u"The server answered with error "_s + QString::number(status)
+                                    + u" for "_s + fileName + u'.');
+        }
+        m_part.moveIntoPlace();
+    }
+
+    const QUrl m_url;
+    const std::function<void(DownloadProgress)> m_onProgress;
+    PartFile m_part;
+    SpeedMeter m_speed;
+    qint64 m_received = 0;
+};
+
 }
 
 FileDownloader::FileDownloader(QUrl url, QString destination,
@@ -38,100 +84,35 @@ FileDownloader::FileDownloader(QUrl url, QString destination,
     , m_destination(std::move(destination))
     , m_onProgress(std::move(onProgress))
     , m_rules(std::move(rules))
-    , m_part(m_destination)
-    , m_speed(SpeedMeter::Clock::now())
 {
 }
-
-FileDownloader::~FileDownloader() = default;
 
 QCoro::Task<QString> FileDownloader::start(std::stop_token stop)
 {
-    const auto self = shared_from_this();
-    const std::stop_callback onStop(stop, [this] { cancel(); });
+    // Nothing below uses this object after the first wait: all is in the coroutine's frame.
+    std::stop_source source = m_stop;
+    const std::stop_callback onStop(stop, [&source] { source.request_stop(); });
+    const std::stop_token cancelled = source.get_token();
+    throwIfCancelled(cancelled);
 
-    const Completion<Result> continuation;
-    auto task = std::make_shared<HttpTransfer>(
-        HttpTransfer::Request { m_url, m_rules },
-        [this](QByteArrayView piece, qint64 total) { didWriteData(piece, total); },
-        [this](const HttpTransfer::Ending &ending) { didComplete(ending); });
-    {
-        const std::lock_guard guard(m_lock);
-        if (m_cancelled)
-            throw CancellationError();
-        m_continuation = continuation;
-        m_task = task;
-    }
+    const QString destination = m_destination;
+    Arrival arrival(m_url, destination, m_onProgress, m_speed);
+    const Completion<std::exception_ptr> completion;
+    const auto onBody
+        = [&arrival](QByteArrayView chunk, qint64 total) { arrival.didWriteData(chunk, total); };
+    const auto onEnd = [&arrival, completion](const HttpTransfer::Ending &ending) {
+        postToMainThread([completion, error = arrival.didComplete(ending)] { completion.settle(error); });
+    };
+    HttpTransfer transfer({ m_url, m_rules }, onBody, onEnd);
+    const std::stop_callback onCancel(cancelled, [&transfer] { transfer.cancel(); });
     try {
-        task->start();
-    } catch (...) {
-        finish(worded(std::current_exception()));
+        transfer.start();
+    } catch (const TransferError &error) {
+        throw worded(error);
     }
-    task.reset();
 
-    Result result = co_await continuation;
-    {
-        const std::lock_guard guard(m_lock);
-        task = std::move(m_task);
-    }
-    task.reset(); // joins its thread, which has nothing left to do
-    if (const auto *error = std::get_if<std::exception_ptr>(&result))
-        std::rethrow_exception(*error);
-    co_return std::get<QString>(std::move(result));
-}
-
-void FileDownloader::cancel()
-{
-    std::shared_ptr<HttpTransfer> task;
-    {
-        const std::lock_guard guard(m_lock);
-        m_cancelled = true;
-        task = m_task;
-    }
-    if (task)
-        task->cancel();
-}
-
-void FileDownloader::didWriteData(QByteArrayView piece, qint64 totalBytesExpectedToWrite)
-{
-    m_part.write(piece);
-    m_received += piece.size();
-    const double speed = m_speed.measure(SpeedMeter::Clock::now(), m_received);
-    const qint64 total = totalBytesExpectedToWrite > 0 ? totalBytesExpectedToWrite : -1;
-    if (m_onProgress)
-        m_onProgress({ m_received, total, speed });
-}
-
-void FileDownloader::didComplete(const HttpTransfer::Ending &ending)
-{
-    try {
-        if (ending.error)
-            std::rethrow_exception(ending.error);
-        didFinishDownloading(ending.status);
-        finish(m_destination);
-    } catch (...) {
-        m_part.discard(); // before the caller is resumed and cleans up
-        finish(worded(std::current_exception()));
-    }
-}
-
-void FileDownloader::didFinishDownloading(int status)
-{
-    if (status < 200 || status > 299) {
-        const QString fileName = m_url.adjusted(QUrl::StripTrailingSlash).fileName();
-        throw AppError::message(u"The server answered with error "_s + QString::number(status) + u" for "_s
-                                + fileName + u'.');
-    }
-    m_part.moveIntoPlace();
-}
-
-void FileDownloader::finish(Result result)
-{
-    std::optional<Completion<Result>> continuation;
-    {
-        const std::lock_guard guard(m_lock);
-        continuation = std::exchange(m_continuation, std::nullopt);
-    }
-    if (continuation)
-        postToMainThread([continuation = *continuation, result] { continuation.settle(result); });
+    const std::exception_ptr error = co_await completion;
+    if (error)
+        std::rethrow_exception(error);
+    co_return destination;
 }

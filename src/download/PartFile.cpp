@@ -1,5 +1,6 @@
 #include "PartFile.h"
 
+#include "DiskNames.h"
 #include "FileError.h"
 #include "FileOperations.h"
 
@@ -9,9 +10,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <utility>
+
 PartFile::PartFile(const QString &destination)
     : m_destination(destination)
-    , m_path(destination + QStringLiteral(".part"))
+    , m_path(destination + DiskNames::partSuffix)
 {
 }
 
@@ -19,27 +22,20 @@ PartFile::~PartFile() { discard(); }
 
 void PartFile::open()
 {
-    m_descriptor
-        = ::open(QFile::encodeName(m_path).constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    m_file = FileDescriptor(
+        ::open(QFile::encodeName(m_path).constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
     // Errors name the file that the player knows.
-    if (m_descriptor < 0)
+    if (!m_file.isOpen())
         throw FileError(m_destination, QStringLiteral("created"), errno);
     m_exists = true;
 }
 
-void PartFile::close()
-{
-    // A network file system may report a full disk only now.
-    if (::close(std::exchange(m_descriptor, -1)) != 0)
-        throw FileError(m_destination, QStringLiteral("written"), errno);
-}
-
 void PartFile::write(QByteArrayView bytes)
 {
-    if (m_descriptor < 0)
+    if (!m_file.isOpen())
         open();
     while (!bytes.isEmpty()) {
-        const ssize_t count = ::write(m_descriptor, bytes.data(), static_cast<size_t>(bytes.size()));
+        const ssize_t count = ::write(m_file.get(), bytes.data(), static_cast<size_t>(bytes.size()));
         if (count >= 0)
             bytes = bytes.sliced(count);
         else if (errno != EINTR)
@@ -50,7 +46,9 @@ void PartFile::write(QByteArrayView bytes)
 void PartFile::moveIntoPlace()
 {
     write({}); // an empty body makes an empty file
-    close();
+    // A network file system may report a full disk only now.
+    if (!m_file.close())
+        throw FileError(m_destination, QStringLiteral("written"), errno);
     FileOperations::removeTree(m_destination);
     try {
         FileOperations::move(m_path, m_destination);
@@ -62,8 +60,7 @@ void PartFile::moveIntoPlace()
 
 void PartFile::discard() noexcept
 {
-    if (m_descriptor >= 0)
-        ::close(std::exchange(m_descriptor, -1));
+    m_file.close();
     if (std::exchange(m_exists, false))
         ::unlink(QFile::encodeName(m_path).constData());
 }

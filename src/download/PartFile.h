@@ -1,5 +1,7 @@
 #pragma once
 
+#include "FileDescriptor.h"
+
 #include <QByteArrayView>
 #include <QString>
 
@@ -23,10 +25,9 @@ public:
 
 private:
     void open();
-    void close();
 
     QString m_destination;
     QString m_path;
-    int m_descriptor = -1;
+    FileDescriptor m_file;
     bool m_exists = false;
 };

@@ -5,6 +5,7 @@
 #include "Background.h"
 #include "CancellationError.h"
 #include "CodeHost.h"
+#include "DiskNames.h"
 #include "FileDownloader.h"
 #include "FileOperations.h"
 #include "GameFolder.h"
@@ -28,21 +29,14 @@ QUrl RepoDownloader::zipURL()
 QCoro::Task<QString> RepoDownloader::install(LogStore *log, std::function<void(DownloadProgress)> onProgress,
                                              std::stop_token stop)
 {
-    const ScratchFolder scratch;
-    const QString &scratchPath = scratch.path();
-    QString folder;
-    std::exception_ptr error;
-    try {
-        folder = co_await installFrom(scratchPath, log, onProgress, stop);
-    } catch (...) {
-        error = std::current_exception();
-    }
-    // Many small files: too slow for the main thread. What cannot be deleted is left to `scratch`.
-    auto removal = [scratchPath] { return FileOperations::removeTreeIfPossible(scratchPath); };
-    co_await runInBackground(std::move(removal));
-    if (error)
-        std::rethrow_exception(error);
-    co_return folder;
+    m_stop = std::stop_source();
+    const std::stop_callback onStop(stop, [source = m_stop]() mutable { source.request_stop(); });
+    auto work = [this, log, onProgress, token = m_stop.get_token()](const QString &scratch) {
+        return installFrom(scratch, log, onProgress, token);
+    };
+    auto installing = inScratchFolder(std::move(work));
+    const QString project = co_await installing;
+    co_return project;
 }
 
 QCoro::Task<QString> RepoDownloader::installFrom(QString scratch, LogStore *log,
@@ -51,13 +45,12 @@ QCoro::Task<QString> RepoDownloader::installFrom(QString scratch, LogStore *log,
 {
     const QUrl url = zipURL();
     log->append(u"Downloading the game from "_s + url.toString(QUrl::FullyEncoded));
-    const QString zipFile = scratch + u"/game.zip"_s;
-    const auto downloader = FileDownloader::create(url, zipFile, onProgress, m_rules);
-    keep(downloader);
-    co_await downloader->start(stop);
+    const QString zipFile = scratch + u'/' + DiskNames::gameArchive;
+    FileDownloader downloader(url, zipFile, onProgress, m_rules);
+    co_await downloader.start(stop);
     throwIfCancelled(stop);
 
-    const QString extract = scratch + u"/extract"_s;
+    const QString extract = scratch + u'/' + DiskNames::unpackedGame;
     FileOperations::createFolder(extract);
     log->append(u"Unpacking the game"_s);
     co_await Archive::unzip(zipFile, extract, log, stop);
@@ -76,24 +69,4 @@ QCoro::Task<QString> RepoDownloader::installFrom(QString scratch, LogStore *log,
         throw AppError::message(u"The game was unpacked but project.godot was not found."_s);
     log->append(u"Game ready in "_s + *installed);
     co_return *installed;
-}
-
-void RepoDownloader::keep(std::shared_ptr<FileDownloader> downloader)
-{
-    {
-        const std::lock_guard guard(m_lock);
-        m_downloader.swap(downloader);
-    }
-    // The previous one is released here, outside the lock: its destructor may wait for a thread.
-}
-
-void RepoDownloader::cancel()
-{
-    std::shared_ptr<FileDownloader> downloader;
-    {
-        const std::lock_guard guard(m_lock);
-        downloader = m_downloader;
-    }
-    if (downloader)
-        downloader->cancel();
 }

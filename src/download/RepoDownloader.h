@@ -7,15 +7,12 @@
 #include <QUrl>
 
 #include <functional>
-#include <memory>
-#include <mutex>
 #include <stop_token>
 
-class FileDownloader;
 class LogStore;
 
 /// Installs the game: downloads the repository's branch archive, unpacks it and moves the project inside to
-/// the game folder. Owned by the model. Main thread unless stated otherwise.
+/// the game folder. Owned by the model. Main thread.
 class RepoDownloader final {
 public:
     explicit RepoDownloader(TransferRules rules = {});
@@ -29,19 +26,14 @@ public:
     QCoro::Task<QString> install(LogStore *log, std::function<void(DownloadProgress)> onProgress,
                                  std::stop_token stop);
 
-    /// Cancels the download in progress. Only the `stop` of `install` cancels unpacking. Any thread.
-    void cancel();
+    /// As requesting the `stop` of the installation in progress. Does nothing without one.
+    void cancel() { m_stop.request_stop(); }
 
 private:
     /// All that `install` does except creating and deleting `scratch`.
     QCoro::Task<QString> installFrom(QString scratch, LogStore *log,
                                      std::function<void(DownloadProgress)> onProgress, std::stop_token stop);
 
-    /// Makes `cancel` act on `downloader`.
-    void keep(std::shared_ptr<FileDownloader> downloader);
-
     const TransferRules m_rules;
-    std::mutex m_lock; // guards `m_downloader`; nothing is called under it
-    // Kept after the download: cancelling it then does nothing.
-    std::shared_ptr<FileDownloader> m_downloader;
+    std::stop_source m_stop; // of the latest installation
 };

@@ -6,6 +6,7 @@
 #include "CancellationError.h"
 #include "ChecksumList.h"
 #include "Desktop.h"
+#include "DiskNames.h"
 #include "FileDownloader.h"
 #include "FileError.h"
 #include "FileOperations.h"
@@ -69,27 +70,27 @@ QCoro::Task<QString> EngineManager::install(EngineSpec spec, LogStore *log,
 {
     const QUrl archiveURL = addressOf(spec, spec.fileName());
     const QUrl sumsURL = addressOf(spec, QStringLiteral("SHA512-SUMS.txt"));
-    const ScratchFolder scratch;
-    const QString &scratchPath = scratch.path();
+    m_stop = std::stop_source();
+    const std::stop_callback onStop(stop, [source = m_stop]() mutable { source.request_stop(); });
+    auto work = [=, this, token = m_stop.get_token()](const QString &scratch) {
+        return installFrom(spec, archiveURL, sumsURL, scratch, log, onProgress, token);
+    };
+    auto installing = inScratchFolder(std::move(work));
+    const QString program = co_await installing;
+    co_return program;
+}
 
-    QString program;
-    std::exception_ptr error;
-    try {
-        const QString archive = scratch.filePath(spec.fileName());
-        auto fetching = fetchArchive(spec, archiveURL, sumsURL, archive, log, onProgress, stop);
-        const QString checksum = co_await fetching;
-        auto placing = verifyAndUnpack(spec, archive, checksum, scratchPath, log, stop);
-        program = co_await placing;
-    } catch (...) {
-        error = std::current_exception();
-    }
-
-    // Hundreds of megabytes, or thousands of small files: too slow for the main thread. What cannot be
-    // deleted now is left to `scratch`.
-    auto removal = [scratchPath] { return FileOperations::removeTreeIfPossible(scratchPath); };
-    co_await runInBackground(std::move(removal));
-    if (error)
-        std::rethrow_exception(error);
+/// All that `install` does except creating and deleting `scratch`.
+QCoro::Task<QString> EngineManager::installFrom(EngineSpec spec, QUrl archiveURL, QUrl sumsURL,
+                                                QString scratch, LogStore *log,
+                                                std::function<void(DownloadProgress)> onProgress,
+                                                std::stop_token stop)
+{
+    const QString archive = scratch + u'/' + spec.fileName();
+    auto fetching = fetchArchive(spec, archiveURL, sumsURL, archive, log, onProgress, stop);
+    const QString checksum = co_await fetching;
+    auto placing = verifyAndUnpack(spec, archive, checksum, scratch, log, stop);
+    const QString program = co_await placing;
     co_return program;
 }
 
@@ -105,10 +106,8 @@ QCoro::Task<QString> EngineManager::fetchArchive(EngineSpec spec, QUrl archiveUR
 
     log->append(QStringLiteral("Downloading ") + spec.displayName() + QStringLiteral(" from ")
                 + archiveURL.toString(QUrl::FullyEncoded));
-    m_downloader = FileDownloader::create(archiveURL, archive, onProgress, m_rules);
-    const auto downloader = m_downloader;
-    co_await downloader->start(stop);
-    m_downloader.reset();
+    FileDownloader downloader(archiveURL, archive, onProgress, m_rules);
+    co_await downloader.start(stop);
     throwIfCancelled(stop);
     co_return checksum;
 }
@@ -136,9 +135,9 @@ QCoro::Task<QString> EngineManager::verifyAndUnpack(EngineSpec spec, QString arc
     log->append(QStringLiteral("Checksum matches"));
 
     const QString target = folder(spec);
-    makeRoom(target, scratch + QStringLiteral("/previous"));
+    makeRoom(target, scratch + u'/' + DiskNames::previousEngine);
     log->append(QStringLiteral("Unpacking the engine"));
-    const QString unpacked = scratch + QStringLiteral("/engine");
+    const QString unpacked = scratch + u'/' + DiskNames::unpackedEngine;
     FileOperations::createFolder(unpacked);
     const QString name = spec.fileName();
     co_await Archive::unzip(heldPath, unpacked, log, stop, name);

@@ -1,7 +1,7 @@
 #include "EngineManager.h"
 
 #include "Desktop.h"
-#include "FileDownloader.h"
+#include "DiskNames.h"
 #include "Paths.h"
 #include "ProjectInfo.h"
 
@@ -30,7 +30,7 @@ bool isVersion(const QString &feature)
 
 QString nameOf(const EngineSpec &spec)
 {
-    return spec.version + (spec.isMono ? QStringLiteral("-mono") : QString());
+    return spec.isMono ? spec.version + DiskNames::monoSuffix : spec.version;
 }
 
 }
@@ -52,16 +52,10 @@ QString EngineManager::folder(const EngineSpec &spec) { return Paths::engineFold
 
 QString EngineManager::markerURL(const EngineSpec &spec)
 {
-    return Paths::gameFolder() + QStringLiteral("/.imported-") + nameOf(spec);
+    return Paths::gameFolder() + u'/' + DiskNames::importMarkerPrefix + nameOf(spec);
 }
 
 std::optional<QString> EngineManager::executable(const EngineSpec &spec)
 {
     return Desktop::current().engineProgram(folder(spec));
-}
-
-void EngineManager::cancel()
-{
-    if (m_downloader)
-        m_downloader->cancel();
 }

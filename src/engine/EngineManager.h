@@ -13,7 +13,6 @@
 #include <optional>
 #include <stop_token>
 
-class FileDownloader;
 class LogStore;
 class ProcessController;
 struct ProjectInfo;
@@ -41,8 +40,8 @@ public:
     QCoro::Task<QString> install(EngineSpec spec, LogStore *log,
                                  std::function<void(DownloadProgress)> onProgress, std::stop_token stop);
 
-    /// Cancels the download in progress. Only the `stop` of `install` cancels hashing and unpacking.
-    void cancel();
+    /// As requesting the `stop` of the installation in progress. Does nothing without one.
+    void cancel() { m_stop.request_stop(); }
 
     /// Has the engine import the project's files without a window, in at most two passes. Returns whether
     /// imported files exist afterwards, and if so writes the import marker. Never throws. `controller` may be
@@ -60,6 +59,9 @@ public:
     static QString sha512(const QString &file, const std::stop_token &stop = {});
 
 private:
+    QCoro::Task<QString> installFrom(EngineSpec spec, QUrl archiveURL, QUrl sumsURL, QString scratch,
+                                     LogStore *log, std::function<void(DownloadProgress)> onProgress,
+                                     std::stop_token stop);
     QCoro::Task<QString> fetchArchive(EngineSpec spec, QUrl archiveURL, QUrl sumsURL, QString archive,
                                       LogStore *log, std::function<void(DownloadProgress)> onProgress,
                                       std::stop_token stop);
@@ -67,6 +69,5 @@ private:
                                          LogStore *log, std::stop_token stop);
 
     const TransferRules m_rules;
-    /// Kept after a failed download: cancelling it then does nothing.
-    std::shared_ptr<FileDownloader> m_downloader;
+    std::stop_source m_stop; // of the latest installation
 };

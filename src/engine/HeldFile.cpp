@@ -36,23 +36,18 @@ bool isSame(const struct stat &one, const struct stat &other)
 HeldFile::HeldFile(const QString &path)
     : m_path(path)
     // Non-blocking: opening a FIFO would wait for a writer.
-    , m_descriptor(
-          ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC))
+    , m_file(::open(QFile::encodeName(path).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC))
 {
-    if (m_descriptor < 0)
+    if (!m_file.isOpen())
         throw FileError(path, QStringLiteral("opened"), errno);
-    if (::fstat(m_descriptor, &m_info) != 0 || !S_ISREG(m_info.st_mode)) {
-        ::close(m_descriptor);
+    if (::fstat(m_file.get(), &m_info) != 0 || !S_ISREG(m_info.st_mode))
         throw FileError(path, QStringLiteral("opened"), EINVAL);
-    }
 }
-
-HeldFile::~HeldFile() { ::close(m_descriptor); }
 
 QString HeldFile::path() const
 {
 #ifdef Q_OS_LINUX
-    const QString open = QStringLiteral("/proc/%1/fd/%2").arg(::getpid()).arg(m_descriptor);
+    const QString open = QStringLiteral("/proc/%1/fd/%2").arg(::getpid()).arg(m_file.get());
     if (QFile::exists(open))
         return open;
 #endif
@@ -74,6 +69,6 @@ bool HeldFile::isUntouched() const
 {
     struct stat held = {};
     struct stat named = {};
-    return ::fstat(m_descriptor, &held) == 0 && isSame(held, m_info)
+    return ::fstat(m_file.get(), &held) == 0 && isSame(held, m_info)
         && ::lstat(QFile::encodeName(m_path).constData(), &named) == 0 && isSame(named, m_info);
 }

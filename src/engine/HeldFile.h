@@ -1,5 +1,7 @@
 #pragma once
 
+#include "FileDescriptor.h"
+
 #include <QString>
 
 #include <sys/stat.h>
@@ -12,9 +14,6 @@ class HeldFile final {
 public:
     /// Opens `path`, which must be a regular file and not a symlink. Throws FileError.
     explicit HeldFile(const QString &path);
-    ~HeldFile();
-    HeldFile(const HeldFile &) = delete;
-    HeldFile &operator=(const HeldFile &) = delete;
 
     /// A path by which any program of this user opens this very file. Where the system offers none (macOS),
     /// the path given to the constructor.
@@ -30,6 +29,6 @@ public:
 
 private:
     const QString m_path;
-    int m_descriptor = -1;
+    const FileDescriptor m_file;
     struct stat m_info = {};
 };

@@ -12,6 +12,9 @@ namespace {
 /// total only in its later versions.
 constexpr qint64 longestHeaders = 256 * 1024;
 
+/// Without a chunk for this long, the receiver is called all the same, so that it can tell a standstill.
+constexpr std::chrono::seconds longestSilence { 1 };
+
 bool isBeyondNumbers(QByteArrayView length)
 {
     bool isNumber = false;
@@ -140,11 +143,14 @@ CURLcode HttpExchange::drive()
             return *code;
         if (m_cancelled)
             throw CancellationError();
+        if (m_answer.status != 0 && now() - m_lastReport >= longestSilence)
+            report({});
         const auto left = ceil<milliseconds>(m_watch.deadline() - now());
         if (left <= milliseconds::zero())
             throw TransferError::timedOut();
         m_curl.curl_multi_poll(m_multi, nullptr, 0,
-                               static_cast<int>(std::min<milliseconds>(left, seconds(1)).count()), nullptr);
+                               static_cast<int>(std::min<milliseconds>(left, longestSilence).count()),
+                               nullptr);
     }
 }
 
@@ -225,6 +231,7 @@ void HttpExchange::takeEndOfHead()
     m_isComplete = !m_answer.isGood();
     if (m_isComplete)
         return;
+    m_lastReport = now();
     curl_off_t length = -1;
     m_curl.curl_easy_getinfo(m_easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
     m_total = length;
@@ -240,5 +247,11 @@ void HttpExchange::takePiece(QByteArrayView piece)
     if (m_received > m_request.rules.largestBody)
         throw TransferError::tooLarge();
     m_watch.received(now(), m_received);
+    report(piece);
+}
+
+void HttpExchange::report(QByteArrayView piece)
+{
+    m_lastReport = now();
     m_onBody(piece, m_total);
 }

@@ -44,6 +44,7 @@ private:
     void takeHeaderLine(QByteArrayView line);
     void takeEndOfHead();
     void takePiece(QByteArrayView piece);
+    void report(QByteArrayView piece);
 
     const CurlLibrary &m_curl;
     CURLM *m_multi;
@@ -58,6 +59,7 @@ private:
     bool m_isLengthBeyondNumbers = false; // the announced length overflows; libcurl then reports none
     bool m_isComplete = false; // the header has come, and the status makes the body unwanted
     std::exception_ptr m_exception; // thrown in a callback; must not unwind through libcurl
+    StallWatch::Clock::time_point m_lastReport; // when m_onBody was last called
     qint64 m_headerBytes = 0;
     qint64 m_received = 0;
     qint64 m_total = -1;

@@ -23,12 +23,11 @@ public:
     struct Ending {
         int status = 0;
         std::exception_ptr error = nullptr;
-
-        bool isGood() const { return !error && status >= 200 && status <= 299; }
     };
 
-    /// Receives a piece of the body of a response within 200-299. `total` is the size that the server
-    /// announced, -1 when it announced none. Called on the transfer's thread. Throwing ends the transfer.
+    /// Receives a chunk of the body of a response within 200-299; also called about once a second, with an
+    /// empty chunk, while none arrives. `total` is the size that the server announced, -1 when it announced
+    /// none. Called on the transfer's thread. Throwing ends the transfer.
     using OnBody = std::function<void(QByteArrayView piece, qint64 total)>;
     /// Called last and exactly once per started transfer, after the connection is closed, on the transfer's
     /// thread. Must not throw.

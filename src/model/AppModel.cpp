@@ -53,8 +53,8 @@ AppModel::AppModel(Preferences &preferences, Workspace &workspace, Pasteboard &p
     : m_preferences(preferences)
     , m_workspace(workspace)
     , m_pasteboard(pasteboard)
-    , repo(std::make_unique<RepoDownloader>(rules))
-    , engines(std::make_unique<EngineManager>(rules))
+    , m_repo(std::make_unique<RepoDownloader>(rules))
+    , m_engines(std::make_unique<EngineManager>(rules))
 {
     refreshState();
     loadInfo();
@@ -64,7 +64,7 @@ AppModel::~AppModel() = default;
 
 void AppModel::refreshState()
 {
-    if (workTask || runner.isRunning || state->kind() == AppState::Case::Needs)
+    if (m_workTask || runner.isRunning || state->kind() == AppState::Case::Needs)
         return;
 
     const auto project = ProjectInspector::findProjectRoot(Paths::gameFolder());
@@ -114,22 +114,16 @@ void AppModel::cancel() { cancelWithin(importPatience); }
 /// touches nothing that the player made, and the next one redoes what is incomplete.
 void AppModel::cancelWithin(std::chrono::milliseconds patience)
 {
-    repo->cancel();
-    engines->cancel();
-    if (importController) {
-        importController->cancel();
-        QTimer::singleShot(patience, this, [import = importController] { import->kill(); });
-    }
-    if (workTask)
-        workTask->requestStop();
+    if (m_workTask)
+        m_workTask->requestStop();
+    if (m_importController)
+        QTimer::singleShot(patience, this, [import = m_importController] { import->kill(); });
 }
 
-void AppModel::fail(const QString &message, LastLines lastLines)
+void AppModel::fail(const QString &message)
 {
     failureMessage = message;
-    failureLines = lastLines == LastLines::Show
-        ? log.lines->mid(std::max<qsizetype>(0, log.lines->size() - failureLineCount))
-        : QStringList();
+    failureLines = log.lines->mid(std::max<qsizetype>(0, log.lines->size() - failureLineCount));
     state = AppState::needs(message);
     progress = std::nullopt;
 }

@@ -79,7 +79,7 @@ public:
     QCoro::Task<> prepareToQuit();
 
     /// Whether Play, Update or Reinstall runs.
-    bool isWorking() const { return workTask.has_value(); }
+    bool isWorking() const { return m_workTask.has_value(); }
 
     Published<AppState> state { this, AppState::notDownloaded() };
     /// The current step's line; empty when no step runs.
@@ -105,11 +105,8 @@ public:
     GameRunner runner;
 
 private:
-    /// Whether the last lines of the log are shown under a failure.
-    enum class LastLines { Show, Omit };
-
     // Failures, progress and state (AppModel.cpp)
-    void fail(const QString &message, LastLines lastLines);
+    void fail(const QString &message);
     void clearFailure();
     void setProgress(const DownloadProgress &downloadProgress);
     std::function<void(DownloadProgress)> progressOnMainThread();
@@ -127,7 +124,7 @@ private:
     QCoro::Task<QString> provideEngine(EngineSpec spec, std::stop_token stop);
     QCoro::Task<> provideImport(EngineSpec spec, QString executable, QString project, std::stop_token stop);
     void enterStep(const QString &text);
-    void endFlow(const std::exception &error, const std::stop_token &stop);
+    void endAction(const std::exception &error, const std::stop_token &stop);
 
     // The game's start and end (GameLaunch.cpp)
     void launch(const EngineSpec &spec, const QString &engine, const QString &project);
@@ -149,11 +146,11 @@ private:
     Completion<bool> m_actionEnded;
 
     /// The running action, if any.
-    std::optional<WorkTask> workTask;
-    const std::unique_ptr<RepoDownloader> repo;
-    const std::unique_ptr<EngineManager> engines;
+    std::optional<WorkTask> m_workTask;
+    const std::unique_ptr<RepoDownloader> m_repo;
+    const std::unique_ptr<EngineManager> m_engines;
     /// The controller of the import pass while step 3 runs.
-    std::shared_ptr<ProcessController> importController;
+    std::shared_ptr<ProcessController> m_importController;
 
     /// Counts the reads of the project facts, so that the result of an outdated one is dropped.
     int m_infoReading = 0;

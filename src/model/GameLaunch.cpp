@@ -45,7 +45,7 @@ void AppModel::gameEnded(const GameExit &exit)
     stepText = QString();
     const ExitReport report = exitReport(exit);
     if (report.failure) {
-        fail(*report.failure, LastLines::Show);
+        fail(*report.failure);
         return;
     }
     log.append(*report.logLine);

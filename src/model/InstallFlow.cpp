@@ -21,24 +21,24 @@ void AppModel::play() { startAction(&AppModel::runFlow); }
 
 void AppModel::startAction(Action action)
 {
-    if (workTask || runner.isRunning || m_quit.stop_requested())
+    if (m_workTask || runner.isRunning || m_quit.stop_requested())
         return;
     clearFailure();
     log.lines = QStringList();
-    workTask.emplace();
-    workTask->keep(runAction(action, workTask->token()));
+    m_workTask.emplace();
+    m_workTask->keep(runAction(action, m_workTask->token()));
 }
 
 QCoro::Task<> AppModel::runAction(Action action, std::stop_token stop)
 {
-    // Start on a later turn: by then the press has been handled and `workTask` holds this task.
+    // Start on a later turn: by then the press has been handled and `m_workTask` holds this task.
     co_await nextTurn();
     auto clearing = [stop] { return Leftovers::clear(stop); };
     co_await runInBackground(std::move(clearing));
     auto running = (this->*action)(stop);
     co_await running;
 
-    workTask.reset();
+    m_workTask.reset();
     if (m_quit.stop_requested())
         m_actionEnded.settle(true);
     if (m_removeRootAgain) {
@@ -67,7 +67,7 @@ QCoro::Task<> AppModel::runFlow(std::stop_token stop)
         auto installing = installAndLaunch(stop);
         co_await installing;
     } catch (const std::exception &error) {
-        endFlow(error, stop);
+        endAction(error, stop);
     }
 }
 
@@ -85,8 +85,8 @@ QCoro::Task<> AppModel::installAndLaunch(std::stop_token stop)
     auto providingEngine = provideEngine(spec, stop);
     const QString executable = co_await providingEngine;
     if (facts.isCSharp)
-        log.append(QStringLiteral("This game uses C#; the .NET build of Godot was chosen. "
-                                  "It may also need the .NET SDK installed."));
+        log.append(QStringLiteral(
+            "This game uses C#; the .NET build of Godot was chosen. It may also need the .NET SDK installed."));
 
     auto providingImport = provideImport(spec, executable, project, stop);
     co_await providingImport;
@@ -102,14 +102,12 @@ QCoro::Task<QString> AppModel::provideGame(std::stop_token stop)
 
     state = AppState::downloading(QStringLiteral("the game"));
     enterStep(QStringLiteral("Step 1 of 4: downloading the game"));
-    auto installing = repo->install(&log, progressOnMainThread(), stop);
-    co_await installing;
+    auto installing = m_repo->install(&log, progressOnMainThread(), stop);
+    const QString project = co_await installing;
     throwIfCancelled(stop);
-
-    const auto project = ProjectInspector::findProjectRoot(Paths::gameFolder());
-    if (!project)
+    if (!FileOperations::isReachable(project))
         throw AppError::message(QStringLiteral("The game files could not be found after downloading."));
-    co_return *project;
+    co_return project;
 }
 
 QCoro::Task<QString> AppModel::provideEngine(EngineSpec spec, std::stop_token stop)
@@ -121,14 +119,12 @@ QCoro::Task<QString> AppModel::provideEngine(EngineSpec spec, std::stop_token st
 
     state = AppState::downloading(spec.displayName());
     enterStep(QStringLiteral("Step 2 of 4: downloading ") + spec.displayName());
-    auto installing = engines->install(spec, &log, progressOnMainThread(), stop);
-    co_await installing;
+    auto installing = m_engines->install(spec, &log, progressOnMainThread(), stop);
+    const QString executable = co_await installing;
     throwIfCancelled(stop);
-
-    const auto executable = EngineManager::executable(spec);
-    if (!executable)
+    if (!FileOperations::isReachable(executable))
         throw AppError::message(QStringLiteral("The Godot engine is missing."));
-    co_return *executable;
+    co_return executable;
 }
 
 QCoro::Task<> AppModel::provideImport(EngineSpec spec, QString executable, QString project,
@@ -139,10 +135,14 @@ QCoro::Task<> AppModel::provideImport(EngineSpec spec, QString executable, QStri
 
     state = AppState::settingUp();
     enterStep(QStringLiteral("Step 3 of 4: first-time setup, this can take a minute or more"));
-    importController = ProcessController::create();
-    auto importing = engines->importProject(spec, executable, project, &log, importController);
-    const bool imported = co_await importing;
-    importController.reset();
+    m_importController = ProcessController::create();
+    auto importing = m_engines->importProject(spec, executable, project, &log, m_importController);
+    bool imported = false;
+    {
+        const std::stop_callback onStop(stop, [import = m_importController] { import->cancel(); });
+        imported = co_await importing;
+    }
+    m_importController.reset();
     // An interrupted import may have written only some of the files, which does not show from outside.
     // Without the marker the next Play imports again.
     if (stop.stop_requested())
@@ -159,18 +159,19 @@ void AppModel::enterStep(const QString &text)
     progressDetail = QString();
 }
 
-void AppModel::endFlow(const std::exception &error, const std::stop_token &stop)
+/// Ends an action that threw `error`: cancelled, or failed.
+void AppModel::endAction(const std::exception &error, const std::stop_token &stop)
 {
     if (!isCancellation(error, stop)) {
-        fail(userFacingDescription(error), LastLines::Show);
+        fail(userFacingDescription(error));
         return;
     }
     log.append(QStringLiteral("Cancelled."));
     stepText = QString();
     state = AppState::notDownloaded();
-    // refreshState() does nothing while an action runs. Clear `workTask` for this one call, so that the
+    // refreshState() does nothing while an action runs. Clear `m_workTask` for this one call, so that the
     // player sees at once what is in place.
-    auto handle = std::exchange(workTask, std::nullopt);
+    auto handle = std::exchange(m_workTask, std::nullopt);
     refreshState();
-    workTask = std::move(handle);
+    m_workTask = std::move(handle);
 }

@@ -38,7 +38,7 @@ QCoro::Task<> AppModel::runUpdate(std::stop_token stop)
     try {
         state = AppState::downloading(QStringLiteral("the game"));
         enterStep(QStringLiteral("Updating the game (your save files are kept)"));
-        auto installing = repo->install(&log, progressOnMainThread(), stop);
+        auto installing = m_repo->install(&log, progressOnMainThread(), stop);
         co_await installing;
         // Everything may have been removed after the installation's last check for cancellation.
         if (m_removeRootAgain)
@@ -47,19 +47,14 @@ QCoro::Task<> AppModel::runUpdate(std::stop_token stop)
         notice = QStringLiteral("The game was updated.");
         state = AppState::notDownloaded();
     } catch (const std::exception &error) {
-        if (isCancellation(error, stop)) {
-            log.append(QStringLiteral("Cancelled."));
-            state = AppState::notDownloaded();
-        } else {
-            fail(userFacingDescription(error), LastLines::Show);
-        }
+        endAction(error, stop);
     }
     stepText = QString();
 }
 
 void AppModel::reinstall()
 {
-    if (workTask || runner.isRunning)
+    if (m_workTask || runner.isRunning)
         return;
     Leftovers::beginToClear(); // or a later clearing would put back a game that was about to be replaced
     Uninstall::game();
@@ -75,7 +70,7 @@ void AppModel::removeEverything()
         return;
     cancel();
     // An action that is still unpacking may write files before it notices; they are discarded when it ends.
-    m_removeRootAgain = workTask.has_value();
+    m_removeRootAgain = m_workTask.has_value();
     Uninstall::everything();
     forgetInfo();
     failureMessage = std::nullopt;
@@ -143,6 +138,6 @@ QCoro::Task<> AppModel::prepareToQuit()
 {
     m_quit.request_stop();
     cancelWithin(importPatienceWhenQuitting);
-    if (workTask)
+    if (m_workTask)
         co_await m_actionEnded;
 }

@@ -12,7 +12,7 @@
 /// once, on the main thread; otherwise never.
 class Workspace {
 public:
-    virtual ~Workspace();
+    virtual ~Workspace() = default;
 
     /// Opens the file browser on the parent of `folder`, with `folder` selected if the desktop can.
     virtual void reveal(const QString &folder, std::function<void()> onFailure) = 0;

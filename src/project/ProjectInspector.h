@@ -6,8 +6,8 @@
 
 #include <optional>
 
-/// Reads the unpacked game project. Nothing here fails: whatever is missing or unreadable has a fallback.
-/// Touches the file system only; any thread.
+/// Reads the unpacked game project, and makes the one edit to it. Nothing here fails: whatever is missing or
+/// unreadable has a fallback. Touches the file system only; any thread.
 namespace ProjectInspector {
 
 /// The shallowest folder that holds "project.godot": `folder` itself or one at most three levels below it; no

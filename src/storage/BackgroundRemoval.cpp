@@ -1,5 +1,6 @@
 #include "BackgroundRemoval.h"
 
+#include "DiskNames.h"
 #include "FileOperations.h"
 #include "FolderWalk.h"
 #include "TreeRemoval.h"
@@ -19,8 +20,8 @@
 
 namespace {
 
-/// Prefix of the hidden name that a folder has while it is being removed; a UUID follows.
-const QByteArray asideName = QByteArrayLiteral(".vantor-platformer-removed-");
+/// The beginning of the hidden name that a folder has while it is being removed.
+const QByteArray asideName(DiskNames::removedPrefix.data(), DiskNames::removedPrefix.size());
 
 bool isAside(const QByteArray &name)
 {

@@ -1,5 +1,7 @@
 #include "FileOperations.h"
 
+#include "DiskNames.h"
+#include "FileDescriptor.h"
 #include "FileError.h"
 #include "FolderWalk.h"
 #include "TreeRemoval.h"
@@ -62,8 +64,8 @@ QByteArray nearestThatExists(QByteArray path)
     return path;
 }
 
-/// Prefix of the temporary file that replaces another; a UUID follows.
-const QByteArray temporaryName = QByteArrayLiteral(".write-");
+/// The beginning of the name of a temporary file that replaces another.
+const QByteArray temporaryName(DiskNames::writtenPrefix.data(), DiskNames::writtenPrefix.size());
 
 int writeAll(int descriptor, const QByteArray &content)
 {
@@ -109,14 +111,14 @@ int replaceFile(const QByteArray &path, const QByteArray &content)
     const QByteArray folder = path.left(path.lastIndexOf('/') + 1);
     const QByteArray temporary
         = folder + temporaryName + QUuid::createUuid().toByteArray(QUuid::WithoutBraces);
-    const int descriptor
-        = ::open(temporary.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
-    if (descriptor < 0)
+    FileDescriptor file(
+        ::open(temporary.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666));
+    if (!file.isOpen())
         return errno;
-    int error = writeAll(descriptor, content);
-    if (error == 0 && mode && ::fchmod(descriptor, *mode) != 0)
+    int error = writeAll(file.get(), content);
+    if (error == 0 && mode && ::fchmod(file.get(), *mode) != 0)
         error = errno;
-    if (::close(descriptor) != 0 && error == 0)
+    if (!file.close() && error == 0)
         error = errno;
     if (error == 0 && ::rename(temporary.constData(), path.constData()) != 0)
         error = errno;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "FileDescriptor.h"
+
 #include <QByteArray>
 #include <QList>
 
@@ -21,9 +23,6 @@ public:
         : m_permissions(permissions)
     {
     }
-    ~FolderWalk();
-    FolderWalk(const FolderWalk &) = delete;
-    FolderWalk &operator=(const FolderWalk &) = delete;
 
     /// Enters the folder at `path`, as the first step.
     int begin(const QByteArray &path, Start start);
@@ -49,10 +48,10 @@ private:
         bool operator==(const Identity &) const = default;
     };
 
-    int open(const char *name, int flags, int &descriptor) const;
-    int stand(int descriptor);
+    int open(const char *name, int flags, FileDescriptor &folder) const;
+    int stand(FileDescriptor folder);
 
     const Permissions m_permissions;
-    int m_folder = -1; // the current folder, or -1
+    FileDescriptor m_folder; // the current one; not open before the walk begins and after it ends
     std::vector<Identity> m_way; // from the first folder to m_folder
 };

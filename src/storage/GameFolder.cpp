@@ -1,5 +1,6 @@
 #include "GameFolder.h"
 
+#include "DiskNames.h"
 #include "FileError.h"
 #include "FileOperations.h"
 #include "Paths.h"
@@ -10,7 +11,7 @@
 namespace {
 
 /// Where the old game is kept, in a scratch folder of its own, while it may have to be put back.
-QString setAsideIn(const QString &folder) { return folder + QStringLiteral("/Game"); }
+QString setAsideIn(const QString &folder) { return folder + u'/' + DiskNames::game; }
 
 bool moveIfPossible(const QString &from, const QString &to) noexcept
 {
@@ -44,7 +45,7 @@ QString GameFolder::replace(const QString &project)
         throw;
     }
     // Rename it before it is removed, so that a crash cannot make putBack() restore half a game.
-    moveIfPossible(old, folder + QStringLiteral("/replaced"));
+    moveIfPossible(old, folder + u'/' + DiskNames::replacedGame);
     return folder;
 }
 

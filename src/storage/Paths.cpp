@@ -1,6 +1,7 @@
 #include "Paths.h"
 
 #include "Desktop.h"
+#include "DiskNames.h"
 #include "FileOperations.h"
 #include "SymlinkGuard.h"
 
@@ -17,10 +18,7 @@ QString applicationSupport(const Desktop &desktop)
 
 }
 
-QString Paths::root()
-{
-    return applicationSupport(Desktop::current()) + QStringLiteral("/Vantor Platformer");
-}
+QString Paths::root() { return applicationSupport(Desktop::current()) + u'/' + DiskNames::root; }
 
 QString Paths::base() { return QFileInfo(root()).path(); }
 
@@ -30,11 +28,11 @@ QString Paths::godotData()
     return desktop.engineDataFolder(applicationSupport(desktop));
 }
 
-QString Paths::gameFolder() { return root() + QStringLiteral("/Game"); }
+QString Paths::gameFolder() { return root() + u'/' + DiskNames::game; }
 
-QString Paths::engineFolder() { return root() + QStringLiteral("/Engine"); }
+QString Paths::engineFolder() { return root() + u'/' + DiskNames::engines; }
 
-QString Paths::tempFolder() { return root() + QStringLiteral("/Temp"); }
+QString Paths::tempFolder() { return root() + u'/' + DiskNames::temp; }
 
 QString Paths::newTempDir()
 {

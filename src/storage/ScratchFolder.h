@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QCoro/QCoroTask>
 #include <QString>
+
+#include <functional>
 
 /// A scratch folder under "Temp" that is removed, with everything in it, when this object is destroyed,
 /// however the operation ends. A failure to remove it is ignored: the next start of the launcher empties
@@ -20,3 +23,8 @@ public:
 private:
     QString m_path;
 };
+
+/// Calls `work` with a new scratch folder and returns what its task returns, or rethrows what it throws. The
+/// folder is then removed on a background thread: an unpacked archive holds too many files for the main
+/// thread. Throws as ScratchFolder's constructor does. Main thread.
+QCoro::Task<QString> inScratchFolder(std::function<QCoro::Task<QString>(QString folder)> work);

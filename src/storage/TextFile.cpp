@@ -1,10 +1,11 @@
 #include "TextFile.h"
 
+#include "FileDescriptor.h"
+
 #include <QFile>
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
@@ -19,17 +20,13 @@ std::optional<QByteArray> TextFile::read(const QString &path)
 {
     // Non-blocking: an archive can hold a named pipe in place of a text file, and opening one waits for a
     // writer.
-    const int descriptor
-        = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
-    if (descriptor < 0)
-        return std::nullopt;
+    const FileDescriptor opened(
+        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
     QFile file;
-    if (!file.open(descriptor, QIODevice::ReadOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle)) {
-        ::close(descriptor);
+    if (!opened.isOpen() || !file.open(opened.get(), QIODevice::ReadOnly | QIODevice::Unbuffered))
         return std::nullopt;
-    }
     struct stat status = {};
-    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size > largestText)
+    if (::fstat(opened.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size > largestText)
         return std::nullopt;
 
     // Not readAll(): the file may be growing.

@@ -322,7 +322,8 @@ void MainWindowTest::playStartsTheGameAndStopEndsIt()
     QTRY_VERIFY_WITH_TIMEOUT(Stage::button(*stage.window, QStringLiteral("Stop")), 20000);
     QVERIFY(stage.model.runner.isRunning);
     // A press of Stop while the child is being launched has no effect.
-    QTRY_COMPARE_WITH_TIMEOUT(stage.model.log.lines->last().startsWith(QStringLiteral("playing")), true, 20000);
+    QTRY_COMPARE_WITH_TIMEOUT(stage.model.log.lines->last().startsWith(QStringLiteral("playing")), true,
+                              20000);
     Stage::click(*stage.window, QStringLiteral("Stop"));
     QTRY_VERIFY_WITH_TIMEOUT(stage.visible<PlayButton>(), 20000);
     QVERIFY(!stage.model.runner.isRunning);

@@ -126,8 +126,8 @@ private Q_SLOTS:
     {
         m_server->serve(path, HttpReply::head(200).sendForever(QByteArray(100'000, 'x')));
         std::stop_source stop;
-        const auto download = FileDownloader::create(m_server->url(path), destination(),
-                                                     [&stop](DownloadProgress) { stop.request_stop(); });
+        const auto download = std::make_shared<FileDownloader>(
+            m_server->url(path), destination(), [&stop](DownloadProgress) { stop.request_stop(); });
         QVERIFY(Tasks::failure<CancellationError>(download->start(stop.get_token())));
         QVERIFY(isFolderEmpty());
     }
@@ -172,7 +172,7 @@ private:
 
     std::shared_ptr<FileDownloader> downloader(const QUrl &url) const
     {
-        return FileDownloader::create(url, destination(), nullptr);
+        return std::make_shared<FileDownloader>(url, destination(), nullptr);
     }
 
     QString destination() const { return m_folder->filePath(u"game.zip"_s); }

@@ -126,11 +126,11 @@ private Q_SLOTS:
     {
         m_server->serve(path, someBytes(500'000));
         QList<QThread *> threads;
-        const auto download
-            = FileDownloader::create(m_server->url(path), destination(), [&threads](DownloadProgress) {
-                  if (threads.isEmpty() || threads.last() != QThread::currentThread())
-                      threads.append(QThread::currentThread());
-              });
+        const auto download = std::make_shared<FileDownloader>(
+            m_server->url(path), destination(), [&threads](DownloadProgress) {
+                if (threads.isEmpty() || threads.last() != QThread::currentThread())
+                    threads.append(QThread::currentThread());
+            });
         Tasks::finish(download->start());
         QCOMPARE(threads.size(), 1);
         QVERIFY(threads.first() != QThread::currentThread());
@@ -139,7 +139,7 @@ private Q_SLOTS:
     void nobodyNeedsToListenToTheProgress()
     {
         m_server->serve(path, "bytes");
-        Tasks::finish(FileDownloader::create(m_server->url(path), destination(), nullptr)->start());
+        Tasks::finish(std::make_shared<FileDownloader>(m_server->url(path), destination(), nullptr)->start());
         QCOMPARE(content(), "bytes");
     }
 
@@ -188,7 +188,7 @@ private Q_SLOTS:
         m_server->serve(path, reply);
         writeDestination("old");
         const auto download
-            = FileDownloader::create(m_server->url(path), destination(), nullptr, impatient());
+            = std::make_shared<FileDownloader>(m_server->url(path), destination(), nullptr, impatient());
         QTEST(failureOf(*download), "sentence");
         QCOMPARE(content(), "old");
         QCOMPARE(filesInFolder(), QStringList { u"game.zip"_s });
@@ -198,7 +198,7 @@ private Q_SLOTS:
     {
         const RefusingPort port;
         const QUrl url(u"http://127.0.0.1:"_s + QString::number(port.port()) + u"/master.zip"_s);
-        const auto download = FileDownloader::create(url, destination(), nullptr);
+        const auto download = std::make_shared<FileDownloader>(url, destination(), nullptr);
         QCOMPARE(failureOf(*download), u"Download failed: Could not connect to the server."_s);
     }
 
@@ -242,8 +242,8 @@ private Q_SLOTS:
     void aDestinationInAFolderThatIsMissingIsAFileError()
     {
         m_server->serve(path, "new");
-        const auto download
-            = FileDownloader::create(m_server->url(path), m_folder->filePath(u"missing/game.zip"_s), nullptr);
+        const auto download = std::make_shared<FileDownloader>(
+            m_server->url(path), m_folder->filePath(u"missing/game.zip"_s), nullptr);
         const auto error = Tasks::failure<FileError>(download->start());
         QVERIFY(error);
         QCOMPARE(error->code(), ENOENT);
@@ -254,8 +254,8 @@ private Q_SLOTS:
     {
         write(m_folder->filePath(u"file"_s), "x");
         m_server->serve(path, "new");
-        const auto download
-            = FileDownloader::create(m_server->url(path), m_folder->filePath(u"file/game.zip"_s), nullptr);
+        const auto download = std::make_shared<FileDownloader>(
+            m_server->url(path), m_folder->filePath(u"file/game.zip"_s), nullptr);
         const auto error = Tasks::failure<FileError>(download->start());
         QVERIFY(error);
         QCOMPARE(error->code(), ENOTDIR);
@@ -343,7 +343,7 @@ private:
     std::shared_ptr<FileDownloader> downloader()
     {
         const auto note = [this](DownloadProgress progress) { m_events.append(progress); };
-        return FileDownloader::create(m_server->url(path), destination(), note);
+        return std::make_shared<FileDownloader>(m_server->url(path), destination(), note);
     }
 
     static QString failureOf(FileDownloader &download)

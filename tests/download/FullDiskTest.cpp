@@ -60,8 +60,8 @@ private:
     {
         HttpServer server;
         server.serve(u"/game.zip"_s, someBytes(1'000'000));
-        const auto download
-            = FileDownloader::create(server.url(u"/game.zip"_s), m_folder.filePath(u"game.zip"_s), nullptr);
+        const auto download = std::make_shared<FileDownloader>(server.url(u"/game.zip"_s),
+                                                               m_folder.filePath(u"game.zip"_s), nullptr);
         return Tasks::failure<FileError>(download->start());
     }
 

@@ -23,8 +23,8 @@ private Q_SLOTS:
             u"/game.zip"_s,
             HttpReply::head(200, { "Content-Length: 1000000" }).send(QByteArray(50'000, 'x')).stall());
         const QTemporaryDir folder;
-        const auto download
-            = FileDownloader::create(server.url(u"/game.zip"_s), folder.filePath(u"game.zip"_s), nullptr);
+        const auto download = std::make_shared<FileDownloader>(server.url(u"/game.zip"_s),
+                                                               folder.filePath(u"game.zip"_s), nullptr);
         const auto error = Tasks::failure<AppError>(download->start(), std::chrono::seconds(60));
         QVERIFY(error);
         QCOMPARE(error->errorDescription(), u"Download failed: The request timed out."_s);

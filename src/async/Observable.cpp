@@ -1,3 +1,0 @@
-#include "Observable.h"
-
-Observable::~Observable() = default;

@@ -1,3 +1,0 @@
-#include "Workspace.h"
-
-Workspace::~Workspace() = default;
