@@ -121,8 +121,8 @@ int Launcher::run(char *program, const QUrl &codeHost)
         say(QStringLiteral("2D Platformer is already open, but does not answer. End it and start it again."));
         return EXIT_FAILURE;
     case SingleInstance::Outcome::HeldByUnknown:
-        say(QStringLiteral("Another program has locked the folder “%1”, where 2D Platformer keeps its files. "
-                           "End that program and start 2D Platformer again.")
+        say(QStringLiteral(
+                "Another program has locked the folder “%1”, where 2D Platformer keeps its files. End that program and start 2D Platformer again.")
                 .arg(instance.folder()));
         return EXIT_FAILURE;
     case SingleInstance::Outcome::Holds:

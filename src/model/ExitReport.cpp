@@ -28,8 +28,8 @@ ExitReport exitReport(const GameExit &exit)
     // The unrounded time decides: 9.6 seconds are "only 10 seconds".
     if (exit.seconds < shortestProperRun) {
         const QString message
-            = QStringLiteral("The game closed after only %1 second%2 (exit code %3), so it did not "
-                             "start properly. These are the last lines of its log:")
+            = QStringLiteral(
+                  "The game closed after only %1 second%2 (exit code %3), so it did not start properly. These are the last lines of its log:")
                   .arg(seconds)
                   .arg(seconds == 1 ? QString() : QStringLiteral("s"))
                   .arg(exit.status);
@@ -37,8 +37,8 @@ ExitReport exitReport(const GameExit &exit)
     }
     if (exit.status != 0) {
         const QString message
-            = QStringLiteral("The game stopped with an error (exit code %1) after %2 seconds. "
-                             "These are the last lines of its log:")
+            = QStringLiteral(
+                  "The game stopped with an error (exit code %1) after %2 seconds. These are the last lines of its log:")
                   .arg(exit.status)
                   .arg(seconds);
         return { .failure = message, .logLine = std::nullopt };

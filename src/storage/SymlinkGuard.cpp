@@ -16,9 +16,8 @@ void SymlinkGuard::requireNoLinks()
     for (const QString &folder : { Paths::root(), Paths::tempFolder(), Paths::engineFolder() }) {
         if (isLink(folder))
             throw AppError::message(
-                QStringLiteral("The folder “%1” is a symbolic link, which the launcher does not download "
-                               "through: please choose “Remove everything”, which removes only the link, and "
-                               "play again.")
+                QStringLiteral(
+                    "The folder “%1” is a symbolic link, which the launcher does not download through: please choose “Remove everything”, which removes only the link, and play again.")
                     .arg(QFileInfo(folder).fileName()));
     }
 }

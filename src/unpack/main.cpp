@@ -99,8 +99,7 @@ int main(int argc, char **argv)
     const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
     const std::function<void()> work = workOf(arguments);
     if (!work) {
-        std::fputs("usage: vantor-unpack -x -k ARCHIVE FOLDER\n"
-                   "       vantor-unpack --check ARCHIVE\n",
+        std::fputs("usage: vantor-unpack -x -k ARCHIVE FOLDER\n       vantor-unpack --check ARCHIVE\n",
                    stderr);
         return problem;
     }

@@ -44,8 +44,7 @@ AboutView::AboutView(AppModel &model, QWidget *parent)
     addDivider();
     add(TextStyle::Caption, Ink::Secondary,
         QStringLiteral(
-            "Made with the Godot Engine, MIT License, by Juan Linietsky, Ariel Manzur and the Godot "
-            "contributors."));
+            "Made with the Godot Engine, MIT License, by Juan Linietsky, Ariel Manzur and the Godot contributors."));
     add(TextStyle::Caption, Ink::Secondary,
         QStringLiteral("Nothing is sent anywhere except the downloads from %1.")
             .arg(CodeHost::address().host()));

@@ -14,9 +14,8 @@ HeaderView::HeaderView(AppModel &model, QWidget *parent)
 {
     auto *title = new TextLabel(TextStyle::LargeTitle);
     title->display(QStringLiteral("2D Platformer"));
-    m_introduction->display(
-        QStringLiteral("A small 2D platformer made with Godot. The game and its details are "
-                       "read from the repository after the first download."));
+    m_introduction->display(QStringLiteral(
+        "A small 2D platformer made with Godot. The game and its details are read from the repository after the first download."));
     m_facts = makeFacts();
 
     auto *column = new QVBoxLayout(this);

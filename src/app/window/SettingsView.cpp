@@ -141,8 +141,8 @@ void SettingsView::addMaintenance()
     addButtons({ m_update, m_reinstall });
 
     auto *note = new TextLabel(TextStyle::Caption, Ink::Secondary);
-    note->display(QStringLiteral("Updating downloads the game again. Your save files are kept "
-                                 "(they live in Godot's own folder)."));
+    note->display(QStringLiteral(
+        "Updating downloads the game again. Your save files are kept (they live in Godot's own folder)."));
     column()->addWidget(note);
 
     auto *reveal = new TextButton(QStringLiteral("Reveal in Finder"));
