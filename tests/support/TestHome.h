@@ -6,9 +6,11 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <sys/stat.h>
+
 /// A home folder of the test's own for as long as this object lives: HOME, XDG_DATA_HOME and XDG_CONFIG_HOME
-/// point into a fresh temporary folder, so that tests never touch the files of whoever runs them. Main
-/// thread.
+/// point into a fresh temporary folder, so that tests never touch the files of whoever runs them. A `name` is
+/// relative to the home, or the absolute path of something in it. Main thread.
 class TestHome final {
 public:
     TestHome()
@@ -35,20 +37,56 @@ public:
 
     QString path() const { return m_folder.path(); }
     QString dataHome() const { return filePath(QStringLiteral("data")); }
-    QString filePath(const QString &name) const { return m_folder.filePath(name); }
+    QString filePath(const QString &name) const { return QDir(path()).filePath(name); }
+    /// The same path in bytes, for system calls.
+    QByteArray bytes(const QString &name) const { return QFile::encodeName(filePath(name)); }
 
     /// Writes a file in the home, creates the folders above it, and returns its path.
     QString write(const QString &name, const QByteArray &content) const
     {
-        const QString file = filePath(name);
-        QDir().mkpath(QFileInfo(file).path());
+        const QString file = withFoldersAbove(name);
         QFile out(file);
         if (!out.open(QIODevice::WriteOnly) || out.write(content) != content.size())
             qFatal("%s could not be written.", qPrintable(file));
         return file;
     }
 
+    /// Makes a symbolic link in the home, creates the folders above it, and returns its path.
+    QString link(const QString &name, const QString &target) const
+    {
+        const QString link = withFoldersAbove(name);
+        if (!QFile::link(target, link))
+            qFatal("%s could not be linked.", qPrintable(link));
+        return link;
+    }
+
+    void setMode(const QString &name, mode_t mode) const
+    {
+        if (::chmod(bytes(name).constData(), mode) != 0)
+            qFatal("%s could not be given other permissions.", qPrintable(name));
+    }
+
+    /// What a file contains, or "(unreadable)".
+    QByteArray read(const QString &name) const
+    {
+        QFile file(filePath(name));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : "(unreadable)";
+    }
+
+    /// The names of all that is in a folder, sorted.
+    QStringList list(const QString &name = {}) const
+    {
+        return QDir(filePath(name))
+            .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+    }
+
 private:
+    QString withFoldersAbove(const QString &name) const
+    {
+        QDir().mkpath(QFileInfo(filePath(name)).path());
+        return filePath(name);
+    }
+
     void set(const QByteArray &name, const QString &value)
     {
         m_before.append(
