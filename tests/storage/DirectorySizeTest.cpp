@@ -6,182 +6,151 @@
 #include <QTest>
 
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <functional>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Makes something in the home, and returns the path to measure.
+using Make = std::function<QString(const TestHome &home)>;
+
+const QByteArray content(10'000, 'x');
+
+qint64 blocksOf(const QString &path)
+{
+    struct stat status = {};
+    return ::lstat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_blocks * 512 : -1;
+}
+
+}
 
 class DirectorySizeTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void aMissingFolderIsZero();
-    void anEmptyFolderIsZero();
-    void aFileInPlaceOfAFolderIsZero();
-    void aOneByteFileCountsItsBlocks();
-    void aSparseFileCountsWhatItTakes();
-    void hiddenFilesAndBundlesCount();
-    void aLinkToALargeFileAddsNothing();
-    void aLinkToAFolderIsNotFollowed();
-    void pipesAddNothingAndDoNotBlock();
-    void aHardLinkCountsEachTimeItIsMet();
-    void aFolderNamedByALinkIsSized();
-    void namesThatAreNotUtf8Count();
-    void aVeryDeepTreeIsWalkedToItsEnd();
-    void aFolderThatIsShutAddsNothingAndTheRestCounts_data();
-    void aFolderThatIsShutAddsNothingAndTheRestCounts();
+    void init() { m_home.emplace(); }
+    void cleanup() { m_home.reset(); }
+
+    void whatHoldsNoFileIsZero_data()
+    {
+        QTest::addColumn<Make>("make");
+        const auto row = [](const char *name, const Make &make) { QTest::newRow(name) << make; };
+        row("no path", [](const TestHome &) { return QString(); });
+        row("a missing folder", [](const TestHome &home) { return home.filePath(u"nothing"_s); });
+        row("an empty folder", [](const TestHome &home) { return home.path(); });
+        row("a file in place of a folder",
+            [](const TestHome &home) { return home.write(u"file"_s, content); });
+        row("a link to a large file", [](const TestHome &home) {
+            return QFileInfo(home.link(u"tree/link"_s, home.write(u"large"_s, content))).path();
+        });
+        row("links to folders", [](const TestHome &home) {
+            home.write(u"away/large"_s, content);
+            home.link(u"tree/away"_s, home.filePath(u"away"_s));
+            home.link(u"tree/round"_s, u"."_s);
+            return home.filePath(u"tree"_s);
+        });
+        row("a pipe, which must not block", [](const TestHome &home) {
+            return ::mkfifo(home.bytes(u"pipe"_s).constData(), 0600) == 0 ? home.path() : QString();
+        });
+    }
+
+    void whatHoldsNoFileIsZero()
+    {
+        QFETCH(Make, make);
+        QCOMPARE(directorySize(make(*m_home)), 0);
+    }
+
+    void aOneByteFileCountsItsBlocks()
+    {
+        const QString file = m_home->write(u"one"_s, "1");
+        QCOMPARE(directorySize(m_home->path()), blocksOf(file));
+        QVERIFY(directorySize(m_home->path()) > 1);
+    }
+
+    void aSparseFileCountsWhatItTakes()
+    {
+        const QString file = m_home->write(u"sparse"_s, "1");
+        QVERIFY(QFile::resize(file, 1'000'000'000));
+        QCOMPARE(directorySize(m_home->path()), blocksOf(file));
+        QVERIFY(directorySize(m_home->path()) < 1'000'000);
+    }
+
+    void hiddenFilesAndBundlesCount()
+    {
+        qint64 expected = 0;
+        for (const QString &name :
+             { u".imported-4.3"_s, u".godot/imported/a.ctex"_s, u"Godot.app/Contents/MacOS/Godot"_s })
+            expected += blocksOf(m_home->write(name, content));
+        QCOMPARE(directorySize(m_home->path()), expected);
+    }
+
+    void aHardLinkCountsEachTimeItIsMet()
+    {
+        const QString file = m_home->write(u"a"_s, content);
+        QCOMPARE(::link(m_home->bytes(file).constData(), m_home->bytes(u"b"_s).constData()), 0);
+        QCOMPARE(directorySize(m_home->path()), 2 * blocksOf(file));
+    }
+
+    void aFolderNamedByALinkIsSized()
+    {
+        const QString file = m_home->write(u"real/a"_s, content);
+        QCOMPARE(directorySize(m_home->link(u"link"_s, u"real"_s)), blocksOf(file));
+    }
+
+    void namesThatAreNotUtf8Count()
+    {
+        const QByteArray folder = m_home->bytes(u"caf"_s) + '\xE9';
+        if (::mkdir(folder.constData(), 0700) != 0)
+            QSKIP("This file system takes only names in UTF-8.");
+        const QByteArray file = folder + "/\xFF\xFE";
+        QCOMPARE(::rename(m_home->bytes(m_home->write(u"plain"_s, content)).constData(), file.constData()),
+                 0);
+        QVERIFY(directorySize(m_home->path()) >= content.size());
+        // QTemporaryDir removes only names in UTF-8.
+        QCOMPARE(::unlink(file.constData()), 0);
+        QCOMPARE(::rmdir(folder.constData()), 0);
+    }
+
+    void aVeryDeepTreeIsWalkedToItsEnd()
+    {
+        const QString file = m_home->write(u"d/"_s.repeated(500) + u"file"_s, "1");
+        const QString beside = m_home->write(u"d/beside"_s, "1");
+        QCOMPARE(directorySize(m_home->path()), blocksOf(file) + blocksOf(beside));
+    }
+
+    void aFolderThatIsShutAddsNothingAndTheRestCounts_data()
+    {
+        QTest::addColumn<mode_t>("mode");
+        QTest::newRow("neither listed nor searched") << mode_t(0);
+        QTest::newRow("listed, but not searched") << mode_t(0444);
+        QTest::newRow("searched, but not listed") << mode_t(0311);
+    }
+
+    void aFolderThatIsShutAddsNothingAndTheRestCounts()
+    {
+        QFETCH(mode_t, mode);
+        m_home->setMode(m_home->path(), 0755);
+        // One in each of two folders, so that in any order of listing something follows one of them.
+        qint64 open = 0;
+        qint64 shut = 0;
+        for (const QString &name : { u"a"_s, u"b"_s }) {
+            open += blocksOf(m_home->write(name + u"/file"_s, content));
+            shut += blocksOf(m_home->write(name + u"/shut/file"_s, content));
+            m_home->setMode(name + u"/shut"_s, mode);
+        }
+        const bool asExpected = OrdinaryUser::run([&] { return directorySize(m_home->path()) == open; });
+        for (const QString &name : { u"a"_s, u"b"_s })
+            m_home->setMode(name + u"/shut"_s, 0700);
+        QVERIFY(asExpected);
+        QCOMPARE(directorySize(m_home->path()), open + shut);
+    }
 
 private:
-    static qint64 blocksOf(const QString &path)
-    {
-        struct stat status = {};
-        return ::lstat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_blocks * 512 : -1;
-    }
+    std::optional<TestHome> m_home;
 };
-
-void DirectorySizeTest::aMissingFolderIsZero()
-{
-    const TestHome home;
-    QCOMPARE(directorySize(home.filePath(QStringLiteral("nothing"))), 0);
-    QCOMPARE(directorySize(QString()), 0);
-}
-
-void DirectorySizeTest::anEmptyFolderIsZero()
-{
-    const TestHome home;
-    QCOMPARE(directorySize(home.path()), 0);
-}
-
-void DirectorySizeTest::aFileInPlaceOfAFolderIsZero()
-{
-    const TestHome home;
-    QCOMPARE(directorySize(home.write(QStringLiteral("file"), "content")), 0);
-}
-
-void DirectorySizeTest::aOneByteFileCountsItsBlocks()
-{
-    const TestHome home;
-    const QString file = home.write(QStringLiteral("one"), "1");
-    QCOMPARE(directorySize(home.path()), blocksOf(file));
-    QVERIFY(directorySize(home.path()) > 1);
-}
-
-void DirectorySizeTest::aSparseFileCountsWhatItTakes()
-{
-    const TestHome home;
-    const QString file = home.write(QStringLiteral("sparse"), "1");
-    QVERIFY(QFile::resize(file, 1'000'000'000));
-    QCOMPARE(directorySize(home.path()), blocksOf(file));
-    QVERIFY(directorySize(home.path()) < 1'000'000);
-}
-
-void DirectorySizeTest::hiddenFilesAndBundlesCount()
-{
-    const TestHome home;
-    const QByteArray content(10'000, 'x');
-    const QString hidden = home.write(QStringLiteral(".imported-4.3"), content);
-    const QString inHidden = home.write(QStringLiteral(".godot/imported/a.ctex"), content);
-    const QString inBundle = home.write(QStringLiteral("Godot.app/Contents/MacOS/Godot"), content);
-    QCOMPARE(directorySize(home.path()), blocksOf(hidden) + blocksOf(inHidden) + blocksOf(inBundle));
-}
-
-void DirectorySizeTest::aLinkToALargeFileAddsNothing()
-{
-    const TestHome home;
-    const TestHome elsewhere;
-    const QString large = elsewhere.write(QStringLiteral("large"), QByteArray(1'000'000, 'x'));
-    QVERIFY(QFile::link(large, home.filePath(QStringLiteral("link"))));
-    QCOMPARE(directorySize(home.path()), 0);
-}
-
-void DirectorySizeTest::aLinkToAFolderIsNotFollowed()
-{
-    const TestHome home;
-    const TestHome elsewhere;
-    elsewhere.write(QStringLiteral("large"), QByteArray(1'000'000, 'x'));
-    QVERIFY(QFile::link(elsewhere.path(), home.filePath(QStringLiteral("away"))));
-    QVERIFY(QFile::link(QStringLiteral("."), home.filePath(QStringLiteral("round"))));
-    QCOMPARE(directorySize(home.path()), 0);
-}
-
-void DirectorySizeTest::pipesAddNothingAndDoNotBlock()
-{
-    const TestHome home;
-    QCOMPARE(mkfifo(QFile::encodeName(home.filePath(QStringLiteral("pipe"))).constData(), 0600), 0);
-    QCOMPARE(directorySize(home.path()), 0);
-}
-
-void DirectorySizeTest::aHardLinkCountsEachTimeItIsMet()
-{
-    const TestHome home;
-    const QString file = home.write(QStringLiteral("a"), QByteArray(10'000, 'x'));
-    QCOMPARE(::link(QFile::encodeName(file).constData(),
-                    QFile::encodeName(home.filePath(QStringLiteral("b"))).constData()),
-             0);
-    QCOMPARE(directorySize(home.path()), 2 * blocksOf(file));
-}
-
-void DirectorySizeTest::aFolderNamedByALinkIsSized()
-{
-    const TestHome home;
-    const QString file = home.write(QStringLiteral("real/a"), QByteArray(10'000, 'x'));
-    QVERIFY(QFile::link(home.filePath(QStringLiteral("real")), home.filePath(QStringLiteral("link"))));
-    QCOMPARE(directorySize(home.filePath(QStringLiteral("link"))), blocksOf(file));
-}
-
-void DirectorySizeTest::namesThatAreNotUtf8Count()
-{
-    const TestHome home;
-    const QByteArray base = QFile::encodeName(home.path());
-    const QByteArray folder = base + "/caf\xE9";
-    if (::mkdir(folder.constData(), 0700) != 0)
-        QSKIP("This file system takes only names in UTF-8.");
-    const QString plain = home.write(QStringLiteral("plain"), QByteArray(10'000, 'x'));
-    QCOMPARE(::rename(QFile::encodeName(plain).constData(), (folder + "/\xFF\xFE").constData()), 0);
-    QVERIFY(directorySize(home.path()) >= 10'000);
-    // QTemporaryDir removes only names in UTF-8.
-    QCOMPARE(::unlink((folder + "/\xFF\xFE").constData()), 0);
-    QCOMPARE(::rmdir(folder.constData()), 0);
-}
-
-void DirectorySizeTest::aVeryDeepTreeIsWalkedToItsEnd()
-{
-    const TestHome home;
-    QString deep;
-    for (int i = 0; i < 500; ++i)
-        deep += QStringLiteral("d/");
-    const QString file = home.write(deep + QStringLiteral("file"), "1");
-    const QString beside = home.write(QStringLiteral("d/beside"), "1");
-    QCOMPARE(directorySize(home.path()), blocksOf(file) + blocksOf(beside));
-}
-
-void DirectorySizeTest::aFolderThatIsShutAddsNothingAndTheRestCounts_data()
-{
-    QTest::addColumn<int>("mode");
-    QTest::newRow("neither listed nor searched") << 0;
-    QTest::newRow("listed, but not searched") << 0444;
-    QTest::newRow("searched, but not listed") << 0311;
-}
-
-void DirectorySizeTest::aFolderThatIsShutAddsNothingAndTheRestCounts()
-{
-    QFETCH(int, mode);
-    const TestHome home;
-    QCOMPARE(::chmod(QFile::encodeName(home.path()).constData(), 0755), 0);
-    // One in each of two folders, so that in any order of listing something follows one of them.
-    qint64 open = 0;
-    qint64 shut = 0;
-    const QList<QByteArray> folders { QFile::encodeName(home.filePath(QStringLiteral("a/shut"))),
-                                      QFile::encodeName(home.filePath(QStringLiteral("b/shut"))) };
-    for (const QString &name : { QStringLiteral("a"), QStringLiteral("b") }) {
-        open += blocksOf(home.write(name + QStringLiteral("/file"), QByteArray(10'000, 'x')));
-        shut += blocksOf(home.write(name + QStringLiteral("/shut/file"), QByteArray(10'000, 'x')));
-    }
-    for (const QByteArray &folder : folders)
-        QCOMPARE(::chmod(folder.constData(), static_cast<mode_t>(mode)), 0);
-    const QString root = home.path();
-    const bool asExpected = OrdinaryUser::run([&] { return directorySize(root) == open; });
-    for (const QByteArray &folder : folders)
-        QCOMPARE(::chmod(folder.constData(), 0700), 0);
-    QVERIFY(asExpected);
-    QCOMPARE(directorySize(root), open + shut);
-}
 
 QTEST_GUILESS_MAIN(DirectorySizeTest)
 #include "DirectorySizeTest.moc"

@@ -6,69 +6,70 @@
 #include <cerrno>
 #include <stdexcept>
 
+using namespace Qt::StringLiterals;
+
 class ErrorsTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void anAppErrorIsItsSentenceUnchanged();
-    void anAppErrorCanBeCopied();
-    void aFileErrorNamesTheFileAndTheReason();
-    void aFileErrorNamesAFolderThatIsWrittenWithASlash();
-    void aFileErrorTakesANameWithPlaceholdersAsItIs();
-    void thePlayerReadsAnAppErrorsOwnSentence();
-    void thePlayerReadsThePlatformsDescriptionOfAnyOtherError();
+    void anAppErrorIsItsSentenceUnchanged()
+    {
+        const QString text = u"  “Größe” is wrong: 100%.\n"_s;
+        QCOMPARE(AppError::message(text).errorDescription(), text);
+        QCOMPARE(QString::fromUtf8(AppError::message(text).what()), text);
+    }
+
+    void anAppErrorCanBeCopied()
+    {
+        const AppError first = AppError::message(u"One."_s);
+        AppError second = AppError::message(u"Two."_s);
+        second = first;
+        QCOMPARE(AppError(second).errorDescription(), u"One."_s);
+    }
+
+    void aFileErrorNamesTheFileAndTheReason_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("action");
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QString>("sentence");
+        QTest::newRow("a file") << u"/somewhere/game.zip"_s << u"moved"_s << ENOSPC
+                                << u"“game.zip” could not be moved: No space left on device."_s;
+        QTest::newRow("a folder written with slashes at its end")
+            << u"/somewhere/Game//"_s << u"created"_s << EACCES
+            << u"“Game” could not be created: Permission denied."_s;
+        QTest::newRow("the top of the file system")
+            << u"/"_s << u"removed"_s << EACCES << u"“/” could not be removed: Permission denied."_s;
+        QTest::newRow("a name with placeholders")
+            << u"/%2/%3%1"_s << u"moved"_s << EACCES << u"“%3%1” could not be moved: Permission denied."_s;
+    }
+
+    void aFileErrorNamesTheFileAndTheReason()
+    {
+        QFETCH(QString, path);
+        QFETCH(QString, action);
+        QFETCH(int, code);
+        const FileError error(path, action, code);
+        QTEST(error.errorDescription(), "sentence");
+        QTEST(QString::fromUtf8(error.what()), "sentence");
+        QTEST(error.code(), "code");
+    }
+
+    void aFolderInWhichNoneCanBeCreatedIsNamedByItsWholePath()
+    {
+        const auto error = FileError::noNewFolderIn(u"/a/file"_s, ENOTDIR);
+        QCOMPARE(error.errorDescription(), u"A folder could not be created in “/a/file”: Not a directory."_s);
+        QCOMPARE(error.code(), ENOTDIR);
+    }
+
+    void thePlayerReadsTheSentenceOfAnErrorOrThePlatformsDescription()
+    {
+        QCOMPARE(userFacingDescription(AppError::message(u"Nothing here."_s)), u"Nothing here."_s);
+        const FileError error(u"/a/Temp"_s, u"created"_s, EACCES);
+        QCOMPARE(userFacingDescription(error), error.errorDescription());
+        QCOMPARE(userFacingDescription(std::runtime_error("Größe")), u"Größe"_s);
+    }
 };
-
-void ErrorsTest::anAppErrorIsItsSentenceUnchanged()
-{
-    const QString text = QStringLiteral("  “Größe” is wrong: 100%.\n");
-    QCOMPARE(AppError::message(text).errorDescription(), text);
-    QCOMPARE(QString::fromUtf8(AppError::message(text).what()), text);
-}
-
-void ErrorsTest::anAppErrorCanBeCopied()
-{
-    const AppError first = AppError::message(QStringLiteral("One."));
-    AppError second = AppError::message(QStringLiteral("Two."));
-    second = first;
-    QCOMPARE(AppError(second).errorDescription(), QStringLiteral("One."));
-}
-
-void ErrorsTest::aFileErrorNamesTheFileAndTheReason()
-{
-    const FileError error(QStringLiteral("/somewhere/game.zip"), QStringLiteral("moved"), ENOSPC);
-    QCOMPARE(error.errorDescription(),
-             QStringLiteral("“game.zip” could not be moved: No space left on device."));
-    QCOMPARE(QString::fromUtf8(error.what()), error.errorDescription());
-    QCOMPARE(error.code(), ENOSPC);
-}
-
-void ErrorsTest::aFileErrorNamesAFolderThatIsWrittenWithASlash()
-{
-    const FileError folder(QStringLiteral("/somewhere/Game//"), QStringLiteral("created"), EACCES);
-    QCOMPARE(folder.errorDescription(), QStringLiteral("“Game” could not be created: Permission denied."));
-    const FileError top(QStringLiteral("/"), QStringLiteral("removed"), EBUSY);
-    QVERIFY(top.errorDescription().startsWith(QStringLiteral("“/” could not be removed: ")));
-}
-
-void ErrorsTest::aFileErrorTakesANameWithPlaceholdersAsItIs()
-{
-    const FileError error(QStringLiteral("/%2/%3%1"), QStringLiteral("moved"), EACCES);
-    QCOMPARE(error.errorDescription(), QStringLiteral("“%3%1” could not be moved: Permission denied."));
-}
-
-void ErrorsTest::thePlayerReadsAnAppErrorsOwnSentence()
-{
-    QCOMPARE(userFacingDescription(AppError::message(QStringLiteral("Nothing here."))),
-             QStringLiteral("Nothing here."));
-}
-
-void ErrorsTest::thePlayerReadsThePlatformsDescriptionOfAnyOtherError()
-{
-    const FileError error(QStringLiteral("/a/Temp"), QStringLiteral("created"), EACCES);
-    QCOMPARE(userFacingDescription(error), QStringLiteral("“Temp” could not be created: Permission denied."));
-    QCOMPARE(userFacingDescription(std::runtime_error("Größe")), QStringLiteral("Größe"));
-}
 
 QTEST_GUILESS_MAIN(ErrorsTest)
 #include "ErrorsTest.moc"

@@ -7,9 +7,20 @@
 #include <algorithm>
 #include <cerrno>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-QByteArray bytes(const QString &path) { return QFile::encodeName(path); }
+constexpr auto notThroughLink = FolderWalk::Start::NotThroughLink;
+
+QList<QByteArray> namesHere(const FolderWalk &walk)
+{
+    QList<QByteArray> names;
+    if (const int error = walk.list(names); error != 0)
+        return { "error " + QByteArray::number(error) };
+    std::sort(names.begin(), names.end());
+    return names;
+}
 
 }
 
@@ -17,99 +28,84 @@ class FolderWalkTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void aLinkIsNeverEntered();
-    void theFirstFolderMayBeNamedByALinkWhenAskedFor();
-    void aFileIsNeverEntered();
-    void theWayBackEndsAboveTheFirstFolder();
-    void aFolderThatWasMovedMeanwhileIsNotLeftForAnother();
-    void entriesAreListedAndInspectedWithoutFollowingLinks();
-};
-
-void FolderWalkTest::aLinkIsNeverEntered()
-{
-    const TestHome home;
-    home.write(QStringLiteral("precious/save"), "1");
-    QVERIFY(QDir().mkpath(home.filePath(QStringLiteral("tree"))));
-    QVERIFY(
-        QFile::link(home.filePath(QStringLiteral("precious")), home.filePath(QStringLiteral("tree/link"))));
-    for (const auto permissions : { FolderWalk::Permissions::AsTheyAre, FolderWalk::Permissions::Claimed }) {
-        FolderWalk walk(permissions);
-        QCOMPARE(walk.begin(bytes(home.filePath(QStringLiteral("tree"))), FolderWalk::Start::NotThroughLink),
-                 0);
-        QVERIFY(walk.enter("link") != 0);
-        FolderWalk atLink(permissions);
-        QVERIFY(
-            atLink.begin(bytes(home.filePath(QStringLiteral("tree/link"))), FolderWalk::Start::NotThroughLink)
-            != 0);
+    void aLinkIsNeverEntered_data()
+    {
+        QTest::addColumn<FolderWalk::Permissions>("permissions");
+        QTest::newRow("as they are") << FolderWalk::Permissions::AsTheyAre;
+        QTest::newRow("claimed") << FolderWalk::Permissions::Claimed;
     }
-}
 
-void FolderWalkTest::theFirstFolderMayBeNamedByALinkWhenAskedFor()
-{
-    const TestHome home;
-    home.write(QStringLiteral("real/file"), "1");
-    QVERIFY(QFile::link(QStringLiteral("real"), home.filePath(QStringLiteral("link"))));
-    FolderWalk walk(FolderWalk::Permissions::AsTheyAre);
-    QCOMPARE(walk.begin(bytes(home.filePath(QStringLiteral("link"))), FolderWalk::Start::ThroughLink), 0);
-    QList<QByteArray> names;
-    QCOMPARE(walk.list(names), 0);
-    QCOMPARE(names, QList<QByteArray>({ "file" }));
-}
+    void aLinkIsNeverEntered()
+    {
+        QFETCH(FolderWalk::Permissions, permissions);
+        const TestHome home;
+        home.write(u"precious/save"_s, "1");
+        home.link(u"tree/link"_s, home.filePath(u"precious"_s));
+        FolderWalk walk(permissions);
+        QCOMPARE(walk.begin(home.bytes(u"tree"_s), notThroughLink), 0);
+        QVERIFY(walk.enter("link") != 0);
+        QVERIFY(FolderWalk(permissions).begin(home.bytes(u"tree/link"_s), notThroughLink) != 0);
+    }
 
-void FolderWalkTest::aFileIsNeverEntered()
-{
-    const TestHome home;
-    const QString file = home.write(QStringLiteral("file"), "1");
-    FolderWalk walk(FolderWalk::Permissions::AsTheyAre);
-    QCOMPARE(walk.begin(bytes(file), FolderWalk::Start::NotThroughLink), ENOTDIR);
-    QCOMPARE(walk.begin(bytes(home.path()), FolderWalk::Start::NotThroughLink), 0);
-    QCOMPARE(walk.enter("file"), ENOTDIR);
-    QCOMPARE(walk.enter("nothing"), ENOENT);
-}
+    void theFirstFolderMayBeNamedByALinkWhenAskedFor()
+    {
+        const TestHome home;
+        home.write(u"real/file"_s, "1");
+        home.link(u"link"_s, u"real"_s);
+        FolderWalk walk(FolderWalk::Permissions::AsTheyAre);
+        QCOMPARE(walk.begin(home.bytes(u"link"_s), FolderWalk::Start::ThroughLink), 0);
+        QCOMPARE(namesHere(walk), QList<QByteArray>({ "file" }));
+    }
 
-void FolderWalkTest::theWayBackEndsAboveTheFirstFolder()
-{
-    const TestHome home;
-    home.write(QStringLiteral("a/b/file"), "1");
-    FolderWalk walk(FolderWalk::Permissions::AsTheyAre);
-    QCOMPARE(walk.begin(bytes(home.filePath(QStringLiteral("a"))), FolderWalk::Start::NotThroughLink), 0);
-    QCOMPARE(walk.enter("b"), 0);
-    QCOMPARE(walk.leave(), 0);
-    QList<QByteArray> names;
-    QCOMPARE(walk.list(names), 0);
-    QCOMPARE(names, QList<QByteArray>({ "b" }));
-    QCOMPARE(walk.leave(), 0);
-}
+    void aFileIsNeverEntered()
+    {
+        const TestHome home;
+        home.write(u"file"_s, "1");
+        FolderWalk walk(FolderWalk::Permissions::AsTheyAre);
+        QCOMPARE(walk.begin(home.bytes(u"file"_s), notThroughLink), ENOTDIR);
+        QCOMPARE(walk.begin(home.bytes(u"."_s), notThroughLink), 0);
+        QCOMPARE(walk.enter("file"), ENOTDIR);
+        QCOMPARE(walk.enter("nothing"), ENOENT);
+    }
 
-void FolderWalkTest::aFolderThatWasMovedMeanwhileIsNotLeftForAnother()
-{
-    const TestHome home;
-    home.write(QStringLiteral("tree/here/file"), "1");
-    home.write(QStringLiteral("precious/save"), "1");
-    FolderWalk walk(FolderWalk::Permissions::Claimed);
-    QCOMPARE(walk.begin(bytes(home.filePath(QStringLiteral("tree"))), FolderWalk::Start::NotThroughLink), 0);
-    QCOMPARE(walk.enter("here"), 0);
-    QVERIFY(QDir().rename(home.filePath(QStringLiteral("tree/here")),
-                          home.filePath(QStringLiteral("precious/here"))));
-    QCOMPARE(walk.leave(), ENOENT);
-}
+    void theWayBackEndsAboveTheFirstFolder()
+    {
+        const TestHome home;
+        home.write(u"a/b/file"_s, "1");
+        FolderWalk walk(FolderWalk::Permissions::AsTheyAre);
+        QCOMPARE(walk.begin(home.bytes(u"a"_s), notThroughLink), 0);
+        QCOMPARE(walk.enter("b"), 0);
+        QCOMPARE(walk.leave(), 0);
+        QCOMPARE(namesHere(walk), QList<QByteArray>({ "b" }));
+        QCOMPARE(walk.leave(), 0);
+    }
 
-void FolderWalkTest::entriesAreListedAndInspectedWithoutFollowingLinks()
-{
-    const TestHome home;
-    home.write(QStringLiteral("tree/.hidden"), "1");
-    QVERIFY(QFile::link(QStringLiteral("nothing"), home.filePath(QStringLiteral("tree/link"))));
-    FolderWalk walk(FolderWalk::Permissions::AsTheyAre);
-    QCOMPARE(walk.begin(bytes(home.filePath(QStringLiteral("tree"))), FolderWalk::Start::NotThroughLink), 0);
-    QList<QByteArray> names;
-    QCOMPARE(walk.list(names), 0);
-    std::sort(names.begin(), names.end());
-    QCOMPARE(names, QList<QByteArray>({ ".hidden", "link" }));
-    struct stat status = {};
-    QCOMPARE(walk.inspect("link", status), 0);
-    QVERIFY(S_ISLNK(status.st_mode));
-    QCOMPARE(walk.inspect("nothing", status), ENOENT);
-}
+    void aFolderThatWasMovedMeanwhileIsNotLeftForAnother()
+    {
+        const TestHome home;
+        home.write(u"tree/here/file"_s, "1");
+        home.write(u"precious/save"_s, "1");
+        FolderWalk walk(FolderWalk::Permissions::Claimed);
+        QCOMPARE(walk.begin(home.bytes(u"tree"_s), notThroughLink), 0);
+        QCOMPARE(walk.enter("here"), 0);
+        QVERIFY(QDir().rename(home.filePath(u"tree/here"_s), home.filePath(u"precious/here"_s)));
+        QCOMPARE(walk.leave(), ENOENT);
+    }
+
+    void entriesAreListedAndInspectedWithoutFollowingLinks()
+    {
+        const TestHome home;
+        home.write(u"tree/.hidden"_s, "1");
+        home.link(u"tree/link"_s, u"nothing"_s);
+        FolderWalk walk(FolderWalk::Permissions::AsTheyAre);
+        QCOMPARE(walk.begin(home.bytes(u"tree"_s), notThroughLink), 0);
+        QCOMPARE(namesHere(walk), QList<QByteArray>({ ".hidden", "link" }));
+        struct stat status = {};
+        QCOMPARE(walk.inspect("link", status), 0);
+        QVERIFY(S_ISLNK(status.st_mode));
+        QCOMPARE(walk.inspect("nothing", status), ENOENT);
+    }
+};
 
 QTEST_GUILESS_MAIN(FolderWalkTest)
 #include "FolderWalkTest.moc"
