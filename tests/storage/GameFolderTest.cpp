@@ -1,14 +1,15 @@
 #include "GameFolder.h"
 #include "FileError.h"
-#include "Paths.h"
 
-#include "TestHome.h"
+#include "Failure.h"
+#include "LauncherFolder.h"
 
-#include <QDir>
 #include <QTest>
 
 #include <cerrno>
 #include <optional>
+
+using namespace Qt::StringLiterals;
 
 class GameFolderTest final : public QObject {
     Q_OBJECT
@@ -19,85 +20,71 @@ private Q_SLOTS:
 
     void theFirstGameIsMovedIntoPlace()
     {
-        const QString project = write(QStringLiteral("Temp/A/extract/Vantor-master"), "new");
-        QCOMPARE(GameFolder::replace(project), QString());
+        QCOMPARE(GameFolder::replace(write(u"Temp/A/extract/Vantor-master"_s, "new")), QString());
         QCOMPARE(game(), "new");
     }
 
     void theReplacedGameIsLeftToTheCallerAndNeverComesBack()
     {
-        write(QStringLiteral("Game"), "old");
-        const QString project = write(QStringLiteral("Temp/A/extract/Vantor-master"), "new");
-        const QString replaced = GameFolder::replace(project);
+        write(u"Game"_s, "old");
+        const QString replaced = GameFolder::replace(write(u"Temp/A/extract/Vantor-master"_s, "new"));
         QCOMPARE(QFileInfo(replaced).path(), Paths::tempFolder());
         QCOMPARE(game(), "new");
 
         QVERIFY(QDir(Paths::gameFolder()).removeRecursively());
         QVERIFY(GameFolder::putBack());
-        QVERIFY(!QFileInfo::exists(Paths::gameFolder()));
+        QVERIFY(!LauncherFolder::has(u"Game"_s));
     }
 
     void aNewGameThatCannotBeMovedLeavesTheOldOneAndNothingElse()
     {
-        write(QStringLiteral("Game"), "old");
-        try {
-            GameFolder::replace(Paths::tempFolder() + QStringLiteral("/missing"));
-            QFAIL("A game that is not there was moved.");
-        } catch (const FileError &error) {
-            QCOMPARE(error.code(), ENOENT);
-        }
+        write(u"Game"_s, "old");
+        const QString missing = LauncherFolder::path(u"Temp/missing"_s);
+        QCOMPARE(failureOf<FileError>([&] { GameFolder::replace(missing); }),
+                 FileError(missing, u"moved"_s, ENOENT).errorDescription());
         QCOMPARE(game(), "old");
-        QVERIFY(QDir(Paths::tempFolder()).isEmpty());
+        QCOMPARE(m_home->list(Paths::tempFolder()), QStringList());
     }
 
     void aGameThatWasAboutToBeReplacedIsPutBack()
     {
-        write(QStringLiteral("Temp/A/extract/Vantor-master"), "new");
-        write(QStringLiteral("Temp/B/Game"), "old");
+        write(u"Temp/A/extract/Vantor-master"_s, "new");
+        write(u"Temp/B/Game"_s, "old");
         QVERIFY(GameFolder::putBack());
         QCOMPARE(game(), "old");
     }
 
     void theGameInPlaceIsNotReplacedByOneThatIsPutBack()
     {
-        write(QStringLiteral("Game"), "new");
-        write(QStringLiteral("Temp/A/Game"), "old");
+        write(u"Game"_s, "new");
+        write(u"Temp/A/Game"_s, "old");
         QVERIFY(GameFolder::putBack());
         QCOMPARE(game(), "new");
     }
 
     void aGameBehindALinkIsNotTakenForOneToPutBack()
     {
-        const QString elsewhere = m_home->write(QStringLiteral("elsewhere/Game/project.godot"), "mine");
-        QVERIFY(QDir().mkpath(Paths::tempFolder()));
-        QVERIFY(QFile::link(m_home->filePath(QStringLiteral("elsewhere")),
-                            Paths::tempFolder() + QStringLiteral("/link")));
+        const QString elsewhere = m_home->write(u"elsewhere/Game/project.godot"_s, "mine");
+        m_home->link(Paths::tempFolder() + u"/link"_s, m_home->filePath(u"elsewhere"_s));
         QVERIFY(GameFolder::putBack());
-        QVERIFY(!QFileInfo::exists(Paths::gameFolder()));
+        QVERIFY(!LauncherFolder::has(u"Game"_s));
         QVERIFY(QFileInfo::exists(elsewhere));
     }
 
     void withoutAnythingToPutBackNothingHappens()
     {
         QVERIFY(GameFolder::putBack());
-        QVERIFY(!QFileInfo::exists(Paths::root()));
+        QVERIFY(!FileOperations::exists(Paths::root()));
     }
 
 private:
-    /// Writes a game into the folder `name` under the root, and returns that folder.
+    /// Writes a game into a folder in the launcher's, and returns that folder.
     QString write(const QString &name, const QByteArray &content) const
     {
-        const QString folder = Paths::root() + u'/' + name;
-        const QDir home(m_home->path());
-        m_home->write(home.relativeFilePath(folder) + QStringLiteral("/project.godot"), content);
-        return folder;
+        return QFileInfo(LauncherFolder::write(*m_home, name + u"/project.godot"_s, content)).path();
     }
 
-    static QByteArray game()
-    {
-        QFile file(Paths::gameFolder() + QStringLiteral("/project.godot"));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
+    QByteArray game() const { return m_home->read(Paths::gameFolder() + u"/project.godot"_s); }
 
     std::optional<TestHome> m_home;
 };
