@@ -1,20 +1,21 @@
 #include "BackgroundRemoval.h"
-#include "FileOperations.h"
 #include "Leftovers.h"
-#include "Paths.h"
 
+#include "LauncherFolder.h"
 #include "OrdinaryUser.h"
-#include "TestHome.h"
 #include "ThreadLimit.h"
 #include "Uninstall.h"
 
-#include <QDir>
 #include <QTest>
 
 #include <semaphore>
 #include <thread>
 
+using namespace Qt::StringLiterals;
+
 namespace {
+
+using Removal = std::function<bool()>;
 
 /// Holds up the background removal while it exists, so that a test can see the state before it.
 class Standstill final {
@@ -40,12 +41,9 @@ private:
     std::binary_semaphore m_end { 0 };
 };
 
-/// The entries of `folder` that were moved aside and wait to be removed.
-QStringList aside(const QString &folder)
-{
-    return QDir(folder).entryList({ QStringLiteral(".vantor-platformer-removed-*") },
-                                  QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
-}
+/// The start of the hidden name of what waits to be removed, and such a name.
+constexpr auto prefix = ".vantor-platformer-removed-"_L1;
+const QString removedBefore = prefix + u"6ba7b810-9dad-11d1-80b4-00c04fd430c8"_s;
 
 }
 
@@ -56,104 +54,105 @@ private Q_SLOTS:
     void init() { m_home.emplace(); }
     void cleanup() { m_home.reset(); }
 
-    void whatIsRemovedHasLeftItsPlaceBeforeItIsGone_data()
+    void whatIsRemovedHasLeftItsPlaceBeforeItIsDeleted_data()
     {
-        QTest::addColumn<QString>("what");
-        QTest::newRow("the game") << QStringLiteral("Game");
-        QTest::newRow("scratch") << QStringLiteral("Temp");
-        QTest::newRow("everything") << QString();
+        QTest::addColumn<Removal>("remove");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QStringList>("rest");
+        const auto row = [](const char *what, const Removal &remove, const QString &name,
+                            const QStringList &rest) { QTest::newRow(what) << remove << name << rest; };
+        const auto returningTrue = [](void (*remove)() noexcept) {
+            return [remove] {
+                remove();
+                return true;
+            };
+        };
+        row("the game", returningTrue(Uninstall::game), u"/Game"_s, { u"Engine"_s, u"Temp"_s });
+        row("the engines", returningTrue(Uninstall::engines), u"/Engine"_s, { u"Game"_s, u"Temp"_s });
+        row("scratch", Leftovers::beginToClear, u"/Temp"_s, { u"Engine"_s, u"Game"_s });
+        row("everything", returningTrue(Uninstall::everything), QString(), {});
     }
 
-    void whatIsRemovedHasLeftItsPlaceBeforeItIsGone()
+    void whatIsRemovedHasLeftItsPlaceBeforeItIsDeleted()
     {
-        QFETCH(QString, what);
-        keep(QStringLiteral("Game/levels/one"));
-        keep(QStringLiteral("Temp/A/extract/one"));
-        const QString place = what.isEmpty() ? base() : Paths::root();
+        QFETCH(Removal, remove);
+        QFETCH(QString, name);
+        for (const QString &file : { u"Game/levels/one"_s, u"Engine/4.6/engine"_s, u"Temp/A/extract/one"_s })
+            keep(file);
+        const QString path = Paths::root() + name;
+        const QString place = QFileInfo(path).path();
         {
-            const Standstill nothingGoes;
-            if (what.isEmpty())
-                Uninstall::everything();
-            else if (what == QStringLiteral("Temp"))
-                QVERIFY(Leftovers::beginToClear());
-            else
-                Uninstall::game();
-            QVERIFY(!FileOperations::exists(what.isEmpty() ? Paths::root() : Paths::root() + u'/' + what));
+            const Standstill nothingIsDeleted;
+            QVERIFY(remove());
+            QVERIFY(!FileOperations::exists(path));
             QCOMPARE(aside(place).size(), 1);
         }
         QCOMPARE(aside(place), QStringList());
+        QTEST(m_home->list(Paths::root()), "rest");
     }
 
-    void whatAKilledLauncherWasRemovingGoesAtTheNextStart()
+    void whatAKilledLauncherWasRemovingIsDeletedAtTheNextStart()
     {
-        const QString name
-            = QStringLiteral(".vantor-platformer-removed-6ba7b810-9dad-11d1-80b4-00c04fd430c8");
-        keep(name + QStringLiteral("/levels/one"));
-        const QString beside = base() + u'/' + name;
-        m_home->write(QDir(m_home->path()).relativeFilePath(beside + QStringLiteral("/Game/one")), "1");
-        const QString precious = m_home->write(QStringLiteral("precious/save"), "1");
-        QVERIFY(QFile::link(m_home->filePath(QStringLiteral("precious")), beside + QStringLiteral("/link")));
+        keep(removedBefore + u"/levels/one"_s);
+        const QString beside = Paths::base() + u'/' + removedBefore;
+        m_home->write(beside + u"/Game/one"_s, "1");
+        const QString precious = m_home->write(u"precious/save"_s, "1");
+        m_home->link(beside + u"/link"_s, m_home->filePath(u"precious"_s));
 
         QVERIFY(Leftovers::clear());
         QCOMPARE(aside(Paths::root()), QStringList());
-        QCOMPARE(aside(base()), QStringList());
+        QCOMPARE(aside(Paths::base()), QStringList());
         QVERIFY(FileOperations::exists(precious));
     }
 
     void whatOnlyHasASimilarNameStays()
     {
-        keep(QStringLiteral("Game/project.godot"));
-        const QStringList names { QStringLiteral(".vantor-platformer-removed-"),
-                                  QStringLiteral(".vantor-platformer-removed-yesterday") };
+        keep(u"Game/project.godot"_s);
+        const QStringList names { prefix, prefix + u"yesterday"_s };
         for (const QString &name : names) {
-            keep(name + QStringLiteral("/file"));
-            QVERIFY(QDir().mkpath(base() + u'/' + name));
+            keep(name + u"/file"_s);
+            m_home->write(Paths::base() + u'/' + name + u"/file"_s, "1");
         }
         QVERIFY(Leftovers::clear());
         QCOMPARE(aside(Paths::root()), names);
-        QCOMPARE(aside(base()), names);
+        QCOMPARE(aside(Paths::base()), names);
     }
 
     void aLinkInPlaceOfWhatIsRemovedIsNotFollowed()
     {
-        const QString precious = m_home->write(QStringLiteral("precious/save"), "1");
-        QVERIFY(QDir().mkpath(base()));
-        QVERIFY(QFile::link(
-            m_home->filePath(QStringLiteral("precious")),
-            base() + QStringLiteral("/.vantor-platformer-removed-6ba7b810-9dad-11d1-80b4-00c04fd430c8")));
+        const QString precious = m_home->write(u"precious/save"_s, "1");
+        m_home->link(Paths::base() + u'/' + removedBefore, m_home->filePath(u"precious"_s));
         QVERIFY(Leftovers::clear());
-        QCOMPARE(aside(base()), QStringList());
+        QCOMPARE(aside(Paths::base()), QStringList());
         QVERIFY(FileOperations::exists(precious));
     }
 
     void aGameThatIsBeingRemovedIsNotPutBack()
     {
-        keep(QStringLiteral("Temp/A/Game/project.godot"));
-        keep(QStringLiteral("Game/project.godot"));
-        const Standstill nothingGoes;
+        keep(u"Temp/A/Game/project.godot"_s);
+        keep(u"Game/project.godot"_s);
+        const Standstill nothingIsDeleted;
         QVERIFY(Leftovers::beginToClear());
         Uninstall::game();
         QVERIFY(Leftovers::beginToClear());
-        QVERIFY(!FileOperations::exists(Paths::gameFolder()));
+        QVERIFY(!LauncherFolder::has(u"Game"_s));
     }
 
-    void whoIsToldToStopWaitsNoLonger()
+    void waitingEndsWhenAStopIsRequested()
     {
-        keep(QStringLiteral("Temp/A/file"));
-        const Standstill nothingGoes;
+        keep(u"Temp/A/file"_s);
+        const Standstill nothingIsDeleted;
         std::stop_source stop;
         std::jthread later([&stop] { stop.request_stop(); });
         QVERIFY(Leftovers::clear(stop.get_token()));
         QCOMPARE(aside(Paths::root()).size(), 1);
     }
 
-    void withoutAThreadTheOneWhoWaitsDoesTheWork()
+    void withoutAThreadTheWaitingThreadDoesTheWork()
     {
-        keep(QStringLiteral("Game/levels/one"));
-        for (const QString &path : { m_home->path(), base(), Paths::root(), Paths::gameFolder(),
-                                     Paths::gameFolder() + QStringLiteral("/levels") })
-            QVERIFY(OrdinaryUser::own(QFile::encodeName(path).constData()));
-        QVERIFY(OrdinaryUser::run([] {
+        keep(u"Game/levels/one"_s);
+        QVERIFY(OrdinaryUser::ownTree(m_home->path()));
+        QVERIFY(OrdinaryUser::run([this] {
             const ThreadLimit none;
             Uninstall::game();
             const bool isAside = aside(Paths::root()).size() == 1;
@@ -163,13 +162,10 @@ private Q_SLOTS:
     }
 
 private:
-    static QString base() { return QFileInfo(Paths::root()).path(); }
+    void keep(const QString &name) const { LauncherFolder::write(*m_home, name); }
 
-    /// Writes `name` in the launcher's folder.
-    void keep(const QString &name) const
-    {
-        m_home->write(QDir(m_home->path()).relativeFilePath(Paths::root() + u'/' + name), "1");
-    }
+    /// The entries of `folder` that wait to be removed.
+    QStringList aside(const QString &folder) const { return m_home->list(folder).filter(prefix); }
 
     std::optional<TestHome> m_home;
 };

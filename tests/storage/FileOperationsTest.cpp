@@ -1,354 +1,256 @@
 #include "FileOperations.h"
 #include "FileError.h"
 
+#include "Failure.h"
 #include "OrdinaryUser.h"
 #include "TestHome.h"
 
 #include <QTest>
 
-#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
 #include <initializer_list>
-#include <optional>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString moveFailure(const QString &from, const QString &to)
+{
+    return failureOf<FileError>([&] { FileOperations::move(from, to); });
+}
+
+QString writeFailure(const QString &path, const QByteArray &content = "new")
+{
+    return failureOf<FileError>([&] { FileOperations::writeAtomically(path, content); });
+}
+
+QString folderFailure(const QString &path)
+{
+    return failureOf<FileError>([&] { FileOperations::createFolder(path); });
+}
+
+QString sentence(const QString &path, const QString &action, int code)
+{
+    return FileError(path, action, code).errorDescription();
+}
+
+}
 
 class FileOperationsTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void anythingAtAPathExists();
-    void whatALinkLeadsToIsReachableUnlessItLeadsNowhere();
-    void aFolderIsCreatedWithAllMissingParents();
-    void aFolderThatExistsIsNoError();
-    void aFileInTheWayOfAFolderIsAnError();
-    void aFileIsMoved();
-    void aFolderIsMovedWithItsContent();
-    void aLinkIsMovedAndNotItsTarget();
-    void nothingIsMovedOntoANameThatIsTaken_data();
-    void nothingIsMovedOntoANameThatIsTaken();
-    void movingAMissingFileIsAnError();
-    void movingBelowAFileIsAnError();
-    void aNewFileIsWritten();
-    void anExistingFileIsReplacedAndKeepsItsPermissions();
-    void aReaderOfTheOldFileSeesTheOldContent();
-    void nothingIsLeftBesideAWrittenFile();
-    void aReadOnlyFileIsNotReplaced();
-    void aFolderIsNotReplacedByAFile();
-    void aPipeIsNotReplacedByAFile();
-    void writingIntoAMissingFolderIsAnError();
-    void writingBelowAFileIsAnError();
-    void aFileOfSomebodyElseIsNotReplaced();
-    void aWriteThatFailsHalfwayLeavesTheOldFileAlone();
-    void aLinkIsReplacedAndItsTargetLeftAlone();
-    void aFileWithTheLongestNameIsWritten();
+    void init() { m_home.emplace(); }
+    void cleanup() { m_home.reset(); }
 
-private:
-    static QByteArray contentOf(const QString &path)
+    void anythingAtAPathExists()
     {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(unreadable)");
+        QVERIFY(FileOperations::exists(m_home->path()));
+        QVERIFY(FileOperations::exists(m_home->write(u"file"_s, "1")));
+        QVERIFY(FileOperations::exists(m_home->link(u"link"_s, u"nothing"_s)));
+        QVERIFY(!FileOperations::exists(at(u"nothing"_s)));
+        QVERIFY(!FileOperations::exists(QString()));
     }
 
-    /// The error that `work` throws, or no value.
-    template <typename Work> static std::optional<FileError> failureOf(Work work)
+    void whatALinkLeadsToIsReachableUnlessItLeadsNowhere()
     {
-        try {
-            work();
-        } catch (const FileError &error) {
-            return error;
+        const QString link = m_home->link(u"link"_s, at(u"folder"_s));
+        QVERIFY(FileOperations::exists(link));
+        QVERIFY(!FileOperations::isReachable(link));
+        QVERIFY(!FileOperations::isReachable(at(u"folder"_s)));
+        m_home->write(u"folder/file"_s, "1");
+        QVERIFY(FileOperations::isReachable(link));
+        QVERIFY(FileOperations::isReachable(link + u"/file"_s));
+    }
+
+    void aFolderIsCreatedWithAllMissingParents()
+    {
+        FileOperations::createFolder(at(u"a/b c/Größe"_s));
+        QVERIFY(FileOperations::isFolder(at(u"a/b c/Größe"_s)));
+        FileOperations::createFolder(at(u"x//y/"_s));
+        QVERIFY(FileOperations::isFolder(at(u"x/y"_s)));
+    }
+
+    void aFolderThatExistsIsNoError()
+    {
+        const QString file = m_home->write(u"a/file"_s, "1");
+        FileOperations::createFolder(at(u"a"_s));
+        FileOperations::createFolder(u"/"_s);
+        QVERIFY(FileOperations::exists(file));
+        FileOperations::createFolder(m_home->link(u"link"_s, u"a"_s) + u"/b"_s);
+        QVERIFY(FileOperations::isFolder(at(u"a/b"_s)));
+    }
+
+    void aFileInTheWayOfAFolderIsAnError()
+    {
+        const QString file = m_home->write(u"file"_s, "1");
+        QCOMPARE(folderFailure(file), sentence(file, u"created"_s, EEXIST));
+        QCOMPARE(folderFailure(file + u"/a/b"_s), FileError::noNewFolderIn(file, ENOTDIR).errorDescription());
+        QCOMPARE(folderFailure(QString()), sentence(QString(), u"created"_s, ENOENT));
+    }
+
+    void aFileIsMoved()
+    {
+        FileOperations::move(m_home->write(u"from"_s, "1"), at(u"to"_s));
+        QCOMPARE(m_home->list(), QStringList(u"to"_s));
+        QCOMPARE(m_home->read(u"to"_s), "1");
+    }
+
+    void aFolderIsMovedWithItsContent()
+    {
+        m_home->write(u"from/a/file"_s, "1");
+        FileOperations::move(at(u"from/"_s), at(u"to/"_s));
+        QCOMPARE(m_home->read(u"to/a/file"_s), "1");
+    }
+
+    void aLinkIsMovedAndNotItsTarget()
+    {
+        const QString target = m_home->write(u"target/file"_s, "1");
+        FileOperations::move(m_home->link(u"link"_s, u"target"_s) + u'/', at(u"moved"_s));
+        QVERIFY(QFileInfo(at(u"moved"_s)).isSymLink());
+        QVERIFY(FileOperations::exists(target));
+    }
+
+    void nothingIsMovedOntoANameThatIsTaken_data()
+    {
+        QTest::addColumn<QString>("taken");
+        QTest::newRow("by a file") << u"file"_s;
+        QTest::newRow("by an empty folder") << u"folder"_s;
+        QTest::newRow("by a link to nothing") << u"link"_s;
+    }
+
+    void nothingIsMovedOntoANameThatIsTaken()
+    {
+        QFETCH(QString, taken);
+        m_home->write(u"file"_s, "old");
+        QVERIFY(QDir().mkpath(at(u"folder"_s)));
+        m_home->link(u"link"_s, u"nothing"_s);
+        m_home->write(u"from-folder/file"_s, "new");
+        for (const QString &from : { at(u"from-folder"_s), m_home->write(u"from-file"_s, "new") }) {
+            QCOMPARE(moveFailure(from, at(taken)), sentence(from, u"moved"_s, EEXIST));
+            QVERIFY(FileOperations::exists(from));
         }
-        return std::nullopt;
+        QCOMPARE(m_home->read(u"file"_s), "old");
     }
 
-    static QStringList everythingIn(const QString &folder)
+    void movingFromOrToWhereNothingCanBeIsAnError()
     {
-        return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
-    }
-};
-
-void FileOperationsTest::anythingAtAPathExists()
-{
-    const TestHome home;
-    QVERIFY(FileOperations::exists(home.path()));
-    QVERIFY(FileOperations::exists(home.write(QStringLiteral("file"), "1")));
-    QVERIFY(!FileOperations::exists(home.filePath(QStringLiteral("nothing"))));
-    QVERIFY(!FileOperations::exists(QString()));
-    QVERIFY(QFile::link(QStringLiteral("nothing"), home.filePath(QStringLiteral("link"))));
-    QVERIFY(FileOperations::exists(home.filePath(QStringLiteral("link"))));
-}
-
-void FileOperationsTest::whatALinkLeadsToIsReachableUnlessItLeadsNowhere()
-{
-    const TestHome home;
-    const QString link = home.filePath(QStringLiteral("link"));
-    QVERIFY(QFile::link(home.filePath(QStringLiteral("folder")), link));
-    QVERIFY(FileOperations::exists(link));
-    QVERIFY(!FileOperations::isReachable(link));
-    QVERIFY(!FileOperations::isReachable(home.filePath(QStringLiteral("folder"))));
-    home.write(QStringLiteral("folder/file"), "1");
-    QVERIFY(FileOperations::isReachable(link));
-    QVERIFY(FileOperations::isReachable(link + QStringLiteral("/file")));
-}
-
-void FileOperationsTest::aFolderIsCreatedWithAllMissingParents()
-{
-    const TestHome home;
-    const QString folder = home.filePath(QStringLiteral("a/b c/Größe"));
-    FileOperations::createFolder(folder);
-    QVERIFY(QFileInfo(folder).isDir());
-    FileOperations::createFolder(home.filePath(QStringLiteral("x//y/")));
-    QVERIFY(QFileInfo(home.filePath(QStringLiteral("x/y"))).isDir());
-}
-
-void FileOperationsTest::aFolderThatExistsIsNoError()
-{
-    const TestHome home;
-    const QString file = home.write(QStringLiteral("a/file"), "1");
-    FileOperations::createFolder(home.filePath(QStringLiteral("a")));
-    FileOperations::createFolder(QStringLiteral("/"));
-    QVERIFY(FileOperations::exists(file));
-    QVERIFY(QFile::link(QStringLiteral("a"), home.filePath(QStringLiteral("link"))));
-    FileOperations::createFolder(home.filePath(QStringLiteral("link/b")));
-    QVERIFY(QFileInfo(home.filePath(QStringLiteral("a/b"))).isDir());
-}
-
-void FileOperationsTest::aFileInTheWayOfAFolderIsAnError()
-{
-    const TestHome home;
-    const QString file = home.write(QStringLiteral("file"), "1");
-    auto error = failureOf([&] { FileOperations::createFolder(file); });
-    QVERIFY(error);
-    QCOMPARE(error->errorDescription(), QStringLiteral("“file” could not be created: File exists."));
-    error = failureOf([&] { FileOperations::createFolder(file + QStringLiteral("/a/b")); });
-    QVERIFY(error);
-    QCOMPARE(error->errorDescription(),
-             QStringLiteral("A folder could not be created in “%1”: Not a directory.").arg(file));
-    QVERIFY(failureOf([] { FileOperations::createFolder(QString()); }));
-}
-
-void FileOperationsTest::aFileIsMoved()
-{
-    const TestHome home;
-    const QString from = home.write(QStringLiteral("from"), "1");
-    const QString to = home.filePath(QStringLiteral("to"));
-    FileOperations::move(from, to);
-    QVERIFY(!FileOperations::exists(from));
-    QCOMPARE(contentOf(to), QByteArray("1"));
-}
-
-void FileOperationsTest::aFolderIsMovedWithItsContent()
-{
-    const TestHome home;
-    home.write(QStringLiteral("from/a/file"), "1");
-    FileOperations::move(home.filePath(QStringLiteral("from/")), home.filePath(QStringLiteral("to/")));
-    QCOMPARE(contentOf(home.filePath(QStringLiteral("to/a/file"))), QByteArray("1"));
-}
-
-void FileOperationsTest::aLinkIsMovedAndNotItsTarget()
-{
-    const TestHome home;
-    const QString target = home.write(QStringLiteral("target/file"), "1");
-    QVERIFY(QFile::link(QStringLiteral("target"), home.filePath(QStringLiteral("link"))));
-    FileOperations::move(home.filePath(QStringLiteral("link/")), home.filePath(QStringLiteral("moved")));
-    QVERIFY(QFileInfo(home.filePath(QStringLiteral("moved"))).isSymLink());
-    QVERIFY(FileOperations::exists(target));
-}
-
-void FileOperationsTest::nothingIsMovedOntoANameThatIsTaken_data()
-{
-    QTest::addColumn<QString>("taken");
-    QTest::newRow("by a file") << QStringLiteral("file");
-    QTest::newRow("by an empty folder") << QStringLiteral("folder");
-    QTest::newRow("by a dangling link") << QStringLiteral("link");
-}
-
-void FileOperationsTest::nothingIsMovedOntoANameThatIsTaken()
-{
-    QFETCH(QString, taken);
-    const TestHome home;
-    home.write(QStringLiteral("file"), "old");
-    QVERIFY(QDir().mkpath(home.filePath(QStringLiteral("folder"))));
-    QVERIFY(QFile::link(QStringLiteral("nothing"), home.filePath(QStringLiteral("link"))));
-    home.write(QStringLiteral("from-folder/file"), "new");
-    const QString fromFile = home.write(QStringLiteral("from-file"), "new");
-    for (const QString &from : { home.filePath(QStringLiteral("from-folder")), fromFile }) {
-        const auto error = failureOf([&] { FileOperations::move(from, home.filePath(taken)); });
-        QVERIFY(error);
-        QCOMPARE(error->code(), EEXIST);
+        const QString missing = at(u"game.zip"_s);
+        QCOMPARE(moveFailure(missing, at(u"to"_s)), sentence(missing, u"moved"_s, ENOENT));
+        const QString from = m_home->write(u"from"_s, "1");
+        const QString belowAFile = m_home->write(u"file"_s, "1") + u"/x"_s;
+        QCOMPARE(moveFailure(from, belowAFile), sentence(from, u"moved"_s, ENOTDIR));
         QVERIFY(FileOperations::exists(from));
     }
-    QCOMPARE(contentOf(home.filePath(QStringLiteral("file"))), QByteArray("old"));
-}
 
-void FileOperationsTest::movingAMissingFileIsAnError()
-{
-    const TestHome home;
-    const auto error = failureOf([&] {
-        FileOperations::move(home.filePath(QStringLiteral("game.zip")), home.filePath(QStringLiteral("to")));
-    });
-    QVERIFY(error);
-    QCOMPARE(error->errorDescription(),
-             QStringLiteral("“game.zip” could not be moved: No such file or directory."));
-}
-
-void FileOperationsTest::movingBelowAFileIsAnError()
-{
-    const TestHome home;
-    const QString from = home.write(QStringLiteral("from"), "1");
-    const QString file = home.write(QStringLiteral("file"), "1");
-    QVERIFY(failureOf([&] { FileOperations::move(from, file + QStringLiteral("/x")); }));
-    QVERIFY(FileOperations::exists(from));
-}
-
-void FileOperationsTest::aNewFileIsWritten()
-{
-    const TestHome home;
-    const QByteArray content = QByteArray("one\0two\n", 8).repeated(100'000);
-    FileOperations::writeAtomically(home.filePath(QStringLiteral("marker")), content);
-    QCOMPARE(contentOf(home.filePath(QStringLiteral("marker"))), content);
-    FileOperations::writeAtomically(home.filePath(QStringLiteral("empty")), {});
-    QCOMPARE(contentOf(home.filePath(QStringLiteral("empty"))), QByteArray());
-}
-
-void FileOperationsTest::anExistingFileIsReplacedAndKeepsItsPermissions()
-{
-    const TestHome home;
-    const QString path = home.write(QStringLiteral("project.godot"), "old and longer");
-    for (const mode_t mode : std::initializer_list<mode_t> { 0600, 0644, 0755, 0666 }) {
-        QCOMPARE(::chmod(QFile::encodeName(path).constData(), mode), 0);
-        FileOperations::writeAtomically(path, "new");
-        QCOMPARE(contentOf(path), QByteArray("new"));
-        struct stat status = {};
-        QCOMPARE(::stat(QFile::encodeName(path).constData(), &status), 0);
-        QCOMPARE(status.st_mode & 07777, mode);
+    void aNewFileIsWritten()
+    {
+        const QByteArray content = QByteArray("one\0two\n", 8).repeated(100'000);
+        FileOperations::writeAtomically(at(u"marker"_s), content);
+        QCOMPARE(m_home->read(u"marker"_s), content);
+        FileOperations::writeAtomically(at(u"empty"_s), {});
+        QCOMPARE(m_home->read(u"empty"_s), "");
     }
-}
 
-void FileOperationsTest::aReaderOfTheOldFileSeesTheOldContent()
-{
-    const TestHome home;
-    QFile reader(home.write(QStringLiteral("file"), "old"));
-    QVERIFY(reader.open(QIODevice::ReadOnly));
-    FileOperations::writeAtomically(reader.fileName(), "new");
-    QCOMPARE(reader.readAll(), QByteArray("old"));
-}
+    void anExistingFileIsReplacedAndKeepsItsPermissions()
+    {
+        const QString path = m_home->write(u"project.godot"_s, "old and longer");
+        for (const mode_t mode : std::initializer_list<mode_t> { 0600, 0644, 0755, 0666 }) {
+            m_home->setMode(path, mode);
+            FileOperations::writeAtomically(path, "new");
+            QCOMPARE(m_home->read(path), "new");
+            struct stat status = {};
+            QCOMPARE(::stat(m_home->bytes(path).constData(), &status), 0);
+            QCOMPARE(status.st_mode & 07777, mode);
+        }
+        QCOMPARE(m_home->list(), QStringList(u"project.godot"_s));
+    }
 
-void FileOperationsTest::nothingIsLeftBesideAWrittenFile()
-{
-    const TestHome home;
-    const QString path = home.write(QStringLiteral("file"), "old");
-    FileOperations::writeAtomically(path, "new");
-    QCOMPARE(everythingIn(home.path()), QStringList(QStringLiteral("file")));
-}
+    void aReaderOfTheOldFileSeesTheOldContent()
+    {
+        QFile reader(m_home->write(u"file"_s, "old"));
+        QVERIFY(reader.open(QIODevice::ReadOnly));
+        FileOperations::writeAtomically(reader.fileName(), "new");
+        QCOMPARE(reader.readAll(), "old");
+    }
 
-void FileOperationsTest::aReadOnlyFileIsNotReplaced()
-{
-    const TestHome home;
-    const QString path = home.write(QStringLiteral("project.godot"), "old");
-    QCOMPARE(::chmod(QFile::encodeName(path).constData(), 0444), 0);
-    const auto error = failureOf([&] { FileOperations::writeAtomically(path, "new"); });
-    QVERIFY(error);
-    QCOMPARE(error->errorDescription(),
-             QStringLiteral("“project.godot” could not be written: Permission denied."));
-    QCOMPARE(contentOf(path), QByteArray("old"));
-    QCOMPARE(everythingIn(home.path()), QStringList(QStringLiteral("project.godot")));
-}
+    void whatCannotBeWrittenIsAnErrorAndStaysAsItIs_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<int>("code");
+        QTest::newRow("a read-only file") << u"read-only"_s << EACCES;
+        QTest::newRow("a folder") << u"folder"_s << EISDIR;
+        QTest::newRow("a pipe") << u"pipe"_s << EINVAL;
+        QTest::newRow("a file in a missing folder") << u"no/file"_s << ENOENT;
+        QTest::newRow("a file below a file") << u"read-only/new"_s << ENOTDIR;
+    }
 
-void FileOperationsTest::aFolderIsNotReplacedByAFile()
-{
-    const TestHome home;
-    QVERIFY(QDir().mkpath(home.filePath(QStringLiteral("folder"))));
-    const auto error
-        = failureOf([&] { FileOperations::writeAtomically(home.filePath(QStringLiteral("folder")), "new"); });
-    QVERIFY(error);
-    QCOMPARE(error->code(), EISDIR);
-    QCOMPARE(everythingIn(home.path()), QStringList(QStringLiteral("folder")));
-}
+    void whatCannotBeWrittenIsAnErrorAndStaysAsItIs()
+    {
+        QFETCH(QString, path);
+        QFETCH(int, code);
+        m_home->setMode(m_home->write(u"read-only"_s, "old"), 0444);
+        QVERIFY(QDir().mkpath(at(u"folder"_s)));
+        QCOMPARE(::mkfifo(m_home->bytes(u"pipe"_s).constData(), 0600), 0);
+        QCOMPARE(writeFailure(at(path)), sentence(path, u"written"_s, code));
+        QCOMPARE(m_home->read(u"read-only"_s), "old");
+        QCOMPARE(m_home->list(), QStringList({ u"folder"_s, u"pipe"_s, u"read-only"_s }));
+    }
 
-void FileOperationsTest::aPipeIsNotReplacedByAFile()
-{
-    const TestHome home;
-    const QString pipe = home.filePath(QStringLiteral("pipe"));
-    QCOMPARE(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
-    QVERIFY(failureOf([&] { FileOperations::writeAtomically(pipe, "new"); }));
-    QCOMPARE(everythingIn(home.path()), QStringList(QStringLiteral("pipe")));
-}
+    void aFileOfSomebodyElseIsNotReplaced()
+    {
+        if (!OrdinaryUser::isNeeded())
+            QSKIP(OrdinaryUser::cannotDisown);
+        const QString path = m_home->write(u"file"_s, "old");
+        QVERIFY(OrdinaryUser::own(m_home->path()));
+        QVERIFY(
+            OrdinaryUser::run([&] { return writeFailure(path) == sentence(path, u"written"_s, EACCES); }));
+        QCOMPARE(m_home->read(path), "old");
+    }
 
-void FileOperationsTest::writingIntoAMissingFolderIsAnError()
-{
-    const TestHome home;
-    const auto error = failureOf(
-        [&] { FileOperations::writeAtomically(home.filePath(QStringLiteral("no/file")), "new"); });
-    QVERIFY(error);
-    QCOMPARE(error->code(), ENOENT);
-    QVERIFY(everythingIn(home.path()).isEmpty());
-}
+    void aWriteThatFailsHalfwayLeavesTheOldFileAlone()
+    {
+        const QString path = m_home->write(u"file"_s, "old");
+        rlimit before = {};
+        QCOMPARE(::getrlimit(RLIMIT_FSIZE, &before), 0);
+        const rlimit small { 1000, before.rlim_max };
+        std::signal(SIGXFSZ, SIG_IGN);
+        ::setrlimit(RLIMIT_FSIZE, &small);
+        const QString failure = writeFailure(path, QByteArray(5000, 'x'));
+        ::setrlimit(RLIMIT_FSIZE, &before);
+        std::signal(SIGXFSZ, SIG_DFL);
+        QCOMPARE(failure, sentence(path, u"written"_s, EFBIG));
+        QCOMPARE(m_home->list(), QStringList(u"file"_s));
+        QCOMPARE(m_home->read(path), "old");
+    }
 
-void FileOperationsTest::writingBelowAFileIsAnError()
-{
-    const TestHome home;
-    const QString path = home.write(QStringLiteral("file"), "old") + QStringLiteral("/new");
-    const auto error = failureOf([&] { FileOperations::writeAtomically(path, "new"); });
-    QVERIFY(error);
-    QCOMPARE(error->code(), ENOTDIR);
-}
+    void aLinkIsReplacedAndItsTargetLeftAlone()
+    {
+        m_home->write(u"target"_s, "old");
+        const QString link = m_home->link(u"link"_s, u"target"_s);
+        FileOperations::writeAtomically(link, "new");
+        QCOMPARE(m_home->read(u"target"_s), "old");
+        QCOMPARE(m_home->read(link), "new");
+        QVERIFY(!QFileInfo(link).isSymLink());
+    }
 
-void FileOperationsTest::aFileOfSomebodyElseIsNotReplaced()
-{
-    const TestHome home;
-    const QString path = home.write(QStringLiteral("file"), "old");
-    QVERIFY(OrdinaryUser::own(QFile::encodeName(home.path()).constData()));
-    if (!OrdinaryUser::isNeeded())
-        QSKIP("Only the superuser can make a file that belongs to somebody else.");
-    QVERIFY(OrdinaryUser::run([path] {
-        const auto error = failureOf([path] { FileOperations::writeAtomically(path, "new"); });
-        return error && error->code() == EACCES;
-    }));
-    QCOMPARE(contentOf(path), QByteArray("old"));
-}
+    void aFileWithTheLongestNameIsWritten()
+    {
+        const QString path = at(QString(255, u'n'));
+        FileOperations::writeAtomically(path, "one");
+        FileOperations::writeAtomically(path, "two");
+        QCOMPARE(m_home->read(path), "two");
+    }
 
-void FileOperationsTest::aWriteThatFailsHalfwayLeavesTheOldFileAlone()
-{
-    const TestHome home;
-    const QString path = home.write(QStringLiteral("file"), "old");
-    rlimit before = {};
-    QCOMPARE(::getrlimit(RLIMIT_FSIZE, &before), 0);
-    const rlimit small { 1000, before.rlim_max };
-    std::signal(SIGXFSZ, SIG_IGN);
-    ::setrlimit(RLIMIT_FSIZE, &small);
-    const auto error = failureOf([&] { FileOperations::writeAtomically(path, QByteArray(5000, 'x')); });
-    ::setrlimit(RLIMIT_FSIZE, &before);
-    std::signal(SIGXFSZ, SIG_DFL);
-    QVERIFY(error);
-    QCOMPARE(error->code(), EFBIG);
-    QCOMPARE(everythingIn(home.path()), QStringList(QStringLiteral("file")));
-    QCOMPARE(contentOf(path), QByteArray("old"));
-}
+private:
+    QString at(const QString &name) const { return m_home->filePath(name); }
 
-void FileOperationsTest::aLinkIsReplacedAndItsTargetLeftAlone()
-{
-    const TestHome home;
-    const QString target = home.write(QStringLiteral("target"), "old");
-    const QString link = home.filePath(QStringLiteral("link"));
-    QVERIFY(QFile::link(QStringLiteral("target"), link));
-    FileOperations::writeAtomically(link, "new");
-    QCOMPARE(contentOf(target), QByteArray("old"));
-    QCOMPARE(contentOf(link), QByteArray("new"));
-    QVERIFY(!QFileInfo(link).isSymLink());
-}
-
-void FileOperationsTest::aFileWithTheLongestNameIsWritten()
-{
-    const TestHome home;
-    const QString path = home.filePath(QString(255, u'n'));
-    FileOperations::writeAtomically(path, "one");
-    FileOperations::writeAtomically(path, "two");
-    QCOMPARE(contentOf(path), QByteArray("two"));
-}
+    std::optional<TestHome> m_home;
+};
 
 QTEST_GUILESS_MAIN(FileOperationsTest)
 #include "FileOperationsTest.moc"

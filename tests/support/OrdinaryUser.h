@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QDirIterator>
+
 #include <sys/types.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -18,8 +20,28 @@ constexpr uid_t nobody = 65534;
 
 inline bool isNeeded() { return geteuid() == 0; }
 
+/// Why a test is skipped that needs `disown`.
+constexpr auto cannotDisown = "Only the superuser can make a file that belongs to somebody else.";
+
 /// Makes the user that `run` becomes the owner of `path`.
-inline bool own(const char *path) { return !isNeeded() || lchown(path, nobody, nobody) == 0; }
+inline bool own(const QString &path)
+{
+    return !isNeeded() || lchown(QFile::encodeName(path).constData(), nobody, nobody) == 0;
+}
+
+/// The same for a folder and all that is in it.
+inline bool ownTree(const QString &folder)
+{
+    bool isDone = own(folder);
+    QDirIterator entries(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                         QDirIterator::Subdirectories);
+    while (entries.hasNext())
+        isDone = own(entries.next()) && isDone;
+    return isDone;
+}
+
+/// Makes root the owner of `path` again.
+inline bool disown(const QString &path) { return lchown(QFile::encodeName(path).constData(), 0, 0) == 0; }
 
 /// Makes this process run as `user` for good.
 inline bool become(uid_t user)
