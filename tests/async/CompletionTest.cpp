@@ -1,5 +1,4 @@
 #include "Completion.h"
-#include "Background.h"
 #include "CancellationError.h"
 #include "MainThread.h"
 #include "Tasks.h"
@@ -10,6 +9,8 @@
 
 #include <stdexcept>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QCoro::Task<int> valueOf(Completion<int> completion)
@@ -18,11 +19,11 @@ QCoro::Task<int> valueOf(Completion<int> completion)
     co_return value;
 }
 
-QCoro::Task<> turnThenNote(QStringList *notes)
+QCoro::Task<> noteAroundATurn(QStringList *notes)
 {
-    notes->append(QStringLiteral("started"));
+    notes->append(u"started"_s);
     co_await nextTurn();
-    notes->append(QStringLiteral("next turn"));
+    notes->append(u"next turn"_s);
 }
 
 QCoro::Task<> stopBetweenSteps(std::stop_token stop, int *steps)
@@ -39,13 +40,13 @@ class CompletionTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void aValueSettledBeforeTheWaitIsGivenAtOnce()
+    void aValueSettledBeforeTheWaitIsReturnedAtOnce()
     {
         const Completion<int> completion;
         completion.settle(7);
-        const auto task = valueOf(completion);
+        auto task = valueOf(completion);
         QVERIFY(task.isReady());
-        QCOMPARE(Tasks::finish(valueOf(completion)), 7);
+        QCOMPARE(Tasks::finish(std::move(task)), 7);
     }
 
     void theWaiterResumesOnALaterTurnAndNeverInsideSettle()
@@ -57,7 +58,7 @@ private Q_SLOTS:
         QCOMPARE(Tasks::finish(std::move(task)), 7);
     }
 
-    void whoeverSettlesFirstWins()
+    void theFirstValueCounts()
     {
         const Completion<int> completion;
         completion.settle(1);
@@ -68,12 +69,10 @@ private Q_SLOTS:
     void nextTurnResumesAfterTheCallerHasReturned()
     {
         QStringList notes;
-        auto task = turnThenNote(&notes);
-        notes.append(QStringLiteral("returned"));
+        auto task = noteAroundATurn(&notes);
+        notes.append(u"returned"_s);
         Tasks::finish(std::move(task));
-        QCOMPARE(notes,
-                 QStringList(
-                     { QStringLiteral("started"), QStringLiteral("returned"), QStringLiteral("next turn") }));
+        QCOMPARE(notes, QStringList({ u"started"_s, u"returned"_s, u"next turn"_s }));
     }
 
     void workPostedFromAnotherThreadRunsOnTheMainThreadInOrder()
@@ -95,21 +94,6 @@ private Q_SLOTS:
         QTRY_COMPARE(seen.size(), 100);
         QVERIFY(std::is_sorted(seen.cbegin(), seen.cend()));
         QVERIFY(alwaysOnMainThread);
-    }
-
-    void backgroundWorkRunsOffTheMainThreadAndItsValueComesBackToIt()
-    {
-        const auto *const mainThread = QThread::currentThread();
-        auto work = [mainThread] { return QThread::currentThread() != mainThread; };
-        QVERIFY(Tasks::finish(runInBackground(std::move(work))));
-    }
-
-    void anExceptionOfBackgroundWorkKeepsItsType()
-    {
-        auto work = []() -> int { throw std::out_of_range("too far"); };
-        const auto error = Tasks::failure<std::out_of_range>(runInBackground(std::move(work)));
-        QVERIFY(error.has_value());
-        QCOMPARE(error->what(), "too far");
     }
 
     void anActionThatWasAskedToStopThrowsTheCancellationErrorAtItsNextCheck()

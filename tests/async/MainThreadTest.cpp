@@ -7,7 +7,7 @@ class MainThreadTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void workThatComesBeforeTheApplicationIsDropped()
+    void workPostedBeforeThereIsAnApplicationIsDropped()
     {
         bool isDone = false;
         postToMainThread([&isDone] { isDone = true; });

@@ -9,7 +9,7 @@ namespace {
 class Thermometer final : public Observable {
 public:
     Published<int> degrees { this, 20 };
-    Published<QStringList> readings { this };
+    Published<QList<int>> readings { this };
 };
 
 }
@@ -45,9 +45,9 @@ private Q_SLOTS:
         QList<qsizetype> sizesWhenAnnounced;
         connect(&thermometer, &Observable::willChange, this,
                 [&] { sizesWhenAnnounced.append(thermometer.readings->size()); });
-        thermometer.readings.change([](QStringList &readings) {
-            readings.append(QStringLiteral("one"));
-            readings.append(QStringLiteral("two"));
+        thermometer.readings.change([](QList<int> &readings) {
+            readings.append(1);
+            readings.append(2);
         });
         QCOMPARE(sizesWhenAnnounced, QList<qsizetype>({ 0 }));
         QCOMPARE(thermometer.readings->size(), 2);
