@@ -1,7 +1,7 @@
 #pragma once
 
 #include <QByteArray>
-#include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
@@ -25,15 +25,9 @@ public:
     ~TestHome()
     {
         for (const auto &[name, value] : m_before) {
-            if (value.isNull())
-                qunsetenv(name.constData());
-            else
-                qputenv(name.constData(), value);
+            value.isNull() ? qunsetenv(name.constData()) : qputenv(name.constData(), value);
         }
     }
-
-    TestHome(const TestHome &) = delete;
-    TestHome &operator=(const TestHome &) = delete;
 
     QString path() const { return m_folder.path(); }
     QString dataHome() const { return filePath(QStringLiteral("data")); }
@@ -66,6 +60,13 @@ public:
             qFatal("%s could not be given other permissions.", qPrintable(name));
     }
 
+    /// The permissions of what is at `name`, links followed.
+    mode_t mode(const QString &name) const
+    {
+        struct stat status = {};
+        return ::stat(bytes(name).constData(), &status) == 0 ? status.st_mode & 07777 : 0;
+    }
+
     /// What a file contains, or "(unreadable)".
     QByteArray read(const QString &name) const
     {
@@ -76,11 +77,25 @@ public:
     /// The names of all that is in a folder, sorted.
     QStringList list(const QString &name = {}) const
     {
-        return QDir(filePath(name))
-            .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+        return QDir(filePath(name)).entryList(anything, QDir::Name);
+    }
+
+    /// The paths, relative to a folder, of all that is in it and in its sub-folders, sorted.
+    QStringList tree(const QString &name = {}) const
+    {
+        const QDir folder(filePath(name));
+        QStringList paths;
+        QDirIterator entries(folder.path(), anything, QDirIterator::Subdirectories);
+        while (entries.hasNext())
+            paths << folder.relativeFilePath(entries.next());
+        paths.sort();
+        return paths;
     }
 
 private:
+    static constexpr QDir::Filters anything
+        = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+
     QString withFoldersAbove(const QString &name) const
     {
         QDir().mkpath(QFileInfo(filePath(name)).path());
@@ -89,8 +104,7 @@ private:
 
     void set(const QByteArray &name, const QString &value)
     {
-        m_before.append(
-            { name, qEnvironmentVariableIsSet(name.constData()) ? qgetenv(name.constData()) : QByteArray() });
+        m_before.append({ name, qgetenv(name.constData()) });
         qputenv(name.constData(), QFile::encodeName(value));
     }
 

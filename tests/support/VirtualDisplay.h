@@ -15,9 +15,7 @@ public:
         m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         // Xvfb itself picks a free number and prints it on standard output once it accepts connections.
         m_process.start(QStringLiteral("Xvfb"),
-                        { QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
-                          QStringLiteral("0"), QStringLiteral("1280x800x24"), QStringLiteral("-nolisten"),
-                          QStringLiteral("tcp") });
+                        QStringLiteral("-displayfd 1 -screen 0 1280x800x24 -nolisten tcp").split(u' '));
         while (!m_process.canReadLine()) {
             if (!m_process.waitForReadyRead(20000))
                 qFatal("Xvfb did not start: %s", qPrintable(m_process.errorString()));
@@ -27,16 +25,10 @@ public:
 
     ~VirtualDisplay()
     {
-        if (m_before.isNull())
-            qunsetenv("DISPLAY");
-        else
-            qputenv("DISPLAY", m_before);
+        m_before.isNull() ? qunsetenv("DISPLAY") : qputenv("DISPLAY", m_before);
         m_process.terminate();
         m_process.waitForFinished();
     }
-
-    VirtualDisplay(const VirtualDisplay &) = delete;
-    VirtualDisplay &operator=(const VirtualDisplay &) = delete;
 
 private:
     QProcess m_process;
