@@ -7,7 +7,9 @@
 #include <QTest>
 #include <QThread>
 
+#include <algorithm>
 #include <stdexcept>
+#include <thread>
 
 using namespace Qt::StringLiterals;
 
@@ -80,16 +82,14 @@ private Q_SLOTS:
         QList<int> seen;
         const auto *const mainThread = QThread::currentThread();
         bool alwaysOnMainThread = true;
-        const std::unique_ptr<QThread> thread(QThread::create([&] {
+        std::thread([&] {
             for (int i = 0; i < 100; ++i) {
                 postToMainThread([&, i] {
                     alwaysOnMainThread = alwaysOnMainThread && QThread::currentThread() == mainThread;
                     seen.append(i);
                 });
             }
-        }));
-        thread->start();
-        QVERIFY(thread->wait());
+        }).join();
         QVERIFY(seen.isEmpty());
         QTRY_COMPARE(seen.size(), 100);
         QVERIFY(std::is_sorted(seen.cbegin(), seen.cend()));

@@ -1,6 +1,7 @@
 #include "DirectorySize.h"
 
 #include "OrdinaryUser.h"
+#include "Table.h"
 #include "TestHome.h"
 
 #include <QTest>
@@ -16,6 +17,8 @@ namespace {
 
 /// Makes something in the home, and returns the path to measure.
 using Make = std::function<QString(const TestHome &home)>;
+/// Makes files in the home, and returns their paths.
+using MakeFiles = std::function<QStringList(const TestHome &home)>;
 
 const QByteArray content(10'000, 'x');
 
@@ -32,12 +35,10 @@ class DirectorySizeTest final : public QObject {
 
 private Q_SLOTS:
     void init() { m_home.emplace(); }
-    void cleanup() { m_home.reset(); }
 
     void whatHoldsNoFileIsZero_data()
     {
-        QTest::addColumn<Make>("make");
-        const auto row = [](const char *name, const Make &make) { QTest::newRow(name) << make; };
+        const auto row = table<Make>("make");
         row("no path", [](const TestHome &) { return QString(); });
         row("a missing folder", [](const TestHome &home) { return home.filePath(u"nothing"_s); });
         row("an empty folder", [](const TestHome &home) { return home.path(); });
@@ -63,35 +64,38 @@ private Q_SLOTS:
         QCOMPARE(directorySize(make(*m_home)), 0);
     }
 
-    void aOneByteFileCountsItsBlocks()
+    void everyFileCountsTheBlocksThatItTakes_data()
     {
-        const QString file = m_home->write(u"one"_s, "1");
-        QCOMPARE(directorySize(m_home->path()), blocksOf(file));
-        QVERIFY(directorySize(m_home->path()) > 1);
+        const auto row = table<MakeFiles>("make");
+        row("of one byte", [](const TestHome &home) { return QStringList(home.write(u"one"_s, "1")); });
+        row("sparse", [](const TestHome &home) {
+            const QString file = home.write(u"sparse"_s, "1");
+            return QFile::resize(file, 1'000'000'000) ? QStringList(file) : QStringList();
+        });
+        row("hidden or in a bundle", [](const TestHome &home) {
+            return QStringList({ home.write(u".imported-4.3"_s, content),
+                                 home.write(u".godot/imported/a.ctex"_s, content),
+                                 home.write(u"Godot.app/Contents/MacOS/Godot"_s, content) });
+        });
+        row("with two names, at each of them", [](const TestHome &home) {
+            const QStringList names { home.write(u"a"_s, content), home.filePath(u"b"_s) };
+            ::link(home.bytes(names[0]).constData(), home.bytes(names[1]).constData());
+            return names;
+        });
+        row("five hundred folders deep, and beside that", [](const TestHome &home) {
+            return QStringList(
+                { home.write(u"d/"_s.repeated(500) + u"file"_s, "1"), home.write(u"d/beside"_s, "1") });
+        });
     }
 
-    void aSparseFileCountsWhatItTakes()
+    void everyFileCountsTheBlocksThatItTakes()
     {
-        const QString file = m_home->write(u"sparse"_s, "1");
-        QVERIFY(QFile::resize(file, 1'000'000'000));
-        QCOMPARE(directorySize(m_home->path()), blocksOf(file));
-        QVERIFY(directorySize(m_home->path()) < 1'000'000);
-    }
-
-    void hiddenFilesAndBundlesCount()
-    {
+        QFETCH(MakeFiles, make);
         qint64 expected = 0;
-        for (const QString &name :
-             { u".imported-4.3"_s, u".godot/imported/a.ctex"_s, u"Godot.app/Contents/MacOS/Godot"_s })
-            expected += blocksOf(m_home->write(name, content));
+        for (const QString &file : make(*m_home))
+            expected += blocksOf(file);
+        QVERIFY(expected > 1 && expected < 1'000'000);
         QCOMPARE(directorySize(m_home->path()), expected);
-    }
-
-    void aHardLinkCountsEachTimeItIsMet()
-    {
-        const QString file = m_home->write(u"a"_s, content);
-        QCOMPARE(::link(m_home->bytes(file).constData(), m_home->bytes(u"b"_s).constData()), 0);
-        QCOMPARE(directorySize(m_home->path()), 2 * blocksOf(file));
     }
 
     void aFolderNamedByALinkIsSized()
@@ -114,19 +118,12 @@ private Q_SLOTS:
         QCOMPARE(::rmdir(folder.constData()), 0);
     }
 
-    void aVeryDeepTreeIsWalkedToItsEnd()
-    {
-        const QString file = m_home->write(u"d/"_s.repeated(500) + u"file"_s, "1");
-        const QString beside = m_home->write(u"d/beside"_s, "1");
-        QCOMPARE(directorySize(m_home->path()), blocksOf(file) + blocksOf(beside));
-    }
-
     void aFolderThatIsShutAddsNothingAndTheRestCounts_data()
     {
-        QTest::addColumn<mode_t>("mode");
-        QTest::newRow("neither listed nor searched") << mode_t(0);
-        QTest::newRow("listed, but not searched") << mode_t(0444);
-        QTest::newRow("searched, but not listed") << mode_t(0311);
+        const auto row = table<mode_t>("mode");
+        row("neither listed nor searched", 0);
+        row("listed, but not searched", 0444);
+        row("searched, but not listed", 0311);
     }
 
     void aFolderThatIsShutAddsNothingAndTheRestCounts()

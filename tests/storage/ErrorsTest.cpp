@@ -1,6 +1,8 @@
 #include "AppError.h"
 #include "FileError.h"
 
+#include "Table.h"
+
 #include <QTest>
 
 #include <cerrno>
@@ -29,19 +31,15 @@ private Q_SLOTS:
 
     void aFileErrorNamesTheFileAndTheReason_data()
     {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<QString>("action");
-        QTest::addColumn<int>("code");
-        QTest::addColumn<QString>("sentence");
-        QTest::newRow("a file") << u"/somewhere/game.zip"_s << u"moved"_s << ENOSPC
-                                << u"“game.zip” could not be moved: No space left on device."_s;
-        QTest::newRow("a folder written with slashes at its end")
-            << u"/somewhere/Game//"_s << u"created"_s << EACCES
-            << u"“Game” could not be created: Permission denied."_s;
-        QTest::newRow("the top of the file system")
-            << u"/"_s << u"removed"_s << EACCES << u"“/” could not be removed: Permission denied."_s;
-        QTest::newRow("a name with placeholders")
-            << u"/%2/%3%1"_s << u"moved"_s << EACCES << u"“%3%1” could not be moved: Permission denied."_s;
+        const auto row = table<QString, QString, int, QString>("path", "action", "code", "sentence");
+        row("a file", u"/somewhere/game.zip"_s, u"moved"_s, ENOSPC,
+            u"“game.zip” could not be moved: No space left on device."_s);
+        row("a folder written with slashes at its end", u"/somewhere/Game//"_s, u"created"_s, EACCES,
+            u"“Game” could not be created: Permission denied."_s);
+        row("the top of the file system", u"/"_s, u"removed"_s, EACCES,
+            u"“/” could not be removed: Permission denied."_s);
+        row("a name with placeholders", u"/%2/%3%1"_s, u"moved"_s, EACCES,
+            u"“%3%1” could not be moved: Permission denied."_s);
     }
 
     void aFileErrorNamesTheFileAndTheReason()

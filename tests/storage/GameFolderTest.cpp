@@ -16,7 +16,6 @@ class GameFolderTest final : public QObject {
 
 private Q_SLOTS:
     void init() { m_home.emplace(); }
-    void cleanup() { m_home.reset(); }
 
     void theFirstGameIsMovedIntoPlace()
     {
@@ -46,14 +45,6 @@ private Q_SLOTS:
         QCOMPARE(m_home->list(Paths::tempFolder()), QStringList());
     }
 
-    void aGameThatWasAboutToBeReplacedIsPutBack()
-    {
-        write(u"Temp/A/extract/Vantor-master"_s, "new");
-        write(u"Temp/B/Game"_s, "old");
-        QVERIFY(GameFolder::putBack());
-        QCOMPARE(game(), "old");
-    }
-
     void theGameInPlaceIsNotReplacedByOneThatIsPutBack()
     {
         write(u"Game"_s, "new");
@@ -69,12 +60,6 @@ private Q_SLOTS:
         QVERIFY(GameFolder::putBack());
         QVERIFY(!LauncherFolder::has(u"Game"_s));
         QVERIFY(QFileInfo::exists(elsewhere));
-    }
-
-    void withoutAnythingToPutBackNothingHappens()
-    {
-        QVERIFY(GameFolder::putBack());
-        QVERIFY(!FileOperations::exists(Paths::root()));
     }
 
 private:

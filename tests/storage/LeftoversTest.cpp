@@ -18,19 +18,12 @@ class LeftoversTest final : public QObject {
 
 private Q_SLOTS:
     void init() { m_home.emplace(); }
-    void cleanup() { m_home.reset(); }
 
-    void whatAKilledLauncherLeftInTempIsDeleted()
+    void theGameThatWasAboutToBeReplacedIsPutBackAndTempIsEmptied()
     {
-        write(u"Temp/A/game.zip.part"_s);
-        write(u"Temp/B/extract/Vantor-master/project.godot"_s);
-        QVERIFY(Leftovers::clear());
-        QVERIFY(!has(u"Temp"_s));
-    }
-
-    void aGameThatWasAboutToBeReplacedIsPutBackBeforeTempIsEmptied()
-    {
-        write(u"Temp/A/Game/project.godot"_s);
+        for (const QString &name : { u"Temp/A/Game/project.godot"_s, u"Temp/A/game.zip.part"_s,
+                                     u"Temp/B/extract/Vantor-master/project.godot"_s })
+            write(name);
         QVERIFY(Leftovers::clear());
         QVERIFY(has(u"Game/project.godot"_s));
         QVERIFY(!has(u"Temp"_s));

@@ -5,6 +5,7 @@
 #include "Desktop.h"
 #include "Failure.h"
 #include "OrdinaryUser.h"
+#include "Table.h"
 #include "TestHome.h"
 
 #include <QRegularExpression>
@@ -18,20 +19,14 @@ class PathsTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { m_home = std::make_unique<TestHome>(); }
-
-    void cleanup()
-    {
-        Desktop::use(std::nullopt);
-        m_home.reset();
-    }
+    void init() { m_home.emplace(); }
+    void cleanup() { Desktop::use(std::nullopt); }
 
     void theRootAndTheEnginesDataLieInApplicationSupport_data()
     {
-        QTest::addColumn<Desktop::System>("system");
-        QTest::addColumn<QString>("base");
-        QTest::newRow("macOS") << Desktop::System::MacOS << u"Library/Application Support"_s;
-        QTest::newRow("Linux") << Desktop::System::Linux << u"data"_s;
+        const auto row = table<Desktop::System, QString>("system", "base");
+        row("macOS", Desktop::System::MacOS, u"Library/Application Support"_s);
+        row("Linux", Desktop::System::Linux, u"data"_s);
     }
 
     void theRootAndTheEnginesDataLieInApplicationSupport()
@@ -48,13 +43,9 @@ private Q_SLOTS:
         QCOMPARE(m_home->list(), QStringList()); // asking creates nothing
     }
 
-    void theFirstReportedFolderIsTheBase()
+    void theBaseIsTheFirstReportedFolderOrLiesInTheHome()
     {
         QCOMPARE(Paths::applicationSupportBase({ u"/first"_s, u"/second"_s }, u"/home/me"_s), u"/first"_s);
-    }
-
-    void withoutAReportedFolderTheBaseLiesInTheHome()
-    {
         QCOMPARE(Paths::applicationSupportBase({}, u"/Users/me"_s),
                  u"/Users/me/Library/Application Support"_s);
     }
@@ -68,21 +59,16 @@ private Q_SLOTS:
         QCOMPARE(Paths::root(), m_home->filePath(u"elsewhere/Vantor Platformer"_s));
     }
 
-    void aTempDirIsNamedByAnUpperCaseUuid()
+    void twoTempDirsAreDifferentEmptyFoldersUnderTempNamedByUpperCaseUuids()
     {
         static const QRegularExpression uuid(
             u"^[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}$"_s);
-        const QString name = QFileInfo(Paths::newTempDir()).fileName();
-        QVERIFY2(uuid.match(name).hasMatch(), qPrintable(name));
-    }
-
-    void twoTempDirsAreDifferentEmptyFoldersUnderTemp()
-    {
         const QString first = Paths::newTempDir();
         const QString second = Paths::newTempDir();
         QVERIFY(first != second);
         for (const QString &folder : { first, second }) {
             QCOMPARE(QFileInfo(folder).path(), Paths::tempFolder());
+            QVERIFY2(uuid.match(QFileInfo(folder).fileName()).hasMatch(), qPrintable(folder));
             QVERIFY(QFileInfo(folder).isDir());
             QCOMPARE(m_home->list(folder), QStringList());
         }
@@ -97,11 +83,11 @@ private Q_SLOTS:
 
     void theFolderThatMayNotBeWrittenIsNamed_data()
     {
-        QTest::addColumn<QString>("folder");
-        QTest::newRow("for scratch files") << u"data/Vantor Platformer/Temp"_s;
-        QTest::newRow("the launcher's") << u"data/Vantor Platformer"_s;
-        QTest::newRow("for application data") << u"data"_s;
-        QTest::newRow("the home") << u"."_s;
+        const auto row = table<QString>("folder");
+        row("for scratch files", u"data/Vantor Platformer/Temp"_s);
+        row("the launcher's", u"data/Vantor Platformer"_s);
+        row("for application data", u"data"_s);
+        row("the home", u"."_s);
     }
 
     void theFolderThatMayNotBeWrittenIsNamed()
@@ -124,11 +110,8 @@ private Q_SLOTS:
         const mode_t before = ::umask(0);
         const QString scratch = Paths::newTempDir();
         ::umask(before);
-        for (const QString &folder : { scratch, Paths::tempFolder(), Paths::root() }) {
-            struct stat status = {};
-            QCOMPARE(::stat(m_home->bytes(folder).constData(), &status), 0);
-            QCOMPARE(status.st_mode & 07777U, 0700U);
-        }
+        for (const QString &folder : { scratch, Paths::tempFolder(), Paths::root() })
+            QCOMPARE(m_home->mode(folder), mode_t(0700));
     }
 
     void withoutAHomeAndAnAccountTheBaseIsStillAnAbsolutePath()
@@ -170,7 +153,7 @@ private Q_SLOTS:
     }
 
 private:
-    std::unique_ptr<TestHome> m_home;
+    std::optional<TestHome> m_home;
 };
 
 QTEST_GUILESS_MAIN(PathsTest)

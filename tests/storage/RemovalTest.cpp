@@ -3,6 +3,7 @@
 
 #include "Failure.h"
 #include "OrdinaryUser.h"
+#include "Table.h"
 #include "TestHome.h"
 
 #include <QTest>
@@ -42,16 +43,13 @@ int openDescriptors()
 QString makeDeepTree(const TestHome &home)
 {
     const QByteArray name(100, 'd');
-    int here = ::open(home.bytes(u"."_s).constData(), O_RDONLY | O_DIRECTORY);
-    for (int level = 0; level < 500; ++level) {
-        if (::mkdirat(here, name.constData(), 0700) != 0)
-            qFatal("The deep tree could not be made.");
-        const int next = ::openat(here, name.constData(), O_RDONLY | O_DIRECTORY);
-        ::close(here);
-        here = next;
-    }
-    ::close(::openat(here, "file", O_CREAT | O_WRONLY, 0600));
-    ::close(here);
+    const QString before = QDir::currentPath();
+    bool isDone = QDir::setCurrent(home.path());
+    for (int level = 0; level < 500; ++level)
+        isDone = isDone && ::mkdir(name.constData(), 0700) == 0 && ::chdir(name.constData()) == 0;
+    ::close(::creat("file", 0600));
+    if (!QDir::setCurrent(before) || !isDone)
+        qFatal("The deep tree could not be made.");
     return home.filePath(QString::fromLatin1(name));
 }
 
@@ -66,12 +64,10 @@ private Q_SLOTS:
         m_home.emplace();
         m_precious = m_home->write(u"precious/save"_s, "1");
     }
-    void cleanup() { m_home.reset(); }
 
     void whateverIsAtAPathIsRemovedAndNothingElse_data()
     {
-        QTest::addColumn<Make>("make");
-        const auto row = [](const char *name, const Make &make) { QTest::newRow(name) << make; };
+        const auto row = table<Make>("make");
         row("nothing", [](const TestHome &home) { return home.filePath(u"nothing"_s); });
         row("nothing, in a missing folder",
             [](const TestHome &home) { return home.filePath(u"no/thing"_s); });
@@ -141,12 +137,11 @@ private Q_SLOTS:
 
     void theRestIsRemovedAndTheFirstFailureIsNamed_data()
     {
-        QTest::addColumn<mode_t>("mode");
-        QTest::addColumn<QString>("named");
+        const auto row = table<mode_t, QString>("mode", "named");
         // What is in the folder, not the folders that it keeps from being empty.
-        QTest::newRow("a folder that may be listed and searched") << mode_t(0755) << u"file"_s;
-        QTest::newRow("a folder that may only be listed") << mode_t(0744) << u"held"_s;
-        QTest::newRow("a folder that may not be entered") << mode_t(0700) << u"held"_s;
+        row("a folder that may be listed and searched", 0755, u"file"_s);
+        row("a folder that may only be listed", 0744, u"held"_s);
+        row("a folder that may not be entered", 0700, u"held"_s);
     }
 
     void theRestIsRemovedAndTheFirstFailureIsNamed()
@@ -185,12 +180,12 @@ private Q_SLOTS:
 
     void theTopOfTheFileSystemIsRefused_data()
     {
-        QTest::addColumn<QString>("path");
-        QTest::newRow("empty") << QString();
-        QTest::newRow("slash") << u"/"_s;
-        QTest::newRow("slashes") << u"//"_s;
-        QTest::newRow("here") << u"tree/."_s;
-        QTest::newRow("above") << u"tree/.."_s;
+        const auto row = table<QString>("path");
+        row("empty", QString());
+        row("slash", u"/"_s);
+        row("slashes", u"//"_s);
+        row("here", u"tree/."_s);
+        row("above", u"tree/.."_s);
     }
 
     void theTopOfTheFileSystemIsRefused()

@@ -5,8 +5,8 @@
 
 #include "Failure.h"
 #include "LauncherFolder.h"
+#include "Table.h"
 
-#include <QDirIterator>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -44,11 +44,7 @@ private Q_SLOTS:
         m_before = everythingPrecious();
     }
 
-    void cleanup()
-    {
-        QCOMPARE(everythingPrecious(), m_before); // after every test
-        m_home.reset();
-    }
+    void cleanup() { QCOMPARE(everythingPrecious(), m_before); }
 
     void noLinkIsFollowedWhereverItIsPlanted_data()
     {
@@ -76,11 +72,10 @@ private Q_SLOTS:
 
     void nothingIsPutThroughALink_data()
     {
-        QTest::addColumn<QString>("place");
-        QTest::addColumn<QString>("name");
-        QTest::newRow("the launcher's folder") << QString() << u"Vantor Platformer"_s;
-        QTest::newRow("scratch") << u"/Temp"_s << u"Temp"_s;
-        QTest::newRow("engines") << u"/Engine"_s << u"Engine"_s;
+        const auto row = table<QString, QString>("place", "name");
+        row("the launcher's folder", QString(), u"Vantor Platformer"_s);
+        row("scratch", u"/Temp"_s, u"Temp"_s);
+        row("engines", u"/Engine"_s, u"Engine"_s);
     }
 
     void nothingIsPutThroughALink()
@@ -102,17 +97,7 @@ private:
         return m_home->link(Paths::root() + place, m_home->filePath(u"precious"_s));
     }
 
-    QStringList everythingPrecious() const
-    {
-        QStringList found;
-        QDirIterator entries(m_home->filePath(u"precious"_s),
-                             QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot,
-                             QDirIterator::Subdirectories);
-        while (entries.hasNext())
-            found << entries.next();
-        found.sort();
-        return found;
-    }
+    QStringList everythingPrecious() const { return m_home->tree(u"precious"_s); }
 
     std::optional<TestHome> m_home;
     QStringList m_before;

@@ -1,5 +1,6 @@
 #include "TextFile.h"
 
+#include "Table.h"
 #include "TestHome.h"
 
 #include <QTest>
@@ -25,13 +26,12 @@ class TextFileTest final : public QObject {
 private Q_SLOTS:
     void aTextIsReadAsItIs_data()
     {
-        QTest::addColumn<QByteArray>("content");
-        QTest::newRow("lines, spaces and emoji")
-            << QByteArray(" [application]\r\nconfig/name=\"Größe 😀\"\n\n");
-        QTest::newRow("nothing") << QByteArray();
-        QTest::newRow("a byte order mark at the end") << QByteArray("one\xEF\xBB\xBF");
-        QTest::newRow("a NUL byte") << QByteArray("x\0y", 3);
-        QTest::newRow("fifty megabytes") << QByteArray(largestText, 'x');
+        const auto row = table<QByteArray>("content");
+        row("lines, spaces and emoji", " [application]\r\nconfig/name=\"Größe 😀\"\n\n");
+        row("nothing", {});
+        row("a byte order mark at the end", "one\xEF\xBB\xBF");
+        row("a NUL byte", QByteArray("x\0y", 3));
+        row("fifty megabytes", QByteArray(largestText, 'x'));
     }
 
     void aTextIsReadAsItIs()
@@ -58,8 +58,7 @@ private Q_SLOTS:
 
     void whatIsNoTextIsNothing_data()
     {
-        QTest::addColumn<Make>("make");
-        const auto row = [](const char *name, const Make &make) { QTest::newRow(name) << make; };
+        const auto row = table<Make>("make");
         row("no path", [](const TestHome &) { return QString(); });
         row("a missing file", [](const TestHome &home) { return home.filePath(u"nothing"_s); });
         row("a folder", [](const TestHome &home) { return home.path(); });
