@@ -13,6 +13,7 @@
 #include <thread>
 
 using namespace Qt::StringLiterals;
+using LauncherFolder::fill;
 
 namespace {
 
@@ -65,8 +66,7 @@ private Q_SLOTS:
     {
         QFETCH(Removal, remove);
         QFETCH(QString, name);
-        for (const QString &file : { u"Game/levels/one"_s, u"Engine/4.6/engine"_s, u"Temp/A/extract/one"_s })
-            keep(file);
+        fill(*m_home, { u"Game/levels/one"_s, u"Engine/4.6/engine"_s, u"Temp/A/extract/one"_s });
         const QString path = Paths::root() + name;
         const QString place = QFileInfo(path).path();
         {
@@ -95,10 +95,10 @@ private Q_SLOTS:
 
     void whatOnlyHasASimilarNameStays()
     {
-        keep(u"Game/project.godot"_s);
+        fill(*m_home, { u"Game/project.godot"_s });
         const QStringList names { prefix, prefix + u"yesterday"_s };
         for (const QString &name : names) {
-            keep(name + u"/file"_s);
+            fill(*m_home, { name + u"/file"_s });
             m_home->write(Paths::base() + u'/' + name + u"/file"_s, "1");
         }
         QVERIFY(Leftovers::clear());
@@ -108,8 +108,7 @@ private Q_SLOTS:
 
     void aGameThatIsBeingRemovedIsNotPutBack()
     {
-        keep(u"Temp/A/Game/project.godot"_s);
-        keep(u"Game/project.godot"_s);
+        fill(*m_home, { u"Temp/A/Game/project.godot"_s, u"Game/project.godot"_s });
         const Standstill nothingIsDeleted;
         QVERIFY(Leftovers::beginToClear());
         Uninstall::game();
@@ -119,7 +118,7 @@ private Q_SLOTS:
 
     void waitingEndsWhenAStopIsRequested()
     {
-        keep(u"Temp/A/file"_s);
+        fill(*m_home, { u"Temp/A/file"_s });
         const Standstill nothingIsDeleted;
         std::stop_source stop;
         std::jthread later([&stop] { stop.request_stop(); });
@@ -129,7 +128,7 @@ private Q_SLOTS:
 
     void withoutAThreadTheWaitingThreadDoesTheWork()
     {
-        keep(u"Game/levels/one"_s);
+        fill(*m_home, { u"Game/levels/one"_s });
         QVERIFY(OrdinaryUser::ownTree(m_home->path()));
         QVERIFY(OrdinaryUser::run([this] {
             const ThreadLimit none;
@@ -141,8 +140,6 @@ private Q_SLOTS:
     }
 
 private:
-    void keep(const QString &name) const { LauncherFolder::write(*m_home, name); }
-
     /// The entries of `folder` that wait to be removed.
     QStringList aside(const QString &folder) const { return m_home->list(folder).filter(prefix); }
 

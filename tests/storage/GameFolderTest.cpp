@@ -66,7 +66,7 @@ private:
     /// Writes a game into a folder in the launcher's, and returns that folder.
     QString write(const QString &name, const QByteArray &content) const
     {
-        return QFileInfo(LauncherFolder::write(*m_home, name + u"/project.godot"_s, content)).path();
+        return QFileInfo(m_home->write(LauncherFolder::path(name) + u"/project.godot"_s, content)).path();
     }
 
     QByteArray game() const { return m_home->read(Paths::gameFolder() + u"/project.godot"_s); }

@@ -11,10 +11,11 @@ namespace LauncherFolder {
 inline QString path(const QString &name) { return Paths::root() + u'/' + name; }
 inline bool has(const QString &name) { return FileOperations::exists(path(name)); }
 
-/// Writes a file, creates the folders above it, and returns its path.
-inline QString write(const TestHome &home, const QString &name, const QByteArray &content = "content")
+/// Writes these files, and creates the folders above them.
+inline void fill(const TestHome &home, const QStringList &names)
 {
-    return home.write(path(name), content);
+    for (const QString &name : names)
+        home.write(path(name), "content");
 }
 
 }

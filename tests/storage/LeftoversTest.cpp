@@ -11,6 +11,7 @@
 #endif
 
 using namespace Qt::StringLiterals;
+using LauncherFolder::fill;
 using LauncherFolder::has;
 
 class LeftoversTest final : public QObject {
@@ -21,9 +22,9 @@ private Q_SLOTS:
 
     void theGameThatWasAboutToBeReplacedIsPutBackAndTempIsEmptied()
     {
-        for (const QString &name : { u"Temp/A/Game/project.godot"_s, u"Temp/A/game.zip.part"_s,
-                                     u"Temp/B/extract/Vantor-master/project.godot"_s })
-            write(name);
+        fill(*m_home,
+             { u"Temp/A/Game/project.godot"_s, u"Temp/A/game.zip.part"_s,
+               u"Temp/B/extract/Vantor-master/project.godot"_s });
         QVERIFY(Leftovers::clear());
         QVERIFY(has(u"Game/project.godot"_s));
         QVERIFY(!has(u"Temp"_s));
@@ -32,7 +33,7 @@ private Q_SLOTS:
     void aGameThatCannotBePutBackKeepsTempAsItIs()
     {
 #if defined(Q_OS_LINUX)
-        write(u"Temp/A/Game/project.godot"_s);
+        fill(*m_home, { u"Temp/A/Game/project.godot"_s });
         const QByteArray game = m_home->bytes(Paths::tempFolder() + u"/A/Game"_s);
         // A mount point cannot be renamed.
         if (::mount(game.constData(), game.constData(), nullptr, MS_BIND, nullptr) != 0)
@@ -50,9 +51,9 @@ private Q_SLOTS:
 
     void halfWrittenFilesAreDeletedAndWhatIsInstalledStays()
     {
-        for (const QString &name : { u"Game/.write-6ba7b810-9dad-11d1-80b4-00c04fd430c8"_s,
-                                     u"Game/.write-ahead"_s, u"Game/project.godot"_s, u"Engine/4.6/Godot"_s })
-            write(name);
+        fill(*m_home,
+             { u"Game/.write-6ba7b810-9dad-11d1-80b4-00c04fd430c8"_s, u"Game/.write-ahead"_s,
+               u"Game/project.godot"_s, u"Engine/4.6/Godot"_s });
         QVERIFY(Leftovers::clear());
         QCOMPARE(m_home->list(Paths::gameFolder()), QStringList({ u".write-ahead"_s, u"project.godot"_s }));
         QVERIFY(has(u"Engine/4.6/Godot"_s));
@@ -65,8 +66,6 @@ private Q_SLOTS:
     }
 
 private:
-    void write(const QString &name) const { LauncherFolder::write(*m_home, name); }
-
     std::optional<TestHome> m_home;
 };
 

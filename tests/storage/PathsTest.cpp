@@ -144,11 +144,8 @@ private Q_SLOTS:
         }
         QVERIFY(!QFileInfo::exists(path));
         QVERIFY(QFileInfo(Paths::tempFolder()).isDir());
-    }
 
-    void aScratchFolderThatIsDeletedAlreadyIsNoError()
-    {
-        const ScratchFolder scratch;
+        const ScratchFolder deletedBeforeIt;
         QVERIFY(QDir(Paths::root()).removeRecursively());
     }
 

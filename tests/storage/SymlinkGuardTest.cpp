@@ -9,25 +9,13 @@
 
 #include <QTest>
 
+#include <functional>
+
 using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Removes `path` as the launcher does.
-void remove(const QString &path)
-{
-    if (path == Paths::root())
-        Uninstall::everything();
-    else if (path == Paths::tempFolder())
-        Leftovers::clear();
-    else if (path == Paths::gameFolder())
-        Uninstall::game();
-    else if (path == Paths::engineFolder())
-        Uninstall::engines();
-    else
-        Uninstall::file(path);
-    BackgroundRemoval::wait({});
-}
+using Removal = std::function<void()>;
 
 }
 
@@ -48,13 +36,20 @@ private Q_SLOTS:
 
     void noLinkIsFollowedWhereverItIsPlanted_data()
     {
-        QTest::addColumn<QString>("place");
-        QTest::addColumn<QString>("what");
-        for (const char *place : { "", "/Temp", "/Engine", "/Game", "/Engine/4.6", "/Game/levels",
-                                   "/Game/levels/deep/deeper", "/Temp/A/extract", "/beside" }) {
-            for (const char *what : { "", "/Temp", "/Engine", "/Game", "/Game/.imported-4.6" })
-                QTest::addRow("link at root%s, root%s removed", place, what)
-                    << QString::fromLatin1(place) << QString::fromLatin1(what);
+        const QList<std::pair<QString, Removal>> removals {
+            { QString(), Uninstall::everything },
+            { u"/Temp"_s, [] { Leftovers::clear(); } },
+            { u"/Engine"_s, Uninstall::engines },
+            { u"/Game"_s, Uninstall::game },
+            { u"/Game/.imported-4.6"_s,
+              [] { Uninstall::file(LauncherFolder::path(u"Game/.imported-4.6"_s)); } },
+        };
+        const auto row = table<QString, QString, Removal>("place", "what", "remove");
+        for (const QString &place :
+             { QString(), u"/Temp"_s, u"/Engine"_s, u"/Game"_s, u"/Engine/4.6"_s, u"/Game/levels"_s,
+               u"/Game/levels/deep/deeper"_s, u"/Temp/A/extract"_s, u"/beside"_s }) {
+            for (const auto &[what, remove] : removals)
+                row(qPrintable(u"link at root%1, root%2 removed"_s.arg(place, what)), place, what, remove);
         }
     }
 
@@ -62,8 +57,10 @@ private Q_SLOTS:
     {
         QFETCH(QString, place);
         QFETCH(QString, what);
+        QFETCH(Removal, remove);
         const QString link = linkToPrecious(place);
-        remove(Paths::root() + what);
+        remove();
+        BackgroundRemoval::wait({});
         if (what.isEmpty())
             QVERIFY(!FileOperations::exists(Paths::root()));
         if (place == what)
@@ -86,7 +83,8 @@ private Q_SLOTS:
         QCOMPARE(failureOf<AppError>(Paths::newTempDir),
                  u"The folder “%1” is a symbolic link, which the launcher does not download through: please "
                  "choose “Remove everything”, which removes only the link, and play again."_s.arg(name));
-        remove(Paths::root());
+        Uninstall::everything();
+        BackgroundRemoval::wait({});
         QVERIFY(!FileOperations::exists(Paths::root()));
         QVERIFY(FileOperations::exists(Paths::newTempDir()));
     }

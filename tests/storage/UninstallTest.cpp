@@ -10,6 +10,7 @@
 #include <csignal>
 
 using namespace Qt::StringLiterals;
+using LauncherFolder::fill;
 using LauncherFolder::has;
 
 class UninstallTest final : public QObject {
@@ -31,7 +32,7 @@ private Q_SLOTS:
     {
         constexpr int levels = 300;
         for (int level = 0; level < levels; ++level)
-            keep({ u"Game/%1/file"_s.arg(level) });
+            fill(*m_home, { u"Game/%1/file"_s.arg(level) });
         const pid_t child = fork();
         if (child == 0) {
             Uninstall::game();
@@ -48,7 +49,7 @@ private Q_SLOTS:
 
     void foldersWithoutPermissionsAreDeleted()
     {
-        keep({ u"Game/shut/deeper/file"_s, u"Engine/4.6/engine"_s });
+        fill(*m_home, { u"Game/shut/deeper/file"_s, u"Engine/4.6/engine"_s });
         QVERIFY(OrdinaryUser::ownTree(m_home->path()));
         QVERIFY(OrdinaryUser::run([this] {
             for (const QString &name :
@@ -62,7 +63,7 @@ private Q_SLOTS:
 
     void whatCannotLeaveItsPlaceIsEmptiedThere()
     {
-        keep({ u"Game/levels/one"_s, u"Engine/4.6/engine"_s, u"note.txt"_s });
+        fill(*m_home, { u"Game/levels/one"_s, u"Engine/4.6/engine"_s, u"note.txt"_s });
         QVERIFY(OrdinaryUser::ownTree(m_home->path()));
         QVERIFY(OrdinaryUser::run([this] {
             m_home->setMode(Paths::root(), 0555);
@@ -81,7 +82,7 @@ private Q_SLOTS:
     {
         if (!OrdinaryUser::isNeeded())
             QSKIP(OrdinaryUser::cannotDisown);
-        keep({ u"Game/a/file"_s, u"Game/held/file"_s, u"Engine/4.6/engine"_s, u"note.txt"_s });
+        fill(*m_home, { u"Game/a/file"_s, u"Game/held/file"_s, u"Engine/4.6/engine"_s, u"note.txt"_s });
         QVERIFY(OrdinaryUser::ownTree(m_home->path()));
         QVERIFY(OrdinaryUser::disown(LauncherFolder::path(u"Game/held"_s)));
         QVERIFY(OrdinaryUser::run([] {
@@ -98,12 +99,6 @@ private Q_SLOTS:
     }
 
 private:
-    void keep(const QStringList &names) const
-    {
-        for (const QString &name : names)
-            LauncherFolder::write(*m_home, name);
-    }
-
     std::optional<TestHome> m_home;
 };
 
