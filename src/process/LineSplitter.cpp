@@ -5,6 +5,7 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -33,36 +34,29 @@ void LineSplitter::feed(const QByteArray &data)
 {
     if (data.isEmpty())
         return;
+    m_buffer += data;
     QStringList lines;
-    {
-        const std::lock_guard lock(m_lock);
-        m_buffer += data;
-        const char *const end = m_buffer.constData() + m_buffer.size();
-        const char *start = m_buffer.constData();
-        const char *lineBreak = std::find_if(start + m_searched, end, isBreak);
-        while (lineBreak != end) {
-            const QByteArrayView rest = cutPieces({ start, lineBreak }, lines);
-            if (!rest.isEmpty())
-                lines.append(Utf8Repair::decode(rest));
-            start = lineBreak + 1;
-            lineBreak = std::find_if(start, end, isBreak);
-        }
-        const QByteArrayView unfinished = cutPieces({ start, end }, lines);
-        m_searched = unfinished.size();
-        m_buffer.remove(0, m_buffer.size() - unfinished.size());
+    const char *const end = m_buffer.constData() + m_buffer.size();
+    const char *start = m_buffer.constData();
+    const char *lineBreak = std::find_if(start + m_searched, end, isBreak);
+    while (lineBreak != end) {
+        const QByteArrayView rest = cutPieces({ start, lineBreak }, lines);
+        if (!rest.isEmpty())
+            lines.append(Utf8Repair::decode(rest));
+        start = lineBreak + 1;
+        lineBreak = std::find_if(start, end, isBreak);
     }
+    const QByteArrayView unfinished = cutPieces({ start, end }, lines);
+    m_searched = unfinished.size();
+    m_buffer.remove(0, m_buffer.size() - unfinished.size());
     for (const QString &line : std::as_const(lines))
         m_handler(line);
 }
 
 void LineSplitter::flush()
 {
-    QByteArray rest;
-    {
-        const std::lock_guard lock(m_lock);
-        rest.swap(m_buffer);
-        m_searched = 0;
-    }
+    const QByteArray rest = std::exchange(m_buffer, {});
+    m_searched = 0;
     if (!rest.isEmpty())
         m_handler(Utf8Repair::decode(rest));
 }

@@ -4,10 +4,9 @@
 #include <QString>
 
 #include <functional>
-#include <mutex>
 
 /// Splits a byte stream into lines of text at every line feed and carriage return; drops empty lines. Invalid
-/// UTF-8 becomes replacement characters. Thread-safe; the handler is called outside the lock.
+/// UTF-8 becomes replacement characters. Not thread-safe; the handler may feed it again.
 class LineSplitter final {
 public:
     /// A program may print without ever ending a line. Once this many bytes are buffered they are passed on
@@ -24,7 +23,6 @@ public:
 
 private:
     const std::function<void(const QString &)> m_handler;
-    std::mutex m_lock;
-    QByteArray m_buffer; // guarded by m_lock; the bytes since the last line break
-    qsizetype m_searched = 0; // guarded by m_lock; the leading bytes of m_buffer known to hold no line break
+    QByteArray m_buffer; // the bytes since the last line break
+    qsizetype m_searched = 0; // the leading bytes of m_buffer known to hold no line break
 };

@@ -4,8 +4,6 @@
 #include <QTest>
 
 #include <memory>
-#include <thread>
-#include <vector>
 
 class LineSplitterTest final : public QObject {
     Q_OBJECT
@@ -37,7 +35,6 @@ private Q_SLOTS:
     void anOverlongLineIsCutTheSameHoweverItArrives();
     void theHandlerMayFeedTheSplitterAgain();
     void chunksOfAnySizeGiveTheSameLines();
-    void linesOfSeveralThreadsStayWhole();
 
 private:
     void feed(const QByteArray &bytes) { m_splitter->feed(bytes); }
@@ -271,27 +268,6 @@ void LineSplitterTest::chunksOfAnySizeGiveTheSameLines()
         QCOMPARE(m_lines, whole);
         QVERIFY(!whole.contains(QString()));
     }
-}
-
-void LineSplitterTest::linesOfSeveralThreadsStayWhole()
-{
-    std::mutex lock;
-    QStringList lines;
-    LineSplitter splitter([&](const QString &line) {
-        const std::lock_guard guard(lock);
-        lines.append(line);
-    });
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 4; ++thread) {
-        threads.emplace_back([&splitter] {
-            for (int i = 0; i < 1000; ++i)
-                splitter.feed("whole\n");
-        });
-    }
-    for (std::thread &thread : threads)
-        thread.join();
-    QCOMPARE(lines.size(), 4000);
-    QCOMPARE(lines.count(QStringLiteral("whole")), 4000);
 }
 
 QTEST_GUILESS_MAIN(LineSplitterTest)
