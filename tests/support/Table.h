@@ -2,13 +2,18 @@
 
 #include <QTest>
 
-/// Adds the columns of a data table. Returns a function that adds a row: the sentence that says the case,
-/// then the value of each column.
+#include <type_traits>
+
+/// Adds a column for each name to the current data table, and returns a function that adds a row: its
+/// description and one value for each column.
 ///
-///     const auto row = table<QString, int>("path", "code");
-///     row("a folder", u"folder"_s, EISDIR);
+///     const auto row = table<QString, int>("text", "length");
+///     row("an empty text", {}, 0);
 template <typename... Values, typename... Names> auto table(Names... names)
 {
+    static_assert(sizeof...(Values) == sizeof...(Names));
     (QTest::addColumn<Values>(names), ...);
-    return [](const char *sentence, const Values &...values) { (QTest::newRow(sentence) << ... << values); };
+    return [](const char *description, const Values &...values) {
+        (QTest::newRow(description) << ... << values);
+    };
 }
