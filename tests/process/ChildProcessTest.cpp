@@ -3,117 +3,102 @@
 #include "ChildEnvironment.h"
 #include "Children.h"
 #include "Pipe.h"
+#include "Table.h"
 
 #include <QTest>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <csignal>
 #include <memory>
-#include <vector>
+
+using namespace Qt::StringLiterals;
 
 class ChildProcessTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void anEndedChildKeepsItsNumberUntilItsHolderLetsGo();
-    void aLateRequestToEndHarmsNobody();
-    void aRequestToEndBeforeTheLaunchDoesNothing();
-    void aChildThatCannotStartLeavesNothing();
-    void aChildThatSomebodyElseReapedHasAnUnknownStatus();
-    void aPipeNeverTakesThePlaceOfAStandardStream();
-};
-
-void ChildProcessTest::anEndedChildKeepsItsNumberUntilItsHolderLetsGo()
-{
-    Pipe output;
-    QCOMPARE(output.open(), 0);
-    auto child = std::make_unique<ChildProcess>();
-    QCOMPARE(child->launch(QStringLiteral("/bin/sh"), { QStringLiteral("-c"), QStringLiteral("exit 3") },
-                           childEnvironment(), output.writeEnd.get()),
-             0);
-    QCOMPARE(child->waitForEnd().status, 3);
-    QVERIFY(!Children::noneLeft());
-    child.reset();
-    QVERIFY(Children::noneLeft());
-}
-
-void ChildProcessTest::aLateRequestToEndHarmsNobody()
-{
-    Pipe output;
-    QCOMPARE(output.open(), 0);
-    ChildProcess child;
-    QCOMPARE(child.launch(QStringLiteral("/bin/true"), {}, childEnvironment(), output.writeEnd.get()), 0);
-    QCOMPARE(child.waitForEnd().status, 0);
-    child.terminate();
-    QCOMPARE(child.waitForEnd().status, 0);
-}
-
-void ChildProcessTest::aRequestToEndBeforeTheLaunchDoesNothing()
-{
-    Pipe output;
-    QCOMPARE(output.open(), 0);
-    ChildProcess child;
-    child.terminate();
-    QCOMPARE(child.launch(QStringLiteral("/bin/true"), {}, childEnvironment(), output.writeEnd.get()), 0);
-    QCOMPARE(child.waitForEnd().status, 0);
-}
-
-void ChildProcessTest::aChildThatCannotStartLeavesNothing()
-{
-    Pipe output;
-    QCOMPARE(output.open(), 0);
+    void init()
     {
-        ChildProcess child;
-        QCOMPARE(
-            child.launch(QStringLiteral("/no/such/program"), {}, childEnvironment(), output.writeEnd.get()),
-            ENOENT);
-        child.terminate();
+        m_output = Pipe();
+        QCOMPARE(m_output.open(), 0);
+        m_child = std::make_unique<ChildProcess>();
     }
-    QVERIFY(Children::noneLeft());
-}
 
-void ChildProcessTest::aChildThatSomebodyElseReapedHasAnUnknownStatus()
-{
-    Pipe output;
-    QCOMPARE(output.open(), 0);
-    ChildProcess child;
-    QCOMPARE(child.launch(QStringLiteral("/bin/sleep"), { QStringLiteral("0.1") }, childEnvironment(),
-                          output.writeEnd.get()),
-             0);
-    // While SIGCHLD is ignored, the system reaps children itself.
-    const auto before = std::signal(SIGCHLD, SIG_IGN);
-    const qint32 status = child.waitForEnd().status;
-    std::signal(SIGCHLD, before);
-    QCOMPARE(status, 255);
-    QVERIFY(Children::noneLeft());
-    child.terminate(); // must do nothing: the pid may already be another process's
-}
+    void anEndedChildKeepsItsPidUntilItsOwnerDestroysIt()
+    {
+        QCOMPARE(launch(u"/bin/sh"_s, { u"-c"_s, u"exit 3"_s }), 0);
+        QCOMPARE(m_child->waitForEnd().status, 3);
+        QVERIFY(!Children::noneLeft());
+        m_child.reset();
+        QVERIFY(Children::noneLeft());
+    }
 
-void ChildProcessTest::aPipeNeverTakesThePlaceOfAStandardStream()
-{
-    std::vector<FileDescriptor> kept;
-    for (int stream = 0; stream < 3; ++stream) {
-        kept.emplace_back(::fcntl(stream, F_DUPFD_CLOEXEC, 100));
-        ::close(stream);
+    void aRequestToEndBeforeTheLaunchOrAfterTheEndDoesNothing()
+    {
+        m_child->terminate();
+        QCOMPARE(launch(u"/bin/true"_s), 0);
+        QCOMPARE(m_child->waitForEnd().status, 0);
+        m_child->terminate();
+        QCOMPARE(m_child->waitForEnd().status, 0);
     }
-    Pipe pipe;
-    const int error = pipe.open();
-    const bool areFree = ::fcntl(0, F_GETFD) < 0 && ::fcntl(1, F_GETFD) < 0 && ::fcntl(2, F_GETFD) < 0;
-    for (int stream = 0; stream < 3; ++stream) {
-        if (kept[static_cast<size_t>(stream)].get() >= 0)
-            ::dup2(kept[static_cast<size_t>(stream)].get(), stream);
+
+    void aChildThatCannotStartLeavesNothing()
+    {
+        QCOMPARE(launch(u"/no/such/program"_s), ENOENT);
+        m_child->terminate();
+        m_child.reset();
+        QVERIFY(Children::noneLeft());
     }
-    QCOMPARE(error, 0);
-    QVERIFY(areFree);
-    QVERIFY(pipe.readEnd.get() > 2);
-    QVERIFY(pipe.writeEnd.get() > 2);
-    QVERIFY((::fcntl(pipe.readEnd.get(), F_GETFD) & FD_CLOEXEC) != 0);
-    QVERIFY((::fcntl(pipe.writeEnd.get(), F_GETFD) & FD_CLOEXEC) != 0);
-    QVERIFY((::fcntl(pipe.readEnd.get(), F_GETFL) & O_NONBLOCK) != 0);
-    QVERIFY((::fcntl(pipe.writeEnd.get(), F_GETFL) & O_NONBLOCK) == 0);
-}
+
+    void aChildThatSomebodyElseReapedHasAnUnknownStatus()
+    {
+        QCOMPARE(launch(u"/bin/sleep"_s, { u"0.1"_s }), 0);
+        // While SIGCHLD is ignored, the system reaps children itself.
+        const auto before = std::signal(SIGCHLD, SIG_IGN);
+        const qint32 status = m_child->waitForEnd().status;
+        std::signal(SIGCHLD, before);
+        QCOMPARE(status, 255);
+        QVERIFY(Children::noneLeft());
+        m_child->terminate(); // must do nothing: the pid may already be another process's
+    }
+
+    void aPipeNeverTakesThePlaceOfAStandardStream_data()
+    {
+        const auto row = table<int>("firstClosed");
+        row("all are closed", 0);
+        row("only standard input is open", 1);
+        row("only standard error is closed", 2);
+    }
+
+    void aPipeNeverTakesThePlaceOfAStandardStream()
+    {
+        QFETCH(int, firstClosed);
+        Pipe pipe;
+        int error = 0;
+        bool areFree = true;
+        {
+            const Children::WithoutStandardStreams closed(firstClosed);
+            error = pipe.open();
+            for (int stream = firstClosed; stream < 3; ++stream)
+                areFree = areFree && ::fcntl(stream, F_GETFD) < 0;
+        }
+        QCOMPARE(error, 0);
+        QVERIFY(areFree);
+        for (const FileDescriptor *end : { &pipe.readEnd, &pipe.writeEnd }) {
+            QVERIFY(end->get() > 2);
+            QVERIFY((::fcntl(end->get(), F_GETFD) & FD_CLOEXEC) != 0);
+            QCOMPARE((::fcntl(end->get(), F_GETFL) & O_NONBLOCK) != 0, end == &pipe.readEnd);
+        }
+    }
+
+private:
+    int launch(const QString &program, const QStringList &arguments = {})
+    {
+        return m_child->launch(program, arguments, childEnvironment(), m_output.writeEnd.get());
+    }
+
+    Pipe m_output;
+    std::unique_ptr<ChildProcess> m_child;
+};
 
 QTEST_GUILESS_MAIN(ChildProcessTest)
 #include "ChildProcessTest.moc"

@@ -1,30 +1,46 @@
 #pragma once
 
+#include "FileDescriptor.h"
 #include "ProcessController.h"
-#include "Tasks.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
+#include <QTimer>
 
 #include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <mutex>
+#include <optional>
+#include <vector>
 
-/// Runs real child processes to their ends.
+/// Runs real child processes.
 namespace Children {
+
+using namespace Qt::StringLiterals;
+
+inline const QString shellProgram = u"/bin/sh"_s;
+
+/// Scripts that print a line once they run. The first then runs until SIGTERM, the second until SIGKILL.
+inline const QString endless = u"echo ready; exec sleep 1000"_s;
+inline const QString stubborn = u"trap '' TERM; echo ready; while :; do sleep 0.01; done"_s;
+
+/// What makes the shell run `text`, with `parameter` as its $0.
+inline QStringList script(const QString &text, const QString &parameter = u"sh"_s)
+{
+    return { u"-c"_s, text, parameter };
+}
 
 /// Collects lines. Thread-safe.
 class Lines final {
 public:
-    std::function<void(const QString &)> adder()
+    void add(const QString &line)
     {
-        return [this](const QString &line) {
-            const std::lock_guard lock(m_lock);
-            m_lines.append(line);
-        };
+        const std::lock_guard lock(m_lock);
+        m_lines.append(line);
     }
 
     QStringList all() const
@@ -38,44 +54,79 @@ private:
     QStringList m_lines;
 };
 
-/// Runs a real event loop until `task` has ended. Tasks::finish sleeps between two turns, which would hold up
-/// a flood of output.
-inline qint32 finishQuickly(QCoro::Task<qint32> task)
+/// A run that has begun. It may outlive this object.
+struct Child {
+    explicit Child(const QString &program, const QStringList &arguments = {},
+                   std::shared_ptr<ProcessController> runner = ProcessController::create())
+        : controller(std::move(runner))
+        , task(controller->run(program, arguments, [to = kept](const QString &line) { to->add(line); }))
+    {
+    }
+
+    QStringList lines() const { return kept->all(); }
+
+    /// Waits until the run is over and returns its result. Not Tasks::finish: it sleeps between two turns.
+    qint32 status()
+    {
+        QEventLoop loop;
+        std::optional<qint32> status;
+        const auto waiting
+            = [](QCoro::Task<qint32> run, QEventLoop *toQuit, std::optional<qint32> *into) -> QCoro::Task<> {
+            *into = co_await run;
+            toQuit->quit();
+        };
+        const auto waitingForIt = waiting(std::move(task), &loop, &status);
+        QTimer::singleShot(std::chrono::seconds(20), &loop, [] { qFatal("A run did not end."); });
+        if (!status)
+            loop.exec();
+        return *status;
+    }
+
+    std::shared_ptr<Lines> kept = std::make_shared<Lines>();
+    std::shared_ptr<ProcessController> controller;
+    QCoro::Task<qint32> task;
+};
+
+/// Begins to run `text` in the shell, with `parameter` as its $0.
+inline Child startShell(const QString &text, const QString &parameter = u"sh"_s)
 {
-    QEventLoop loop;
-    constexpr qint32 notEnded = -3;
-    qint32 status = notEnded;
-    const auto waiting = [](QCoro::Task<qint32> run, QEventLoop *toQuit, qint32 *into) -> QCoro::Task<> {
-        *into = co_await run;
-        toQuit->quit();
-    };
-    const auto waitingForIt = waiting(std::move(task), &loop, &status);
-    if (status == notEnded)
-        loop.exec();
-    return status;
+    return Child(shellProgram, script(text, parameter));
 }
 
+/// A run that is over.
 struct Run {
     qint32 status = 0;
     QStringList lines;
+
+    bool operator==(const Run &) const = default;
 };
 
-inline Run run(const QString &executable, const QStringList &arguments = {})
+/// Describes `run` in a failed comparison.
+inline char *toString(const Run &run)
 {
-    Lines lines;
-    const qint32 status
-        = Tasks::finish(ProcessController::create()->run(executable, arguments, lines.adder()));
-    return { status, lines.all() };
+    return qstrdup(qPrintable(u"%1 after “%2”"_s.arg(run.status).arg(run.lines.join(u'|'))));
 }
 
-/// Runs `script` in the shell.
-inline Run shell(const QString &script)
+inline Run run(const QString &program, const QStringList &arguments = {})
 {
-    return run(QStringLiteral("/bin/sh"), { QStringLiteral("-c"), script });
+    Child child(program, arguments);
+    const qint32 status = child.status();
+    return { status, child.lines() };
+}
+
+inline Run shell(const QString &text, const QString &parameter = u"sh"_s)
+{
+    return run(shellProgram, script(text, parameter));
 }
 
 /// The path of a program that is built beside the tests.
 inline QString program(const QString &name) { return QCoreApplication::applicationDirPath() + u'/' + name; }
+
+/// The lines of a child that prints what it was started with.
+inline QStringList report(const QStringList &arguments = {})
+{
+    return run(program(u"child-report"_s), arguments).lines;
+}
 
 /// Whether this process has no child, not even a zombie.
 inline bool noneLeft()
@@ -91,6 +142,32 @@ inline bool noZombie()
     return waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) == -1 || info.si_pid == 0;
 }
 
+/// Closes the standard streams from `first` on for as long as this object lives.
+class WithoutStandardStreams final {
+public:
+    explicit WithoutStandardStreams(int first = 0)
+        : m_first(first)
+    {
+        for (int stream = m_first; stream < 3; ++stream) {
+            m_kept.emplace_back(::fcntl(stream, F_DUPFD_CLOEXEC, 100));
+            ::close(stream);
+        }
+    }
+    ~WithoutStandardStreams()
+    {
+        for (int stream = m_first; const FileDescriptor &kept : m_kept) {
+            if (kept.isOpen())
+                ::dup2(kept.get(), stream);
+            ++stream;
+        }
+    }
+    Q_DISABLE_COPY_MOVE(WithoutStandardStreams)
+
+private:
+    const int m_first;
+    std::vector<FileDescriptor> m_kept;
+};
+
 /// The target of every open descriptor, sorted. Omits the eventfds that wake Qt's pool threads: each thread
 /// creates one on first use and keeps it.
 inline QStringList openFiles()
@@ -102,7 +179,7 @@ inline QStringList openFiles()
         if (readlink(name.constData(), target, sizeof target - 1) > 0)
             files << QString::fromLocal8Bit(target);
     }
-    files.removeAll(QStringLiteral("anon_inode:[eventfd]"));
+    files.removeAll(u"anon_inode:[eventfd]"_s);
     files.sort();
     return files;
 }

@@ -4,6 +4,8 @@
 #include "Children.h"
 #include "LogStore.h"
 #include "Strain.h"
+#include "Table.h"
+#include "Tasks.h"
 
 #include <QTest>
 #include <QThread>
@@ -11,23 +13,39 @@
 #include <atomic>
 #include <csignal>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-/// Runs a flood to its end and verifies what it cost.
-void flood(const QString &what, qint64 number, const std::function<void(const QString &)> &onLine)
+using Handler = std::function<void(const QString &)>;
+
+const QStringList forever = { u"forever"_s };
+
+QCoro::Task<qint32> start(std::shared_ptr<ProcessController> controller, QStringList arguments,
+                          Handler onLine)
 {
-    constexpr qint32 notEnded = -3;
-    Strain strain;
-    qint32 status = notEnded;
-    const auto waiting = [](QCoro::Task<qint32> run, qint32 *into) -> QCoro::Task<> { *into = co_await run; };
-    const auto waitingForIt
-        = waiting(ProcessController::create()->run(Children::program(QStringLiteral("child-flood")),
-                                                   { what, QString::number(number) }, onLine),
-                  &status);
-    const bool ended = strain.runUntil([&status] { return status != notEnded; }, std::chrono::minutes(10));
-    if (!ended)
+    return controller->run(Children::program(u"child-flood"_s), arguments, onLine);
+}
+
+/// Runs `task` to its end and returns its result. Not Tasks::finish: it sleeps between two turns, which would
+/// hold up a flood.
+qint32 finish(Strain &strain, QCoro::Task<qint32> task)
+{
+    std::optional<qint32> status;
+    const auto waiting
+        = [](QCoro::Task<qint32> run, std::optional<qint32> *into) -> QCoro::Task<> { *into = co_await run; };
+    const auto waitingForIt = waiting(std::move(task), &status);
+    if (!strain.runUntil([&status] { return status.has_value(); }, std::chrono::minutes(10)))
         qFatal("A flood did not end.");
-    QCOMPARE(status, 0);
+    return *status;
+}
+
+/// Runs a flood to its end and verifies what it cost.
+void flood(const QString &what, qint64 number, const Handler &onLine)
+{
+    Strain strain;
+    QCOMPARE(finish(strain, start(ProcessController::create(), { what, QString::number(number) }, onLine)),
+             0);
     qInfo("%lld %s: the longest gap between two turns was %lld ms, the memory rose by %lld kB",
           static_cast<long long>(number), qPrintable(what), static_cast<long long>(strain.longestGap()),
           static_cast<long long>(strain.memoryGrowth() / 1024));
@@ -44,115 +62,103 @@ class FloodTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void everyLineOfAFloodComesInOrder();
-    void theLogKeepsExactlyTheLastLinesOfAFlood();
-    void linesOfOneLetterLeaveTheMainThreadItsTurns();
-    void everyByteOfAFloodWithoutALineEndComes_data();
-    void everyByteOfAFloodWithoutALineEndComes();
-    void theLogStaysSmallInAFloodWithoutALineEnd();
-    void aFloodThatIsStoppedLeavesTheMainThreadItsTurns();
-    void aChildWaitsWhileTheMainThreadIsBusy();
+    void everyLineOfAFloodArrivesInOrder()
+    {
+        qint64 next = 0;
+        bool isOrdered = true;
+        flood(u"lines"_s, Strain::manyLines(), [&](const QString &line) {
+            isOrdered = isOrdered && line == QString::number(next);
+            ++next;
+        });
+        QCOMPARE(next, Strain::manyLines());
+        QVERIFY(isOrdered);
+    }
+
+    void theLogKeepsExactlyTheLastLinesOfAFlood()
+    {
+        LogStore log;
+        flood(u"lines"_s, Strain::manyLines(), log.appender());
+        QStringList last;
+        for (qint64 line = Strain::manyLines() - LogStore::maxLines; line < Strain::manyLines(); ++line)
+            last << QString::number(line);
+        QCOMPARE(log.lines.get(), last);
+    }
+
+    void linesOfOneLetterLeaveTheMainThreadItsTurns()
+    {
+        LogStore log;
+        flood(u"shortest"_s, Strain::manyLines() / 2, log.appender());
+        QCOMPARE(log.lines.get(), QStringList(LogStore::maxLines, u"y"_s));
+    }
+
+    void everyByteOfAFloodWithoutALineEndArrives_data()
+    {
+        const auto row = table<QString, QChar>("what", "character");
+        row("letters", u"bytes"_s, u'x');
+        row("no text", u"invalid"_s, QChar::ReplacementCharacter);
+    }
+
+    void everyByteOfAFloodWithoutALineEndArrives()
+    {
+        QFETCH(QString, what);
+        QFETCH(QChar, character);
+        qint64 count = 0;
+        bool isWhole = true;
+        flood(what, Strain::manyBytes() / 10, [&](const QString &line) {
+            count += line.size();
+            isWhole = isWhole && line.startsWith(character) && line.endsWith(character);
+        });
+        QCOMPARE(count, Strain::manyBytes() / 10);
+        QVERIFY(isWhole);
+    }
+
+    void theLogStaysSmallInAFloodWithoutALineEnd()
+    {
+        LogStore log;
+        flood(u"bytes"_s, Strain::manyBytes(), log.appender());
+        qsizetype kept = 0;
+        for (const QString &line : log.lines.get())
+            kept += line.size();
+        QVERIFY(kept <= LogStore::maxTextLength);
+        QVERIFY(kept >= std::min<qint64>(LogStore::maxTextLength / 2, Strain::manyBytes()));
+    }
+
+    void aFloodThatIsStoppedLeavesTheMainThreadItsTurns()
+    {
+        LogStore log;
+        Strain strain;
+        const auto controller = ProcessController::create();
+        auto task = start(controller, forever, log.appender());
+        qint64 changes = 0;
+        connect(&log, &Observable::willChange, this, [&changes] { ++changes; });
+        QVERIFY(strain.runUntil([&changes] { return changes > 3 * LogStore::maxLines; }));
+        controller->cancel();
+        QCOMPARE(finish(strain, std::move(task)), SIGTERM);
+        if (Strain::isMeasurable())
+            QVERIFY(strain.keptItsTurns());
+    }
+
+    void aChildWaitsWhileTheMainThreadIsBusy()
+    {
+        std::atomic<int> count = 0;
+        const auto controller = ProcessController::create();
+        auto task = start(controller, forever, [&](const QString &) { ++count; });
+        // The event loop does not run here, so the reader stops after a few chunks.
+        const auto settles = [&count] {
+            for (int i = 0; i < 200; ++i) {
+                const int before = count;
+                QThread::msleep(50);
+                if (before > 0 && count == before)
+                    return true;
+            }
+            return false;
+        };
+        QVERIFY(settles());
+        QVERIFY(count <= 3 * 64 * 1024 / 10); // a chunk is at most what a pipe holds, a line has ten bytes
+        controller->cancel();
+        QCOMPARE(Tasks::finish(std::move(task)), SIGTERM);
+    }
 };
-
-void FloodTest::everyLineOfAFloodComesInOrder()
-{
-    qint64 next = 0;
-    bool isOrdered = true;
-    flood(QStringLiteral("lines"), Strain::manyLines(), [&](const QString &line) {
-        isOrdered = isOrdered && line == QString::number(next);
-        ++next;
-    });
-    QCOMPARE(next, Strain::manyLines());
-    QVERIFY(isOrdered);
-}
-
-void FloodTest::theLogKeepsExactlyTheLastLinesOfAFlood()
-{
-    LogStore log;
-    flood(QStringLiteral("lines"), Strain::manyLines(), log.appender());
-    QStringList last;
-    for (qint64 line = Strain::manyLines() - LogStore::maxLines; line < Strain::manyLines(); ++line)
-        last << QString::number(line);
-    QCOMPARE(log.lines.get(), last);
-}
-
-void FloodTest::linesOfOneLetterLeaveTheMainThreadItsTurns()
-{
-    LogStore log;
-    flood(QStringLiteral("shortest"), Strain::manyLines() / 2, log.appender());
-    QCOMPARE(log.lines.get(), QStringList(LogStore::maxLines, QStringLiteral("y")));
-}
-
-void FloodTest::everyByteOfAFloodWithoutALineEndComes_data()
-{
-    QTest::addColumn<QString>("what");
-    QTest::addColumn<QChar>("character");
-    QTest::newRow("letters") << QStringLiteral("bytes") << QChar(u'x');
-    QTest::newRow("no text") << QStringLiteral("invalid") << QChar(QChar::ReplacementCharacter);
-}
-
-void FloodTest::everyByteOfAFloodWithoutALineEndComes()
-{
-    QFETCH(QString, what);
-    QFETCH(QChar, character);
-    qint64 count = 0;
-    bool isWhole = true;
-    flood(what, Strain::manyBytes() / 10, [&](const QString &line) {
-        count += line.size();
-        isWhole = isWhole && line.startsWith(character) && line.endsWith(character);
-    });
-    QCOMPARE(count, Strain::manyBytes() / 10);
-    QVERIFY(isWhole);
-}
-
-void FloodTest::theLogStaysSmallInAFloodWithoutALineEnd()
-{
-    LogStore log;
-    flood(QStringLiteral("bytes"), Strain::manyBytes(), log.appender());
-    qsizetype kept = 0;
-    for (const QString &line : log.lines.get())
-        kept += line.size();
-    QVERIFY(kept <= LogStore::maxTextLength);
-    QVERIFY(kept >= std::min<qint64>(LogStore::maxTextLength / 2, Strain::manyBytes()));
-}
-
-void FloodTest::aFloodThatIsStoppedLeavesTheMainThreadItsTurns()
-{
-    LogStore log;
-    Strain strain;
-    const auto controller = ProcessController::create();
-    auto task = controller->run(Children::program(QStringLiteral("child-flood")),
-                                { QStringLiteral("forever") }, log.appender());
-    qint64 changes = 0;
-    connect(&log, &Observable::willChange, this, [&changes] { ++changes; });
-    QVERIFY(strain.runUntil([&changes] { return changes > 3 * LogStore::maxLines; }));
-    controller->cancel();
-    QCOMPARE(Children::finishQuickly(std::move(task)), SIGTERM);
-    if (Strain::isMeasurable())
-        QVERIFY(strain.keptItsTurns());
-}
-
-void FloodTest::aChildWaitsWhileTheMainThreadIsBusy()
-{
-    std::atomic<int> count = 0;
-    const auto controller = ProcessController::create();
-    auto task = controller->run(Children::program(QStringLiteral("child-flood")),
-                                { QStringLiteral("forever") }, [&](const QString &) { ++count; });
-    // The event loop does not run here, so the reader stops after a few chunks.
-    const auto settles = [&count] {
-        for (int i = 0; i < 200; ++i) {
-            const int before = count;
-            QThread::msleep(50);
-            if (before > 0 && count == before)
-                return true;
-        }
-        return false;
-    };
-    QVERIFY(settles());
-    QVERIFY(count <= 3 * 64 * 1024 / 10); // a chunk is at most what a pipe holds, a line has ten bytes
-    controller->cancel();
-    QCOMPARE(Tasks::finish(std::move(task)), SIGTERM);
-}
 
 QTEST_GUILESS_MAIN(FloodTest)
 #include "FloodTest.moc"

@@ -1,24 +1,27 @@
 #include "GameRunner.h"
 #include "Children.h"
 #include "OrdinaryUser.h"
+#include "Table.h"
 #include "TestHome.h"
 #include "ThreadLimit.h"
 
-#include <QSignalSpy>
 #include <QTest>
 #include <QThread>
 
 #include <csignal>
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString shellProgram = QStringLiteral("/bin/sh");
+const QString missingGame = u"/no/such/game"_s;
+const QString trueProgram = u"/bin/true"_s;
 
-QStringList script(const QString &text) { return { QStringLiteral("-c"), text }; }
-
-/// Prints a line once it runs, then runs until SIGTERM.
-const QString endless = QStringLiteral("echo ready; exec sleep 1000");
+/// A game's status, and whether the launcher stopped it.
+using End = std::pair<qint32, bool>;
+constexpr bool byItself = false;
+constexpr bool stopped = true;
 
 }
 
@@ -26,322 +29,242 @@ class GameRunnerTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void init()
+    {
+        m_log = std::make_unique<LogStore>();
+        m_runner = std::make_unique<GameRunner>();
+        m_exits.clear();
+    }
 
-    void aNewRunnerIsIdle();
-    void launchReturnsAtOnceAndTheRunnerRuns();
-    void theFirstLogLineSaysWhatIsStarted_data();
-    void theFirstLogLineSaysWhatIsStarted();
-    void theGamesOutputGoesIntoTheLog();
-    void theWholeOutputIsInTheLogWhenOnExitIsCalled();
-    void aGameThatExitsByItselfIsReported();
-    void theDurationIsThatOfTheRun();
-    void theDurationBeginsBeforeTheFirstLogLine();
-    void aGameThatFailsIsReportedWithItsStatus();
-    void aSecondLaunchWhileRunningIsIgnored();
-    void aGameThatCannotStartIsReported();
-    void aGameThatGetsNoThreadIsReportedOnALaterTurn_data();
-    void aGameThatGetsNoThreadIsReportedOnALaterTurn();
-    void stopSendsTheGameSigterm();
-    void aStopBeforeTheLaunchIsReported();
-    void aGameThatIgnoresTheRequestKeepsRunning();
-    void stoppingAnIdleRunnerDoesNothing();
-    void stoppingAfterTheEndDoesNothing();
-    void theRunnerIsIdleWhenOnExitIsCalled();
-    void onExitMayLaunchAgain();
-    void everyChangeOfIsRunningIsAnnounced();
-    void aRunnerThatGoesFirstCallsNobody();
-    void aLogThatGoesFirstDoesNoHarm();
+    void cleanup()
+    {
+        if (!m_runner)
+            return;
+        // A stop while the child is being launched has no effect, so it is repeated.
+        QVERIFY(QTest::qWaitFor([this] {
+            m_runner->stop();
+            return !m_runner->isRunning;
+        }));
+    }
+
+    void launchReturnsAtOnceAndStopSendsTheGameSigterm()
+    {
+        QVERIFY(!m_runner->isRunning);
+        QVERIFY(!m_runner->controller());
+        launchScript(Children::endless);
+        QVERIFY(m_runner->isRunning);
+        QVERIFY(m_runner->controller());
+        QVERIFY(m_exits.isEmpty());
+        QTRY_COMPARE(m_log->lines->size(), 2);
+        m_runner->stop();
+        QVERIFY(m_runner->isRunning);
+        QCOMPARE(end(), End(SIGTERM, stopped));
+    }
+
+    void theFirstLogLineSaysWhatIsStarted_data()
+    {
+        const auto row = table<QStringList, QString>("arguments", "line");
+        row("no arguments", {}, u"Starting the game: true "_s);
+        row("arguments", { u"--path"_s, u"/a b/c"_s, u"%1"_s },
+            u"Starting the game: true --path /a b/c %1"_s);
+    }
+
+    void theFirstLogLineSaysWhatIsStarted()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, line);
+        launch(trueProgram, arguments);
+        QCOMPARE(m_log->lines.get(), QStringList(line));
+        QVERIFY(waitForExit());
+        QCOMPARE(m_log->lines.get(), QStringList(line));
+    }
+
+    void theWholeOutputIsInTheLogWhenOnExitIsCalled()
+    {
+        QStringList linesThen;
+        launchScript(u"echo error >&2; seq 2000; printf last"_s, [&] { linesThen = m_log->lines; });
+        QVERIFY(waitForExit());
+        QCOMPARE(linesThen.size(), 2003);
+        QCOMPARE(linesThen.at(1), u"error"_s);
+        QCOMPARE(linesThen.last(), u"last"_s);
+    }
+
+    void theDurationIsThatOfTheRun()
+    {
+        launch(u"/bin/sleep"_s, { u"1.5"_s });
+        QCOMPARE(end(), End(0, byItself));
+        QVERIFY(m_exits.first().seconds >= 1.49);
+        QVERIFY(m_exits.first().seconds < 8);
+    }
+
+    void theDurationBeginsBeforeTheFirstLogLine()
+    {
+        connect(m_log.get(), &Observable::willChange, this, [] { QThread::msleep(200); });
+        launch(trueProgram);
+        QVERIFY(waitForExit());
+        QVERIFY(m_exits.first().seconds >= 0.2);
+    }
+
+    void aSecondLaunchWhileRunningIsIgnored()
+    {
+        launchScript(Children::endless);
+        QTRY_COMPARE(m_log->lines->size(), 2);
+        const auto controller = m_runner->controller();
+        bool isCalled = false;
+        launchScript(u"echo second"_s, [&] { isCalled = true; });
+        QCOMPARE(m_runner->controller(), controller);
+        QCOMPARE(m_log->lines->size(), 2);
+        m_runner->stop();
+        QCOMPARE(end(), End(SIGTERM, stopped));
+        QCOMPARE(m_log->lines->size(), 2);
+        QVERIFY(!isCalled);
+    }
+
+    void aGameThatCannotStartIsReported()
+    {
+        launch(missingGame);
+        QCOMPARE(end(), End(ProcessController::couldNotStart, byItself));
+        QCOMPARE(m_log->lines->mid(1), Children::run(missingGame).lines);
+        QVERIFY(m_exits.first().seconds >= 0);
+        QVERIFY(m_exits.first().seconds < 5);
+    }
+
+    void aGameThatGetsNoThreadIsReportedOnALaterTurn_data()
+    {
+        const auto row = table<bool, int>("isStopped", "status");
+        row("left alone", false, ProcessController::couldNotStart);
+        row("stopped before that turn", true, ProcessController::cancelledBeforeLaunch);
+    }
+
+    void aGameThatGetsNoThreadIsReportedOnALaterTurn()
+    {
+        QFETCH(bool, isStopped);
+        QFETCH(int, status);
+        QVERIFY(OrdinaryUser::run([this, isStopped, status] {
+            const ThreadLimit none;
+            launch(trueProgram);
+            const bool isReportedAtOnce = !m_exits.isEmpty();
+            if (isStopped)
+                m_runner->stop();
+            return !isReportedAtOnce && end() == End(status, isStopped) && !m_runner->isRunning;
+        }));
+    }
+
+    void aStopBeforeTheLaunchIsReported()
+    {
+        constexpr qint32 status = ProcessController::cancelledBeforeLaunch;
+        // Whether the stop comes before the launch is a race; it does in about one of a hundred rounds.
+        for (int i = 0; i < 500 && (m_exits.isEmpty() || m_exits.first().status != status); ++i) {
+            m_exits.clear();
+            launch(trueProgram);
+            m_runner->stop();
+            QCOMPARE(end().second, stopped);
+        }
+        QCOMPARE(end(), End(status, stopped));
+        QVERIFY(!m_runner->isRunning);
+    }
+
+    void aGameThatIgnoresTheRequestKeepsRunning()
+    {
+        const TestHome home;
+        launch(
+            Children::shellProgram,
+            Children::script(u"trap 'echo no' TERM; echo ready; while [ ! -e \"$0\" ]; do sleep 0.01; done"_s,
+                             home.filePath(u"go"_s)));
+        QTRY_COMPARE(m_log->lines->size(), 2);
+        m_runner->stop();
+        QTRY_COMPARE(m_log->lines->last(), u"no"_s);
+        QVERIFY(m_runner->isRunning);
+        QVERIFY(m_exits.isEmpty());
+        home.write(u"go"_s, {});
+        QCOMPARE(end(), End(0, stopped));
+    }
+
+    void aFailureIsReportedOnceAndStoppingAnIdleRunnerDoesNothing()
+    {
+        m_runner->stop();
+        launchScript(u"exit 255"_s);
+        QCOMPARE(end(), End(255, byItself));
+        m_runner->stop();
+        QVERIFY(!m_runner->isRunning);
+        QVERIFY(!m_runner->controller());
+        QCOMPARE(m_exits.size(), 1);
+    }
+
+    void theRunnerIsIdleWhenOnExitIsCalledWhichMayLaunchAgain()
+    {
+        bool wasIdle = false;
+        launch(missingGame, {}, [&] {
+            wasIdle = !m_runner->isRunning && !m_runner->controller();
+            launchScript(u"exit 2"_s);
+        });
+        QTRY_COMPARE(m_exits.size(), 2);
+        QVERIFY(wasIdle);
+        QCOMPARE(m_exits.last().status, 2);
+    }
+
+    void everyChangeOfIsRunningIsAnnounced()
+    {
+        QList<bool> before;
+        connect(m_runner.get(), &Observable::willChange, this, [&] { before.append(m_runner->isRunning); });
+        launch(trueProgram);
+        QVERIFY(waitForExit());
+        QCOMPARE(before, QList<bool>({ false, true }));
+    }
+
+    void aRunnerThatIsDestroyedFirstCallsNobody()
+    {
+        launchScript(u"echo ready; exec sleep 0.2"_s);
+        QTRY_COMPARE(m_log->lines->size(), 2);
+        const std::weak_ptr<ProcessController> controller = m_runner->controller();
+        m_runner.reset();
+        QTRY_VERIFY(controller.expired());
+        QVERIFY(m_exits.isEmpty());
+    }
+
+    void aLogThatIsDestroyedFirstDoesNoHarm()
+    {
+        launchScript(u"echo ready; sleep 0.2; echo late; exit 3"_s);
+        QTRY_COMPARE(m_log->lines->size(), 2);
+        m_log.reset();
+        QCOMPARE(end(), End(3, byItself));
+    }
 
 private:
-    void launch(const QString &executable, const QStringList &arguments);
-    bool waitForExit()
+    /// Launches a game whose end is noted after `onExit` was called.
+    void launch(
+        const QString &program, const QStringList &arguments = {},
+        const std::function<void()> &onExit = [] {})
+    {
+        m_runner->launch(program, arguments, *m_log, [this, onExit](const GameExit &exit) {
+            onExit();
+            m_exits.append(exit);
+        });
+    }
+
+    void launchScript(
+        const QString &text, const std::function<void()> &onExit = [] {})
+    {
+        launch(Children::shellProgram, Children::script(text), onExit);
+    }
+
+    bool waitForExit() const
     {
         return QTest::qWaitFor([this] { return !m_exits.isEmpty(); }, 20'000);
+    }
+
+    /// Waits until an end was reported and returns the first.
+    End end() const
+    {
+        if (!waitForExit())
+            qFatal("The game's end was not reported.");
+        return { m_exits.first().status, m_exits.first().stoppedByUser };
     }
 
     std::unique_ptr<LogStore> m_log;
     std::unique_ptr<GameRunner> m_runner;
     QList<GameExit> m_exits;
 };
-
-void GameRunnerTest::init()
-{
-    m_log = std::make_unique<LogStore>();
-    m_runner = std::make_unique<GameRunner>();
-    m_exits.clear();
-}
-
-void GameRunnerTest::cleanup()
-{
-    if (!m_runner)
-        return;
-    // A stop while the child is being launched has no effect, so it is repeated.
-    QVERIFY(QTest::qWaitFor([this] {
-        m_runner->stop();
-        return !m_runner->isRunning;
-    }));
-}
-
-void GameRunnerTest::launch(const QString &executable, const QStringList &arguments)
-{
-    m_runner->launch(executable, arguments, *m_log, [this](GameExit exit) { m_exits.append(exit); });
-}
-
-void GameRunnerTest::aNewRunnerIsIdle()
-{
-    QVERIFY(!m_runner->isRunning);
-    QVERIFY(!m_runner->controller());
-}
-
-void GameRunnerTest::launchReturnsAtOnceAndTheRunnerRuns()
-{
-    launch(shellProgram, script(endless));
-    QVERIFY(m_runner->isRunning);
-    QVERIFY(m_runner->controller());
-    QVERIFY(m_exits.isEmpty());
-}
-
-void GameRunnerTest::theFirstLogLineSaysWhatIsStarted_data()
-{
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QString>("line");
-    QTest::newRow("no arguments") << QStringList() << QStringLiteral("Starting the game: true ");
-    QTest::newRow("arguments") << QStringList(
-        { QStringLiteral("--path"), QStringLiteral("/a b/c"), QStringLiteral("%1") })
-                               << QStringLiteral("Starting the game: true --path /a b/c %1");
-}
-
-void GameRunnerTest::theFirstLogLineSaysWhatIsStarted()
-{
-    QFETCH(QStringList, arguments);
-    QFETCH(QString, line);
-    launch(QStringLiteral("/bin/true"), arguments);
-    QCOMPARE(m_log->lines.get(), QStringList(line));
-    QVERIFY(waitForExit());
-    QCOMPARE(m_log->lines.get(), QStringList(line));
-}
-
-void GameRunnerTest::theGamesOutputGoesIntoTheLog()
-{
-    launch(shellProgram, script(QStringLiteral("echo out; echo error >&2")));
-    QVERIFY(waitForExit());
-    QCOMPARE(m_log->lines->mid(1), QStringList({ QStringLiteral("out"), QStringLiteral("error") }));
-}
-
-void GameRunnerTest::theWholeOutputIsInTheLogWhenOnExitIsCalled()
-{
-    qsizetype linesThen = -1;
-    m_runner->launch(shellProgram, script(QStringLiteral("seq 2000; printf last")), *m_log,
-                     [&](GameExit exit) {
-                         linesThen = m_log->lines->size();
-                         m_exits.append(exit);
-                     });
-    QVERIFY(waitForExit());
-    QCOMPARE(linesThen, 2002);
-}
-
-void GameRunnerTest::aGameThatExitsByItselfIsReported()
-{
-    launch(shellProgram, script(QStringLiteral("exit 0")));
-    QVERIFY(waitForExit());
-    QCOMPARE(m_exits.size(), 1);
-    QCOMPARE(m_exits.first().status, 0);
-    QVERIFY(!m_exits.first().stoppedByUser);
-}
-
-void GameRunnerTest::theDurationIsThatOfTheRun()
-{
-    launch(QStringLiteral("/bin/sleep"), { QStringLiteral("3.5") });
-    QVERIFY(waitForExit());
-    QCOMPARE(m_exits.first().status, 0);
-    QVERIFY(m_exits.first().seconds >= 3.49);
-    QVERIFY(m_exits.first().seconds < 10);
-    QVERIFY(!m_exits.first().stoppedByUser);
-}
-
-void GameRunnerTest::theDurationBeginsBeforeTheFirstLogLine()
-{
-    connect(m_log.get(), &Observable::willChange, this, [] { QThread::msleep(200); });
-    launch(QStringLiteral("/bin/true"), {});
-    QVERIFY(waitForExit());
-    QVERIFY(m_exits.first().seconds >= 0.2);
-}
-
-void GameRunnerTest::aGameThatFailsIsReportedWithItsStatus()
-{
-    launch(shellProgram, script(QStringLiteral("exit 255")));
-    QVERIFY(waitForExit());
-    QCOMPARE(m_exits.first().status, 255);
-    QVERIFY(!m_exits.first().stoppedByUser);
-}
-
-void GameRunnerTest::aSecondLaunchWhileRunningIsIgnored()
-{
-    launch(shellProgram, script(endless));
-    QTRY_COMPARE(m_log->lines->size(), 2);
-    const auto controller = m_runner->controller();
-    bool isCalled = false;
-    m_runner->launch(shellProgram, script(QStringLiteral("echo second")), *m_log,
-                     [&](GameExit) { isCalled = true; });
-    QCOMPARE(m_runner->controller(), controller);
-    QCOMPARE(m_log->lines->size(), 2);
-    m_runner->stop();
-    QVERIFY(waitForExit());
-    QCOMPARE(m_exits.first().status, SIGTERM);
-    QCOMPARE(m_log->lines->size(), 2);
-    QVERIFY(!isCalled);
-}
-
-void GameRunnerTest::aGameThatCannotStartIsReported()
-{
-    launch(QStringLiteral("/no/such/game"), { QStringLiteral("--path") });
-    QVERIFY(waitForExit());
-    QCOMPARE(m_log->lines.get(),
-             QStringList({ QStringLiteral("Starting the game: game --path"),
-                           QStringLiteral("Could not start game: No such file or directory") }));
-    QCOMPARE(m_exits.first().status, -1);
-    QVERIFY(m_exits.first().seconds >= 0);
-    QVERIFY(m_exits.first().seconds < 5);
-    QVERIFY(!m_exits.first().stoppedByUser);
-}
-
-void GameRunnerTest::aGameThatGetsNoThreadIsReportedOnALaterTurn_data()
-{
-    QTest::addColumn<bool>("isStopped");
-    QTest::addColumn<int>("status");
-    QTest::newRow("left alone") << false << -1;
-    QTest::newRow("stopped before that turn") << true << -2;
-}
-
-void GameRunnerTest::aGameThatGetsNoThreadIsReportedOnALaterTurn()
-{
-    QFETCH(bool, isStopped);
-    QFETCH(int, status);
-    QVERIFY(OrdinaryUser::run([this, isStopped, status] {
-        const ThreadLimit none;
-        launch(QStringLiteral("/bin/true"), {});
-        const bool isReportedAtOnce = !m_exits.isEmpty();
-        if (isStopped)
-            m_runner->stop();
-        return !isReportedAtOnce && waitForExit() && m_exits.first().status == status
-            && m_exits.first().stoppedByUser == isStopped && !m_runner->isRunning;
-    }));
-}
-
-void GameRunnerTest::stopSendsTheGameSigterm()
-{
-    launch(shellProgram, script(endless));
-    QTRY_COMPARE(m_log->lines->size(), 2);
-    m_runner->stop();
-    QVERIFY(m_runner->isRunning);
-    QVERIFY(waitForExit());
-    QCOMPARE(m_exits.first().status, SIGTERM);
-    QVERIFY(m_exits.first().stoppedByUser);
-}
-
-void GameRunnerTest::aStopBeforeTheLaunchIsReported()
-{
-    // Whether the stop comes before the launch is a race; it does in about one of a hundred rounds.
-    for (int i = 0; i < 500 && (m_exits.isEmpty() || m_exits.last().status != -2); ++i) {
-        m_exits.clear();
-        launch(QStringLiteral("/bin/true"), {});
-        m_runner->stop();
-        QVERIFY(waitForExit());
-        QVERIFY(m_exits.last().stoppedByUser);
-    }
-    QCOMPARE(m_exits.last().status, -2);
-    QVERIFY(!m_runner->isRunning);
-}
-
-void GameRunnerTest::aGameThatIgnoresTheRequestKeepsRunning()
-{
-    const TestHome home;
-    const QString go = home.filePath(QStringLiteral("go"));
-    launch(
-        shellProgram,
-        script(QStringLiteral("trap 'echo no' TERM; echo ready; while [ ! -e \"$0\" ]; do sleep 0.01; done"))
-            << go);
-    QTRY_COMPARE(m_log->lines->size(), 2);
-    m_runner->stop();
-    QTRY_COMPARE(m_log->lines->last(), QStringLiteral("no"));
-    QVERIFY(m_runner->isRunning);
-    QVERIFY(m_exits.isEmpty());
-    home.write(QStringLiteral("go"), {});
-    QVERIFY(waitForExit());
-    QCOMPARE(m_exits.first().status, 0);
-    QVERIFY(m_exits.first().stoppedByUser);
-}
-
-void GameRunnerTest::stoppingAnIdleRunnerDoesNothing()
-{
-    m_runner->stop();
-    launch(shellProgram, script(QStringLiteral("exit 3")));
-    QVERIFY(waitForExit());
-    QCOMPARE(m_exits.first().status, 3);
-    QVERIFY(!m_exits.first().stoppedByUser);
-}
-
-void GameRunnerTest::stoppingAfterTheEndDoesNothing()
-{
-    launch(shellProgram, script(QStringLiteral("exit 3")));
-    QVERIFY(waitForExit());
-    m_runner->stop();
-    QVERIFY(!m_runner->isRunning);
-    QVERIFY(!m_runner->controller());
-    QCOMPARE(m_exits.size(), 1);
-}
-
-void GameRunnerTest::theRunnerIsIdleWhenOnExitIsCalled()
-{
-    bool wasRunning = true;
-    bool hadController = true;
-    m_runner->launch(QStringLiteral("/no/such/game"), {}, *m_log, [&](GameExit exit) {
-        wasRunning = m_runner->isRunning;
-        hadController = m_runner->controller() != nullptr;
-        m_exits.append(exit);
-    });
-    QVERIFY(waitForExit());
-    QVERIFY(!wasRunning);
-    QVERIFY(!hadController);
-}
-
-void GameRunnerTest::onExitMayLaunchAgain()
-{
-    m_runner->launch(shellProgram, script(QStringLiteral("exit 1")), *m_log,
-                     [&](GameExit) { launch(shellProgram, script(QStringLiteral("exit 2"))); });
-    QVERIFY(waitForExit());
-    QCOMPARE(m_exits.first().status, 2);
-}
-
-void GameRunnerTest::everyChangeOfIsRunningIsAnnounced()
-{
-    QList<bool> before;
-    connect(m_runner.get(), &Observable::willChange, this, [&] { before.append(m_runner->isRunning); });
-    launch(QStringLiteral("/bin/true"), {});
-    QVERIFY(waitForExit());
-    QCOMPARE(before, QList<bool>({ false, true }));
-}
-
-void GameRunnerTest::aRunnerThatGoesFirstCallsNobody()
-{
-    launch(shellProgram, script(QStringLiteral("echo ready; exec sleep 0.2")));
-    QTRY_COMPARE(m_log->lines->size(), 2);
-    const std::weak_ptr<ProcessController> controller = m_runner->controller();
-    m_runner.reset();
-    QTRY_VERIFY(controller.expired());
-    QVERIFY(m_exits.isEmpty());
-}
-
-void GameRunnerTest::aLogThatGoesFirstDoesNoHarm()
-{
-    launch(shellProgram, script(QStringLiteral("echo ready; sleep 0.2; echo late; exit 3")));
-    QTRY_COMPARE(m_log->lines->size(), 2);
-    m_log.reset();
-    QVERIFY(waitForExit());
-    QCOMPARE(m_exits.first().status, 3);
-}
 
 QTEST_GUILESS_MAIN(GameRunnerTest)
 #include "GameRunnerTest.moc"

@@ -1,274 +1,162 @@
 #include "LineSplitter.h"
 
+#include "Table.h"
+
 #include <QRandomGenerator>
 #include <QTest>
 
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 class LineSplitterTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
+    void init()
+    {
+        m_lines.clear();
+        m_splitter = std::make_unique<LineSplitter>([this](const QString &line) { m_lines.append(line); });
+    }
 
-    void aCarriageReturnWithALineFeedEndsOneLine();
-    void aLoneCarriageReturnEndsALine();
-    void aLastLineWithoutABreakComesFromFlush();
-    void lineFeedsAloneGiveNoLines();
-    void aLineSplitAcrossTwoReadsIsEmittedOnce();
-    void aBreakSplitAcrossTwoReadsGivesNoEmptyLine();
-    void anInvalidByteBecomesAReplacementCharacter();
-    void aCharacterSplitAcrossTwoReadsIsWhole();
-    void spacesTabsAndTerminalSequencesStay();
-    void otherLineSeparatorsStayInTheLine();
-    void aByteOrderMarkAtALinesStartStays();
-    void aNulByteStays();
-    void noBytesGiveNoLine();
-    void flushingTwiceEmitsOnce();
-    void aFlushedSplitterStartsAnew();
-    void linesComeInOrder();
-    void anEndlessLineComesInPieces();
-    void aPieceNeverCutsACharacter();
-    void aLineOfExactlyTheLongestLengthIsOneLine_data();
-    void aLineOfExactlyTheLongestLengthIsOneLine();
-    void aLineThatReachesTheLongestLengthDoesNotWaitForMore();
-    void anOverlongLineIsCutTheSameHoweverItArrives();
-    void theHandlerMayFeedTheSplitterAgain();
-    void chunksOfAnySizeGiveTheSameLines();
+    void chunksAreSplitIntoLines_data()
+    {
+        const auto row = table<QByteArrayList, QStringList, QStringList>("chunks", "lines", "flushed");
+        row("a carriage return with a line feed ends one line", { "a\r\nb\n" }, { u"a"_s, u"b"_s }, {});
+        row("a lone carriage return ends a line", { "10%\r20%\r" }, { u"10%"_s, u"20%"_s }, {});
+        row("a last line without a break is passed on by flush", { "x" }, {}, { u"x"_s });
+        row("line feeds alone are no lines", { "\n\n\n" }, {}, {});
+        row("a line split across two chunks is one", { "ab", "c\n" }, { u"abc"_s }, {});
+        row("a break split across two chunks is one", { "a\r", "\nb\n" }, { u"a"_s, u"b"_s }, {});
+        row("an invalid byte becomes a replacement character", { "\xFF\x41\x0A" }, { u"\uFFFDA"_s }, {});
+        row("a character split across two chunks is whole", { "\xF0\x9F", "\x98\x80\n" }, { u"😀"_s }, {});
+        row("spaces, tabs and terminal sequences stay", { " \t\x1B[90m  text \t\n \n" },
+            { u" \t\x1B[90m  text \t"_s, u" "_s }, {});
+        row("other line separators stay in the line", { "a\v\f\xC2\x85\xE2\x80\xA8z\n" },
+            { u"a\v\f\u0085\u2028z"_s }, {});
+        row("a byte order mark at a line's start stays", { "\xEF\xBB\xBFx\n" }, { u"\uFEFFx"_s }, {});
+        row("a NUL byte stays", { QByteArray("a\0b\n", 4) }, { QString::fromUtf16(u"a\0b", 3) }, {});
+        row("no bytes are no line", { {} }, {}, {});
+
+        const QByteArray longest(LineSplitter::longestLine, 'x');
+        const QByteArray shorter = longest.chopped(1);
+        const QString whole = QString::fromLatin1(longest);
+        row("the longest line with its break is one line", { longest + '\n' }, { whole }, {});
+        row("the longest line before its break is one line", { longest, "\n" }, { whole }, {});
+        row("the longest line does not wait for more", { shorter, "x" }, { whole }, {});
+        row("a shorter line waits for more", { shorter }, {}, { whole.chopped(1) });
+    }
+
+    void chunksAreSplitIntoLines()
+    {
+        QFETCH(QByteArrayList, chunks);
+        QFETCH(QStringList, lines);
+        QFETCH(QStringList, flushed);
+        for (const QByteArray &chunk : chunks)
+            m_splitter->feed(chunk);
+        QCOMPARE(m_lines, lines);
+        m_splitter->flush();
+        QCOMPARE(m_lines, lines + flushed);
+        m_splitter->flush();
+        QCOMPARE(m_lines, lines + flushed);
+    }
+
+    void aFlushedSplitterStartsAnew()
+    {
+        m_splitter->feed("a longer beginning");
+        m_splitter->flush();
+        m_splitter->feed("b\nc\n");
+        QCOMPARE(m_lines.mid(1), QStringList({ u"b"_s, u"c"_s }));
+    }
+
+    void linesArriveInOrder()
+    {
+        QByteArray bytes;
+        QStringList expected;
+        for (int i = 0; i < 10'000; ++i) {
+            bytes += QByteArray::number(i) + '\n';
+            expected += QString::number(i);
+        }
+        m_splitter->feed(bytes);
+        QCOMPARE(m_lines, expected);
+    }
+
+    void anEndlessLineIsCutIntoLongestLines()
+    {
+        feedInChunks(QByteArray(10 * LineSplitter::longestLine + 1, 'x'), 32 * 1024);
+        QCOMPARE(m_lines, QStringList(10, QString(LineSplitter::longestLine, u'x')));
+        m_splitter->flush();
+        QCOMPARE(m_lines.mid(10), QStringList(u"x"_s));
+    }
+
+    void aCutNeverSplitsACharacter()
+    {
+        for (const qsizetype shift : { 0, 1, 2, 3 }) {
+            init();
+            const QByteArray bytes
+                = QByteArray(shift, 'x') + QByteArray("😀").repeated(LineSplitter::longestLine / 2);
+            feedInChunks(bytes + '\n', 4099);
+            QVERIFY(m_lines.size() >= 2);
+            QCOMPARE(m_lines.join(QString()), QString::fromUtf8(bytes));
+        }
+    }
+
+    void anOverlongLineIsCutTheSameHoweverItArrives()
+    {
+        const QByteArray bytes = QByteArray("€😀x\xFF").repeated(500'000) + "\nend\n";
+        m_splitter->feed(bytes);
+        const QStringList whole = m_lines;
+        init();
+        feedInChunks(bytes, 30'011);
+        QVERIFY(whole.size() > 3);
+        QVERIFY(m_lines == whole);
+    }
+
+    void theHandlerMayFeedTheSplitterAgain()
+    {
+        m_splitter = std::make_unique<LineSplitter>([this](const QString &line) {
+            m_lines.append(line);
+            if (m_lines.size() == 1)
+                m_splitter->feed("again\n");
+        });
+        m_splitter->feed("first\n");
+        QCOMPARE(m_lines, QStringList({ u"first"_s, u"again"_s }));
+    }
+
+    void chunksOfAnySizeAreSplitIntoTheSameLines()
+    {
+        QRandomGenerator random(20'240'601);
+        const QByteArray alphabet = "a\r\n\n \xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xFF";
+        for (int round = 0; round < 200; ++round) {
+            QByteArray bytes;
+            for (int i = 0; i < 500; ++i)
+                bytes += alphabet.at(random.bounded(static_cast<int>(alphabet.size())));
+            init();
+            m_splitter->feed(bytes);
+            m_splitter->flush();
+            const QStringList whole = m_lines;
+            init();
+            for (qsizetype at = 0; at < bytes.size();) {
+                const qsizetype size = 1 + random.bounded(20);
+                m_splitter->feed(bytes.mid(at, size));
+                at += size;
+            }
+            m_splitter->flush();
+            QCOMPARE(m_lines, whole);
+            QVERIFY(!whole.contains(QString()));
+        }
+    }
 
 private:
-    void feed(const QByteArray &bytes) { m_splitter->feed(bytes); }
+    void feedInChunks(const QByteArray &bytes, qsizetype size)
+    {
+        for (qsizetype at = 0; at < bytes.size(); at += size)
+            m_splitter->feed(bytes.mid(at, size));
+    }
 
     QStringList m_lines;
     std::unique_ptr<LineSplitter> m_splitter;
 };
-
-void LineSplitterTest::init()
-{
-    m_lines.clear();
-    m_splitter = std::make_unique<LineSplitter>([this](const QString &line) { m_lines.append(line); });
-}
-
-void LineSplitterTest::aCarriageReturnWithALineFeedEndsOneLine()
-{
-    feed("a\r\nb\n");
-    QCOMPARE(m_lines, QStringList({ QStringLiteral("a"), QStringLiteral("b") }));
-}
-
-void LineSplitterTest::aLoneCarriageReturnEndsALine()
-{
-    feed("10%\r20%\r");
-    QCOMPARE(m_lines, QStringList({ QStringLiteral("10%"), QStringLiteral("20%") }));
-}
-
-void LineSplitterTest::aLastLineWithoutABreakComesFromFlush()
-{
-    feed("x");
-    QVERIFY(m_lines.isEmpty());
-    m_splitter->flush();
-    QCOMPARE(m_lines, QStringList(QStringLiteral("x")));
-}
-
-void LineSplitterTest::lineFeedsAloneGiveNoLines()
-{
-    feed("\n\n\n");
-    m_splitter->flush();
-    QVERIFY(m_lines.isEmpty());
-}
-
-void LineSplitterTest::aLineSplitAcrossTwoReadsIsEmittedOnce()
-{
-    feed("ab");
-    feed("c\n");
-    QCOMPARE(m_lines, QStringList(QStringLiteral("abc")));
-}
-
-void LineSplitterTest::aBreakSplitAcrossTwoReadsGivesNoEmptyLine()
-{
-    feed("a\r");
-    feed("\nb\n");
-    QCOMPARE(m_lines, QStringList({ QStringLiteral("a"), QStringLiteral("b") }));
-}
-
-void LineSplitterTest::anInvalidByteBecomesAReplacementCharacter()
-{
-    feed("\xFF\x41\x0A");
-    QCOMPARE(m_lines, QStringList(QStringLiteral("\uFFFDA")));
-}
-
-void LineSplitterTest::aCharacterSplitAcrossTwoReadsIsWhole()
-{
-    feed("\xF0\x9F");
-    feed("\x98\x80\n");
-    QCOMPARE(m_lines, QStringList(QStringLiteral("😀")));
-}
-
-void LineSplitterTest::spacesTabsAndTerminalSequencesStay()
-{
-    feed(" \t\x1B[90m  text \t\n \n");
-    QCOMPARE(m_lines, QStringList({ QStringLiteral(" \t\x1B[90m  text \t"), QStringLiteral(" ") }));
-}
-
-void LineSplitterTest::otherLineSeparatorsStayInTheLine()
-{
-    feed("a\v\f\xC2\x85\xE2\x80\xA8z\n");
-    QCOMPARE(m_lines, QStringList(QStringLiteral("a\v\f\u0085\u2028z")));
-}
-
-void LineSplitterTest::aByteOrderMarkAtALinesStartStays()
-{
-    feed("\xEF\xBB\xBFx\n");
-    QCOMPARE(m_lines, QStringList(QStringLiteral("\uFEFFx")));
-}
-
-void LineSplitterTest::aNulByteStays()
-{
-    feed(QByteArray("a\0b\n", 4));
-    QCOMPARE(m_lines.size(), 1);
-    QCOMPARE(m_lines.first().size(), 3);
-}
-
-void LineSplitterTest::noBytesGiveNoLine()
-{
-    feed({});
-    m_splitter->flush();
-    QVERIFY(m_lines.isEmpty());
-}
-
-void LineSplitterTest::flushingTwiceEmitsOnce()
-{
-    feed("x");
-    m_splitter->flush();
-    m_splitter->flush();
-    QCOMPARE(m_lines.size(), 1);
-}
-
-void LineSplitterTest::aFlushedSplitterStartsAnew()
-{
-    feed("a longer beginning");
-    m_splitter->flush();
-    feed("b\nc\n");
-    QCOMPARE(m_lines.mid(1), QStringList({ QStringLiteral("b"), QStringLiteral("c") }));
-}
-
-void LineSplitterTest::linesComeInOrder()
-{
-    QByteArray bytes;
-    for (int i = 0; i < 10'000; ++i)
-        bytes += QByteArray::number(i) + '\n';
-    feed(bytes);
-    QCOMPARE(m_lines.size(), 10'000);
-    for (int i = 0; i < 10'000; ++i)
-        QCOMPARE(m_lines.at(i), QString::number(i));
-}
-
-void LineSplitterTest::anEndlessLineComesInPieces()
-{
-    const QByteArray chunk(32 * 1024, 'x');
-    const qsizetype total = 10 * LineSplitter::longestLine + 1;
-    qsizetype fed = 0;
-    while (fed < total) {
-        feed(chunk.left(total - fed));
-        fed += std::min(chunk.size(), total - fed);
-    }
-    QCOMPARE(m_lines.size(), 10);
-    m_splitter->flush();
-    QCOMPARE(m_lines.size(), 11);
-    for (const QString &line : std::as_const(m_lines).first(10))
-        QCOMPARE(line.size(), LineSplitter::longestLine);
-    QCOMPARE(m_lines.last(), QStringLiteral("x"));
-}
-
-void LineSplitterTest::aPieceNeverCutsACharacter()
-{
-    for (const qsizetype shift : { 0, 1, 2, 3 }) {
-        init();
-        const QByteArray bytes
-            = QByteArray(shift, 'x') + QByteArray("😀").repeated(LineSplitter::longestLine / 2);
-        for (qsizetype at = 0; at < bytes.size(); at += 4099)
-            feed(bytes.mid(at, 4099));
-        feed("\n");
-        QVERIFY(m_lines.size() >= 2);
-        QCOMPARE(m_lines.join(QString()), QString::fromUtf8(bytes));
-    }
-}
-
-void LineSplitterTest::aLineOfExactlyTheLongestLengthIsOneLine_data()
-{
-    QTest::addColumn<bool>("breakComesLater");
-    QTest::newRow("break with the line") << false;
-    QTest::newRow("break later") << true;
-}
-
-void LineSplitterTest::aLineOfExactlyTheLongestLengthIsOneLine()
-{
-    QFETCH(bool, breakComesLater);
-    const QByteArray line(LineSplitter::longestLine, 'x');
-    if (breakComesLater) {
-        feed(line);
-        feed("\n");
-    } else {
-        feed(line + '\n');
-    }
-    m_splitter->flush();
-    QCOMPARE(m_lines, QStringList(QString::fromLatin1(line)));
-}
-
-void LineSplitterTest::aLineThatReachesTheLongestLengthDoesNotWaitForMore()
-{
-    const QByteArray line(LineSplitter::longestLine, 'x');
-    feed(line.chopped(1));
-    QVERIFY(m_lines.isEmpty());
-    feed("x");
-    QCOMPARE(m_lines, QStringList(QString::fromLatin1(line)));
-}
-
-void LineSplitterTest::anOverlongLineIsCutTheSameHoweverItArrives()
-{
-    const QByteArray bytes = QByteArray("€😀x\xFF").repeated(500'000) + "\nend\n";
-    feed(bytes);
-    const QStringList whole = m_lines;
-    init();
-    for (qsizetype at = 0; at < bytes.size(); at += 30'011)
-        feed(bytes.mid(at, 30'011));
-    QVERIFY(whole.size() > 3);
-    QVERIFY(m_lines == whole);
-}
-
-void LineSplitterTest::theHandlerMayFeedTheSplitterAgain()
-{
-    m_splitter = std::make_unique<LineSplitter>([this](const QString &line) {
-        m_lines.append(line);
-        if (m_lines.size() == 1)
-            m_splitter->feed("again\n");
-    });
-    feed("first\n");
-    QCOMPARE(m_lines, QStringList({ QStringLiteral("first"), QStringLiteral("again") }));
-}
-
-void LineSplitterTest::chunksOfAnySizeGiveTheSameLines()
-{
-    QRandomGenerator random(20'240'601);
-    const QByteArray alphabet = "a\r\n\n \xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xFF";
-    for (int round = 0; round < 200; ++round) {
-        QByteArray bytes;
-        for (int i = 0; i < 500; ++i)
-            bytes += alphabet.at(random.bounded(static_cast<int>(alphabet.size())));
-        init();
-        feed(bytes);
-        m_splitter->flush();
-        const QStringList whole = m_lines;
-        init();
-        for (qsizetype at = 0; at < bytes.size();) {
-            const qsizetype size = 1 + random.bounded(20);
-            feed(bytes.mid(at, size));
-            at += size;
-        }
-        m_splitter->flush();
-        QCOMPARE(m_lines, whole);
-        QVERIFY(!whole.contains(QString()));
-    }
-}
 
 QTEST_GUILESS_MAIN(LineSplitterTest)
 #include "LineSplitterTest.moc"

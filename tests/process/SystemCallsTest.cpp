@@ -3,6 +3,7 @@
 
 #include "Children.h"
 #include "GameRunner.h"
+#include "Table.h"
 
 #include <QTest>
 
@@ -17,6 +18,8 @@
 #include <ctime>
 #include <future>
 #include <thread>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -73,9 +76,9 @@ class SystemCallsTest final : public QObject {
 private Q_SLOTS:
     void theDurationOfAGameIsItsOwnWhenTheWallClockIsSet_data()
     {
-        QTest::addColumn<qint64>("ahead");
-        QTest::newRow("a day back") << qint64(-86'400);
-        QTest::newRow("a day forward") << qint64(86'400);
+        const auto row = table<qint64>("ahead");
+        row("a day back", -86'400);
+        row("a day forward", 86'400);
     }
 
     void theDurationOfAGameIsItsOwnWhenTheWallClockIsSet()
@@ -84,7 +87,7 @@ private Q_SLOTS:
         LogStore log;
         GameRunner runner;
         std::optional<GameExit> exit;
-        runner.launch(QStringLiteral("/bin/sleep"), { QStringLiteral("0.3") }, log,
+        runner.launch(u"/bin/sleep"_s, { u"0.3"_s }, log,
                       [&exit](const GameExit &reported) { exit = reported; });
         const time_t before = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
         wallClockIsAhead = ahead;
@@ -98,13 +101,9 @@ private Q_SLOTS:
 
     void theControllersLockIsNotHeldWhileAChildIsLaunchedOrSignalled()
     {
-        Children::Lines lines;
         watched = ProcessController::create();
-        auto task = watched->run(QStringLiteral("/bin/sh"),
-                                 { QStringLiteral("-c"),
-                                   QStringLiteral("trap '' TERM; echo ready; while :; do sleep 0.01; done") },
-                                 lines.adder());
-        QTRY_COMPARE(lines.all().size(), 1);
+        Children::Child child(Children::shellProgram, Children::script(Children::stubborn), watched);
+        QTRY_COMPARE(child.lines().size(), 1);
         QCOMPARE(callsSeen, 1);
         // A cancel() during the launch has no effect, so it is repeated.
         const bool isAsked = QTest::qWaitFor([] {
@@ -113,7 +112,7 @@ private Q_SLOTS:
         });
         callsSeen = 0;
         watched->kill();
-        const qint32 status = Tasks::finish(std::move(task));
+        const qint32 status = child.status();
         watched.reset();
         QVERIFY(isAsked);
         QCOMPARE(callsSeen, 1);
