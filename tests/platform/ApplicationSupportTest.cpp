@@ -1,8 +1,10 @@
 #include "Desktop.h"
 
 #include "OrdinaryUser.h"
+#include "Table.h"
 #include "TestHome.h"
 
+using namespace Qt::StringLiterals;
 using System = Desktop::System;
 
 class ApplicationSupportTest final : public QObject {
@@ -14,31 +16,28 @@ private Q_SLOTS:
 
     void onMacOSItIsInTheLibrary()
     {
-        QCOMPARE(folders(System::MacOS),
-                 QStringList(m_home->filePath(QStringLiteral("Library/Application Support"))));
+        QCOMPARE(folders(System::MacOS), QStringList(m_home->filePath(u"Library/Application Support"_s)));
     }
 
     void onLinuxItIsTheDataHome() { QCOMPARE(folders(System::Linux), QStringList(m_home->dataHome())); }
 
-    void onLinuxWithoutADataHomeItIsTheUsualPlaceInTheHome()
+    void onLinuxWithoutAnAbsoluteDataHomeItIsTheUsualPlaceInTheHome_data()
     {
-        qunsetenv("XDG_DATA_HOME");
-        QCOMPARE(folders(System::Linux), QStringList(m_home->filePath(QStringLiteral(".local/share"))));
+        const auto row = table<QByteArray>("value");
+        row("not set", {});
+        row("empty", "");
+        row("relative", "data");
+        row("home sign", "~/data");
     }
 
-    void onLinuxADataHomeThatIsNotAbsoluteIsPassedOver_data()
-    {
-        QTest::addColumn<QByteArray>("value");
-        QTest::newRow("empty") << QByteArray("");
-        QTest::newRow("relative") << QByteArray("data");
-        QTest::newRow("home sign") << QByteArray("~/data");
-    }
-
-    void onLinuxADataHomeThatIsNotAbsoluteIsPassedOver()
+    void onLinuxWithoutAnAbsoluteDataHomeItIsTheUsualPlaceInTheHome()
     {
         QFETCH(QByteArray, value);
-        qputenv("XDG_DATA_HOME", value);
-        QCOMPARE(folders(System::Linux), QStringList(m_home->filePath(QStringLiteral(".local/share"))));
+        if (value.isNull())
+            qunsetenv("XDG_DATA_HOME");
+        else
+            qputenv("XDG_DATA_HOME", value);
+        QCOMPARE(folders(System::Linux), QStringList(m_home->filePath(u".local/share"_s)));
     }
 
     void withoutANamedHomeItIsTheAccountsOwn()
@@ -47,12 +46,12 @@ private Q_SLOTS:
         qunsetenv("XDG_DATA_HOME");
         const QStringList onLinux = folders(System::Linux);
         QCOMPARE(onLinux.size(), 1);
-        QVERIFY(onLinux.first().startsWith(QLatin1Char('/')));
-        QVERIFY(onLinux.first().size() > QStringLiteral("/.local/share").size());
-        QVERIFY(onLinux.first().endsWith(QStringLiteral("/.local/share")));
+        QVERIFY(onLinux.first().startsWith(u'/'));
+        QVERIFY(onLinux.first().size() > u"/.local/share"_s.size());
+        QVERIFY(onLinux.first().endsWith(u"/.local/share"_s));
     }
 
-    void withoutANamedHomeAndWithoutAnAccountThereIsNone()
+    void withoutANamedHomeAndWithoutAnAccountThereIsNothing()
     {
         qunsetenv("HOME");
         qunsetenv("XDG_DATA_HOME");
@@ -64,45 +63,33 @@ private Q_SLOTS:
             unknownUser));
     }
 
-    void theEnginesFolderIsCalledGodotWhenThereIsNone()
+    void theEnginesFolderIsCalledGodotInTheLetterCaseThatIsThere_data()
     {
-        QDir().mkpath(inDataHome(QStringLiteral("other programs")));
-        QCOMPARE(engineFolder(System::Linux), inDataHome(QStringLiteral("Godot")));
-        QCOMPARE(engineFolder(System::MacOS), inDataHome(QStringLiteral("Godot")));
+        const auto row = table<QStringList, QString>("entries", "onLinux"); // a slash ends a folder's name
+        row("no such folder", { u"other programs/"_s }, u"Godot"_s);
+        row("another letter case", { u"GODOT/"_s }, u"GODOT"_s);
+        row("the engine's own spelling", { u"godot/"_s }, u"godot"_s);
+        row("the engine's own spelling and another", { u"GODOT/"_s, u"godot/"_s }, u"godot"_s);
+        row("the engine's own spelling and Godot", { u"godot/"_s, u"Godot/"_s }, u"Godot"_s);
+        row("a file called Godot", { u"Godot"_s, u"godot/"_s }, u"godot"_s);
     }
 
-    void onLinuxTheEnginesFolderIsTheOneThatDiffersInCaseOnly()
+    void theEnginesFolderIsCalledGodotInTheLetterCaseThatIsThere()
     {
-        QDir().mkpath(inDataHome(QStringLiteral("godot")));
-        QCOMPARE(engineFolder(System::Linux), inDataHome(QStringLiteral("godot")));
-    }
-
-    void onLinuxTheEnginesOwnSpellingGoesBeforeAnother()
-    {
-        QDir().mkpath(inDataHome(QStringLiteral("GODOT")));
-        QCOMPARE(engineFolder(System::Linux), inDataHome(QStringLiteral("GODOT")));
-        QDir().mkpath(inDataHome(QStringLiteral("godot")));
-        QCOMPARE(engineFolder(System::Linux), inDataHome(QStringLiteral("godot")));
-    }
-
-    void onLinuxAFolderCalledGodotGoesBeforeOneInOtherCase()
-    {
-        QDir().mkpath(inDataHome(QStringLiteral("godot")));
-        QDir().mkpath(inDataHome(QStringLiteral("Godot")));
-        QCOMPARE(engineFolder(System::Linux), inDataHome(QStringLiteral("Godot")));
-    }
-
-    void onLinuxAFileIsNoEnginesFolder()
-    {
-        m_home->write(QStringLiteral("data/Godot"), "a file");
-        QDir().mkpath(inDataHome(QStringLiteral("godot")));
-        QCOMPARE(engineFolder(System::Linux), inDataHome(QStringLiteral("godot")));
-    }
-
-    void onMacOSTheEnginesFolderIsAlwaysCalledGodot()
-    {
-        QDir().mkpath(inDataHome(QStringLiteral("godot")));
-        QCOMPARE(engineFolder(System::MacOS), inDataHome(QStringLiteral("Godot")));
+        QFETCH(QStringList, entries);
+        QFETCH(QString, onLinux);
+        const QDir dataHome(m_home->dataHome());
+        for (const QString &entry : entries) {
+            if (entry.endsWith(u'/'))
+                QVERIFY(dataHome.mkpath(entry));
+            else
+                m_home->write(u"data/"_s + entry, "a file");
+        }
+        const auto folder = [&dataHome](System system) {
+            return Desktop::describing(system).engineDataFolder(dataHome.path());
+        };
+        QCOMPARE(folder(System::Linux), dataHome.filePath(onLinux));
+        QCOMPARE(folder(System::MacOS), dataHome.filePath(u"Godot"_s));
     }
 
 private:
@@ -110,11 +97,6 @@ private:
     {
         return Desktop::describing(system).applicationSupportFolders();
     }
-    QString engineFolder(System system) const
-    {
-        return Desktop::describing(system).engineDataFolder(m_home->dataHome());
-    }
-    QString inDataHome(const QString &name) const { return m_home->dataHome() + QLatin1Char('/') + name; }
 
     std::unique_ptr<TestHome> m_home;
 };

@@ -1,6 +1,8 @@
 #include "CodeHost.h"
 
-#include <QTest>
+#include "Table.h"
+
+using namespace Qt::StringLiterals;
 
 class CodeHostTest final : public QObject {
     Q_OBJECT
@@ -10,28 +12,22 @@ private Q_SLOTS:
 
     void theOfficialAddressHoldsUntilAnotherIsSet()
     {
-        QCOMPARE(CodeHost::address(), QUrl(QStringLiteral("https://github.com")));
-        CodeHost::setAddress(QUrl(QStringLiteral("http://127.0.0.1:8080")));
-        QCOMPARE(CodeHost::address(), QUrl(QStringLiteral("http://127.0.0.1:8080")));
-    }
-
-    void aPathFollowsTheAddress()
-    {
-        QCOMPARE(CodeHost::url(QStringLiteral("/a/b.zip")).toString(),
-                 QStringLiteral("https://github.com/a/b.zip"));
-        CodeHost::setAddress(QUrl(QStringLiteral("http://127.0.0.1:8080")));
-        QCOMPARE(CodeHost::url(QStringLiteral("/a/b.zip")).toString(),
-                 QStringLiteral("http://127.0.0.1:8080/a/b.zip"));
+        QCOMPARE(CodeHost::address(), QUrl(u"https://github.com"_s));
+        QCOMPARE(CodeHost::url(u"/a/b.zip"_s).toString(), u"https://github.com/a/b.zip"_s);
+        const QUrl other(u"http://127.0.0.1:8080"_s);
+        CodeHost::setAddress(other);
+        QCOMPARE(CodeHost::address(), other);
+        QCOMPARE(CodeHost::url(u"/a/b.zip"_s).toString(), u"http://127.0.0.1:8080/a/b.zip"_s);
     }
 
     void whatMakesNoAddressIsNotValid_data()
     {
-        QTest::addColumn<QString>("path");
-        QTest::newRow("no slash, which would change the host") << QStringLiteral(".example.org/x");
-        QTest::newRow("empty") << QString();
-        QTest::newRow("a space") << QStringLiteral("/a b");
-        QTest::newRow("a line feed") << QStringLiteral("/a\nb");
-        QTest::newRow("a broken escape") << QStringLiteral("/a%zz");
+        const auto row = table<QString>("path");
+        row("no slash, which would change the host", u".example.org/x"_s);
+        row("empty", {});
+        row("a space", u"/a b"_s);
+        row("a line feed", u"/a\nb"_s);
+        row("a broken escape", u"/a%zz"_s);
     }
 
     void whatMakesNoAddressIsNotValid()

@@ -1,97 +1,76 @@
 #include "Desktop.h"
 
+#include "Table.h"
 #include "TestHome.h"
 
 #include <QProcess>
 
+using namespace Qt::StringLiterals;
 using System = Desktop::System;
 
 class DesktopTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void macOSUnpacksWithDittoAndClearsTheQuarantineWithXattr()
+    void everySystemHasItsTools_data()
     {
-        const Desktop desktop = Desktop::describing(System::MacOS);
-        QCOMPARE(desktop.system, System::MacOS);
-        QCOMPARE(desktop.unpackTool, QStringLiteral("/usr/bin/ditto"));
-        QCOMPARE(desktop.quarantineTool, QStringLiteral("/usr/bin/xattr"));
+        const auto row = table<System, QString, QString, QString>("system", "unpackTool", "archiveCheckTool",
+                                                                  "quarantineTool");
+        const QString own = QCoreApplication::applicationDirPath() + u"/vantor-unpack"_s;
+        row("macOS, where our own program checks what ditto unpacks", System::MacOS, u"/usr/bin/ditto"_s, own,
+            u"/usr/bin/xattr"_s);
+        row("Linux, which has no quarantine", System::Linux, own, {}, {});
     }
 
-    void macOSHasOurOwnProgramCheckWhatDittoUnpacks()
+    void everySystemHasItsTools()
     {
-        QCOMPARE(Desktop::describing(System::MacOS).archiveCheckTool,
-                 QCoreApplication::applicationDirPath() + QStringLiteral("/vantor-unpack"));
-        QCOMPARE(Desktop::describing(System::Linux).archiveCheckTool, QString());
+        QFETCH(System, system);
+        const Desktop desktop = Desktop::describing(system);
+        QCOMPARE(desktop.system, system);
+        QTEST(desktop.unpackTool, "unpackTool");
+        QTEST(desktop.archiveCheckTool, "archiveCheckTool");
+        QTEST(desktop.quarantineTool, "quarantineTool");
     }
 
-    void linuxUnpacksWithOurOwnProgramAndHasNoQuarantine()
+    void theUnpackerIsFound_data()
     {
-        const Desktop desktop = Desktop::describing(System::Linux);
-        QCOMPARE(desktop.system, System::Linux);
-        QCOMPARE(desktop.unpackTool,
-                 QCoreApplication::applicationDirPath() + QStringLiteral("/vantor-unpack"));
-        QCOMPARE(desktop.quarantineTool, QString());
+        const auto row = table<QStringList, QString>("unpackers", "found");
+        const QString beside = u"usr/bin/vantor-unpack"_s;
+        const QString installed = u"usr/libexec/vantor-platformer/vantor-unpack"_s;
+        row("installed in the libexec folder", { installed }, installed);
+        row("beside the program rather than installed", { installed, beside }, beside);
+        row("beside the program if there is none", {}, beside);
     }
 
-    void anInstalledUnpackerIsFoundInTheLibexecFolder()
+    /// Runs a copy of this program that prints which unpacker it would use.
+    void theUnpackerIsFound()
     {
+        QFETCH(QStringList, unpackers);
+        QFETCH(QString, found);
         const TestHome home;
-        const QString installed
-            = home.write(QStringLiteral("usr/libexec/vantor-platformer/vantor-unpack"), "tool");
-        const QString program = installCopyOfThisTest(home.filePath(QStringLiteral("usr/bin")));
-        QCOMPARE(unpackToolSeenBy(program), installed);
-    }
-
-    void anUnpackerBesideTheProgramGoesBeforeAnInstalledOne()
-    {
-        const TestHome home;
-        home.write(QStringLiteral("usr/libexec/vantor-platformer/vantor-unpack"), "tool");
-        const QString beside = home.write(QStringLiteral("usr/bin/vantor-unpack"), "tool");
-        const QString program = installCopyOfThisTest(home.filePath(QStringLiteral("usr/bin")));
-        QCOMPARE(unpackToolSeenBy(program), beside);
-    }
-
-    void withoutAnyUnpackerTheOneBesideTheProgramIsNamed()
-    {
-        const TestHome home;
-        const QString program = installCopyOfThisTest(home.filePath(QStringLiteral("usr/bin")));
-        QCOMPARE(unpackToolSeenBy(program), home.filePath(QStringLiteral("usr/bin/vantor-unpack")));
+        for (const QString &unpacker : unpackers)
+            home.write(unpacker, "tool");
+        QDir().mkpath(home.filePath(u"usr/bin"_s));
+        const QString copy = home.filePath(u"usr/bin/asks"_s);
+        QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), copy));
+        QProcess process;
+        process.start(copy, { u"--ask"_s });
+        QVERIFY(process.waitForFinished());
+        QCOMPARE(QString::fromUtf8(process.readAllStandardOutput()), home.filePath(found));
     }
 
     void aDesktopThatATestChoseIsTheCurrentOneUntilItIsTakenBack()
     {
         const Desktop before = Desktop::current();
         Desktop chosen = Desktop::describing(System::MacOS);
-        chosen.unpackTool = QStringLiteral("/somewhere/else");
+        chosen.unpackTool = u"/somewhere/else"_s;
         Desktop::use(chosen);
         QCOMPARE(Desktop::current().system, System::MacOS);
-        QCOMPARE(Desktop::current().unpackTool, QStringLiteral("/somewhere/else"));
+        QCOMPARE(Desktop::current().unpackTool, u"/somewhere/else"_s);
 
         Desktop::use(std::nullopt);
         QCOMPARE(Desktop::current().system, before.system);
         QCOMPARE(Desktop::current().unpackTool, before.unpackTool);
-    }
-
-private:
-    /// Copies this test into `folder` and returns the copy's path. Called with "--ask", it prints which
-    /// unpacker it would use.
-    static QString installCopyOfThisTest(const QString &folder)
-    {
-        QDir().mkpath(folder);
-        const QString program = folder + QStringLiteral("/asks");
-        if (!QFile::copy(QCoreApplication::applicationFilePath(), program))
-            qFatal("The test could not be copied.");
-        return program;
-    }
-
-    static QString unpackToolSeenBy(const QString &program)
-    {
-        QProcess process;
-        process.start(program, { QStringLiteral("--ask") });
-        if (!process.waitForFinished())
-            qFatal("The copy of the test did not end.");
-        return QString::fromUtf8(process.readAllStandardOutput());
     }
 };
 

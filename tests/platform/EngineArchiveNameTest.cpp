@@ -1,6 +1,6 @@
 #include "Desktop.h"
 
-#include <QTest>
+#include "Table.h"
 
 using Processor = Desktop::Processor;
 using System = Desktop::System;
@@ -11,16 +11,8 @@ class EngineArchiveNameTest final : public QObject {
 private Q_SLOTS:
     void everyBuildIsNamedAsItsReleaseNamesIt_data()
     {
-        QTest::addColumn<System>("system");
-        QTest::addColumn<Processor>("processor");
-        QTest::addColumn<qint64>("line");
-        QTest::addColumn<bool>("isMono");
-        QTest::addColumn<QString>("ending");
-
-        const auto row = [](const char *name, System system, Processor processor, qint64 line, bool isMono,
-                            const char *ending) {
-            QTest::newRow(name) << system << processor << line << isMono << QString::fromLatin1(ending);
-        };
+        const auto row = table<System, Processor, qint64, bool, QByteArray>("system", "processor", "line",
+                                                                            "isMono", "ending");
         const auto x86 = Processor::X86_64;
         const auto arm = Processor::Arm64;
         row("macOS 4", System::MacOS, arm, 4, false, "macos.universal.zip");
@@ -47,7 +39,7 @@ private Q_SLOTS:
         QFETCH(bool, isMono);
         Desktop desktop = Desktop::describing(system);
         desktop.processor = processor;
-        QTEST(desktop.engineArchiveEnding(line, isMono), "ending");
+        QTEST(desktop.engineArchiveEnding(line, isMono).toLatin1(), "ending");
     }
 };
 

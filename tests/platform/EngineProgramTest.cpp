@@ -1,12 +1,29 @@
 #include "Desktop.h"
 
+#include "Table.h"
 #include "TestHome.h"
 
+using namespace Qt::StringLiterals;
 using System = Desktop::System;
 
 namespace {
 
-enum class Mode { Program, Plain };
+/// Makes an entry of the folder "engine": a folder if its name ends with a slash, a program if it ends with
+/// an asterisk, otherwise a file that cannot be run.
+void make(const TestHome &home, const QString &entry)
+{
+    QString name = u"engine/"_s + entry;
+    if (name.endsWith(u'/')) {
+        QDir().mkpath(home.filePath(name));
+        return;
+    }
+    auto permissions = QFile::ReadOwner | QFile::WriteOwner;
+    if (name.endsWith(u'*')) {
+        name.chop(1);
+        permissions |= QFile::ExeOwner;
+    }
+    QFile::setPermissions(home.write(name, "#!/bin/sh\n"), permissions);
+}
 
 }
 
@@ -14,150 +31,71 @@ class EngineProgramTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { m_home = std::make_unique<TestHome>(); }
-    void cleanup() { m_home.reset(); }
-
-    void aFolderThatDoesNotExistHoldsNoProgram()
+    void theProgramInTheFolder_data()
     {
-        QCOMPARE(onMacOS(), std::nullopt);
-        QCOMPARE(onLinux(), std::nullopt);
+        const auto row = table<QStringList, QString, QString>("entries", "onMacOS", "onLinux");
+        const QString none;
+        row("a missing folder", {}, none, none);
+        row("an empty folder", { u"./"_s }, none, none);
+
+        const QString inBundle = u"Godot.app/Contents/MacOS/"_s;
+        const QString bundled = u"B.app/Contents/MacOS/Godot"_s;
+        row("the bundle's Godot is its program",
+            { inBundle + u"Another*"_s, inBundle + u"Godot*"_s, inBundle + u"Zebra*"_s },
+            inBundle + u"Godot"_s, none);
+        row("a bundle with one program of another name", { inBundle + u"Engine*"_s }, inBundle + u"Engine"_s,
+            none);
+        row("bundles with an empty program folder are passed over",
+            { u"A.app/Contents/MacOS/"_s, bundled + u'*', u"C.app/Contents/MacOS/"_s }, bundled, none);
+        row("bundles without a program folder are passed over",
+            { u"A.app*"_s, bundled + u'*', u"C.app/Contents/"_s }, bundled, none);
+        row("a Godot that cannot be run", { bundled }, none, none);
+        row("a bundle whose Godot cannot be run is passed over",
+            { u"A.app/Contents/MacOS/Godot"_s, bundled + u'*' }, bundled, none);
+        row("a folder called Godot is no program", { bundled + u'/' }, none, none);
+        row("a bundle's name ends in small letters", { u"B.APP/Contents/MacOS/Godot*"_s }, none, none);
+        row("a folder that is no bundle is ignored", { u"stray/Contents/MacOS/Godot*"_s }, none, none);
+        row("a bundle may have any name", { u"Any Name.app/Contents/MacOS/Godot*"_s },
+            u"Any Name.app/Contents/MacOS/Godot"_s, none);
+
+        const QString plain = u"Godot_v4.3-stable_linux.x86_64"_s;
+        const QString inMono = u"Godot_v4.3-stable_mono_linux_x86_64/"_s;
+        const QString mono = inMono + u"Godot_v4.3-stable_mono_linux.x86_64"_s;
+        const QString older = u"Godot_v3.6.3-stable_mono_x11_64/Godot_v3.6.3-stable_mono_x11.64"_s;
+        row("a plain build is one file at the top", { plain + u'*' }, none, plain);
+        row("a .NET build is in its folder",
+            { inMono + u"GodotSharp/Api/Release/GodotSharp.dll*"_s, mono + u'*' }, none, mono);
+        row("the 3.x line's names", { older + u'*' }, none, older);
+        row("files that cannot be run are passed over", { plain, inMono + u"Godot_v4.3.txt"_s }, none, none);
+        row("other programs are ignored",
+            { u"install.sh*"_s, inBundle + u"Godot*"_s, u"GodotSharp/Godot_v4*"_s }, inBundle + u"Godot"_s,
+            none);
     }
 
-    void anEmptyFolderHoldsNoProgram()
+    void theProgramInTheFolder()
     {
-        QDir().mkpath(engineFolder());
-        QCOMPARE(onMacOS(), std::nullopt);
-        QCOMPARE(onLinux(), std::nullopt);
+        QFETCH(QStringList, entries);
+        QFETCH(QString, onMacOS);
+        QFETCH(QString, onLinux);
+        const TestHome home;
+        for (const QString &entry : entries)
+            make(home, entry);
+        const auto program = [&home](System system) {
+            const QString folder = home.filePath(u"engine"_s);
+            const auto found = Desktop::describing(system).engineProgram(folder);
+            return found ? QDir(folder).relativeFilePath(*found) : QString();
+        };
+        QCOMPARE(program(System::MacOS), onMacOS);
+        QCOMPARE(program(System::Linux), onLinux);
     }
 
     void aFileInPlaceOfTheFolderHoldsNoProgram()
     {
-        m_home->write(QStringLiteral("engine"), "a file");
-        QCOMPARE(onMacOS(), std::nullopt);
-        QCOMPARE(onLinux(), std::nullopt);
+        const TestHome home;
+        const QString file = home.write(u"engine"_s, "a file");
+        QCOMPARE(Desktop::describing(System::MacOS).engineProgram(file), std::nullopt);
+        QCOMPARE(Desktop::describing(System::Linux).engineProgram(file), std::nullopt);
     }
-
-    void theBundlesGodotIsTheProgram()
-    {
-        put(QStringLiteral("Godot.app/Contents/MacOS/Another"), Mode::Program);
-        const QString godot = put(QStringLiteral("Godot.app/Contents/MacOS/Godot"), Mode::Program);
-        put(QStringLiteral("Godot.app/Contents/MacOS/Zebra"), Mode::Program);
-        QCOMPARE(onMacOS(), godot);
-    }
-
-    void aBundleWithOneProgramOfAnotherNameYieldsThat()
-    {
-        const QString program = put(QStringLiteral("Godot_mono.app/Contents/MacOS/Engine"), Mode::Program);
-        QCOMPARE(onMacOS(), program);
-    }
-
-    void aBundleWithAnEmptyProgramFolderIsPassedOver()
-    {
-        QDir().mkpath(engineFolder() + QStringLiteral("/A.app/Contents/MacOS"));
-        const QString program = put(QStringLiteral("B.app/Contents/MacOS/Godot"), Mode::Program);
-        QDir().mkpath(engineFolder() + QStringLiteral("/C.app/Contents/MacOS"));
-        QCOMPARE(onMacOS(), program);
-    }
-
-    void aBundleWithoutAProgramFolderIsPassedOver()
-    {
-        put(QStringLiteral("A.app"), Mode::Program);
-        QDir().mkpath(engineFolder() + QStringLiteral("/B.app/Contents"));
-        const QString program = put(QStringLiteral("C.app/Contents/MacOS/Godot"), Mode::Program);
-        QCOMPARE(onMacOS(), program);
-    }
-
-    void aBundleWhoseGodotCannotBeRunIsPassedOver()
-    {
-        put(QStringLiteral("A.app/Contents/MacOS/Godot"), Mode::Plain);
-        QCOMPARE(onMacOS(), std::nullopt);
-        const QString program = put(QStringLiteral("B.app/Contents/MacOS/Godot"), Mode::Program);
-        QCOMPARE(onMacOS(), program);
-    }
-
-    void aFolderCalledGodotIsNoProgram()
-    {
-        QDir().mkpath(engineFolder() + QStringLiteral("/A.app/Contents/MacOS/Godot"));
-        QCOMPARE(onMacOS(), std::nullopt);
-    }
-
-    void theBundlesEndingKnowsLetterCase()
-    {
-        put(QStringLiteral("Godot.APP/Contents/MacOS/Godot"), Mode::Program);
-        QCOMPARE(onMacOS(), std::nullopt);
-    }
-
-    void whatIsNoBundleIsIgnored()
-    {
-        put(QStringLiteral("stray/Contents/MacOS/Godot"), Mode::Program);
-        put(QStringLiteral("Godot_v4.3-stable_linux.x86_64"), Mode::Program);
-        QCOMPARE(onMacOS(), std::nullopt);
-        const QString program = put(QStringLiteral("Any Name.app/Contents/MacOS/Godot"), Mode::Program);
-        QCOMPARE(onMacOS(), program);
-    }
-
-    void onLinuxAPlainBuildIsOneFileAtTheTop()
-    {
-        const QString program = put(QStringLiteral("Godot_v4.3-stable_linux.x86_64"), Mode::Program);
-        QCOMPARE(onLinux(), program);
-    }
-
-    void onLinuxADotNetBuildLiesInItsFolder()
-    {
-        put(QStringLiteral("Godot_v4.3-stable_mono_linux_x86_64/GodotSharp/Api/Release/GodotSharp.dll"),
-            Mode::Program);
-        const QString program
-            = put(QStringLiteral("Godot_v4.3-stable_mono_linux_x86_64/Godot_v4.3-stable_mono_linux.x86_64"),
-                  Mode::Program);
-        QCOMPARE(onLinux(), program);
-    }
-
-    void onLinuxTheOlderLinesNamesAreFoundToo()
-    {
-        const QString program = put(
-            QStringLiteral("Godot_v3.6.3-stable_mono_x11_64/Godot_v3.6.3-stable_mono_x11.64"), Mode::Program);
-        QCOMPARE(onLinux(), program);
-    }
-
-    void onLinuxWhatCannotBeRunIsPassedOver()
-    {
-        put(QStringLiteral("Godot_v4.3-stable_linux.x86_64"), Mode::Plain);
-        put(QStringLiteral("Godot_v4.3-stable_mono_linux_x86_64/Godot_v4.3.txt"), Mode::Plain);
-        QCOMPARE(onLinux(), std::nullopt);
-    }
-
-    void onLinuxOtherProgramsAreIgnored()
-    {
-        put(QStringLiteral("install.sh"), Mode::Program);
-        put(QStringLiteral("Godot.app/Contents/MacOS/Godot"), Mode::Program);
-        put(QStringLiteral("GodotSharp/Godot_v4"), Mode::Program);
-        QCOMPARE(onLinux(), std::nullopt);
-    }
-
-private:
-    QString engineFolder() const { return m_home->filePath(QStringLiteral("engine")); }
-
-    QString put(const QString &name, Mode mode) const
-    {
-        const QString file = m_home->write(QStringLiteral("engine/") + name, "#!/bin/sh\n");
-        auto permissions = QFile::ReadOwner | QFile::WriteOwner;
-        if (mode == Mode::Program)
-            permissions |= QFile::ExeOwner;
-        QFile::setPermissions(file, permissions);
-        return file;
-    }
-
-    std::optional<QString> onMacOS() const
-    {
-        return Desktop::describing(System::MacOS).engineProgram(engineFolder());
-    }
-
-    std::optional<QString> onLinux() const
-    {
-        return Desktop::describing(System::Linux).engineProgram(engineFolder());
-    }
-
-    std::unique_ptr<TestHome> m_home;
 };
 
 QTEST_GUILESS_MAIN(EngineProgramTest)

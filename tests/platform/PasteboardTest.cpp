@@ -4,6 +4,8 @@
 #include <QGuiApplication>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 class PasteboardTest final : public QObject {
     Q_OBJECT
 
@@ -11,16 +13,10 @@ private Q_SLOTS:
     void aTextReplacesWhatThePasteboardHeld()
     {
         DesktopPasteboard pasteboard;
-        pasteboard.setText(QStringLiteral("before"));
-        pasteboard.setText(QStringLiteral("The game stopped.\nline 1\nline 2"));
-        QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("The game stopped.\nline 1\nline 2"));
-    }
-
-    void aSingleLineFeedIsAText()
-    {
-        DesktopPasteboard pasteboard;
-        pasteboard.setText(QStringLiteral("\n"));
-        QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("\n"));
+        for (const QString &text : { u"before"_s, u"The game stopped.\nline 1\nline 2"_s, u"\n"_s }) {
+            pasteboard.setText(text);
+            QCOMPARE(QGuiApplication::clipboard()->text(), text);
+        }
     }
 };
 

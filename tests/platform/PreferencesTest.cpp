@@ -1,6 +1,9 @@
 #include "Preferences.h"
 
+#include "Table.h"
 #include "TestHome.h"
+
+using namespace Qt::StringLiterals;
 
 class PreferencesTest final : public QObject {
     Q_OBJECT
@@ -9,25 +12,18 @@ private Q_SLOTS:
     void init() { m_home = std::make_unique<TestHome>(); }
     void cleanup() { m_home.reset(); }
 
-    void missingSettingsHaveTheirDefaults()
-    {
-        const Preferences preferences(file());
-        QCOMPARE(preferences.fullscreen(), false);
-        QCOMPARE(preferences.resolution(), QStringLiteral("default"));
-    }
-
     void whatWasSetIsReadBackAtOnceAndByTheNextStart()
     {
         {
             Preferences preferences(file());
             preferences.setFullscreen(true);
-            preferences.setResolution(QStringLiteral("1280x720"));
+            preferences.setResolution(u"1280x720"_s);
             QCOMPARE(preferences.fullscreen(), true);
-            QCOMPARE(preferences.resolution(), QStringLiteral("1280x720"));
+            QCOMPARE(preferences.resolution(), u"1280x720"_s);
         }
         Preferences next(file());
         QCOMPARE(next.fullscreen(), true);
-        QCOMPARE(next.resolution(), QStringLiteral("1280x720"));
+        QCOMPARE(next.resolution(), u"1280x720"_s);
         next.setFullscreen(false);
         QCOMPARE(next.fullscreen(), false);
     }
@@ -36,7 +32,7 @@ private Q_SLOTS:
     {
         Preferences preferences(file());
         preferences.setFullscreen(true);
-        preferences.setResolution(QStringLiteral("1920x1080"));
+        preferences.setResolution(u"1920x1080"_s);
         QFile stored(file());
         QVERIFY(stored.open(QIODevice::ReadOnly));
         const QByteArray content = stored.readAll();
@@ -51,71 +47,61 @@ private Q_SLOTS:
 #endif
         Preferences preferences;
         preferences.setFullscreen(true);
-        QVERIFY(QFile::exists(
-            m_home->filePath(QStringLiteral("config/vantor-platformer/vantor-platformer.conf"))));
+        QVERIFY(QFile::exists(m_home->filePath(u"config/vantor-platformer/vantor-platformer.conf"_s)));
     }
 
-    void aStoredFullscreenSettingIsTrueOnlyWhenItSaysSo_data()
+    void whatIsStoredIsRead_data()
     {
-        QTest::addColumn<QByteArray>("stored");
-        QTest::addColumn<bool>("fullscreen");
-        QTest::newRow("true") << QByteArray("true") << true;
-        QTest::newRow("1") << QByteArray("1") << true;
-        QTest::newRow("false") << QByteArray("false") << false;
-        QTest::newRow("0") << QByteArray("0") << false;
-        QTest::newRow("empty") << QByteArray("") << false;
-        QTest::newRow("garbage") << QByteArray("\\x1\\xff garbage") << false;
-        QTest::newRow("list") << QByteArray("true, true") << false;
-        QTest::newRow("invalid value") << QByteArray("@Invalid()") << false;
-        QTest::newRow("broken variant") << QByteArray("@Variant(\\0\\0\\0\\x7f)") << false;
+        const auto row = table<QByteArray, bool, QString>("stored", "fullscreen", "resolution");
+        const QString missing = u"default"_s;
+        row("no store", {}, false, missing);
+        row("a store full of garbage", "\xff[[[==\n\x01\x02]]\nfullscreen", false, missing);
+
+        const auto fullscreen = [row, missing](const char *name, const QByteArray &value, bool isOn) {
+            row(name, "[General]\nfullscreen=" + value + "\n", isOn, missing);
+        };
+        fullscreen("fullscreen: true", "true", true);
+        fullscreen("fullscreen: 1", "1", true);
+        fullscreen("fullscreen: false", "false", false);
+        fullscreen("fullscreen: 0", "0", false);
+        fullscreen("fullscreen: empty", "", false);
+        fullscreen("fullscreen: garbage", "\\x1\\xff garbage", false);
+        fullscreen("fullscreen: a list", "true, true", false);
+        fullscreen("fullscreen: an invalid value", "@Invalid()", false);
+        fullscreen("fullscreen: a broken variant", "@Variant(\\0\\0\\0\\x7f)", false);
+
+        const auto resolution = [row](const char *name, const QByteArray &value, const QString &expected) {
+            row(name, "[General]\nresolution=" + value + "\n", false, expected);
+        };
+        resolution("resolution: a size", "1280x720", u"1280x720"_s);
+        resolution("resolution: default", "default", u"default"_s);
+        resolution("resolution: another text", "big please", u"big please"_s);
+        resolution("resolution: a number", "1280", u"1280"_s);
+        resolution("resolution: an empty text", "", QString());
+        resolution("resolution: a list, which is no text", "1280x720, 1920x1080", missing);
+        resolution("resolution: an invalid value", "@Invalid()", missing);
     }
 
-    void aStoredFullscreenSettingIsTrueOnlyWhenItSaysSo()
-    {
-        QFETCH(QByteArray, stored);
-        m_home->write(QStringLiteral("settings.ini"), "[General]\nfullscreen=" + stored + "\n");
-        QTEST(Preferences(file()).fullscreen(), "fullscreen");
-    }
-
-    void aStoredResolutionIsGivenAsItStands_data()
-    {
-        QTest::addColumn<QByteArray>("stored");
-        QTest::addColumn<QString>("resolution");
-        QTest::newRow("a size") << QByteArray("1280x720") << QStringLiteral("1280x720");
-        QTest::newRow("default") << QByteArray("default") << QStringLiteral("default");
-        QTest::newRow("another text") << QByteArray("big please") << QStringLiteral("big please");
-        QTest::newRow("a number") << QByteArray("1280") << QStringLiteral("1280");
-        QTest::newRow("an empty text") << QByteArray("") << QString();
-        QTest::newRow("a list, which is no text")
-            << QByteArray("1280x720, 1920x1080") << QStringLiteral("default");
-        QTest::newRow("an invalid value") << QByteArray("@Invalid()") << QStringLiteral("default");
-    }
-
-    void aStoredResolutionIsGivenAsItStands()
+    void whatIsStoredIsRead()
     {
         QFETCH(QByteArray, stored);
-        m_home->write(QStringLiteral("settings.ini"), "[General]\nresolution=" + stored + "\n");
-        QTEST(Preferences(file()).resolution(), "resolution");
+        if (!stored.isNull())
+            m_home->write(u"settings.ini"_s, stored);
+        const Preferences preferences(file());
+        QTEST(preferences.fullscreen(), "fullscreen");
+        QTEST(preferences.resolution(), "resolution");
     }
 
-    void aStoreThatCannotBeReadGivesTheDefaults()
+    void aStoreThatCannotBeReadCountsAsMissing()
     {
         QDir().mkpath(file());
         const Preferences preferences(file());
         QCOMPARE(preferences.fullscreen(), false);
-        QCOMPARE(preferences.resolution(), QStringLiteral("default"));
-    }
-
-    void aStoreFullOfGarbageGivesTheDefaults()
-    {
-        m_home->write(QStringLiteral("settings.ini"), QByteArray("\xff[[[==\n\x01\x02]]\nfullscreen"));
-        const Preferences preferences(file());
-        QCOMPARE(preferences.fullscreen(), false);
-        QCOMPARE(preferences.resolution(), QStringLiteral("default"));
+        QCOMPARE(preferences.resolution(), u"default"_s);
     }
 
 private:
-    QString file() const { return m_home->filePath(QStringLiteral("settings.ini")); }
+    QString file() const { return m_home->filePath(u"settings.ini"_s); }
 
     std::unique_ptr<TestHome> m_home;
 };

@@ -1,5 +1,6 @@
 #include "Workspace.h"
 
+#include "Table.h"
 #include "TestHome.h"
 
 #include <QCoreApplication>
@@ -15,7 +16,11 @@
 
 #include <atomic>
 
+using namespace Qt::StringLiterals;
+
 namespace {
+
+enum class Bus { Missing, Ended, WithoutFileManager, WithRefusal };
 
 /// A session bus that only the test uses.
 class SessionBus final {
@@ -23,15 +28,15 @@ public:
     /// `program` is the path of dbus-daemon, which puts its socket into `folder`.
     SessionBus(const QString &program, const QString &folder)
     {
-        m_daemon.start(program,
-                       { QStringLiteral("--session"), QStringLiteral("--nofork"),
-                         QStringLiteral("--print-address"), QStringLiteral("--address=unix:dir=") + folder });
+        m_daemon.start(
+            program,
+            { u"--session"_s, u"--nofork"_s, u"--print-address"_s, u"--address=unix:dir="_s + folder });
         while (m_daemon.state() != QProcess::NotRunning && !m_daemon.canReadLine())
             m_daemon.waitForReadyRead(5000);
-        m_address = QString::fromUtf8(m_daemon.readLine()).trimmed();
-        if (m_address.isEmpty())
+        const QByteArray address = m_daemon.readLine().trimmed();
+        if (address.isEmpty())
             qFatal("The session bus did not start: %s", m_daemon.readAllStandardError().constData());
-        qputenv("DBUS_SESSION_BUS_ADDRESS", m_address.toUtf8());
+        qputenv("DBUS_SESSION_BUS_ADDRESS", address);
     }
 
     ~SessionBus()
@@ -41,35 +46,32 @@ public:
         qunsetenv("DBUS_SESSION_BUS_ADDRESS");
     }
 
-    SessionBus(const SessionBus &) = delete;
-    SessionBus &operator=(const SessionBus &) = delete;
-
-    const QString &address() const { return m_address; }
+    Q_DISABLE_COPY_MOVE(SessionBus)
 
 private:
     QProcess m_daemon;
-    QString m_address;
 };
 
 }
 
-/// A stand-in for the desktop's file manager.
+/// A stand-in for the desktop's file manager, on the session bus.
 class FileManager final : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.FileManager1")
 
 public:
-    explicit FileManager(const SessionBus &bus)
-        : m_connection(QDBusConnection::connectToBus(bus.address(), QStringLiteral("file manager")))
+    FileManager()
+        : m_connection(QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"),
+                                                     u"file manager"_s))
     {
-        const bool isThere = m_connection.registerObject(QStringLiteral("/org/freedesktop/FileManager1"),
-                                                         this, QDBusConnection::ExportAllSlots)
-            && m_connection.registerService(QStringLiteral("org.freedesktop.FileManager1"));
+        const bool isThere = m_connection.registerObject(u"/org/freedesktop/FileManager1"_s, this,
+                                                         QDBusConnection::ExportAllSlots)
+            && m_connection.registerService(u"org.freedesktop.FileManager1"_s);
         if (!isThere)
             qFatal("The file manager could not register itself on the bus.");
     }
 
-    ~FileManager() override { QDBusConnection::disconnectFromBus(QStringLiteral("file manager")); }
+    ~FileManager() override { QDBusConnection::disconnectFromBus(u"file manager"_s); }
 
     QList<QStringList> shown;
     bool refuses = false;
@@ -81,8 +83,7 @@ public Q_SLOTS:
         shown.append(addresses);
         if (refuses) {
             message.setDelayedReply(true);
-            m_connection.send(
-                message.createErrorReply(QStringLiteral("org.example.No"), QStringLiteral("No.")));
+            m_connection.send(message.createErrorReply(u"org.example.No"_s, u"No."_s));
         }
     }
 
@@ -96,7 +97,7 @@ class WorkspaceTest final : public QObject {
 private Q_SLOTS:
     void initTestCase()
     {
-        m_daemon = QStandardPaths::findExecutable(QStringLiteral("dbus-daemon"));
+        m_daemon = QStandardPaths::findExecutable(u"dbus-daemon"_s);
         if (m_daemon.isEmpty())
             QSKIP("There is no dbus-daemon on this machine.");
     }
@@ -108,135 +109,117 @@ private Q_SLOTS:
         qunsetenv("XDG_RUNTIME_DIR");
         // Only an opener that the test writes can be found, whatever this desktop has.
         m_pathBefore = qgetenv("PATH");
-        qputenv("PATH", QFile::encodeName(m_home->filePath(QStringLiteral("bin"))));
-        writeOpener("echo \"$1\" >>\"$HOME/opened\"\n");
+        qputenv("PATH", QFile::encodeName(m_home->filePath(u"bin"_s)));
+        writeOpener("#!/bin/sh\necho \"$1\" >>\"$HOME/opened\"\n");
         QDir().mkpath(folder());
         m_failures = 0;
     }
 
     void cleanup()
     {
+        hangUp();
+        m_fileManager.reset();
+        m_bus.reset();
         qputenv("PATH", m_pathBefore);
         m_home.reset();
     }
 
     void theFileManagerIsAskedToShowTheFolder()
     {
-        const SessionBus bus(m_daemon, m_home->path());
-        const FileManager fileManager(bus);
+        const FileManager &fileManager = startFileManager();
         reveal();
         QTRY_COMPARE(fileManager.shown.size(), 1);
         QCOMPARE(fileManager.shown.first(),
                  QStringList(QString::fromUtf8(QUrl::fromLocalFile(folder()).toEncoded())));
-        QVERIFY(fileManager.shown.first().first().endsWith(QStringLiteral("/with%20a%20space")));
+        QVERIFY(fileManager.shown.first().first().endsWith(u"/with%20a%20space"_s));
         QVERIFY(opened().isEmpty());
         QCOMPARE(m_failures, 0);
     }
 
-    void twoRequestsAreBothShown()
+    void twoRequestsAtOnceAreBothShownAndSoAreThoseThatFollow()
     {
-        const SessionBus bus(m_daemon, m_home->path());
-        const FileManager fileManager(bus);
+        const FileManager &fileManager = startFileManager();
         reveal();
-        reveal();
-        QTRY_COMPARE(fileManager.shown.size(), 2);
-    }
-
-    void requestsThatFollowAreShownToo()
-    {
-        const SessionBus bus(m_daemon, m_home->path());
-        const FileManager fileManager(bus);
-        for (int request = 1; request <= 3; ++request) {
+        for (int request = 2; request <= 4; ++request) {
             reveal();
             QTRY_COMPARE(fileManager.shown.size(), request);
         }
     }
 
-    void aFileManagerThatRefusesGivesWayToTheOpener()
+    void whereNoFileManagerShowsItTheOpenerOpensTheParent_data()
     {
-        const SessionBus bus(m_daemon, m_home->path());
-        FileManager fileManager(bus);
-        fileManager.refuses = true;
-        reveal();
-        QTRY_COMPARE(opened(), parentOnly());
-        QCOMPARE(fileManager.shown.size(), 1);
+        const auto row = table<Bus>("bus");
+        row("no bus", Bus::Missing);
+        row("a bus that has ended", Bus::Ended);
+        row("a bus without a file manager", Bus::WithoutFileManager);
+        row("a file manager that refuses", Bus::WithRefusal);
     }
 
-    void aBusWithoutAFileManagerGivesWayToTheOpener()
+    void whereNoFileManagerShowsItTheOpenerOpensTheParent()
     {
-        const SessionBus bus(m_daemon, m_home->path());
-        reveal();
-        QTRY_COMPARE(opened(), parentOnly());
-    }
-
-    void withoutABusTheOpenerOpensTheParent()
-    {
-        reveal();
-        QTRY_COMPARE(opened(), parentOnly());
-    }
-
-    void aBusThatIsGoneGivesWayToTheOpener()
-    {
-        qputenv("DBUS_SESSION_BUS_ADDRESS",
-                "unix:path=" + QFile::encodeName(m_home->filePath(QStringLiteral("no-bus"))));
+        QFETCH(Bus, bus);
+        if (bus == Bus::Ended)
+            useBusAt(m_home->filePath(u"no-bus"_s));
+        if (bus == Bus::WithoutFileManager)
+            startBus();
+        if (bus == Bus::WithRefusal)
+            startFileManager().refuses = true;
         reveal();
         QTRY_COMPARE(opened(), parentOnly());
         QVERIFY(!m_workspace.isWaitingForBus());
+        if (m_fileManager)
+            QCOMPARE(m_fileManager->shown.size(), 1);
     }
 
     void aBusInTheRuntimeFolderIsFound()
     {
-        QLocalServer bus;
-        QVERIFY(bus.listen(m_home->filePath(QStringLiteral("bus"))));
+        listenInSilence();
+        qunsetenv("DBUS_SESSION_BUS_ADDRESS");
         qputenv("XDG_RUNTIME_DIR", QFile::encodeName(m_home->path()));
         reveal();
-        QTRY_VERIFY(bus.hasPendingConnections());
-        hangUp(bus);
+        QTRY_VERIFY(m_silentBus.hasPendingConnections());
+        hangUp();
         QTRY_COMPARE(opened(), parentOnly());
     }
 
     void aBusThatNeverAnswersDoesNotHoldUpTheWindow()
     {
-        QLocalServer bus;
-        listenInSilence(bus);
-
+        listenInSilence();
         QElapsedTimer clock;
         clock.start();
         reveal();
         QVERIFY2(clock.elapsed() < 500, "The caller had to wait for the bus.");
-        QTRY_VERIFY(bus.hasPendingConnections());
+        QTRY_VERIFY(m_silentBus.hasPendingConnections());
         QVERIFY(opened().isEmpty());
         QVERIFY(m_workspace.isWaitingForBus());
 
-        hangUp(bus);
+        hangUp();
         QTRY_COMPARE(opened(), parentOnly());
         QVERIFY(!m_workspace.isWaitingForBus());
     }
 
     void aSilentBusIsAskedOnceAndKeepsNoThreadOfThePool()
     {
-        QLocalServer bus;
-        listenInSilence(bus);
+        listenInSilence();
         const int presses = QThreadPool::globalInstance()->maxThreadCount() + 2;
         for (int press = 0; press < presses; ++press)
             reveal();
-        QTRY_VERIFY(bus.hasPendingConnections());
+        QTRY_VERIFY(m_silentBus.hasPendingConnections());
 
         std::atomic<bool> hasRun = false;
         QThreadPool::globalInstance()->start([&hasRun] { hasRun = true; });
         QTRY_VERIFY(hasRun);
         QCOMPARE(QThreadPool::globalInstance()->activeThreadCount(), 0);
-        delete bus.nextPendingConnection(); // ends the first request; the second one follows
-        QTRY_VERIFY(bus.hasPendingConnections());
-        hangUp(bus);
+        delete m_silentBus.nextPendingConnection(); // ends the first request; the second one follows
+        QTRY_VERIFY(m_silentBus.hasPendingConnections());
+        hangUp();
         QTRY_COMPARE(opened(), parentOnly() + parentOnly());
         QVERIFY(!m_workspace.isWaitingForBus());
     }
 
     void aBusThatIsSilentForTooLongCountsAsNone()
     {
-        QLocalServer bus;
-        listenInSilence(bus);
+        listenInSilence();
         reveal();
         reveal();
         QTRY_COMPARE_WITH_TIMEOUT(opened(), parentOnly(), 15000);
@@ -246,37 +229,31 @@ private Q_SLOTS:
         QVERIFY(m_workspace.isWaitingForBus());
 
         // Until it answers again.
-        hangUp(bus);
+        hangUp();
         QTRY_VERIFY(!m_workspace.isWaitingForBus());
         QCOMPARE(opened(), parentOnly() + parentOnly());
-        const SessionBus working(m_daemon, m_home->path());
-        const FileManager fileManager(working);
+        const FileManager &fileManager = startFileManager();
         reveal();
         QTRY_COMPARE(fileManager.shown.size(), 1);
         QCOMPARE(m_failures, 0);
     }
 
-    void aFolderIsOpenedItself()
+    void aFolderIsOpenedItselfAndAPageByItsAddress()
     {
-        m_workspace.open(folder(), [this] { ++m_failures; });
+        m_workspace.open(folder(), noteFailure());
         QTRY_COMPARE(opened(), QStringList(folder()));
-        QCOMPARE(m_failures, 0);
-    }
-
-    void aPageIsOpenedByItsAddress()
-    {
-        m_workspace.browse(QUrl(QStringLiteral("https://example.org/a page")), [this] { ++m_failures; });
-        QTRY_COMPARE(opened(), QStringList(QStringLiteral("https://example.org/a%20page")));
+        m_workspace.browse(QUrl(u"https://example.org/a page"_s), noteFailure());
+        QTRY_COMPARE(opened(), QStringList({ folder(), u"https://example.org/a%20page"_s }));
         QCOMPARE(m_failures, 0);
     }
 
     void aDesktopThatOpensNothingSaysSoOnce_data()
     {
-        QTest::addColumn<QByteArray>("opener");
-        QTest::newRow("no opener") << QByteArray();
-        QTest::newRow("one that finds nothing") << QByteArray("#!/bin/sh\nexit 3\n");
-        QTest::newRow("one that crashes") << QByteArray("#!/bin/sh\nkill -KILL $$\n");
-        QTest::newRow("one that cannot be started") << QByteArray("#!/nowhere/at/all\n");
+        const auto row = table<QByteArray>("opener");
+        row("no opener", {});
+        row("one that finds nothing", "#!/bin/sh\nexit 3\n");
+        row("one that crashes", "#!/bin/sh\nkill -KILL $$\n");
+        row("one that cannot be started", "#!/nowhere/at/all\n");
     }
 
     void aDesktopThatOpensNothingSaysSoOnce()
@@ -284,33 +261,32 @@ private Q_SLOTS:
         QFETCH(const QByteArray, opener);
         QFile::remove(openerPath());
         if (!opener.isEmpty())
-            writeProgram(opener);
-        const auto noteFailure = [this] { ++m_failures; };
-        m_workspace.open(folder(), noteFailure);
+            writeOpener(opener);
+        m_workspace.open(folder(), noteFailure());
         QCOMPARE(m_failures, 0); // never within the call
         QTRY_COMPARE(m_failures, 1);
         reveal();
         QTRY_COMPARE(m_failures, 2);
-        m_workspace.browse(QUrl(QStringLiteral("https://example.org")), noteFailure);
+        m_workspace.browse(QUrl(u"https://example.org"_s), noteFailure());
         QTRY_COMPARE(m_failures, 3);
         QTest::qWait(100);
         QCOMPARE(m_failures, 3);
     }
 
 private:
-    QString folder() const { return m_home->filePath(QStringLiteral("data/with a space")); }
+    QString folder() const { return m_home->filePath(u"data/with a space"_s); }
     QStringList parentOnly() const { return { m_home->dataHome() }; }
-    QString openerPath() const { return m_home->filePath(QStringLiteral("bin/xdg-open")); }
+    QString openerPath() const { return m_home->filePath(u"bin/xdg-open"_s); }
 
-    void reveal()
+    std::function<void()> noteFailure()
     {
-        m_workspace.reveal(folder(), [this] { ++m_failures; });
+        return [this] { ++m_failures; };
     }
+    void reveal() { m_workspace.reveal(folder(), noteFailure()); }
 
-    void writeOpener(const QByteArray &script) const { writeProgram("#!/bin/sh\n" + script); }
-    void writeProgram(const QByteArray &content) const
+    void writeOpener(const QByteArray &content) const
     {
-        m_home->write(QStringLiteral("bin/xdg-open"), content);
+        m_home->write(u"bin/xdg-open"_s, content);
         QFile::setPermissions(openerPath(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     }
 
@@ -318,7 +294,7 @@ private:
     QStringList opened() const
     {
         QStringList result;
-        QFile record(m_home->filePath(QStringLiteral("opened")));
+        QFile record(m_home->filePath(u"opened"_s));
         if (!record.open(QIODevice::ReadOnly))
             return result;
         const QStringList lines = QString::fromUtf8(record.readAll()).split(u'\n', Qt::SkipEmptyParts);
@@ -327,24 +303,40 @@ private:
         return result;
     }
 
-    /// Accepts connections as a session bus would, and never answers.
-    void listenInSilence(QLocalServer &bus) const
+    void startBus() { m_bus = std::make_unique<SessionBus>(m_daemon, m_home->path()); }
+    FileManager &startFileManager()
     {
-        if (!bus.listen(m_home->filePath(QStringLiteral("stuck-bus"))))
-            qFatal("The silent bus cannot listen.");
-        qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + QFile::encodeName(bus.fullServerName()));
+        startBus();
+        m_fileManager = std::make_unique<FileManager>();
+        return *m_fileManager;
     }
 
-    static void hangUp(QLocalServer &bus)
+    static void useBusAt(const QString &socket)
     {
-        while (QLocalSocket *caller = bus.nextPendingConnection())
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + QFile::encodeName(socket));
+    }
+
+    /// Accepts connections as a session bus would, and never answers.
+    void listenInSilence()
+    {
+        if (!m_silentBus.listen(m_home->filePath(u"bus"_s)))
+            qFatal("The silent bus cannot listen.");
+        useBusAt(m_silentBus.fullServerName());
+    }
+
+    void hangUp()
+    {
+        while (QLocalSocket *caller = m_silentBus.nextPendingConnection())
             delete caller;
-        bus.close();
+        m_silentBus.close();
     }
 
     DesktopWorkspace m_workspace;
     std::unique_ptr<TestHome> m_home;
     QString m_daemon;
+    QLocalServer m_silentBus;
+    std::unique_ptr<SessionBus> m_bus;
+    std::unique_ptr<FileManager> m_fileManager;
     QByteArray m_pathBefore;
     int m_failures = 0;
 };
