@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QList>
+#include <QtEndian>
 
 #include <array>
 #include <optional>
@@ -12,56 +13,44 @@ struct ZipEntry {
     static constexpr quint16 stored = 0;
     static constexpr quint16 deflated = 8;
 
-    QByteArray name;
-    QByteArray content;
+    QByteArray name {};
+    QByteArray content {};
     quint16 method = stored;
     quint16 flags = 1 << 11; // the name is UTF-8
     quint32 mode = 0100644;
     quint8 writersSystem = 3; // Unix
-    std::optional<quint32> attributes; // of Unix and DOS; by default the mode alone
+    std::optional<quint32> attributes {}; // of Unix and DOS; by default the mode alone
 
     quint32 time = 0x58214000; // 2024-01-01 08:00
 
-    std::optional<QByteArray> localName;
-    std::optional<quint16> localFlags;
-    std::optional<quint16> localMethod;
-    std::optional<quint32> crc, localCrc;
-    std::optional<quint32> size, localSize;
-    std::optional<quint32> packedSize, localPackedSize;
-    std::optional<quint32> offset;
-    std::optional<QByteArray> packed; // the data as stored in the archive
-    QByteArray extra, localExtra;
+    std::optional<QByteArray> localName {};
+    std::optional<quint16> localFlags {};
+    std::optional<quint16> localMethod {};
+    std::optional<quint32> crc {}, localCrc {};
+    std::optional<quint32> size {}, localSize {};
+    std::optional<quint32> packedSize {}, localPackedSize {};
+    std::optional<quint32> offset {};
+    std::optional<QByteArray> packed {}; // the data as stored in the archive
+    QByteArray extra {}, localExtra {};
     quint16 disk = 0;
-    QByteArray before; // hidden bytes before the entry
-    QByteArray after; // after its data: a data descriptor, or hidden bytes
+    QByteArray before {}; // hidden bytes before the entry
+    QByteArray after {}; // after its data: a data descriptor, or hidden bytes
 
     static ZipEntry file(const QByteArray &name, const QByteArray &content)
     {
-        ZipEntry entry;
-        entry.name = name;
-        entry.content = content;
-        return entry;
+        return { .name = name, .content = content };
     }
 
-    static ZipEntry folder(const QByteArray &name)
-    {
-        ZipEntry entry = file(name, QByteArray());
-        entry.mode = 0040755;
-        return entry;
-    }
+    static ZipEntry folder(const QByteArray &name) { return { .name = name, .mode = 0040755 }; }
 
     static ZipEntry link(const QByteArray &name, const QByteArray &target)
     {
-        ZipEntry entry = file(name, target);
-        entry.mode = 0120777;
-        return entry;
+        return { .name = name, .content = target, .mode = 0120777 };
     }
 
     static ZipEntry program(const QByteArray &name, const QByteArray &content)
     {
-        ZipEntry entry = file(name, content);
-        entry.mode = 0100755;
-        return entry;
+        return { .name = name, .content = content, .mode = 0100755 };
     }
 };
 
@@ -116,6 +105,12 @@ public:
         return u16(id) + u16(static_cast<quint64>(content.size())) + content;
     }
 
+    /// Info-ZIP's field with the name of an entry in UTF-8, for an entry whose stored name is `stored`.
+    static QByteArray unicodeName(const QByteArray &stored, const QByteArray &name)
+    {
+        return field(0x7075, QByteArray(1, 1) + u32(crc32(stored)) + name);
+    }
+
     /// A data descriptor, which follows the data of an entry whose sizes were not known in advance.
     static QByteArray descriptor(const QByteArray &content, qsizetype packedSize)
     {
@@ -151,10 +146,8 @@ public:
 private:
     static QByteArray littleEndian(quint64 value, int size)
     {
-        QByteArray bytes;
-        for (int index = 0; index < size; ++index)
-            bytes.append(static_cast<char>(value >> (8 * index) & 0xff));
-        return bytes;
+        value = qToLittleEndian(value);
+        return { reinterpret_cast<const char *>(&value), size };
     }
 
     static void append(const ZipEntry &entry, QByteArray &archive, QByteArray &directory)
