@@ -11,23 +11,30 @@
 
 namespace {
 
-/// Hands over `count` blocks; the n-th consists of n bytes of value n.
-void handOver(WriteBehind &writing, std::size_t count)
+/// Hands over `count` blocks; the n-th consists of n bytes of value n. Returns all of them.
+std::vector<unsigned char> handOver(WriteBehind &writing, std::size_t count)
 {
+    std::vector<unsigned char> bytes;
     for (std::size_t number = 1; number <= count; ++number) {
-        const std::span<unsigned char> block = writing.block();
-        std::fill_n(block.begin(), number, static_cast<unsigned char>(number));
+        std::fill_n(writing.block().begin(), number, static_cast<unsigned char>(number));
         writing.hand(number);
+        bytes.insert(bytes.end(), number, static_cast<unsigned char>(number));
     }
     writing.finish();
+    return bytes;
 }
 
-bool isWhole(const std::vector<unsigned char> &written, std::size_t count)
+/// Whether all blocks are written, in their order, and on another thread or on this one.
+bool areWritten(std::size_t count, bool onAnotherThread)
 {
-    std::vector<unsigned char> expected;
-    for (std::size_t number = 1; number <= count; ++number)
-        expected.insert(expected.end(), number, static_cast<unsigned char>(number));
-    return written == expected;
+    std::vector<unsigned char> written;
+    bool isThere = true;
+    const auto here = std::this_thread::get_id();
+    WriteBehind writing([&](Bytes bytes) {
+        isThere = isThere && (std::this_thread::get_id() != here) == onAnotherThread;
+        written.insert(written.end(), bytes.begin(), bytes.end());
+    });
+    return handOver(writing, count) == written && isThere;
 }
 
 }
@@ -36,19 +43,7 @@ class WriteBehindTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void blocksAreWrittenInTheirOrderOnAnotherThread()
-    {
-        std::vector<unsigned char> written;
-        bool isOther = true;
-        const auto here = std::this_thread::get_id();
-        WriteBehind writing([&](Bytes bytes) {
-            isOther = isOther && std::this_thread::get_id() != here;
-            written.insert(written.end(), bytes.begin(), bytes.end());
-        });
-        handOver(writing, 200);
-        QVERIFY(isOther);
-        QVERIFY(isWhole(written, 200));
-    }
+    void blocksAreWrittenInTheirOrderOnAnotherThread() { QVERIFY(areWritten(200, true)); }
 
     void nothingIsWrittenAfterAnError_data()
     {
@@ -82,19 +77,10 @@ private Q_SLOTS:
 
     void blocksAreWrittenAtOnceWhereThereIsNoOtherThread()
     {
-        const bool isWritten = OrdinaryUser::run([] {
+        QVERIFY(OrdinaryUser::run([] {
             const ThreadLimit none;
-            std::vector<unsigned char> written;
-            bool isHere = true;
-            const auto here = std::this_thread::get_id();
-            WriteBehind writing([&](Bytes bytes) {
-                isHere = isHere && std::this_thread::get_id() == here;
-                written.insert(written.end(), bytes.begin(), bytes.end());
-            });
-            handOver(writing, 20);
-            return isHere && isWhole(written, 20);
-        });
-        QVERIFY(isWritten);
+            return areWritten(20, false);
+        }));
     }
 };
 
