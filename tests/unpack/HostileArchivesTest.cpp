@@ -1,34 +1,40 @@
 #include "DeflateStream.h"
-#include "TestHome.h"
 #include "Unpacker.h"
-#include "ZipBuilder.h"
-
-#include <QDirIterator>
 
 #include <functional>
 
+using namespace Qt::StringLiterals;
+
 namespace {
+
+using Change = std::function<void(ZipEntry &)>;
+
+const QString untrusted = u"The archive cannot be trusted: "_s;
+const QString damaged = u"The archive is damaged: "_s;
+const QString unusual = u"The archive is packed in an unusual way: “second” cannot be unpacked."_s;
 
 ZipEntry file(const QByteArray &name) { return ZipEntry::file(name, "content of " + name); }
 
-ZipEntry changed(ZipEntry entry, const std::function<void(ZipEntry &)> &change)
+ZipBuilder sound() { return { file("first"), file("second") }; }
+
+/// A sound archive whose second member is changed.
+ZipBuilder with(const Change &change)
+{
+    ZipBuilder builder = sound();
+    change(builder.entries.last());
+    return builder;
+}
+
+ZipEntry changed(ZipEntry entry, const Change &change)
 {
     change(entry);
     return entry;
 }
 
-QByteArray changed(ZipBuilder builder, const std::function<void(ZipBuilder &)> &change)
-{
-    change(builder);
-    return builder.bytes();
-}
-
-/// The entry with a second name, in Info-ZIP's Unicode path field.
+/// The file with a second name, in Info-ZIP's Unicode path field.
 ZipEntry withUnicodeName(ZipEntry entry, const QByteArray &name)
 {
-    entry.extra
-        = ZipBuilder::field(0x7075, QByteArray(1, 1) + ZipBuilder::u32(ZipBuilder::crc32(entry.name)) + name);
-    entry.localExtra = entry.extra;
+    entry.extra = entry.localExtra = ZipBuilder::unicodeName(entry.name, name);
     return entry;
 }
 
@@ -40,10 +46,11 @@ ZipEntry linkInPieces(const QByteArray &name, const QByteArray &begin, const QBy
     for (int block = 0; block < 256 * 1024 / 5; ++block)
         stream.stored(QByteArray());
     stream.stored(end, true);
-    ZipEntry entry = ZipEntry::link(name, begin + end);
-    entry.method = ZipEntry::deflated;
-    entry.packed = stream.bytes();
-    return entry;
+    return { .name = name,
+             .content = begin + end,
+             .method = ZipEntry::deflated,
+             .mode = 0120777,
+             .packed = stream.bytes() };
 }
 
 /// Links to paths of 500 parts, each path starting with the link before it: resolved in full, the last one
@@ -60,8 +67,25 @@ ZipBuilder linksThatAddUp()
     return builder;
 }
 
-const auto cannotBeTrusted = QStringLiteral("The archive cannot be trusted: ");
-const auto isDamaged = QStringLiteral("The archive is damaged: ");
+/// Archives of one kind, for a table.
+struct Rows {
+    QByteArray kind;
+    QString reason = {}; ///< part of the sentence that the archive is refused with
+
+    void bytes(const QByteArray &what, const QByteArray &archive) const
+    {
+        QTest::addRow("%s: %s", kind.constData(), what.constData()) << archive << reason;
+    }
+    void archive(const QByteArray &what, const ZipBuilder &builder) const { bytes(what, builder.bytes()); }
+    void entry(const QByteArray &what, const ZipEntry &entry) const { archive(what, { entry }); }
+    void second(const QByteArray &what, const Change &change) const { archive(what, with(change)); }
+    void whole(const QByteArray &what, const std::function<void(ZipBuilder &)> &change) const
+    {
+        ZipBuilder builder = sound();
+        change(builder);
+        archive(what, builder);
+    }
+};
 
 }
 
@@ -70,389 +94,26 @@ class HostileArchivesTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void namesThatLeadElsewhereAreRefused_data()
-    {
-        QTest::addColumn<QByteArray>("name");
-        QTest::newRow("absolute") << QByteArray("/etc/evil");
-        QTest::newRow("only a slash") << QByteArray("/");
-        QTest::newRow("empty") << QByteArray("");
-        QTest::newRow("the parent") << QByteArray("../evil");
-        QTest::newRow("the parent later on") << QByteArray("a/../../evil");
-        QTest::newRow("the parent within the folder") << QByteArray("a/../evil");
-        QTest::newRow("the parent at the end") << QByteArray("a/..");
-        QTest::newRow("the parent as a folder") << QByteArray("../");
-        QTest::newRow("the folder itself") << QByteArray("./");
-        QTest::newRow("a dot in front") << QByteArray("./evil");
-        QTest::newRow("a dot in the middle") << QByteArray("a/./evil");
-        QTest::newRow("an empty part") << QByteArray("a//evil");
-        QTest::newRow("two slashes at the end") << QByteArray("a//");
-        QTest::newRow("a backslash") << QByteArray("..\\evil");
-        QTest::newRow("a drive") << QByteArray("C:\\evil");
-        QTest::newRow("a line feed") << QByteArray("a\nb");
-        QTest::newRow("an escape") << QByteArray("a\x1b[2Jb");
-        QTest::newRow("a delete") << QByteArray("a\x7f");
-        QTest::newRow("a C1 control") << QByteArray("a\xc2\x9b");
-        QTest::newRow("a NUL") << QByteArray("a\0b", 3);
-        QTest::newRow("a long part") << QByteArray(256, 'a');
-        QTest::newRow("a long name") << QByteArray("abcdefghi/").repeated(103) + "evil";
-        QTest::newRow("no UTF-8") << QByteArray("a\xff");
-        QTest::newRow("UTF-8 that is too long a form") << QByteArray("..\xc0\xaf"
-                                                                     "evil");
-        QTest::newRow("half a character") << QByteArray("a\xc3");
-        QTest::newRow("a surrogate") << QByteArray("a\xed\xa0\x80");
-        QTest::newRow("the parent to HFS+") << QByteArray("a/.\xe2\x80\x8d./evil");
-        QTest::newRow("nothing to HFS+") << QByteArray("a/\xe2\x80\x8c/evil");
-    }
-
-    void namesThatLeadElsewhereAreRefused()
-    {
-        QFETCH(QByteArray, name);
-        ZipEntry entry = file(name);
-        if (name.endsWith('/'))
-            entry = ZipEntry::folder(name);
-        refuses(ZipBuilder { file("good"), entry }.bytes(), cannotBeTrusted);
-
-        ZipEntry unflagged = entry;
-        unflagged.flags = 0;
-        refuses(ZipBuilder { file("good"), unflagged }.bytes(), cannotBeTrusted);
-    }
-
-    void membersThatCannotStandBesideEachOtherAreRefused_data()
+    void archivesThatNoToolMakesAreRefused_data()
     {
         QTest::addColumn<QByteArray>("archive");
-        const auto row
-            = [](const char *name, const ZipBuilder &builder) { QTest::newRow(name) << builder.bytes(); };
-        row("a file twice", { file("a"), file("a") });
-        row("a folder twice", { ZipEntry::folder("a/"), ZipEntry::folder("a/") });
-        row("in another letter case", { file("Readme"), file("README") });
-        row("in another letter case beyond ASCII", { file("\xc3\xa4"), file("\xc3\x84") });
-        row("in another normal form", { file("\xc3\xa4"), file("a\xcc\x88") });
-        row("letters that fold to one", { file("K"), file("\xe2\x84\xaa") });
-        row("a letter that folds to two",
-            { file("stra\xc3\x9f"
-                   "e"),
-              file("STRASSE") });
-        row("in another letter case and normal form", { file("\xc3\x84"), file("a\xcc\x88") });
-        row("folders in another normal form", { file("\xc3\xa4/a"), file("a\xcc\x88/b") });
-        row("a link twice", { ZipEntry::link("a", "b"), ZipEntry::link("a", "b") });
-        row("folders in another letter case", { file("Data/a"), file("data/b") });
-        row("a folder as a member and in a name", { ZipEntry::folder("Data/"), file("data/b") });
-        row("a file and a folder", { file("a"), ZipEntry::folder("a/") });
-        row("a folder and a file", { ZipEntry::folder("a/"), file("a") });
-        row("below a file", { file("a"), file("a/b") });
-        row("a file where others lie", { file("a/b"), file("a") });
-        row("below a link", { ZipEntry::link("a", "b"), file("a/evil") });
-        row("below a link in other case", { ZipEntry::link("a", "b"), file("A/evil") });
-        row("a link where others lie", { file("a/evil"), ZipEntry::link("a", "b") });
-        row("a link and a file", { ZipEntry::link("a", "b"), file("a") });
-        row("with a character that HFS+ ignores",
-            { file("Readme"),
-              file("Read\xe2\x80\x8c"
-                   "me") });
-        row("with a byte order mark, which HFS+ ignores", { file("\xef\xbb\xbfReadme"), file("Readme") });
-        row("one stored name and two others",
-            { withUnicodeName(file("a"), "b"), withUnicodeName(file("a"), "c") });
-        row("a stored name that is another one's Unicode name",
-            { withUnicodeName(file("a"), "b"), withUnicodeName(file("c"), "a") });
-        row("a stored name that is another one's only name", { withUnicodeName(file("a"), "b"), file("A") });
-        row("a stored name below a link", { ZipEntry::link("a", "b"), withUnicodeName(file("a/c"), "d") });
+        QTest::addColumn<QString>("reason");
+        addNames();
+        addMembersThatCannotStandBesideEachOther();
+        addLinks();
+        addTypes();
+        addContradictions();
+        addHiddenBytes();
+        addFeatures();
+        addWhatIsNoArchive();
+        addGrowth();
     }
 
-    void membersThatCannotStandBesideEachOtherAreRefused()
+    void archivesThatNoToolMakesAreRefused()
     {
         QFETCH(QByteArray, archive);
-        refuses(archive, cannotBeTrusted);
-    }
-
-    void linksThatLeadOutAreRefused_data()
-    {
-        QTest::addColumn<QByteArray>("archive");
-        const auto row
-            = [](const char *name, const ZipBuilder &builder) { QTest::newRow(name) << builder.bytes(); };
-        row("absolute", { ZipEntry::link("a", "/etc/passwd") });
-        row("the parent", { ZipEntry::link("a", "..") });
-        row("the parent of a sub-folder's parent", { ZipEntry::link("d/a", "../../x") });
-        row("in and out again", { ZipEntry::link("a", "b/../../x") });
-        row("through another link",
-            { ZipEntry::link("deep/down/a", "../.."), ZipEntry::link("b", "deep/down/a/../x") });
-        row("in a circle", { ZipEntry::link("a", "b"), ZipEntry::link("b", "a") });
-        row("empty", { ZipEntry::link("a", "") });
-        row("with a NUL", { ZipEntry::link("a", QByteArray("b\0/../..", 8)) });
-        row("with a line feed", { ZipEntry::link("a", "b\nc") });
-        row("too long", { ZipEntry::link("a", QByteArray(1025, 'b')) });
-        row("packed",
-            { changed(ZipEntry::link("a", "../../../../../../../../../../etc"),
-                      [](ZipEntry &entry) { entry.method = ZipEntry::deflated; }) });
-        row("in pieces", { linkInPieces("a", "abc", "/../../../../../etc/passwd") });
-        row("where only some readers make it",
-            { withUnicodeName(ZipEntry::link("a", "../b"), "deep/a"), file("b") });
-        row("made by a writer on another system",
-            { changed(ZipEntry::link("a", "/etc"), [](ZipEntry &entry) { entry.writersSystem = 0; }) });
-        row("adding up to an endless path", linksThatAddUp());
-        row("longer than any path", { ZipEntry::link("a", QByteArray(1025, 'b')) });
-    }
-
-    void linksThatLeadOutAreRefused()
-    {
-        QFETCH(QByteArray, archive);
-        refuses(archive, QStringLiteral("the link"));
-    }
-
-    void aLinkWithAWrongChecksumIsRefused()
-    {
-        ZipEntry link = ZipEntry::link("a", "b");
-        link.crc = 1;
-        refuses(ZipBuilder { link }.bytes(), isDamaged);
-    }
-
-    void whatIsNeitherAFileNorAFolderIsRefused_data()
-    {
-        QTest::addColumn<quint32>("mode");
-        QTest::newRow("a FIFO") << quint32(0010644);
-        QTest::newRow("a character device") << quint32(0020644);
-        QTest::newRow("a block device") << quint32(0060644);
-        QTest::newRow("a socket") << quint32(0140644);
-        QTest::newRow("an unknown type") << quint32(0170644);
-        QTest::newRow("a folder without a slash") << quint32(0040755);
-    }
-
-    void whatIsNeitherAFileNorAFolderIsRefused()
-    {
-        QFETCH(quint32, mode);
-        for (const quint8 system : std::initializer_list<quint8> { 3, 0, 19 }) { // Unix, DOS, macOS
-            refuses(with([mode, system](ZipEntry &entry) {
-                        entry.mode = mode;
-                        entry.writersSystem = system;
-                    }),
-                    cannotBeTrusted);
-        }
-    }
-
-    void moreLinksThanAnyArchiveNeedsAreRefused()
-    {
-        ZipBuilder builder;
-        for (int link = 0; link < 5000; ++link)
-            builder.entries.append(ZipEntry::link("l" + QByteArray::number(link), "a"));
-        const TestHome home;
-        const QString zip = home.write(QStringLiteral("archive.zip"), builder.bytes());
-        QCOMPARE(Unpacker::run({ QStringLiteral("--check"), zip }).problems, QString());
-        builder.entries.append(ZipEntry::link("another", "a"));
-        refuses(builder.bytes(), QStringLiteral("The archive holds too many links."));
-    }
-
-    void aFolderWithAnotherTypeIsRefused()
-    {
-        ZipEntry entry = ZipEntry::folder("a/");
-        entry.mode = 0100644;
-        refuses(ZipBuilder { entry }.bytes(), cannotBeTrusted);
-        entry.mode = 0120777;
-        refuses(ZipBuilder { entry }.bytes(), cannotBeTrusted);
-    }
-
-    void aFolderWithAContentIsRefused()
-    {
-        ZipEntry entry = ZipEntry::folder("a/");
-        entry.content = "content";
-        refuses(ZipBuilder { entry }.bytes(), cannotBeTrusted);
-    }
-
-    void headersThatContradictTheDirectoryAreRefused_data()
-    {
-        QTest::addColumn<QByteArray>("archive");
-        const auto row = [](const char *name, const std::function<void(ZipEntry &)> &change) {
-            QTest::newRow(name) << with(change);
-        };
-        row("another name", [](ZipEntry &entry) { entry.localName = "evil"; });
-        row("a name of another length", [](ZipEntry &entry) { entry.localName = "../evil"; });
-        row("other flags", [](ZipEntry &entry) { entry.localFlags = 0; });
-        row("another method", [](ZipEntry &entry) { entry.localMethod = ZipEntry::deflated; });
-        row("another checksum", [](ZipEntry &entry) { entry.localCrc = 1; });
-        row("another size", [](ZipEntry &entry) { entry.localSize = 1; });
-        row("another packed size", [](ZipEntry &entry) { entry.localPackedSize = 1; });
-        row("two sizes of what is not packed", [](ZipEntry &entry) { entry.size = 1; });
-        row("no size in front and none behind", [](ZipEntry &entry) { entry.localSize = 0; });
-        row("another name in the Unicode field in front of the data", [](ZipEntry &entry) {
-            entry.localExtra = ZipBuilder::field(
-                0x7075, QByteArray(1, 1) + ZipBuilder::u32(ZipBuilder::crc32(entry.name)) + "evil");
-        });
-        row("a Unicode field for another name", [](ZipEntry &entry) {
-            entry.extra = ZipBuilder::field(0x7075, QByteArray(1, 1) + ZipBuilder::u32(1) + "evil");
-            entry.localExtra = entry.extra;
-        });
-        row("a Unicode name that leads out", [](ZipEntry &entry) {
-            entry.extra = ZipBuilder::field(
-                0x7075, QByteArray(1, 1) + ZipBuilder::u32(ZipBuilder::crc32(entry.name)) + "../evil");
-            entry.localExtra = entry.extra;
-        });
-        const auto rowFor = [](const char *name, const ZipEntry &entry) {
-            QTest::newRow(name) << ZipBuilder { file("first"), entry }.bytes();
-        };
-        rowFor("a stored name that leads out", withUnicodeName(file("../evil.txt"), "good.txt"));
-        rowFor("a stored name that is absolute", withUnicodeName(file("/evil.txt"), "good.txt"));
-        rowFor("a stored name with a backslash", withUnicodeName(file("..\\evil.txt"), "good.txt"));
-        rowFor("a stored name of a folder for a file", withUnicodeName(file("evil/"), "good.txt"));
-        row("a file that DOS takes for a folder",
-            [](ZipEntry &entry) { entry.attributes = quint32(0100644) << 16 | 0x10; });
-        row("a field twice", [](ZipEntry &entry) {
-            entry.extra = ZipBuilder::field(1, ZipBuilder::u64(1)) + ZipBuilder::field(1, ZipBuilder::u64(2));
-        });
-        row("an empty file with a checksum", [](ZipEntry &entry) {
-            entry.content.clear();
-            entry.crc = 1;
-        });
-    }
-
-    void headersThatContradictTheDirectoryAreRefused()
-    {
-        QFETCH(QByteArray, archive);
-        refuses(archive, cannotBeTrusted);
-    }
-
-    void hiddenBytesAndOverlapsAreRefused_data()
-    {
-        QTest::addColumn<QByteArray>("archive");
-        const auto entry = [](const char *name, const std::function<void(ZipEntry &)> &change) {
-            QTest::newRow(name) << with(change);
-        };
-        const auto whole = [](const char *name, const std::function<void(ZipBuilder &)> &change) {
-            QTest::newRow(name) << changed(sound(), change);
-        };
-        entry("between two members", [](ZipEntry &e) { e.before = "hidden"; });
-        entry("behind a member", [](ZipEntry &e) { e.after = "hidden"; });
-        entry("behind a member, as long as sizes would be",
-              [](ZipEntry &e) { e.after = QByteArray(16, 'x'); });
-        entry("sizes that follow and are others", [](ZipEntry &e) {
-            e.flags |= 8;
-            e.after = ZipBuilder::descriptor("other content", e.content.size());
-        });
-        entry("sizes that should follow and do not", [](ZipEntry &e) { e.flags |= 8; });
-        entry("sizes that follow with more behind them", [](ZipEntry &e) {
-            e.flags |= 8;
-            e.after = ZipBuilder::descriptor(e.content, e.content.size()) + "x";
-        });
-        entry("a member on top of the first", [](ZipEntry &e) { e.offset = 0; });
-        entry("a member inside the first", [](ZipEntry &e) { e.offset = 4; });
-        entry("a member that reaches into what follows", [](ZipEntry &e) {
-            e.packedSize = static_cast<quint32>(e.content.size()) + 40;
-            e.size = e.packedSize;
-        });
-        entry("a member that ends early", [](ZipEntry &e) {
-            e.packedSize = 1;
-            e.size = 1;
-        });
-        entry("a member behind the end", [](ZipEntry &e) { e.offset = 0x7fffffff; });
-        whole("in front of everything", [](ZipBuilder &b) { b.entries.first().before = "#!/bin/sh\n"; });
-        whole("in front of the directory", [](ZipBuilder &b) { b.beforeDirectory = "hidden"; });
-        whole("behind the directory", [](ZipBuilder &b) { b.afterDirectory = "hidden"; });
-        whole("behind the end", [](ZipBuilder &b) { b.afterEnd = "hidden"; });
-        whole("a member that is not listed",
-              [](ZipBuilder &b) { b.beforeDirectory = QByteArray("PK\3\4", 4); });
-        whole("an end in the comment", [](ZipBuilder &b) { b.comment = ZipBuilder().bytes(); });
-        whole("an end in the comment that does not reach the end",
-              [](ZipBuilder &b) { b.comment = ZipBuilder().bytes() + "x"; });
-        whole("an end in front of everything",
-              [](ZipBuilder &b) { b.entries.first().before = ZipBuilder().bytes(); });
-        whole("an end behind the directory", [](ZipBuilder &b) { b.afterDirectory = ZipBuilder().bytes(); });
-        whole("another archive in front",
-              [](ZipBuilder &b) { b.entries.first().before = ZipBuilder { file("evil") }.bytes(); });
-        whole("another archive behind",
-              [](ZipBuilder &b) { b.afterEnd = ZipBuilder { file("evil") }.bytes(); });
-        whole("another archive in the comment",
-              [](ZipBuilder &b) { b.comment = ZipBuilder { file("evil") }.bytes(); });
-        whole("one member fewer than there are", [](ZipBuilder &b) { b.count = 1; });
-        whole("one member more than there are", [](ZipBuilder &b) { b.count = 3; });
-        whole("two counts", [](ZipBuilder &b) { b.countOnDisk = 1; });
-        whole("a directory elsewhere", [](ZipBuilder &b) { b.directoryOffset = 0; });
-        whole("a directory far away", [](ZipBuilder &b) { b.directoryOffset = 0x7fffffff; });
-        whole("a shorter directory", [](ZipBuilder &b) { b.directorySize = 10; });
-        whole("a longer directory", [](ZipBuilder &b) { b.directorySize = 0x7fffffff; });
-        whole("a comment that is longer than the file", [](ZipBuilder &b) { b.commentSize = 9; });
-        whole("another count in the large end", [](ZipBuilder &b) {
-            b.isLarge = true;
-            b.largeCount = 1;
-        });
-        whole("a huge count", [](ZipBuilder &b) {
-            b.isLarge = true;
-            b.largeCount = ~0ULL;
-        });
-        whole("a large end elsewhere", [](ZipBuilder &b) {
-            b.isLarge = true;
-            b.largePosition = 0;
-        });
-        whole("a large end beyond everything", [](ZipBuilder &b) {
-            b.isLarge = true;
-            b.largePosition = ~0ULL;
-        });
-        whole("a large directory beyond everything", [](ZipBuilder &b) {
-            b.isLarge = true;
-            b.largeDirectoryOffset = ~0ULL;
-        });
-        whole("ends that contradict each other", [](ZipBuilder &b) {
-            b.isLarge = true;
-            b.count = 1;
-        });
-        whole("several disks", [](ZipBuilder &b) { b.disk = 1; });
-        entry("a member on another disk", [](ZipEntry &e) { e.disk = 1; });
-        entry("an extra field that is cut off", [](ZipEntry &e) { e.extra = QByteArray("\1\0\xff\0", 4); });
-        entry("a large size that is missing", [](ZipEntry &e) { e.size = 0xffffffff; });
-    }
-
-    void hiddenBytesAndOverlapsAreRefused()
-    {
-        QFETCH(QByteArray, archive);
-        refuses(archive, QString());
-    }
-
-    void encryptionIsRefused_data()
-    {
-        QTest::addColumn<quint16>("flags");
-        QTest::newRow("the old kind") << quint16(1);
-        QTest::newRow("the strong kind") << quint16(1 | 1 << 6);
-        QTest::newRow("an encrypted directory") << quint16(1 << 13);
-    }
-
-    void encryptionIsRefused()
-    {
-        QFETCH(quint16, flags);
-        refuses(with([flags](ZipEntry &entry) { entry.flags = flags; }),
-                QStringLiteral("The archive is encrypted: “second” cannot be read without a password."));
-    }
-
-    void unusualMethodsAreRefused_data()
-    {
-        QTest::addColumn<quint16>("method");
-        for (const int method : { 1, 6, 9, 12, 14, 20, 93, 95, 98, 99, 65535 })
-            QTest::addRow("%d", method) << static_cast<quint16>(method);
-    }
-
-    void unusualMethodsAreRefused()
-    {
-        QFETCH(quint16, method);
-        refuses(with([method](ZipEntry &entry) { entry.method = method; }),
-                QStringLiteral("The archive is packed in an unusual way: “second” cannot be unpacked."));
-    }
-
-    void unknownFlagsAreRefused()
-    {
-        refuses(with([](ZipEntry &entry) { entry.flags = 1 << 5; }),
-                QStringLiteral("The archive is packed in an unusual way: “second” cannot be unpacked."));
-    }
-
-    void whatIsNoZipArchiveIsRefused_data()
-    {
-        QTest::addColumn<QByteArray>("archive");
-        QTest::newRow("nothing") << QByteArray();
-        QTest::newRow("a letter") << QByteArray("P");
-        QTest::newRow("a page") << QByteArray("<html>Not found</html>").repeated(100);
-        QTest::newRow("a signature only") << QByteArray("PK\5\6", 4);
-        QTest::newRow("noughts") << QByteArray(100000, '\0');
-        QTest::newRow("another format") << QByteArray("\x1f\x8b\x08\0\0\0\0\0", 8).repeated(10);
-    }
-
-    void whatIsNoZipArchiveIsRefused()
-    {
-        QFETCH(QByteArray, archive);
-        refuses(archive, QString());
+        QFETCH(QString, reason);
+        refuses(archive, reason);
     }
 
     void aTruncatedArchiveIsRefused()
@@ -464,74 +125,332 @@ private Q_SLOTS:
             refuses(whole.first(size), QString());
     }
 
-    void anArchiveThatGrowsBeyondAllMeasureIsRefused()
+    void moreLinksThanAnyArchiveNeedsAreRefused()
     {
-        ZipEntry bomb = ZipEntry::file("bomb", QByteArray(64 * 1024 * 1024, '\0'));
-        bomb.method = ZipEntry::deflated;
-        refuses(ZipBuilder { bomb }.bytes(),
-                QStringLiteral("The archive cannot be trusted: it would grow beyond all measure."));
-    }
-
-    void moreThanCanBeUnpackedIsRefused()
-    {
-        refuses(with([](ZipEntry &entry) {
-                    entry.method = ZipEntry::deflated;
-                    entry.size = 0xffffffff;
-                    entry.localSize = 0xffffffff;
-                    entry.extra = ZipBuilder::field(1, ZipBuilder::u64(9'000'000'000));
-                    entry.localExtra
-                        = ZipBuilder::field(1, ZipBuilder::u64(9'000'000'000) + ZipBuilder::u64(0));
-                }),
-                QStringLiteral("The archive holds more than can be unpacked."));
+        ZipBuilder builder;
+        for (int link = 0; link < 5000; ++link)
+            builder.entries.append(ZipEntry::link("l" + QByteArray::number(link), "a"));
+        QCOMPARE(Unpacker().check(builder).problems, QString());
+        builder.entries.append(ZipEntry::link("another", "a"));
+        refuses(builder.bytes(), u"The archive holds too many links."_s);
     }
 
     void theLineSaysNothingThatATerminalWouldObey()
     {
-        const auto problems = refuses(ZipBuilder { file("\x1b[31m\x07\nred\xff") }.bytes(), cannotBeTrusted);
+        const QString problems = refuses(ZipBuilder { file("\x1b[31m\x07\nred\xff") }.bytes(), untrusted);
         for (const QChar character : problems.trimmed())
             QVERIFY(character.isPrint());
-        QCOMPARE(problems.count(QLatin1Char('\n')), 1);
+        QCOMPARE(problems.count(u'\n'), 1);
     }
 
 private:
-    static ZipBuilder sound() { return { file("first"), file("second") }; }
-
-    /// A sound archive whose second member is changed.
-    static QByteArray with(const std::function<void(ZipEntry &)> &change)
+    static void addNames()
     {
-        ZipBuilder builder = sound();
-        change(builder.entries.last());
-        return builder.bytes();
+        const auto row = [](const char *what, const QByteArray &name) {
+            ZipEntry entry = name.endsWith('/') ? ZipEntry::folder(name) : file(name);
+            Rows { "a name", untrusted }.archive(what, { file("good"), entry });
+            entry.flags = 0;
+            Rows { "a name without the flag for UTF-8", untrusted }.archive(what, { file("good"), entry });
+        };
+        row("absolute", "/etc/evil");
+        row("only a slash", "/");
+        row("empty", "");
+        row("the parent", "../evil");
+        row("the parent later on", "a/../../evil");
+        row("the parent within the folder", "a/../evil");
+        row("the parent at the end", "a/..");
+        row("the parent as a folder", "../");
+        row("the folder itself", "./");
+        row("a dot in front", "./evil");
+        row("a dot in the middle", "a/./evil");
+        row("an empty part", "a//evil");
+        row("two slashes at the end", "a//");
+        row("a backslash", "..\\evil");
+        row("a drive", "C:\\evil");
+        row("a line feed", "a\nb");
+        row("an escape", "a\x1b[2Jb");
+        row("a delete", "a\x7f");
+        row("a C1 control", "a\xc2\x9b");
+        row("a NUL", QByteArray("a\0b", 3));
+        row("a long part", QByteArray(256, 'a'));
+        row("a long name", QByteArray("abcdefghi/").repeated(103) + "evil");
+        row("not UTF-8", "a\xff");
+        row("UTF-8 in too long a form",
+            "..\xc0\xaf"
+            "evil");
+        row("half a character", "a\xc3");
+        row("a surrogate", "a\xed\xa0\x80");
+        row("the parent to HFS+", "a/.\xe2\x80\x8d./evil");
+        row("nothing to HFS+", "a/\xe2\x80\x8c/evil");
     }
+
+    static void addMembersThatCannotStandBesideEachOther()
+    {
+        const Rows both { "two members", untrusted };
+        const auto files = [both](const char *what, const QByteArray &one, const QByteArray &other) {
+            both.archive(what, { file(one), file(other) });
+        };
+        files("a file twice", "a", "a");
+        files("in another letter case", "Readme", "README");
+        files("in another letter case beyond ASCII", "\xc3\xa4", "\xc3\x84");
+        files("in another normal form", "\xc3\xa4", "a\xcc\x88");
+        files("letters that fold to one", "K", "\xe2\x84\xaa");
+        files("a letter that folds to two",
+              "stra\xc3\x9f"
+              "e",
+              "STRASSE");
+        files("in another letter case and normal form", "\xc3\x84", "a\xcc\x88");
+        files("folders in another normal form", "\xc3\xa4/a", "a\xcc\x88/b");
+        files("folders in another letter case", "Data/a", "data/b");
+        files("below a file", "a", "a/b");
+        files("a file where others lie", "a/b", "a");
+        files("with a character that HFS+ ignores", "Readme",
+              "Read\xe2\x80\x8c"
+              "me");
+        files("with a byte order mark, which HFS+ ignores", "\xef\xbb\xbfReadme", "Readme");
+        both.archive("a folder twice", { ZipEntry::folder("a/"), ZipEntry::folder("a/") });
+        both.archive("a folder as a member and in a name", { ZipEntry::folder("Data/"), file("data/b") });
+        both.archive("a file and a folder", { file("a"), ZipEntry::folder("a/") });
+        both.archive("a folder and a file", { ZipEntry::folder("a/"), file("a") });
+        const ZipEntry link = ZipEntry::link("a", "b");
+        both.archive("a link twice", { link, link });
+        both.archive("below a link", { link, file("a/evil") });
+        both.archive("below a link in another letter case", { link, file("A/evil") });
+        both.archive("a link where others lie", { file("a/evil"), link });
+        both.archive("a link and a file", { link, file("a") });
+        const ZipEntry renamed = withUnicodeName(file("a"), "b");
+        both.archive("one stored name and two others", { renamed, withUnicodeName(file("a"), "c") });
+        both.archive("a stored name that is another one's Unicode name",
+                     { renamed, withUnicodeName(file("c"), "a") });
+        both.archive("a stored name that is another one's only name", { renamed, file("A") });
+        both.archive("a stored name below a link", { link, withUnicodeName(file("a/c"), "d") });
+    }
+
+    static void addLinks()
+    {
+        const Rows rows { "a link", u"the link"_s };
+        const auto link = [rows](const char *what, const QByteArray &target) {
+            rows.entry(what, ZipEntry::link("a", target));
+        };
+        link("absolute", "/etc/passwd");
+        link("the parent", "..");
+        link("in and out again", "b/../../x");
+        link("empty", "");
+        link("with a NUL", QByteArray("b\0/../..", 8));
+        link("with a line feed", "b\nc");
+        link("longer than any path", QByteArray(1025, 'b'));
+        rows.entry("the parent of a sub-folder's parent", ZipEntry::link("d/a", "../../x"));
+        rows.archive("through another link",
+                     { ZipEntry::link("deep/down/a", "../.."), ZipEntry::link("b", "deep/down/a/../x") });
+        rows.archive("in a circle", { ZipEntry::link("a", "b"), ZipEntry::link("b", "a") });
+        rows.entry("packed", changed(ZipEntry::link("a", "../../../../../../../../../../etc"), pack));
+        rows.entry("in pieces", linkInPieces("a", "abc", "/../../../../../etc/passwd"));
+        rows.archive("where only some readers make it",
+                     { withUnicodeName(ZipEntry::link("a", "../b"), "deep/a"), file("b") });
+        rows.entry("made by a writer on another system",
+                   { .name = "a", .content = "/etc", .mode = 0120777, .writersSystem = 0 });
+        rows.archive("adding up to an endless path", linksThatAddUp());
+        Rows { "a link", damaged }.entry("with a wrong checksum",
+                                         { .name = "a", .content = "b", .mode = 0120777, .crc = 1 });
+    }
+
+    static void addTypes()
+    {
+        const auto row = [](const char *what, quint32 mode) {
+            for (const quint8 system : std::initializer_list<quint8> { 3, 0, 19 }) { // Unix, DOS, macOS
+                Rows { "a type, from system " + QByteArray::number(system), untrusted }.archive(
+                    what,
+                    { file("first"),
+                      { .name = "second", .content = "x", .mode = mode, .writersSystem = system } });
+            }
+        };
+        row("a FIFO", 0010644);
+        row("a character device", 0020644);
+        row("a block device", 0060644);
+        row("a socket", 0140644);
+        row("an unknown type", 0170644);
+        row("a folder without a slash", 0040755);
+        const Rows folder { "a folder", untrusted };
+        folder.entry("with the type of a file", { .name = "a/", .mode = 0100644 });
+        folder.entry("with the type of a link", { .name = "a/", .mode = 0120777 });
+        folder.entry("with a content", { .name = "a/", .content = "content", .mode = 0040755 });
+    }
+
+    static void addContradictions()
+    {
+        const Rows rows { "headers", untrusted };
+        rows.second("another name", [](ZipEntry &entry) { entry.localName = "evil"; });
+        rows.second("a name of another length", [](ZipEntry &entry) { entry.localName = "../evil"; });
+        rows.second("other flags", [](ZipEntry &entry) { entry.localFlags = 0; });
+        rows.second("another method", [](ZipEntry &entry) { entry.localMethod = ZipEntry::deflated; });
+        rows.second("another checksum", [](ZipEntry &entry) { entry.localCrc = 1; });
+        rows.second("another size", [](ZipEntry &entry) { entry.localSize = 1; });
+        rows.second("another packed size", [](ZipEntry &entry) { entry.localPackedSize = 1; });
+        rows.second("two sizes of what is not packed", [](ZipEntry &entry) { entry.size = 1; });
+        rows.second("no size in front and none behind", [](ZipEntry &entry) { entry.localSize = 0; });
+        rows.second("another name in the Unicode field in front of the data",
+                    [](ZipEntry &entry) { entry.localExtra = ZipBuilder::unicodeName(entry.name, "evil"); });
+        rows.second("a Unicode field for another name", [](ZipEntry &entry) {
+            entry.extra = entry.localExtra = ZipBuilder::unicodeName("another", "evil");
+        });
+        rows.second("a Unicode name that leads out",
+                    [](ZipEntry &entry) { entry = withUnicodeName(entry, "../evil"); });
+        const auto stored = [rows](const char *what, const QByteArray &name) {
+            rows.archive(what, { file("first"), withUnicodeName(file(name), "good.txt") });
+        };
+        stored("a stored name that leads out", "../evil.txt");
+        stored("a stored name that is absolute", "/evil.txt");
+        stored("a stored name with a backslash", "..\\evil.txt");
+        stored("a stored name of a folder for a file", "evil/");
+        rows.second("a file that DOS takes for a folder",
+                    [](ZipEntry &entry) { entry.attributes = quint32(0100644) << 16 | 0x10; });
+        rows.second("a field twice", [](ZipEntry &entry) {
+            entry.extra = ZipBuilder::field(1, ZipBuilder::u64(1)) + ZipBuilder::field(1, ZipBuilder::u64(2));
+        });
+        rows.second("an empty file with a checksum", [](ZipEntry &entry) {
+            entry.content.clear();
+            entry.crc = 1;
+        });
+    }
+
+    static void addHiddenBytes()
+    {
+        const Rows rows { "hidden bytes and overlaps" };
+        rows.second("between two members", [](ZipEntry &entry) { entry.before = "hidden"; });
+        rows.second("behind a member", [](ZipEntry &entry) { entry.after = "hidden"; });
+        rows.second("behind a member, as long as sizes would be",
+                    [](ZipEntry &entry) { entry.after = QByteArray(16, 'x'); });
+        rows.second("sizes that follow and are others", [](ZipEntry &entry) {
+            entry.flags |= 8;
+            entry.after = ZipBuilder::descriptor("other content", entry.content.size());
+        });
+        rows.second("sizes that follow with more behind them", [](ZipEntry &entry) {
+            entry.flags |= 8;
+            entry.after = ZipBuilder::descriptor(entry.content, entry.content.size()) + "x";
+        });
+        rows.second("sizes that should follow and do not", [](ZipEntry &entry) { entry.flags |= 8; });
+        rows.second("a member on top of the first", [](ZipEntry &entry) { entry.offset = 0; });
+        rows.second("a member inside the first", [](ZipEntry &entry) { entry.offset = 4; });
+        rows.second("a member that reaches into what follows", [](ZipEntry &entry) {
+            entry.size = entry.packedSize = static_cast<quint32>(entry.content.size()) + 40;
+        });
+        rows.second("a member that ends early", [](ZipEntry &entry) { entry.size = entry.packedSize = 1; });
+        rows.second("a member behind the end", [](ZipEntry &entry) { entry.offset = 0x7fffffff; });
+        rows.second("a member on another disk", [](ZipEntry &entry) { entry.disk = 1; });
+        rows.second("an extra field that is cut off",
+                    [](ZipEntry &entry) { entry.extra = QByteArray("\1\0\xff\0", 4); });
+        rows.second("a large size that is missing", [](ZipEntry &entry) { entry.size = 0xffffffff; });
+
+        const QByteArray end = ZipBuilder().bytes();
+        const QByteArray other = ZipBuilder { file("evil") }.bytes();
+        const auto inFront = [rows](const char *what, const QByteArray &bytes) {
+            rows.whole(what, [bytes](ZipBuilder &builder) { builder.entries.first().before = bytes; });
+        };
+        inFront("in front of everything", "#!/bin/sh\n");
+        inFront("an end in front of everything", end);
+        inFront("another archive in front", other);
+        const auto bytes = [rows](const char *what, QByteArray ZipBuilder::*place, const QByteArray &hidden) {
+            rows.whole(what, [place, hidden](ZipBuilder &builder) { builder.*place = hidden; });
+        };
+        bytes("in front of the directory", &ZipBuilder::beforeDirectory, "hidden");
+        bytes("a member that is not listed", &ZipBuilder::beforeDirectory, QByteArray("PK\3\4", 4));
+        bytes("behind the directory", &ZipBuilder::afterDirectory, "hidden");
+        bytes("an end behind the directory", &ZipBuilder::afterDirectory, end);
+        bytes("behind the end", &ZipBuilder::afterEnd, "hidden");
+        bytes("another archive behind", &ZipBuilder::afterEnd, other);
+        bytes("an end in the comment", &ZipBuilder::comment, end);
+        bytes("an end in the comment that does not reach the end", &ZipBuilder::comment, end + "x");
+        bytes("another archive in the comment", &ZipBuilder::comment, other);
+
+        rows.whole("one member fewer than there are", [](ZipBuilder &builder) { builder.count = 1; });
+        rows.whole("one member more than there are", [](ZipBuilder &builder) { builder.count = 3; });
+        rows.whole("two counts", [](ZipBuilder &builder) { builder.countOnDisk = 1; });
+        rows.whole("a directory elsewhere", [](ZipBuilder &builder) { builder.directoryOffset = 0; });
+        rows.whole("a directory far away", [](ZipBuilder &builder) { builder.directoryOffset = 0x7fffffff; });
+        rows.whole("a shorter directory", [](ZipBuilder &builder) { builder.directorySize = 10; });
+        rows.whole("a longer directory", [](ZipBuilder &builder) { builder.directorySize = 0x7fffffff; });
+        rows.whole("a comment that is longer than the file",
+                   [](ZipBuilder &builder) { builder.commentSize = 9; });
+        rows.whole("several disks", [](ZipBuilder &builder) { builder.disk = 1; });
+
+        using Field = std::optional<quint64> ZipBuilder::*;
+        const auto large = [rows](const char *what, Field field, quint64 value) {
+            rows.whole(what, [field, value](ZipBuilder &builder) {
+                builder.isLarge = true;
+                builder.*field = value;
+            });
+        };
+        large("another count in the large end", &ZipBuilder::largeCount, 1);
+        large("a huge count", &ZipBuilder::largeCount, ~0ULL);
+        large("a large end elsewhere", &ZipBuilder::largePosition, 0);
+        large("a large end beyond everything", &ZipBuilder::largePosition, ~0ULL);
+        large("a large directory beyond everything", &ZipBuilder::largeDirectoryOffset, ~0ULL);
+        rows.whole("ends that contradict each other", [](ZipBuilder &builder) {
+            builder.isLarge = true;
+            builder.count = 1;
+        });
+    }
+
+    static void addFeatures()
+    {
+        const auto flags = [](const char *what, const QString &reason, quint16 value) {
+            Rows { "flags", reason }.second(what, [value](ZipEntry &entry) { entry.flags = value; });
+        };
+        const QString encrypted = u"The archive is encrypted: “second” cannot be read without a password."_s;
+        flags("encrypted in the old way", encrypted, 1);
+        flags("encrypted in the strong way", encrypted, 1 | 1 << 6);
+        flags("an encrypted directory", encrypted, 1 << 13);
+        flags("an unknown one", unusual, 1 << 5);
+        for (const int method : { 1, 6, 9, 12, 14, 20, 93, 95, 98, 99, 65535 }) {
+            Rows { "a method", unusual }.second(QByteArray::number(method), [method](ZipEntry &entry) {
+                entry.method = static_cast<quint16>(method);
+            });
+        }
+    }
+
+    static void addWhatIsNoArchive()
+    {
+        const Rows rows { "no zip archive" };
+        rows.bytes("nothing", {});
+        rows.bytes("a letter", "P");
+        rows.bytes("a page", QByteArray("<html>Not found</html>").repeated(100));
+        rows.bytes("a signature only", QByteArray("PK\5\6", 4));
+        rows.bytes("zero bytes", QByteArray(100000, '\0'));
+        rows.bytes("another format", QByteArray("\x1f\x8b\x08\0\0\0\0\0", 8).repeated(10));
+    }
+
+    static void addGrowth()
+    {
+        Rows { "a bomb", untrusted + u"it would grow beyond all measure."_s }.entry(
+            "in full", changed(ZipEntry::file("bomb", QByteArray(64 * 1024 * 1024, '\0')), pack));
+        Rows { "a bomb", u"The archive holds more than can be unpacked."_s }.second(
+            "by its headers", [](ZipEntry &entry) {
+                pack(entry);
+                entry.size = entry.localSize = 0xffffffff;
+                entry.extra = ZipBuilder::field(1, ZipBuilder::u64(9'000'000'000));
+                entry.localExtra = ZipBuilder::field(1, ZipBuilder::u64(9'000'000'000) + ZipBuilder::u64(0));
+            });
+    }
+
+    static void pack(ZipEntry &entry) { entry.method = ZipEntry::deflated; }
 
     /// Checks that the archive is refused with one line that contains `reason`, and that nothing was written
     /// anywhere. Returns the line.
     static QString refuses(const QByteArray &archive, const QString &reason)
     {
-        const TestHome home;
-        const QString zip = home.write(QStringLiteral("a/b/c/archive.zip"), archive);
-        const QString folder = home.filePath(QStringLiteral("a/b/c/folder"));
-        QDir().mkdir(folder);
-        const Unpacker result = Unpacker::unpack(zip, folder);
+        const Unpacker unpacker(u"a/b/c/"_s);
+        unpacker.write(archive);
+        QDir().mkdir(unpacker.folder());
+        const Unpacked result = Unpacker::run(unpacker.unpacking());
         [&] {
             QCOMPARE(result.status, 1);
             QVERIFY2(result.problems.contains(reason), qPrintable(result.problems));
-            QVERIFY2(result.problems.endsWith(QStringLiteral(".\n")), qPrintable(result.problems));
-            QCOMPARE(result.problems.count(QLatin1Char('\n')), 1);
+            QVERIFY2(result.problems.endsWith(u".\n"_s), qPrintable(result.problems));
+            QCOMPARE(result.problems.count(u'\n'), 1);
             QCOMPARE(result.output, QString());
-        }();
-
-        QStringList written;
-        QDirIterator everything(home.path(),
-                                QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                                QDirIterator::Subdirectories);
-        while (everything.hasNext())
-            written.append(QDir(home.path()).relativeFilePath(everything.next()));
-        written.sort();
-        [&] {
-            QCOMPARE(written,
-                     QStringList({ QStringLiteral("a"), QStringLiteral("a/b"), QStringLiteral("a/b/c"),
-                                   QStringLiteral("a/b/c/archive.zip"), QStringLiteral("a/b/c/folder") }));
+            QCOMPARE(
+                unpacker.everything(),
+                (QStringList { u"a"_s, u"a/b"_s, u"a/b/c"_s, u"a/b/c/archive.zip"_s, u"a/b/c/folder"_s }));
         }();
         return result.problems;
     }

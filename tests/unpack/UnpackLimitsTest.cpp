@@ -1,9 +1,7 @@
 #include "ArchiveCheck.h"
 #include "DeflateStream.h"
 #include "Strain.h"
-#include "TestHome.h"
 #include "Unpacker.h"
-#include "ZipBuilder.h"
 
 #ifdef __linux__
 #include <linux/filter.h>
@@ -19,6 +17,8 @@
 
 #include <functional>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr qint64 megabyte = 1024 * 1024;
@@ -31,21 +31,19 @@ struct Run {
     qint64 peakMemory = 0; // bytes; 0 where the system does not say
 };
 
+using Prepare = std::function<void()>;
+
 /// Peak memory of the process since its execve(), in bytes; 0 if unknown. The peak that wait4() reports also
 /// covers the time before: as much as the test itself uses.
 qint64 peakMemoryOf(pid_t process)
 {
-    QFile status(QStringLiteral("/proc/%1/status").arg(process));
-    if (!status.open(QIODevice::ReadOnly))
-        return 0;
-    const QByteArray text = status.readAll();
+    const QByteArray text = Unpacker::contentOf(u"/proc/%1/status"_s.arg(process));
     const QByteArray name = "VmHWM:";
     return text.mid(text.indexOf(name) + name.size()).trimmed().split(' ').first().toLongLong() * 1024;
 }
 
 /// Runs the program with its standard error going to `file`; calls `prepare` in the child before execve().
-Run run(
-    const QStringList &arguments, const QString &file, const std::function<void()> &prepare = [] {})
+Run run(const QStringList &arguments, const QString &file, const Prepare &prepare)
 {
     QList<QByteArray> words { Unpacker::program().toLocal8Bit() };
     for (const QString &argument : arguments)
@@ -88,10 +86,7 @@ Run run(
         return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
     };
     result.processorSeconds = seconds(usage.ru_utime) + seconds(usage.ru_stime);
-    QFile problems(file);
-    if (!problems.open(QIODevice::ReadOnly))
-        qFatal("What the program printed cannot be read.");
-    result.problems = QString::fromUtf8(problems.readAll());
+    result.problems = QString::fromUtf8(Unpacker::contentOf(file));
     return result;
 }
 
@@ -117,42 +112,46 @@ void letWritesTakeNothing()
 }
 #endif
 
-void letFilesGrowTo(qint64 bytes)
+/// Limits a resource of this process for good.
+void limit(decltype(RLIMIT_AS) resource, rlim_t most)
 {
-    const rlimit limit { static_cast<rlim_t>(bytes), static_cast<rlim_t>(bytes) };
-    ::setrlimit(RLIMIT_FSIZE, &limit);
+    const rlimit both { most, most };
+    ::setrlimit(resource, &both);
 }
 
-ZipEntry packed(const QByteArray &name, const QByteArray &content, const QByteArray &stream)
-{
-    ZipEntry entry = ZipEntry::file(name, content);
-    entry.method = ZipEntry::deflated;
-    entry.packed = stream;
-    return entry;
-}
+ZipEntry file(const QByteArray &name) { return ZipEntry::file(name, "x"); }
 
-QByteArray blocks(int count, const std::function<void(DeflateStream &, bool isLast)> &add)
+using Blocks = std::function<void(DeflateStream &, bool isLast)>;
+void stored(DeflateStream &stream, bool isLast) { stream.stored(QByteArray(), isLast); }
+void dynamic(DeflateStream &stream, bool isLast) { stream.emptyDynamic(isLast); }
+
+using Make = std::function<QByteArray()>;
+
+/// Archives of one member that consists of `count` blocks.
+Make ofBlocks(int count, const Blocks &add, quint32 mode = 0100644)
 {
-    DeflateStream stream;
-    for (int block = 1; block <= count; ++block)
-        add(stream, block == count);
-    return stream.bytes();
+    return [count, add, mode] {
+        DeflateStream stream;
+        for (int block = 1; block <= count; ++block)
+            add(stream, block == count);
+        const ZipEntry entry {
+            .name = "a", .method = ZipEntry::deflated, .mode = mode, .packed = stream.bytes()
+        };
+        return ZipBuilder { entry }.bytes();
+    };
 }
 
 /// An archive of about a megabyte that unpacks to 150 MB, not far below what its size allows.
-ZipBuilder growing()
+QByteArray growing()
 {
-    static const ZipBuilder builder = [] {
-        const QByteArray noughts(150 * megabyte, '\0');
-        ZipEntry entry = packed("a", {}, ZipBuilder::deflate(noughts));
-        entry.size = static_cast<quint32>(noughts.size());
-        entry.crc = ZipBuilder::crc32(noughts);
-        return ZipBuilder { entry, ZipEntry::file("b", QByteArray(megabyte * 3 / 4, 'x')) };
+    static const QByteArray archive = [] {
+        const ZipEntry zeros { .name = "a",
+                               .content = QByteArray(150 * megabyte, '\0'),
+                               .method = ZipEntry::deflated };
+        return ZipBuilder { zeros, ZipEntry::file("b", QByteArray(megabyte * 3 / 4, 'x')) }.bytes();
     }();
-    return builder;
+    return archive;
 }
-
-using Make = std::function<ZipBuilder()>;
 
 /// Archives of `count` members, each made by `make` from its number.
 Make numbered(int count, const std::function<ZipEntry(const QByteArray &number)> &make)
@@ -161,12 +160,13 @@ Make numbered(int count, const std::function<ZipEntry(const QByteArray &number)>
         ZipBuilder builder;
         for (int index = 0; index < count; ++index)
             builder.entries.append(make(QByteArray::number(index)));
-        return builder;
+        builder.isLarge = count > 0xffff;
+        return builder.bytes();
     };
 }
 
 /// A chain of links, each target starting with the link before it, and many that start with the last one.
-ZipBuilder linksAlongLongWays()
+QByteArray linksAlongLongWays()
 {
     ZipBuilder links;
     QByteArray target = QByteArray("a/").repeated(12) + "a";
@@ -178,7 +178,7 @@ ZipBuilder linksAlongLongWays()
     }
     for (int link = 0; link < 900; ++link)
         add("z" + QByteArray::number(link));
-    return links;
+    return links.bytes();
 }
 
 }
@@ -188,48 +188,43 @@ class UnpackLimitsTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { m_home = std::make_unique<TestHome>(); }
-    void cleanup() { m_home.reset(); }
+    void init() { m_unpacker.emplace(); }
+    void cleanup() { m_unpacker.reset(); }
 
     void memoryGrowsWithTheNumberOfMembersOnly_data()
     {
+        QTest::addColumn<int>("members");
         QTest::addColumn<Make>("make");
-        const auto row = [](const char *name, const Make &make) { QTest::newRow(name) << make; };
-        row("one", [] { return ZipBuilder { ZipEntry::file("a", "content") }; });
-        row("as many as there may be",
-            numbered(199'000, [](const QByteArray &number) { return ZipEntry::file(number, "x"); }));
-        row("with long names", numbered(50'000, [](const QByteArray &number) {
-                return ZipEntry::file(QByteArray("abcdefghi/").repeated(99) + number, "x");
-            }));
-        row("with names that are too long", numbered(2'000, [](const QByteArray &number) {
-                return ZipEntry::file(QByteArray(65'000, 'a') + number, "x");
-            }));
-        row("of folders in folders", numbered(380, [](const QByteArray &number) {
-                return ZipEntry::file(number + QByteArray("/a").repeated(509), "x");
-            }));
-        row("of links with long targets", numbered(5'000, [](const QByteArray &number) {
-                return ZipEntry::link(number, QByteArray("abcdefg/").repeated(128));
-            }));
-        row("with two names each", numbered(90'000, [](const QByteArray &number) {
-                ZipEntry entry = ZipEntry::file(number, "x");
-                entry.extra = entry.localExtra = ZipBuilder::field(
-                    0x7075, QByteArray(1, 1) + ZipBuilder::u32(ZipBuilder::crc32(number)) + "u" + number);
-                return entry;
-            }));
-        row("that grows as far as it may", growing);
+        using Number = const QByteArray &;
+        const auto row = [](const char *name, int count, const std::function<ZipEntry(Number)> &make) {
+            QTest::newRow(name) << count << numbered(count, make);
+        };
+        row("one", 1, file);
+        row("as many as there may be", 199'000, file);
+        row("with long names", 25'000,
+            [](Number number) { return file(QByteArray("abcdefghi/").repeated(99) + number); });
+        row("with names that are too long", 1'000,
+            [](Number number) { return file(QByteArray(65'000, 'a') + number); });
+        row("of folders in folders", 380,
+            [](Number number) { return file(number + QByteArray("/a").repeated(509)); });
+        row("of links with long targets", 5'000,
+            [](Number number) { return ZipEntry::link(number, QByteArray("abcdefg/").repeated(128)); });
+        row("with two names each", 90'000, [](Number number) {
+            const QByteArray other = ZipBuilder::unicodeName(number, "u" + number);
+            return ZipEntry { .name = number, .content = "x", .extra = other, .localExtra = other };
+        });
+        QTest::newRow("that grows as far as it may") << 2 << Make(growing);
     }
 
     void memoryGrowsWithTheNumberOfMembersOnly()
     {
         if (programsTakeMoreHere())
             QSKIP("A sanitizer's own memory is not ours to judge.");
+        QFETCH(int, members);
         QFETCH(Make, make);
-        ZipBuilder builder = make();
-        builder.isLarge = builder.entries.size() > 0xffff;
-        const Run checked = runUnpacker({ QStringLiteral("--check"), write(builder.bytes()) });
-        const qint64 most = 24 * megabyte + 200 * builder.entries.size();
-        QVERIFY2(checked.peakMemory <= most,
-                 qPrintable(QStringLiteral("%1 of %2 bytes").arg(checked.peakMemory).arg(most)));
+        const qint64 peak = check(make()).peakMemory;
+        const qint64 most = 24 * megabyte + 200 * members;
+        QVERIFY2(peak <= most, qPrintable(u"%1 of %2 bytes"_s.arg(peak).arg(most)));
     }
 
     void anArchiveOfAMegabyteIsJudgedWithinASecond_data()
@@ -237,17 +232,9 @@ private Q_SLOTS:
         QTest::addColumn<Make>("make");
         const auto row = [](const char *name, const Make &make) { QTest::newRow(name) << make; };
         row("links along long ways", linksAlongLongWays);
-        const auto stored = [](DeflateStream &stream, bool isLast) { stream.stored(QByteArray(), isLast); };
-        const auto dynamic = [](DeflateStream &stream, bool isLast) { stream.emptyDynamic(isLast); };
-        row("blocks that hold nothing",
-            [stored] { return ZipBuilder { packed("a", {}, blocks(200'000, stored)) }; });
-        row("blocks that hold nothing but their codes",
-            [dynamic] { return ZipBuilder { packed("a", {}, blocks(90'000, dynamic)) }; });
-        row("blocks that hold nothing, of a link", [dynamic] {
-            ZipEntry link = packed("a", {}, blocks(90'000, dynamic));
-            link.mode = 0120777;
-            return ZipBuilder { link };
-        });
+        row("blocks that hold nothing", ofBlocks(200'000, stored));
+        row("blocks that hold nothing but their codes", ofBlocks(90'000, dynamic));
+        row("blocks that hold nothing, of a link", ofBlocks(90'000, dynamic, 0120777));
         row("as much growth as there may be", growing);
         row("many members",
             numbered(9'000, [](const QByteArray &number) { return ZipEntry::file(number, {}); }));
@@ -262,9 +249,9 @@ private Q_SLOTS:
     void anArchiveOfAMegabyteIsJudgedWithinASecond()
     {
         QFETCH(Make, make);
-        const QByteArray archive = make().bytes();
+        const QByteArray archive = make();
         QVERIFY2(archive.size() <= megabyte && archive.size() > megabyte / 2, "It is not about a megabyte.");
-        const Run checked = runUnpacker({ QStringLiteral("--check"), write(archive) });
+        const Run checked = check(archive);
         QVERIFY(WIFEXITED(checked.status));
         const double most = programsTakeMoreHere() ? 20 : 1;
         QVERIFY2(checked.processorSeconds < most, qPrintable(QString::number(checked.processorSeconds)));
@@ -272,13 +259,11 @@ private Q_SLOTS:
 
     void aFileThatGrowsBeyondTheSystemsLimitIsAProblem()
     {
-        const QString zip = write(ZipBuilder { ZipEntry::file("game/first", "sound"),
-                                               ZipEntry::file("game/a", QByteArray(2 * megabyte, 'x')) }
-                                      .bytes());
-        const Run unpacked = runUnpacker(unpacking(zip), [] { letFilesGrowTo(megabyte); });
-        QVERIFY(WIFEXITED(unpacked.status));
-        QCOMPARE(unpacked.problems, QStringLiteral("“game/a” could not be written: File too large.\n"));
-        QVERIFY(isEmpty(folder()));
+        const Run unpacked
+            = unpack({ file("game/first"), ZipEntry::file("game/a", QByteArray(2 * megabyte, 'x')) },
+                     [] { limit(RLIMIT_FSIZE, megabyte); });
+        QCOMPARE(unpacked.problems, u"“game/a” could not be written: File too large.\n"_s);
+        QVERIFY(m_unpacker->leftNothing());
     }
 
     void aWriteThatTakesNothingIsAProblem()
@@ -288,12 +273,9 @@ private Q_SLOTS:
 #else
         if (programsTakeMoreHere())
             QSKIP("A sanitizer writes into pipes of its own.");
-        const QString zip = write(ZipBuilder { ZipEntry::file("game/a", "content") }.bytes());
-        const Run unpacked = runUnpacker(unpacking(zip), letWritesTakeNothing);
-        QVERIFY(WIFEXITED(unpacked.status));
-        QCOMPARE(unpacked.problems,
-                 QStringLiteral("“game/a” could not be written: the disk took nothing of it.\n"));
-        QVERIFY(isEmpty(folder()));
+        const Run unpacked = unpack({ file("game/a") }, letWritesTakeNothing);
+        QCOMPARE(unpacked.problems, u"“game/a” could not be written: the disk took nothing of it.\n"_s);
+        QVERIFY(m_unpacker->leftNothing());
 #endif
     }
 
@@ -301,19 +283,15 @@ private Q_SLOTS:
     {
         if (programsTakeMoreHere())
             QSKIP("A sanitizer reserves more memory than any limit leaves.");
-        const QString zip = write(ZipBuilder { ZipEntry::file("game/a", "content") }.bytes());
-        const auto sentence = QStringLiteral("There is not enough memory to read the archive.\n");
+        const QByteArray archive = ZipBuilder { file("game/a") }.bytes();
         bool isSeen = false;
         // Between what the loader needs and what is enough, the program runs out of it by itself.
-        for (rlim_t limit = 32 * megabyte; limit < 256 * megabyte; limit += megabyte / 8) {
-            const Run checked = runUnpacker({ QStringLiteral("--check"), zip }, [limit] {
-                const rlimit memory { limit, limit };
-                ::setrlimit(RLIMIT_AS, &memory);
-            });
+        for (rlim_t most = 32 * megabyte; most < 256 * megabyte; most += megabyte / 8) {
+            const Run checked = check(archive, [most] { limit(RLIMIT_AS, most); });
             if (WIFEXITED(checked.status) && WEXITSTATUS(checked.status) == 0)
                 break;
-            QVERIFY2(!checked.problems.contains(QStringLiteral("bad_alloc")), qPrintable(checked.problems));
-            isSeen = isSeen || checked.problems == sentence;
+            QVERIFY2(!checked.problems.contains(u"bad_alloc"_s), qPrintable(checked.problems));
+            isSeen = isSeen || checked.problems == u"There is not enough memory to read the archive.\n"_s;
         }
         if (!isSeen)
             QSKIP("No limit here lies between what the loader needs and what is enough.");
@@ -323,26 +301,21 @@ private Q_SLOTS:
     {
         if (programsTakeMoreHere())
             QSKIP("A sanitizer opens pipes of its own.");
-        const QString zip = write(ZipBuilder { ZipEntry::file("game/a", "content") }.bytes());
-        const QString kept = m_home->write(QStringLiteral("folder/kept"), "before");
-        const Run unpacked = runUnpacker(unpacking(zip), [] {
-            // Enough for the standard streams, the archive and the folder, but not for listing it.
-            const rlimit files { 5, 5 };
-            ::setrlimit(RLIMIT_NOFILE, &files);
-        });
-        QVERIFY(WIFEXITED(unpacked.status));
+        const QString kept = m_unpacker->home().write(u"folder/kept"_s, "before");
+        // Enough for the standard streams, the archive and the folder, but not for listing it.
+        const Run unpacked = unpack({ file("game/a") }, [] { limit(RLIMIT_NOFILE, 5); });
         QCOMPARE(unpacked.problems,
-                 QStringLiteral("“%1” could not be listed: Too many open files.\n").arg(folder()));
+                 u"“%1” could not be listed: Too many open files.\n"_s.arg(m_unpacker->folder()));
         QVERIFY(QFileInfo::exists(kept));
-        QVERIFY(!QFileInfo::exists(folder() + QStringLiteral("/game")));
+        QVERIFY(!QFileInfo::exists(m_unpacker->unpacked(u"game"_s)));
     }
 
     void anArchiveThatIsShortenedWhileItIsReadIsAProblem()
     {
-        const QByteArray whole
-            = numbered(1'000, [](const QByteArray &number) { return ZipEntry::file(number, "x"); })().bytes();
+        const QByteArray whole = numbered(1'000, file)();
+        const QString zip = m_unpacker->archive();
         for (qsizetype size = 0; size < whole.size(); size += 997) {
-            const QString zip = write(whole);
+            m_unpacker->write(whole);
             const ArchiveFile file(zip.toStdString());
             QCOMPARE(::truncate(qPrintable(zip), static_cast<off_t>(size)), 0);
             std::string problem;
@@ -358,24 +331,24 @@ private Q_SLOTS:
 private:
     static bool programsTakeMoreHere() { return !Strain::isMeasurable(); }
 
-    static bool isEmpty(const QString &folder)
+    Run check(
+        const QByteArray &archive, const Prepare &prepare = [] {}) const
     {
-        return QDir(folder).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+        m_unpacker->write(archive);
+        return run(m_unpacker->checking(), problems(), prepare);
     }
 
-    QString folder() const { return m_home->filePath(QStringLiteral("folder")); }
-    QString write(const QByteArray &archive) const { return m_home->write(QStringLiteral("a.zip"), archive); }
-    Run runUnpacker(
-        const QStringList &arguments, const std::function<void()> &prepare = [] {}) const
+    Run unpack(const ZipBuilder &archive, const Prepare &prepare) const
     {
-        return run(arguments, m_home->filePath(QStringLiteral("problems")), prepare);
-    }
-    QStringList unpacking(const QString &zip) const
-    {
-        return { QStringLiteral("-x"), QStringLiteral("-k"), zip, folder() };
+        m_unpacker->write(archive.bytes());
+        const Run unpacked = run(m_unpacker->unpacking(), problems(), prepare);
+        [&] { QVERIFY(WIFEXITED(unpacked.status)); }();
+        return unpacked;
     }
 
-    std::unique_ptr<TestHome> m_home;
+    QString problems() const { return m_unpacker->home().filePath(u"problems"_s); }
+
+    std::optional<Unpacker> m_unpacker;
 };
 
 QTEST_GUILESS_MAIN(UnpackLimitsTest)

@@ -1,11 +1,7 @@
 #include "DeflateStream.h"
-#include "TestHome.h"
 #include "Unpacker.h"
-#include "ZipBuilder.h"
 
 #include <QDateTime>
-#include <QElapsedTimer>
-#include <QStandardPaths>
 
 #include <functional>
 
@@ -14,18 +10,20 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 class UnpackProgramTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { m_home = std::make_unique<TestHome>(); }
-    void cleanup() { m_home.reset(); }
+    void init() { m_unpacker.emplace(); }
+    void cleanup() { m_unpacker.reset(); }
 
     void aWrongCallSaysHowItIsCalled_data()
     {
         QTest::addColumn<QStringList>("arguments");
         const auto row = [](const char *name, const char *arguments) {
-            QTest::newRow(name) << QString::fromLatin1(arguments).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+            QTest::newRow(name) << QString::fromLatin1(arguments).split(u' ', Qt::SkipEmptyParts);
         };
         row("nothing", "");
         row("too few", "-x -k a");
@@ -41,7 +39,7 @@ private Q_SLOTS:
     void aWrongCallSaysHowItIsCalled()
     {
         QFETCH(QStringList, arguments);
-        const Unpacker result = Unpacker::run(arguments);
+        const Unpacked result = Unpacker::run(arguments);
         QCOMPARE(result.status, 1);
         QCOMPARE(result.problems,
                  QStringLiteral("usage: vantor-unpack -x -k ARCHIVE FOLDER\n"
@@ -50,63 +48,66 @@ private Q_SLOTS:
 
     void anArchiveIsUnpackedWithoutAWord()
     {
-        const Unpacker result = unpack({ ZipEntry::folder("game/"), ZipEntry::file("game/a", "content") });
+        const Unpacked result = unpack({ ZipEntry::folder("game/"), ZipEntry::file("game/a", "content") });
         QCOMPARE(result.problems, QString());
         QCOMPARE(result.output, QString());
         QCOMPARE(result.status, 0);
-        QCOMPARE(content(QStringLiteral("game/a")), QByteArray("content"));
+        QCOMPARE(content(u"game/a"_s), QByteArray("content"));
     }
 
     void theFolderMayExistAlready()
     {
         QDir().mkpath(folder());
         QCOMPARE(unpack({ ZipEntry::file("a", "content") }).status, 0);
-        QCOMPARE(content(QStringLiteral("a")), QByteArray("content"));
+        QCOMPARE(content(u"a"_s), QByteArray("content"));
     }
 
-    void aMissingArchiveIsAProblem()
+    void whatIsNoFileIsNoArchive_data()
     {
-        const Unpacker result = Unpacker::unpack(m_home->filePath(QStringLiteral("none.zip")), folder());
+        QTest::addColumn<QString>("archive");
+        QTest::addColumn<QString>("problem");
+        QTest::newRow("nothing") << u"none.zip"_s
+                                 << u"The archive could not be opened: No such file or directory.\n"_s;
+        QTest::newRow("a folder") << u"."_s << u"The file is not a zip archive.\n"_s;
+        QTest::newRow("a pipe") << u"pipe"_s << u"The file is not a zip archive.\n"_s;
+    }
+
+    void whatIsNoFileIsNoArchive()
+    {
+        QFETCH(QString, archive);
+        const TestHome &home = m_unpacker->home();
+        QCOMPARE(mkfifo(qPrintable(home.filePath(u"pipe"_s)), 0600), 0);
+        const Unpacked result = Unpacker::run({ u"-x"_s, u"-k"_s, home.filePath(archive), folder() });
         QCOMPARE(result.status, 1);
-        QCOMPARE(result.problems,
-                 QStringLiteral("The archive could not be opened: No such file or directory.\n"));
+        QTEST(result.problems, "problem");
         QVERIFY(!QFileInfo::exists(folder()));
-    }
-
-    void aFolderIsNoArchive()
-    {
-        const Unpacker result = Unpacker::unpack(m_home->path(), folder());
-        QCOMPARE(result.status, 1);
-        QCOMPARE(result.problems, QStringLiteral("The file is not a zip archive.\n"));
     }
 
     void aFolderThatCannotBeMadeIsAProblem()
     {
-        m_home->write(QStringLiteral("folder"), "a file");
-        const Unpacker result = unpack({ ZipEntry::file("a", "content") });
+        m_unpacker->home().write(u"folder"_s, "a file");
+        const Unpacked result = unpack({ ZipEntry::file("a", "content") });
         QCOMPARE(result.status, 1);
-        QVERIFY2(result.problems.endsWith(QStringLiteral("could not be opened: Not a directory.\n")),
+        QVERIFY2(result.problems.endsWith(u"could not be opened: Not a directory.\n"_s),
                  qPrintable(result.problems));
     }
 
     void aFolderWithSomethingInItIsLeftAlone_data()
     {
         QTest::addColumn<QString>("name");
-        QTest::newRow("what the archive holds") << QStringLiteral("folder/a");
-        QTest::newRow("something else") << QStringLiteral("folder/b/c");
-        QTest::newRow("something hidden") << QStringLiteral("folder/.hidden");
+        QTest::newRow("what the archive holds") << u"folder/a"_s;
+        QTest::newRow("something else") << u"folder/b/c"_s;
+        QTest::newRow("something hidden") << u"folder/.hidden"_s;
     }
 
     void aFolderWithSomethingInItIsLeftAlone()
     {
         QFETCH(QString, name);
-        m_home->write(name, "before");
-        const Unpacker result = unpack({ ZipEntry::file("a", "content") });
+        const QString file = m_unpacker->home().write(name, "before");
+        const Unpacked result = unpack({ ZipEntry::file("a", "content") });
         QCOMPARE(result.status, 1);
-        QCOMPARE(result.problems, QStringLiteral("“%1” is not an empty folder.\n").arg(folder()));
-        QFile file(m_home->filePath(name));
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(file.readAll(), QByteArray("before"));
+        QCOMPARE(result.problems, u"“%1” is not an empty folder.\n"_s.arg(folder()));
+        QCOMPARE(Unpacker::contentOf(file), QByteArray("before"));
     }
 
     void modesAreThoseOfProgramsAndOfPlainFilesOnly_data()
@@ -127,14 +128,12 @@ private Q_SLOTS:
     void modesAreThoseOfProgramsAndOfPlainFilesOnly()
     {
         QFETCH(quint32, mode);
-        ZipEntry entry = ZipEntry::file("a", "content");
-        entry.mode = mode;
         const mode_t before = umask(077);
-        const Unpacker result = unpack({ entry });
+        const Unpacked result = unpack({ { .name = "a", .content = "content", .mode = mode } });
         umask(before);
         QCOMPARE(result.status, 0);
         struct stat info = {};
-        QCOMPARE(stat(qPrintable(folder() + QStringLiteral("/a")), &info), 0);
+        QCOMPARE(stat(qPrintable(m_unpacker->unpacked(u"a"_s)), &info), 0);
         QTEST(static_cast<int>(info.st_mode & 07777), "unpacked");
     }
 
@@ -143,8 +142,8 @@ private Q_SLOTS:
         QCOMPARE(unpack({ ZipEntry::link("game/link", "../other/a"), ZipEntry::file("other/a", "content") })
                      .status,
                  0);
-        QCOMPARE(content(QStringLiteral("game/link")), QByteArray("content"));
-        QVERIFY(QFileInfo(folder() + QStringLiteral("/game/link")).isSymLink());
+        QCOMPARE(content(u"game/link"_s), QByteArray("content"));
+        QVERIFY(QFileInfo(m_unpacker->unpacked(u"game/link"_s)).isSymLink());
     }
 
     void aFileIsWrittenAsItWasWhateverItsSize_data()
@@ -168,20 +167,21 @@ private Q_SLOTS:
         if (size == 0)
             packed.packed = QByteArray("\3\0", 2); // which Qt would not write
         QCOMPARE(unpack({ packed, ZipEntry::file("game/stored", bytes) }).status, 0);
-        QVERIFY(content(QStringLiteral("game/packed")) == bytes);
-        QVERIFY(content(QStringLiteral("game/stored")) == bytes);
+        QVERIFY(content(u"game/packed"_s) == bytes);
+        QVERIFY(content(u"game/stored"_s) == bytes);
     }
 
     void timesAreKept()
     {
-        ZipEntry entry = ZipEntry::file("game/a", "content");
         const qint64 time = 1'500'000'000;
-        entry.extra = ZipBuilder::field(0x5455, QByteArray(1, 1) + ZipBuilder::u32(time));
-        ZipEntry gameFolder = ZipEntry::folder("game/");
-        gameFolder.extra = entry.extra;
-        QCOMPARE(unpack({ gameFolder, entry, ZipEntry::link("game/link", "a") }).status, 0);
-        QCOMPARE(QFileInfo(folder() + QStringLiteral("/game/a")).lastModified().toSecsSinceEpoch(), time);
-        QCOMPARE(QFileInfo(folder() + QStringLiteral("/game")).lastModified().toSecsSinceEpoch(), time);
+        const QByteArray field = ZipBuilder::field(0x5455, QByteArray(1, 1) + ZipBuilder::u32(time));
+        QCOMPARE(unpack({ { .name = "game/", .mode = 0040755, .extra = field },
+                          { .name = "game/a", .content = "content", .extra = field },
+                          ZipEntry::link("game/link", "a") })
+                     .status,
+                 0);
+        QCOMPARE(modified(u"game/a"_s).toSecsSinceEpoch(), time);
+        QCOMPARE(modified(u"game"_s).toSecsSinceEpoch(), time);
     }
 
     void theHeadersTimeHoldsWithoutAnotherOne_data()
@@ -196,20 +196,14 @@ private Q_SLOTS:
     void theHeadersTimeHoldsWithoutAnotherOne()
     {
         QFETCH(QByteArray, extra);
-        ZipEntry entry = ZipEntry::file("a", "content");
-        entry.extra = extra;
-        QCOMPARE(unpack({ entry }).status, 0);
-        QCOMPARE(QFileInfo(folder() + QStringLiteral("/a")).lastModified(),
-                 QDateTime(QDate(2024, 1, 1), QTime(8, 0)));
+        QCOMPARE(unpack({ { .name = "a", .content = "content", .extra = extra } }).status, 0);
+        QCOMPARE(modified(u"a"_s), QDateTime(QDate(2024, 1, 1), QTime(8, 0)));
     }
 
     void aFileWithoutATimeHasThatOfItsUnpacking()
     {
-        ZipEntry entry = ZipEntry::file("a", "content");
-        entry.time = 0;
-        QCOMPARE(unpack({ entry }).status, 0);
-        const QDateTime modified = QFileInfo(folder() + QStringLiteral("/a")).lastModified();
-        QVERIFY(modified.secsTo(QDateTime::currentDateTime()) < 60);
+        QCOMPARE(unpack({ { .name = "a", .content = "content", .time = 0 } }).status, 0);
+        QVERIFY(modified(u"a"_s).secsTo(QDateTime::currentDateTime()) < 60);
     }
 
     void aFieldThatOnlyOthersKnowDoesNotChangeTheType()
@@ -219,88 +213,74 @@ private Q_SLOTS:
         entry.localExtra = ZipBuilder::field(
             0x6c78, QByteArray("\x05\x14\x03", 3) + ZipBuilder::u32(quint64(0120777) << 16));
         QCOMPARE(unpack({ entry }).status, 0);
-        QVERIFY(!QFileInfo(folder() + QStringLiteral("/a")).isSymLink());
-        QCOMPARE(content(QStringLiteral("a")), QByteArray("content"));
+        QVERIFY(!QFileInfo(m_unpacker->unpacked(u"a"_s)).isSymLink());
+        QCOMPARE(content(u"a"_s), QByteArray("content"));
     }
 
     void damagedDataIsAProblem_data()
     {
         QTest::addColumn<ZipEntry>("entry");
-        ZipEntry wrongChecksum = ZipEntry::file("a", "content");
-        wrongChecksum.crc = 1;
-        QTest::newRow("wrong checksum") << wrongChecksum;
-
-        ZipEntry packed = ZipEntry::file("a", QByteArray("content").repeated(1000));
-        packed.method = ZipEntry::deflated;
-        ZipEntry packedChecksum = packed;
-        packedChecksum.crc = 1;
-        QTest::newRow("wrong checksum, packed") << packedChecksum;
-        ZipEntry shorter = packed;
-        shorter.size = 7001;
-        QTest::newRow("shorter than it says") << shorter;
-        ZipEntry longer = packed;
-        longer.size = 6999;
-        QTest::newRow("longer than it says") << longer;
-        ZipEntry noise = packed;
-        noise.packed = QByteArray("\xff\xff\xff\xff noise");
-        QTest::newRow("no packed data at all") << noise;
-        ZipEntry cut = packed;
-        cut.packed = ZipBuilder::deflate(packed.content).chopped(4);
-        QTest::newRow("cut off") << cut;
-        ZipEntry more = packed;
-        more.packed = ZipBuilder::deflate(packed.content) + "more";
-        QTest::newRow("more behind the packed data") << more;
+        const auto row = [](const char *what, const ZipEntry &entry) { QTest::newRow(what) << entry; };
+        row("wrong checksum", { .name = "a", .content = "content", .crc = 1 });
+        const QByteArray content = QByteArray("content").repeated(1000);
+        const QByteArray data = ZipBuilder::deflate(content);
+        const auto packed = [&](const char *what, const std::function<void(ZipEntry &)> &change) {
+            ZipEntry entry { .name = "a", .content = content, .method = ZipEntry::deflated };
+            change(entry);
+            row(what, entry);
+        };
+        packed("wrong checksum, packed", [](ZipEntry &entry) { entry.crc = 1; });
+        packed("shorter than it says", [](ZipEntry &entry) { entry.size = 7001; });
+        packed("longer than it says", [](ZipEntry &entry) { entry.size = 6999; });
+        packed("no packed data at all", [](ZipEntry &entry) { entry.packed = "\xff\xff\xff\xff noise"; });
+        packed("cut off", [&data](ZipEntry &entry) { entry.packed = data.chopped(4); });
+        packed("more behind the packed data", [&data](ZipEntry &entry) { entry.packed = data + "more"; });
+        packed("wrong checksum behind the data", [&data](ZipEntry &entry) {
+            entry.flags |= 8;
+            entry.crc = 1;
+            entry.localCrc = entry.localSize = entry.localPackedSize = 0;
+            entry.after = QByteArray("PK\7\10", 4) + ZipBuilder::u32(1)
+                + ZipBuilder::u32(static_cast<quint64>(data.size())) + ZipBuilder::u32(7000);
+        });
 
         // Without the invalid part, the length and the checksum are right.
-        const auto broken = [&](const char *name, const std::function<void(DeflateStream &)> &breakIt) {
+        for (const int matches : { 1, 2 }) {
             DeflateStream stream;
             stream.beginFixed();
             stream.literals("abc");
-            breakIt(stream);
+            for (int match = 0; match < matches; ++match)
+                stream.match(4);
             stream.literals("def");
             stream.endBlock();
             stream.stored("ghi", true);
-            ZipEntry entry = ZipEntry::file("a", "abcdefghi");
-            entry.method = ZipEntry::deflated;
-            entry.packed = stream.bytes();
-            QTest::newRow(name) << entry;
-        };
-        broken("a match from before the beginning", [](DeflateStream &stream) { stream.match(4); });
-        broken("two matches from before the beginning", [](DeflateStream &stream) {
-            stream.match(4);
-            stream.match(4);
-        });
-
-        ZipEntry followed = packed;
-        followed.flags |= 8;
-        followed.crc = 1;
-        followed.localCrc = followed.localSize = followed.localPackedSize = 0;
-        const QByteArray data = ZipBuilder::deflate(packed.content);
-        followed.after = QByteArray("PK\7\10", 4) + ZipBuilder::u32(1)
-            + ZipBuilder::u32(static_cast<quint64>(data.size())) + ZipBuilder::u32(7000);
-        QTest::newRow("wrong checksum behind the data") << followed;
+            row(matches == 1 ? "a match from before the beginning" : "two matches from before the beginning",
+                { .name = "a",
+                  .content = "abcdefghi",
+                  .method = ZipEntry::deflated,
+                  .packed = stream.bytes() });
+        }
     }
 
     void damagedDataIsAProblem()
     {
         QFETCH(ZipEntry, entry);
         // After a sound file, which must not stay either.
-        const Unpacker result = unpack({ ZipEntry::file("game/first", "sound"), entry });
+        const Unpacked result = unpack({ ZipEntry::file("game/first", "sound"), entry });
         QCOMPARE(result.status, 1);
-        QVERIFY2(result.problems.contains(QStringLiteral("“a”")), qPrintable(result.problems));
-        QCOMPARE(result.problems.count(QLatin1Char('\n')), 1);
-        QVERIFY(isEmpty(folder()));
+        QVERIFY2(result.problems.contains(u"“a”"_s), qPrintable(result.problems));
+        QCOMPARE(result.problems.count(u'\n'), 1);
+        QVERIFY(m_unpacker->leftNothing());
     }
 
     void aCheckSaysNothingOfASoundArchiveAndWritesNothing()
     {
-        const Unpacker result = check({ ZipEntry::folder("game/"), ZipEntry::file("game/a", "content"),
-                                        ZipEntry::link("game/b", "a") });
+        const Unpacked result
+            = m_unpacker->check({ ZipEntry::folder("game/"), ZipEntry::file("game/a", "content"),
+                                  ZipEntry::link("game/b", "a") });
         QCOMPARE(result.problems, QString());
         QCOMPARE(result.output, QString());
         QCOMPARE(result.status, 0);
-        QCOMPARE(QDir(m_home->path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
-                 QStringList(QStringLiteral("archive.zip")));
+        QCOMPARE(m_unpacker->everything(), QStringList(u"archive.zip"_s));
     }
 
     void aCheckRefusesWhatUnpackingRefuses_data()
@@ -308,28 +288,17 @@ private Q_SLOTS:
         QTest::addColumn<ZipEntry>("entry");
         QTest::newRow("a name") << ZipEntry::file("../evil", "content");
         QTest::newRow("a link") << ZipEntry::link("a", "/etc");
-        ZipEntry damaged = ZipEntry::file("a", "content");
-        damaged.crc = 1;
-        QTest::newRow("data") << damaged;
+        QTest::newRow("data") << ZipEntry { .name = "a", .content = "content", .crc = 1 };
     }
 
     void aCheckRefusesWhatUnpackingRefuses()
     {
         QFETCH(ZipEntry, entry);
-        const Unpacker checked = check({ entry });
-        const Unpacker unpacked = unpack({ entry });
+        const Unpacked checked = m_unpacker->check({ entry });
+        const Unpacked unpacked = unpack({ entry });
         QCOMPARE(checked.status, 1);
         QCOMPARE(checked.problems, unpacked.problems);
-        QCOMPARE(checked.problems.count(QLatin1Char('\n')), 1);
-    }
-
-    void aPipeIsNoArchive()
-    {
-        const QString pipe = m_home->filePath(QStringLiteral("pipe"));
-        QCOMPARE(mkfifo(qPrintable(pipe), 0600), 0);
-        const Unpacker result = Unpacker::unpack(pipe, folder());
-        QCOMPARE(result.status, 1);
-        QCOMPARE(result.problems, QStringLiteral("The file is not a zip archive.\n"));
+        QCOMPARE(checked.problems.count(u'\n'), 1);
     }
 
     void namesAreUtf8WhateverTheEnvironmentSays_data()
@@ -345,44 +314,39 @@ private Q_SLOTS:
         QFETCH(QByteArray, locale);
         const QByteArray before = qgetenv("LC_ALL");
         qputenv("LC_ALL", locale);
-        const Unpacker result = unpack({ ZipEntry::file("\xc3\x9cn\xc3\xaf/\xf0\x9f\x8e\xae", "content") });
+        const Unpacked result = unpack({ ZipEntry::file("\xc3\x9cn\xc3\xaf/\xf0\x9f\x8e\xae", "content") });
         before.isNull() ? qunsetenv("LC_ALL") : qputenv("LC_ALL", before);
         QCOMPARE(result.problems, QString());
-        QCOMPARE(content(QStringLiteral("Ünï/🎮")), QByteArray("content"));
+        QCOMPARE(content(u"Ünï/🎮"_s), QByteArray("content"));
+    }
+
+    void aRequestToEndIsFollowedAtOnce_data()
+    {
+        QTest::addColumn<bool>("unpacks");
+        QTest::addColumn<bool>("wasIgnored");
+        QTest::newRow("while it unpacks") << true << false;
+        QTest::newRow("while it checks") << false << false;
+        QTest::newRow("where requests were ignored before") << true << true;
     }
 
     void aRequestToEndIsFollowedAtOnce()
     {
-        QProcess process;
-        startOnALargeArchive(process);
-        QTRY_VERIFY(QFileInfo::exists(folder() + QStringLiteral("/large")));
-        process.terminate();
-        QVERIFY(process.waitForFinished(5000));
-        QCOMPARE(process.exitStatus(), QProcess::CrashExit);
-        QCOMPARE(process.exitCode(), SIGTERM);
-    }
-
-    void aRequestToEndIsFollowedDuringTheCheckToo()
-    {
+        QFETCH(bool, unpacks);
+        QFETCH(bool, wasIgnored);
         writeLargeArchive();
         QProcess process;
-        process.start(Unpacker::program(), { QStringLiteral("--check"), archive() });
-        QTRY_VERIFY(hasOpen(process.processId(), archive()));
+        signal(SIGTERM, wasIgnored ? SIG_IGN : SIG_DFL);
+        process.start(Unpacker::program(), unpacks ? m_unpacker->unpacking() : m_unpacker->checking());
+        const bool hasStarted = process.waitForStarted();
+        signal(SIGTERM, SIG_DFL);
+        QVERIFY(hasStarted);
+        if (unpacks)
+            QTRY_VERIFY(QFileInfo::exists(large()));
+        else
+            QTRY_VERIFY(hasOpen(process.processId(), m_unpacker->archive()));
         process.terminate();
         QVERIFY(process.waitForFinished(5000));
         QCOMPARE(process.exitStatus(), QProcess::CrashExit);
-        QCOMPARE(process.exitCode(), SIGTERM);
-    }
-
-    void aRequestToEndIsFollowedEvenWhereItWasIgnoredBefore()
-    {
-        signal(SIGTERM, SIG_IGN);
-        QProcess process;
-        startOnALargeArchive(process);
-        signal(SIGTERM, SIG_DFL);
-        QTRY_VERIFY(QFileInfo::exists(folder() + QStringLiteral("/large")));
-        process.terminate();
-        QVERIFY(process.waitForFinished(5000));
         QCOMPARE(process.exitCode(), SIGTERM);
     }
 
@@ -391,25 +355,25 @@ private Q_SLOTS:
         // A shell starts it, prints its process id and is killed.
         writeLargeArchive();
         QProcess shell;
-        shell.start(QStringLiteral("/bin/sh"),
-                    { QStringLiteral("-c"), QStringLiteral("\"$1\" -x -k \"$2\" \"$3\" & echo $!; wait"),
-                      QStringLiteral("sh"), Unpacker::program(), archive(), folder() });
+        shell.start(u"/bin/sh"_s,
+                    { u"-c"_s, u"\"$1\" -x -k \"$2\" \"$3\" & echo $!; wait"_s, u"sh"_s, Unpacker::program(),
+                      m_unpacker->archive(), folder() });
         QVERIFY(shell.waitForReadyRead());
         const auto unpacker = static_cast<pid_t>(shell.readLine().trimmed().toInt());
-        QTRY_VERIFY(QFileInfo::exists(folder() + QStringLiteral("/large")));
+        QTRY_VERIFY(QFileInfo::exists(large()));
         QCOMPARE(kill(unpacker, 0), 0);
         shell.kill();
         QVERIFY(shell.waitForFinished());
         QTRY_VERIFY2_WITH_TIMEOUT(isGone(unpacker), "The unpacker outlived the program that started it.",
                                   2000);
-        const qint64 written = QFileInfo(folder() + QStringLiteral("/large")).size();
+        const qint64 written = QFileInfo(large()).size();
         QVERIFY2(written < largeSize, "It was not stopped but had finished.");
     }
 
     void nothingIsUnpackedForAProgramThatEndedBeforeTheUnpackerBegan()
     {
         // All that is left of that program is a pipe without a reader.
-        m_home->write(QStringLiteral("archive.zip"), ZipBuilder { ZipEntry::file("a", "content") }.bytes());
+        m_unpacker->write(ZipBuilder { ZipEntry::file("a", "content") }.bytes());
         int output[2] = {};
         QCOMPARE(::pipe(output), 0);
         for (const int end : output)
@@ -417,8 +381,7 @@ private Q_SLOTS:
         ::close(output[0]);
         QProcess process;
         process.setChildProcessModifier([&output] { ::dup2(output[1], STDOUT_FILENO); });
-        process.start(Unpacker::program(),
-                      { QStringLiteral("-x"), QStringLiteral("-k"), archive(), folder() });
+        process.start(Unpacker::program(), m_unpacker->unpacking());
         ::close(output[1]);
         QVERIFY(process.waitForFinished());
         QCOMPARE(process.exitCode(), 1);
@@ -427,59 +390,40 @@ private Q_SLOTS:
 
 private:
     static constexpr qint64 largeSize = 1000LL * 1024 * 1024;
-    static constexpr quint32 largeChecksum = 0x64e9d068; // CRC-32 of that many zero bytes
-
-    static bool isEmpty(const QString &folder)
-    {
-        return QDir(folder).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
-    }
 
     static bool isGone(pid_t process)
     {
         // Its new parent may not have reaped it yet.
-        QFile status(QStringLiteral("/proc/%1/stat").arg(process));
+        QFile status(u"/proc/%1/stat"_s.arg(process));
         return !status.open(QIODevice::ReadOnly) || status.readAll().contains(") Z ");
     }
 
     static bool hasOpen(qint64 process, const QString &path)
     {
-        const QDir open(QStringLiteral("/proc/%1/fd").arg(process));
+        const QDir open(u"/proc/%1/fd"_s.arg(process));
         const QFileInfoList files = open.entryInfoList(QDir::AllEntries | QDir::System);
         return std::any_of(files.begin(), files.end(),
                            [&path](const QFileInfo &file) { return file.symLinkTarget() == path; });
     }
 
-    QString archive() const { return m_home->filePath(QStringLiteral("archive.zip")); }
-    QString folder() const { return m_home->filePath(QStringLiteral("folder")); }
-
-    Unpacker unpack(const ZipBuilder &builder) const
+    QString folder() const { return m_unpacker->folder(); }
+    QString large() const { return m_unpacker->unpacked(u"large"_s); }
+    Unpacked unpack(const ZipBuilder &builder) const { return m_unpacker->unpack(builder); }
+    QByteArray content(const QString &name) const { return m_unpacker->content(name); }
+    QDateTime modified(const QString &name) const
     {
-        m_home->write(QStringLiteral("archive.zip"), builder.bytes());
-        return Unpacker::unpack(archive(), folder());
+        return QFileInfo(m_unpacker->unpacked(name)).lastModified();
     }
 
-    Unpacker check(const ZipBuilder &builder) const
-    {
-        m_home->write(QStringLiteral("archive.zip"), builder.bytes());
-        return Unpacker::run({ QStringLiteral("--check"), archive() });
-    }
-
-    QByteArray content(const QString &name) const
-    {
-        QFile file(folder() + QLatin1Char('/') + name);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
-
-    /// A sparse archive of one file: it takes a second to unpack, but next to no space on the disk.
+    /// A sparse archive of one file of zero bytes: it takes a second to unpack, but next to no space on the
+    /// disk.
     void writeLargeArchive() const
     {
-        ZipEntry entry = ZipEntry::file("large", QByteArray());
-        entry.packed = QByteArray();
-        entry.size = entry.packedSize = static_cast<quint32>(largeSize);
-        entry.crc = largeChecksum;
+        const auto size = static_cast<quint32>(largeSize);
+        const ZipEntry entry { .name = "large", .crc = 0x64e9d068, .size = size, .packedSize = size };
         const QByteArray frame = ZipBuilder { entry }.bytes();
         const qsizetype head = 30 + 5;
-        QFile file(archive());
+        QFile file(m_unpacker->archive());
         if (!file.open(QIODevice::WriteOnly) || file.write(frame.first(head)) != head
             || !file.resize(head + largeSize) || !file.seek(head + largeSize))
             qFatal("The large archive could not be written.");
@@ -488,16 +432,7 @@ private:
         file.write(tail);
     }
 
-    void startOnALargeArchive(QProcess &process) const
-    {
-        writeLargeArchive();
-        process.start(Unpacker::program(),
-                      { QStringLiteral("-x"), QStringLiteral("-k"), archive(), folder() });
-        if (!process.waitForStarted())
-            qFatal("The unpack program did not start.");
-    }
-
-    std::unique_ptr<TestHome> m_home;
+    std::optional<Unpacker> m_unpacker;
 };
 
 QTEST_GUILESS_MAIN(UnpackProgramTest)

@@ -1,35 +1,100 @@
 #pragma once
 
-#include <QCoreApplication>
-#include <QProcess>
-#include <QStringList>
+#include "TestHome.h"
+#include "ZipBuilder.h"
 
-/// Runs the unpack program to its end.
-struct Unpacker {
+#include <QCoreApplication>
+#include <QDirIterator>
+#include <QProcess>
+
+/// What the unpack program printed, and its exit status; -1 if a signal ended it.
+struct Unpacked {
     int status = -1;
     QString problems;
     QString output;
+};
 
+/// Runs the unpack program in a home of its own, with an archive and a folder to unpack into.
+class Unpacker final {
+public:
     static QString program()
     {
         return QCoreApplication::applicationDirPath() + QStringLiteral("/vantor-unpack");
     }
 
-    static Unpacker run(const QStringList &arguments)
+    static Unpacked run(const QStringList &arguments)
     {
         QProcess process;
         process.start(program(), arguments);
         if (!process.waitForFinished())
             qFatal("The unpack program did not end: %s", qPrintable(process.errorString()));
-        Unpacker result;
-        result.status = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-        result.problems = QString::fromUtf8(process.readAllStandardError());
-        result.output = QString::fromUtf8(process.readAllStandardOutput());
-        return result;
+        return { process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+                 QString::fromUtf8(process.readAllStandardError()),
+                 QString::fromUtf8(process.readAllStandardOutput()) };
     }
 
-    static Unpacker unpack(const QString &archive, const QString &folder)
+    /// The archive and the folder lie in the folder `place`, which ends with "/", of the home.
+    explicit Unpacker(const QString &place = QString())
+        : m_place(place)
     {
-        return run({ QStringLiteral("-x"), QStringLiteral("-k"), archive, folder });
     }
+
+    const TestHome &home() const { return m_home; }
+    QString archive() const { return m_home.filePath(m_place + QStringLiteral("archive.zip")); }
+    QString folder() const { return m_home.filePath(m_place + QStringLiteral("folder")); }
+    QStringList unpacking() const
+    {
+        return { QStringLiteral("-x"), QStringLiteral("-k"), archive(), folder() };
+    }
+    QStringList checking() const { return { QStringLiteral("--check"), archive() }; }
+
+    void write(const QByteArray &archive) const
+    {
+        m_home.write(m_place + QStringLiteral("archive.zip"), archive);
+    }
+
+    Unpacked unpack(const ZipBuilder &builder) const
+    {
+        write(builder.bytes());
+        return run(unpacking());
+    }
+
+    Unpacked check(const ZipBuilder &builder) const
+    {
+        write(builder.bytes());
+        return run(checking());
+    }
+
+    QString unpacked(const QString &name) const { return folder() + QLatin1Char('/') + name; }
+
+    /// The content of a file; empty if there is none.
+    static QByteArray contentOf(const QString &path)
+    {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+    QByteArray content(const QString &name) const { return contentOf(unpacked(name)); }
+
+    /// The path of everything in the home, relative to it and sorted.
+    QStringList everything() const
+    {
+        QStringList names;
+        QDirIterator entries(m_home.path(),
+                             QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                             QDirIterator::Subdirectories);
+        while (entries.hasNext())
+            names.append(QDir(m_home.path()).relativeFilePath(entries.next()));
+        names.sort();
+        return names;
+    }
+
+    /// Whether unpacking left nothing in the folder.
+    bool leftNothing() const
+    {
+        return QDir(folder()).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+    }
+
+private:
+    TestHome m_home;
+    QString m_place;
 };
