@@ -43,6 +43,7 @@ RUN_ELSEWHERE = {
     r"sudo apt-get install \./build/release/vantor-platformer_\*\.deb":
         ("tools/try-package", "$apt install --no-install-recommends /tmp/package.deb"),
     r"sudo apt-get purge vantor-platformer": ("tools/try-package", "$apt purge vantor-platformer "),
+    r"tools/render-states --docs": (".ci/run", "$(tools/render-states --docs)"),
     r"tools/set-up": ("test", "    tools/set-up\n"),
     r"tools/make-package": (".ci/run", "$(tools/make-package)"),
     r"git archive": ("tests/unpack/HonestArchivesTest.cpp", "git archive --format=zip"),
@@ -243,6 +244,11 @@ class Documents(unittest.TestCase):
         named = {code for document in DOCUMENTS for _, lines in document.blocks for code in lines}
         named |= {code for document in DOCUMENTS for code in document.codes}
         self.assertEqual(tools - inner - named, set())
+
+    def test_every_picture_is_shown_and_can_be_redrawn(self):
+        pictures = {file.stem for file in (PROJECT / "docs/pictures").iterdir()}
+        self.assertEqual(set(re.findall(r"\b([a-z-]+)-(?:light|dark)\b", content("tools/render-states"))), pictures)
+        self.assertEqual(set(re.findall(r"\(docs/pictures/(.+?)\.png\)", content("README.md"))), pictures)
 
     def test_every_runner_in_the_table_is_needed(self):
         commands = {command for document in DOCUMENTS for command in document.commands()}
