@@ -79,8 +79,7 @@ class NewPlayer(LauncherCase):
         self.assertTrue(wait_for(lambda: [window for window in self.screen.stack()
                                           if self.screen.owner(window) in children_of(self.launcher.pid)]))
         self.stop()
-        self.press("Show log")
-        self.see("Hide log")
+        self.show_log()
         self.assertEqual(self.log()[-1], "Game stopped.")
         self.press("Hide log")
 

@@ -242,6 +242,10 @@ class LauncherCase(unittest.TestCase):
         self.press("Play")
         return self.see("Playing", "Needs something")
 
+    def show_log(self):
+        self.press("Show log")
+        self.see("Log")
+
     def close_window(self):
         """Asks the window to close, as a window manager does."""
         self.screen.close(self.screen.windows(self.launcher.pid)[0])

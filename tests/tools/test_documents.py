@@ -21,7 +21,8 @@ NOT_RUN = "**Not run by anybody yet.**"
 PROGRAMS_OF_A_MAC = ("xcrun", "codesign")    # the sentences around such a block may name them too
 
 RUN_HERE = {
-    'grep -rn "Show.*log" src tests': {"src", "tests"},     # and something is found in both
+    # Something is found in each.
+    'grep -rnE "(Show|Hide).* log" src tests tools': {"src", "tests", "tools"},
 }
 # A pattern for the command, the file that runs it, and the words to find there.
 RUN_ELSEWHERE = {
