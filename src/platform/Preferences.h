@@ -5,7 +5,7 @@
 
 #include <memory>
 
-/// The player's two settings, in the desktop's own store: user defaults on macOS, QSettings' file elsewhere.
+/// The player's settings, in the desktop's own store: user defaults on macOS, QSettings' file elsewhere.
 /// Nothing is cached: a value written by the settings sheet is what the next start reads. Main thread.
 class Preferences final {
 public:
