@@ -15,12 +15,14 @@
 #include <csignal>
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr int timeLimit = 20000; // milliseconds
 
 /// A process that tries to be the single instance for a folder.
-class Candidate final {
+class Candidate {
 public:
     explicit Candidate(const QString &root, const QStringList &options = {}, int patience = 10000)
     {
@@ -47,11 +49,31 @@ public:
         return QString::fromUtf8(m_process.readLine()).trimmed();
     }
 
-    QProcess &process() { return m_process; }
+    void kill() { m_process.kill(); }
 
 private:
     QProcess m_process;
 };
+
+/// One that has to succeed.
+class Holder final : public Candidate {
+public:
+    explicit Holder(const QString &root, const QStringList &options = {})
+        : Candidate(root, options)
+    {
+        if (options.contains(u"with-child"_s))
+            child = line().toInt();
+        QCOMPARE(line(), u"holds"_s);
+    }
+
+    /// The process that it started and that outlives it.
+    pid_t child = 0;
+};
+
+bool isEmpty(const QString &folder)
+{
+    return QDir(folder).isEmpty(QDir::AllEntries | QDir::System | QDir::Hidden | QDir::NoDotAndDotDot);
+}
 
 }
 
@@ -62,89 +84,61 @@ private Q_SLOTS:
     void init()
     {
         m_home = std::make_unique<TestHome>();
-        m_runtime = m_home->filePath(QStringLiteral("runtime"));
+        m_runtime = m_home->filePath(u"runtime"_s);
         QVERIFY(QDir().mkpath(m_runtime));
         qputenv("XDG_RUNTIME_DIR", QFile::encodeName(m_runtime));
         qunsetenv("XDG_ACTIVATION_TOKEN");
         qunsetenv("DESKTOP_STARTUP_ID");
-        m_root = m_home->dataHome() + QStringLiteral("/Vantor Platformer");
+        m_root = m_home->dataHome() + u"/Vantor Platformer"_s;
     }
 
-    void theFirstHoldsTheFolderAndTheSecondBringsItForward()
-    {
-        Candidate first(m_root);
-        QCOMPARE(first.line(), QStringLiteral("holds"));
-        Candidate second(m_root);
-        QCOMPARE(second.line(), QStringLiteral("other came forward"));
-        QCOMPARE(first.line(), QStringLiteral("came forward []"));
-    }
-
-    void theSecondHandsOverTheRightToTakeTheFocus()
-    {
-        Candidate first(m_root);
-        QCOMPARE(first.line(), QStringLiteral("holds"));
-        qputenv("XDG_ACTIVATION_TOKEN", "token-7_TIME123");
-        Candidate second(m_root);
-        QCOMPARE(second.line(), QStringLiteral("other came forward"));
-        QCOMPARE(first.line(), QStringLiteral("came forward [token-7_TIME123]"));
-    }
-
-    void aTokenThatIsNoneIsLeftBehind_data()
+    void theSecondBringsTheFirstForwardAndHandsOverTheRightToTakeTheFocus_data()
     {
         QTest::addColumn<QByteArray>("token");
-        QTest::newRow("two lines") << QByteArray("one\ncome forward two");
-        QTest::newRow("two words") << QByteArray("one two");
-        QTest::newRow("longer than any") << QByteArray(100000, 'x');
+        QTest::addColumn<QString>("received");
+        QTest::newRow("no token") << QByteArray() << QString();
+        QTest::newRow("a token") << QByteArray("token-7_TIME123") << u"token-7_TIME123"_s;
+        QTest::newRow("two lines are no token") << QByteArray("one\ncome forward two") << QString();
+        QTest::newRow("two words are no token") << QByteArray("one two") << QString();
+        QTest::newRow("longer than any token") << QByteArray(100000, 'x') << QString();
     }
 
-    void aTokenThatIsNoneIsLeftBehind()
+    void theSecondBringsTheFirstForwardAndHandsOverTheRightToTakeTheFocus()
     {
         QFETCH(QByteArray, token);
-        Candidate first(m_root);
-        QCOMPARE(first.line(), QStringLiteral("holds"));
-        qputenv("XDG_ACTIVATION_TOKEN", token);
-        Candidate second(m_root);
-        QCOMPARE(second.line(), QStringLiteral("other came forward"));
-        QCOMPARE(first.line(), QStringLiteral("came forward []"));
+        QFETCH(QString, received);
+        Holder first(m_root);
+        if (!token.isNull())
+            qputenv("XDG_ACTIVATION_TOKEN", token);
+        verifyBringsForward(first, received);
     }
 
     void nothingIsWrittenIntoTheFolderOrBesideIt()
     {
-        Candidate first(m_root);
-        QCOMPARE(first.line(), QStringLiteral("holds"));
-        QVERIFY(QDir(m_home->dataHome()).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
+        const Holder first(m_root);
+        QVERIFY(isEmpty(m_home->dataHome()));
     }
 
     void theHoldOutlivesTheRemovalOfTheWholeFolder()
     {
         QVERIFY(QDir().mkpath(m_root));
-        Candidate first(m_root);
-        QCOMPARE(first.line(), QStringLiteral("holds"));
+        Holder first(m_root);
         QVERIFY(QDir(m_root).removeRecursively());
-        Candidate second(m_root);
-        QCOMPARE(second.line(), QStringLiteral("other came forward"));
+        verifyBringsForward(first);
     }
 
     void twoFoldersHaveALauncherEach()
     {
-        Candidate first(m_root);
-        QCOMPARE(first.line(), QStringLiteral("holds"));
-        Candidate other(m_home->filePath(QStringLiteral("elsewhere/Vantor Platformer")));
-        QCOMPARE(other.line(), QStringLiteral("holds"));
+        const Holder first(m_root);
+        const Holder other(m_home->filePath(u"elsewhere/Vantor Platformer"_s));
     }
 
     void aKilledHolderLeavesNothingThatBlocks()
     {
-        {
-            Candidate killed(m_root);
-            QCOMPARE(killed.line(), QStringLiteral("holds"));
-            killed.process().kill();
-        }
-        QVERIFY(!QDir(m_runtime).isEmpty(QDir::AllEntries | QDir::System)); // the socket that it left
-        Candidate next(m_root);
-        QCOMPARE(next.line(), QStringLiteral("holds"));
-        Candidate second(m_root);
-        QCOMPARE(second.line(), QStringLiteral("other came forward"));
+        Holder(m_root).kill();
+        QVERIFY(!isEmpty(m_runtime)); // the socket that it left
+        Holder next(m_root);
+        verifyBringsForward(next);
     }
 
     void theChildOfAKilledHolderDoesNotHoldTheFolder()
@@ -152,46 +146,44 @@ private Q_SLOTS:
         // A game keeps running when its launcher is killed.
         pid_t child = 0;
         {
-            Candidate killed(m_root, { QStringLiteral("with-child") });
-            child = killed.line().toInt();
-            QCOMPARE(killed.line(), QStringLiteral("holds"));
-            killed.process().kill();
+            Holder killed(m_root, { u"with-child"_s });
+            child = killed.child;
+            killed.kill();
         }
         QCOMPARE(::kill(child, 0), 0);
         Candidate next(m_root);
         const QString line = next.line();
         ::kill(child, SIGTERM);
-        QCOMPARE(line, QStringLiteral("holds"));
+        QCOMPARE(line, u"holds"_s);
     }
 
     void whateverStandsInTheSocketsPlaceDoesNotBlock_data()
     {
-        QTest::addColumn<QString>("kind");
-        for (const char *kind : { "empty file", "garbled file", "folder", "full folder", "dangling link" })
-            QTest::newRow(kind) << QString::fromLatin1(kind);
+        QTest::addColumn<QString>("command");
+        QTest::newRow("empty file") << u"touch socket"_s;
+        QTest::newRow("garbled file") << uR"(printf '\0\377 1\n99999' >socket)"_s;
+        QTest::newRow("dangling link") << u"ln -s nowhere socket"_s;
+        QTest::newRow("folder") << u"mkdir socket"_s;
+        QTest::newRow("full folder") << u"mkdir -p socket/inside"_s;
     }
 
     void whateverStandsInTheSocketsPlaceDoesNotBlock()
     {
-        QFETCH(QString, kind);
-        const QString place = socketPlace();
-        if (kind == QStringLiteral("empty file"))
-            writeFile(place, {});
-        else if (kind == QStringLiteral("garbled file"))
-            writeFile(place, QByteArray("\0\xff 1\n99999", 10));
-        else if (kind == QStringLiteral("dangling link"))
-            QVERIFY(QFile::link(m_home->filePath(QStringLiteral("nowhere")), place));
-        else
-            QVERIFY(
-                QDir().mkpath(kind == QStringLiteral("folder") ? place : place + QStringLiteral("/inside")));
-
-        Candidate first(m_root);
-        QCOMPARE(first.line(), QStringLiteral("holds"));
+        QFETCH(QString, command);
+        QString socket;
+        {
+            const Holder holder(m_root);
+            socket = socketPath();
+        }
+        const QString quoted = u"'%1'"_s.arg(socket);
+        QCOMPARE(QProcess::execute(u"sh"_s, { u"-c"_s, QString(command).replace(u"socket"_s, quoted) }), 0);
+        const bool isFolder = QFileInfo(socket).isDir();
+        Holder first(m_root);
         // Only a folder is never cleared away: the second launcher then cannot reach the first.
-        Candidate second(m_root, {}, 500);
-        QCOMPARE(second.line(),
-                 kind.contains(QStringLiteral("folder")) ? QStringLiteral("held by unknown")
-                                                         : QStringLiteral("other came forward"));
+        if (isFolder)
+            QCOMPARE(Candidate(m_root, {}, 500).line(), u"held by unknown"_s);
+        else
+            verifyBringsForward(first);
     }
 
     void aRuntimeFolderThatIsMissingOrRelativeIsReplacedByTheTemporaryOne_data()
@@ -209,61 +201,52 @@ private Q_SLOTS:
             qunsetenv("XDG_RUNTIME_DIR");
         else
             qputenv("XDG_RUNTIME_DIR", runtime);
-        Candidate first(m_root);
-        QCOMPARE(first.line(), QStringLiteral("holds"));
-        Candidate second(m_root);
-        QCOMPARE(second.line(), QStringLiteral("other came forward"));
+        Holder first(m_root);
+        verifyBringsForward(first);
     }
 
     void aHolderThatHangsIsNamedWithinThePatience()
     {
-        Candidate first(m_root, { QStringLiteral("silent") });
-        QCOMPARE(first.line(), QStringLiteral("holds"));
+        const Holder first(m_root, { u"silent"_s });
         QElapsedTimer timer;
         timer.start();
         Candidate second(m_root, {}, 500);
-        QCOMPARE(second.line(), QStringLiteral("other is silent"));
+        QCOMPARE(second.line(), u"other is silent"_s);
         QVERIFY(timer.elapsed() < 5000);
     }
 
-    void aStrangerIsGotRidOf_data()
+    void aStrangerIsDisconnected_data()
     {
         QTest::addColumn<QByteArray>("words");
         QTest::newRow("who writes without end") << QByteArray(100000, 'x');
         QTest::newRow("who wants something else") << QByteArray("open the window, please\n");
     }
 
-    void aStrangerIsGotRidOf()
+    void aStrangerIsDisconnected()
     {
         QFETCH(QByteArray, words);
-        Candidate first(m_root);
-        QCOMPARE(first.line(), QStringLiteral("holds"));
-        QDirIterator entries(m_runtime, QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
+        Holder first(m_root);
         QLocalSocket stranger;
-        stranger.connectToServer(entries.next());
+        stranger.connectToServer(socketPath());
         QVERIFY(stranger.waitForConnected(timeLimit));
         stranger.write(words);
         QTRY_COMPARE_WITH_TIMEOUT(stranger.state(), QLocalSocket::UnconnectedState, timeLimit);
-
-        Candidate second(m_root);
-        QCOMPARE(second.line(), QStringLiteral("other came forward"));
-        QCOMPARE(first.line(), QStringLiteral("came forward []"));
+        verifyBringsForward(first);
     }
 
     void theNextLauncherTakesOverFromOneThatIsEnding()
     {
-        auto first = std::make_unique<Candidate>(m_root, QStringList { QStringLiteral("silent") });
-        QCOMPARE(first->line(), QStringLiteral("holds"));
+        auto first = std::make_unique<Holder>(m_root, QStringList { u"silent"_s });
         Candidate second(m_root);
         first.reset();
-        QCOMPARE(second.line(), QStringLiteral("holds"));
+        QCOMPARE(second.line(), u"holds"_s);
     }
 
     void aFolderThatCannotBeMadeIsNoReasonToBlock()
     {
-        m_home->write(QStringLiteral("a file"), "not a folder");
-        Candidate first(m_home->filePath(QStringLiteral("a file/share/Vantor Platformer")));
-        QCOMPARE(first.line(), QStringLiteral("cannot hold"));
+        m_home->write(u"a file"_s, "not a folder");
+        Candidate first(m_home->filePath(u"a file/share/Vantor Platformer"_s));
+        QCOMPARE(first.line(), u"cannot hold"_s);
     }
 
     void whereFoldersCannotBeLockedThereIsStillASingleInstance_data()
@@ -280,16 +263,12 @@ private Q_SLOTS:
         qputenv("FOLDER_LOCK_ERROR", error);
         const auto locksAgain = qScopeGuard([] { qunsetenv("FOLDER_LOCK_ERROR"); });
         {
-            Candidate first(m_root);
-            QCOMPARE(first.line(), QStringLiteral("holds"));
-            Candidate second(m_root);
-            QCOMPARE(second.line(), QStringLiteral("other came forward"));
-            QCOMPARE(first.line(), QStringLiteral("came forward []"));
-            first.process().kill();
+            Holder first(m_root);
+            verifyBringsForward(first);
+            first.kill();
         }
-        Candidate next(m_root);
-        QCOMPARE(next.line(), QStringLiteral("holds"));
-        QVERIFY(QDir(m_home->dataHome()).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
+        const Holder next(m_root);
+        QVERIFY(isEmpty(m_home->dataHome()));
 #else
         QSKIP("There the system's own function cannot be replaced.");
 #endif
@@ -301,43 +280,36 @@ private Q_SLOTS:
         const int folder
             = ::open(QFile::encodeName(m_home->dataHome()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
         QCOMPARE(::flock(folder, LOCK_EX), 0);
-        Candidate launcher(m_root, {}, 500);
-        QCOMPARE(launcher.line(), QStringLiteral("held by unknown"));
+        QCOMPARE(Candidate(m_root, {}, 500).line(), u"held by unknown"_s);
         ::close(folder);
-        Candidate next(m_root);
-        QCOMPARE(next.line(), QStringLiteral("holds"));
+        const Holder next(m_root);
     }
 
     void ofPairsThatStartTogetherOneWinsAndTheOtherBringsItForward()
     {
         for (int pair = 0; pair < 200; ++pair) {
-            const QString root = m_home->filePath(QStringLiteral("pair %1/Vantor Platformer").arg(pair));
+            const QString root = m_home->filePath(u"pair %1/Vantor Platformer"_s.arg(pair));
             Candidate one(root);
             Candidate other(root);
             QStringList lines { one.line(), other.line() };
-            const bool oneWon = lines.first() == QStringLiteral("holds");
+            const bool oneWon = lines.first() == u"holds"_s;
             lines.sort();
-            QCOMPARE(lines, QStringList({ QStringLiteral("holds"), QStringLiteral("other came forward") }));
-            QCOMPARE((oneWon ? one : other).line(), QStringLiteral("came forward []"));
+            QCOMPARE(lines, QStringList({ u"holds"_s, u"other came forward"_s }));
+            QCOMPARE((oneWon ? one : other).line(), u"came forward []"_s);
         }
     }
 
 private:
-    /// The path of a holder's socket, found by starting one.
-    QString socketPlace()
+    void verifyBringsForward(Candidate &first, const QString &token = {})
     {
-        Candidate holder(m_root);
-        if (holder.line() != QStringLiteral("holds"))
-            qFatal("The folder could not be held.");
-        QDirIterator entries(m_runtime, QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
-        return entries.next();
+        QCOMPARE(Candidate(m_root).line(), u"other came forward"_s);
+        QCOMPARE(first.line(), u"came forward [%1]"_s.arg(token));
     }
 
-    static void writeFile(const QString &path, const QByteArray &content)
+    /// The holder's socket, the only thing in the runtime folder.
+    QString socketPath() const
     {
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QCOMPARE(file.write(content), content.size());
+        return QDirIterator(m_runtime, QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).next();
     }
 
     std::unique_ptr<TestHome> m_home;
