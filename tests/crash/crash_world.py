@@ -8,20 +8,14 @@ import random
 import shutil
 import signal
 import subprocess
+import sys
 import tempfile
 from pathlib import Path
 
 import system_calls
 
-PROJECT = Path(__file__).resolve().parents[2]
-PROGRAMS = Path(os.environ.get("LAUNCHER_PROGRAMS", PROJECT / "build" / "dev" / "bin"))
-LONG = 120              # seconds; the limit for anything, on a slow and busy machine
-
-PROJECT_FILE = """config_version={}
-[application]
-config/name="Hill Run"
-config/features=PackedStringArray("4.6")
-"""
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "support"))
+from local_launcher import LONG, PROGRAMS, PROJECT_FILE, CodeHost, environment
 
 
 def tree(folder):
@@ -53,9 +47,7 @@ class World:
         self.engine.chmod(0o755)
         self.repository = self.folder / "repository"
         self.repository.mkdir()
-        self.host = subprocess.Popen([PROJECT / "tools" / "code-host", "--game", self.repository, "--engine", self.engine,
-                                      "--until-stdin-closes"], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
-        self.address = self.host.stdout.readline().removeprefix("Serving on ").strip()
+        self.host = CodeHost(self.repository, self.engine)
 
         self.nothing = self.folder / "nothing"
         for name in ("data/godot/app_userdata/Hill Run/save.dat", "config/vantor-platformer/vantor-platformer.conf"):
@@ -73,16 +65,14 @@ class World:
                 assert launcher.read()["ran"]
 
     def close(self):
-        self.host.stdin.close()
-        self.host.wait()
-        self.host.stdout.close()
+        self.host.close()
         shutil.rmtree(self.folder)
 
     def publish(self, age, line="5"):
         """Makes the code host serve the game of this age, "old" or "new"."""
         shutil.rmtree(self.repository)
         (self.repository / "levels").mkdir(parents=True)
-        (self.repository / "project.godot").write_text(PROJECT_FILE.format(line))
+        (self.repository / "project.godot").write_text(PROJECT_FILE.format(line=line))
         (self.repository / "README.md").write_text(f"The {age} game.\n")
         (self.repository / "levels" / age).write_bytes(random.Random(age).randbytes(40000))
         self.games[age, line] = tree(self.repository)
@@ -101,11 +91,9 @@ class Launcher:
     """The launcher, running in `home`. With `decide`, its system calls are watched."""
 
     def __init__(self, world, home, *commands, decide=None):
-        environment = dict(os.environ, HOME=str(home), XDG_DATA_HOME=str(home / "data"),
-                           XDG_CONFIG_HOME=str(home / "config"), XDG_CACHE_HOME=str(home / "cache"),
-                           QT_QPA_PLATFORM="offscreen")
-        command = [PROGRAMS / "crash_launcher", world.address, *commands]
-        more = dict(env=environment, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, start_new_session=True)
+        command = [PROGRAMS / "crash_launcher", world.host.address, *commands]
+        more = dict(env=environment(home, QT_QPA_PLATFORM="offscreen"), stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                    text=True, start_new_session=True)
         self.watched = system_calls.Watched(command, home, decide, **more) if decide else None
         self.process = self.watched.process if self.watched else subprocess.Popen(command, **more)
 

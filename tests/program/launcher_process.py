@@ -8,6 +8,7 @@ import os
 import shutil
 import signal
 import subprocess
+import sys
 import tempfile
 import time
 import unittest
@@ -17,9 +18,8 @@ from Xlib import XK, X, display, error
 from Xlib.ext import xtest
 from Xlib.protocol.event import ClientMessage
 
-PROJECT = Path(__file__).resolve().parents[2]
-PROGRAMS = Path(os.environ.get("LAUNCHER_PROGRAMS", PROJECT / "build" / "dev" / "bin"))
-LONG = 120     # seconds; the limit for anything, on a slow and busy machine
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "support"))
+from local_launcher import LONG, PROGRAMS, PROJECT, PROJECT_FILE, CodeHost, environment
 
 
 def load_driver():
@@ -41,11 +41,6 @@ done
 cd "$project" || exit 9
 if [ "$import" ]; then . ./import.sh; else . ./play.sh; fi
 """
-PROJECT_FILE = """config_version=5
-[application]
-config/name="Hill Run"
-config/features=PackedStringArray("4.6")
-"""
 
 
 def children_of(process):
@@ -62,6 +57,12 @@ def children_of(process):
         below |= new
         found.update((child, commands[child]) for child in new)
     return found
+
+
+def kill_all(processes):
+    for process in processes:
+        with contextlib.suppress(OSError):
+            os.kill(process, signal.SIGKILL)
 
 
 def engine_unpackers(launcher):
@@ -158,18 +159,16 @@ class LauncherCase(unittest.TestCase):
     def setUp(self):
         self.home = Path(tempfile.mkdtemp())
         self.addCleanup(shutil.rmtree, self.home, ignore_errors=True)
-        self.environment = dict(os.environ, HOME=str(self.home), XDG_DATA_HOME=str(self.home / "data"),
-                                XDG_CONFIG_HOME=str(self.home / "config"), XDG_CACHE_HOME=str(self.home / "cache"))
+        self.environment = environment(self.home)
         self.root = self.home / "data" / "Vantor Platformer"
         self.game = self.home / "repository"
         self.engine = self.home / "standing-engine"
-        self.write(self.game / "project.godot", PROJECT_FILE)
+        self.write(self.game / "project.godot", PROJECT_FILE.format(line=5))
         self.write(self.game / "import.sh", "mkdir -p .godot; echo imported; touch .godot/imported\n")
         self.write(self.game / "play.sh", 'echo playing "$@"; exec sleep 60\n')
         self.write(self.engine, STANDING_ENGINE)
         self.engine.chmod(0o755)
         self.host = None
-        self.launchers = []
         self.driver = at_spi.Launcher()
         self.screen = Screen()
         self.addCleanup(self.screen.disconnect)
@@ -182,16 +181,13 @@ class LauncherCase(unittest.TestCase):
 
     def start_host(self, *options):
         self.stop_host()
-        self.host = subprocess.Popen([PROJECT / "tools" / "code-host", "--game", self.game, "--engine", self.engine,
-                                      *options], stdout=subprocess.PIPE, text=True)
+        self.host = CodeHost(self.game, self.engine, *options)
         self.addCleanup(self.stop_host)
-        self.address = self.host.stdout.readline().removeprefix("Serving on ").strip()
+        self.address = self.host.address
 
     def stop_host(self):
         if self.host:
-            self.host.terminate()
-            self.host.wait()
-            self.host.stdout.close()
+            self.host.close()
             self.host = None
 
     def start(self, environment=None, **more):
@@ -221,11 +217,18 @@ class LauncherCase(unittest.TestCase):
         file.seek(0)
         return file.read()
 
+    def quit(self):
+        """Ends the launcher, which has to succeed."""
+        self.launcher.terminate()
+        self.assertEqual(self.launcher.wait(LONG), 0)
+
+    def kill(self):
+        self.launcher.kill()
+        self.launcher.wait()
+
     @staticmethod
     def end(launcher):
-        for child in children_of(launcher.pid):
-            with contextlib.suppress(OSError):
-                os.kill(child, signal.SIGKILL)
+        kill_all(children_of(launcher.pid))
         if launcher.poll() is None:
             launcher.kill()
         launcher.wait()
@@ -242,9 +245,33 @@ class LauncherCase(unittest.TestCase):
         self.press("Play")
         return self.see("Playing", "Needs something")
 
+    def run_game(self):
+        """Presses Play and waits until the game runs. The window says "Playing" some seconds later."""
+        self.press("Play")
+
+        def runs():
+            self.assertNotEqual(self.driver.state(), "Needs something")
+            return (self.driver.state() in ("Starting…", "Playing")
+                    and any(command.startswith("sleep 60") for command in children_of(self.launcher.pid).values()))
+        wait_for(runs)
+
+    def open_and_run_game(self):
+        self.start_host()
+        self.open()
+        self.run_game()
+
+    def use_large_engine(self):
+        """Takes long to unpack: small as an archive, large on the disk."""
+        self.engine.write_bytes(b"".join(os.urandom(1 << 16) + bytes(7 << 20) for _ in range(32)))
+
     def show_log(self):
         self.press("Show log")
         self.see("Log")
+
+    def open_and_close(self, sheet):
+        self.press(sheet)
+        self.press("Done")
+        self.driver.wait_gone("Done", LONG)
 
     def close_window(self):
         """Asks the window to close, as a window manager does."""

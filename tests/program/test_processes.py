@@ -6,20 +6,14 @@ import signal
 import time
 from pathlib import Path
 
-from launcher_process import LONG, PROGRAMS, LauncherCase, children_of, engine_unpackers, is_alive, main, wait_for
+from launcher_process import (LONG, PROGRAMS, LauncherCase, children_of, engine_unpackers, is_alive, kill_all, main,
+                              wait_for)
 
 # The right to take the focus, which the launcher's own window has used up.
 USED_UP = (b"XDG_ACTIVATION_TOKEN=", b"DESKTOP_STARTUP_ID=")
 
 
 class Processes(LauncherCase):
-    def start_environment(self):
-        """The environment that the launcher was started with, without later changes."""
-        return self.variables(f"/proc/{self.launcher.pid}/environ")
-
-    def environment_of(self, file):
-        return self.variables(self.root / "Game" / file)
-
     @staticmethod
     def variables(file):
         return sorted(Path(file).read_bytes().split(b"\0"))
@@ -33,12 +27,13 @@ class Processes(LauncherCase):
                         b"LD_LIBRARY_PATH": b"/of/the/player", b"QT_PLUGIN_PATH": b"/of/the/player",
                         b"EMPTY": b"", b"TWO_LINES": b"one\ntwo", b"NO_TEXT": b"\xff"}
         self.open(environment=environment)
-        self.assertEqual(self.play(), "Playing")
-        expected = [variable for variable in self.start_environment() if not variable.startswith(USED_UP)]
+        self.run_game()
+        expected = [variable for variable in self.variables(f"/proc/{self.launcher.pid}/environ")
+                    if not variable.startswith(USED_UP)]
         self.assertIn(b"NO_TEXT=\xff", expected)
         for file in ("import-environment", "environment"):
             with self.subTest(file):
-                self.assertEqual(self.environment_of(file), expected)
+                self.assertEqual(self.variables(self.root / "Game" / file), expected)
 
     def test_a_second_start_that_brings_the_window_forward_leaves_no_trace_in_the_games_environment(self):
         self.write(self.game / "play.sh", "cat /proc/$$/environ >environment; exec sleep 60\n")
@@ -48,8 +43,8 @@ class Processes(LauncherCase):
         second = self.start(dict(self.environment, XDG_ACTIVATION_TOKEN="second", DESKTOP_STARTUP_ID="second_TIME2"))
         self.assertEqual(second.wait(LONG), 0)
         self.launcher = first
-        self.assertEqual(self.play(), "Playing")
-        self.assertEqual(self.environment_of("environment"), self.start_environment())
+        self.run_game()
+        self.assertEqual(*map(self.variables, (self.root / "Game" / "environment", f"/proc/{first.pid}/environ")))
 
     def test_the_game_inherits_the_standard_streams_and_nothing_else(self):
         self.write(self.game / "play.sh", f'"{PROGRAMS}/child-report" >report; exec sleep 60\n')
@@ -58,13 +53,11 @@ class Processes(LauncherCase):
         self.open(pass_fds=strays)
         for stray in strays:
             os.close(stray)
-        self.assertEqual(self.play(), "Playing")
+        self.run_game()
         self.assertIn("descriptors: 0 1 2\ninput: 0\nsignals:\n", (self.root / "Game" / "report").read_text())
 
     def test_a_killed_launcher_leaves_no_unpacker(self):
-        with open(self.engine, "wb") as engine:     # small as an archive, large on the disk
-            for _ in range(64):
-                engine.write(os.urandom(1 << 19) + bytes(7 << 20))
+        self.use_large_engine()
         self.start_host()
         for delay in (0, 0.03):
             with self.subTest(delay):
@@ -73,45 +66,32 @@ class Processes(LauncherCase):
                 unpackers = wait_for(lambda: engine_unpackers(self.launcher.pid))
                 time.sleep(delay)
                 self.assertTrue(all(map(is_alive, unpackers)))
-                self.launcher.kill()
-                self.launcher.wait()
+                self.kill()
                 wait_for(lambda: not any(map(is_alive, unpackers)), 1)
                 self.assertFalse((self.root / "Engine").exists() and any((self.root / "Engine").iterdir()))
                 shutil.rmtree(self.root)
 
     def test_a_killed_launcher_leaves_the_game_to_the_player(self):
-        self.start_host()
-        self.open()
-        self.assertEqual(self.play(), "Playing")
+        self.open_and_run_game()
         games = children_of(self.launcher.pid)
-        self.launcher.kill()
-        self.launcher.wait()
-        try:
-            self.assertTrue(games and all(map(is_alive, games)))
-        finally:
-            for game in games:
-                os.kill(game, signal.SIGKILL)
+        self.addCleanup(kill_all, games)
+        self.kill()
+        self.assertTrue(games and all(map(is_alive, games)))
 
     def test_the_next_launcher_leaves_the_game_of_a_killed_one_alone(self):
-        self.start_host()
-        self.open()
-        self.assertEqual(self.play(), "Playing")
+        self.open_and_run_game()
         first = children_of(self.launcher.pid)
-        self.launcher.kill()
-        self.launcher.wait()
-        try:
-            # A launcher does not control a game that another process started: it shows what is on the disk, and Play
-            # starts a second game.
-            self.assertEqual(self.open(), "Ready")
-            self.assertEqual(self.play(), "Playing")
-            second = children_of(self.launcher.pid)
-            self.assertTrue(second and not second.keys() & first.keys())
-            self.press("Stop")
-            self.assertEqual(self.see("Ready", "Needs something"), "Ready")
-            self.assertTrue(first and all(map(is_alive, first)))
-        finally:
-            for game in first:
-                os.kill(game, signal.SIGKILL)
+        self.addCleanup(kill_all, first)
+        self.kill()
+        # A launcher does not control a game that another process started: it shows what is on the disk, and Play starts
+        # a second game.
+        self.assertEqual(self.open(), "Ready")
+        self.run_game()
+        second = children_of(self.launcher.pid)
+        self.assertTrue(second and not second.keys() & first.keys())
+        self.press("Stop")
+        self.assertEqual(self.see("Ready", "Needs something"), "Ready")
+        self.assertTrue(first and all(map(is_alive, first)))
 
     def test_a_broken_pipe_ends_no_thread_of_the_launcher_and_is_as_usual_for_the_game(self):
         self.write(self.game / "play.sh", "cp /proc/self/status status; exec sleep 60\n")
@@ -126,10 +106,9 @@ class Processes(LauncherCase):
         self.press("Cancel")
         self.see("Not downloaded")
         self.start_host()
-        self.launcher.terminate()
-        self.launcher.wait(LONG)
+        self.quit()
         self.open()
-        self.assertEqual(self.play(), "Playing")
+        self.run_game()
         for kind in ("SigIgn", "SigBlk"):
             self.assertFalse(self.is_in(self.root / "Game" / "status", kind), kind)
 

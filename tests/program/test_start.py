@@ -21,13 +21,10 @@ class Start(LauncherCase):
         self.assertEqual(self.play(), "Playing")
         self.press("Stop")
         self.see("Ready")
-        for sheet in ("Settings…", "About"):
-            self.press(sheet)
-            self.press("Done")
-            self.driver.wait_gone("Done", LONG)
+        self.open_and_close("Settings…")
+        self.open_and_close("About")
         self.show_log()
-        self.launcher.terminate()
-        self.assertEqual(self.launcher.wait(LONG), 0)
+        self.quit()
         self.assertEqual(self.printed(), "")
 
     def test_a_second_start_ends_and_leaves_the_first_alone(self):
@@ -63,36 +60,42 @@ class Start(LauncherCase):
         self.driver.wait_gone("Done", LONG)
         cover.destroy()
 
-    def test_a_first_launcher_that_hangs_is_named_in_a_sentence(self):
+    def test_what_keeps_a_launcher_from_starting_is_named_in_a_sentence(self):
         self.open()
         first = self.launcher
         first.send_signal(signal.SIGSTOP)
-        try:
-            second = self.start()
-            begin = time.monotonic()
-            wait_for(lambda: self.printed(second))
-            self.assertLess(time.monotonic() - begin, 15)
-            self.assertEqual(self.printed(second), "2D Platformer is already open, but does not answer. "
-                                                   "End it and start it again.\n")
-        finally:
-            first.send_signal(signal.SIGCONT)
+        self.addCleanup(first.send_signal, signal.SIGCONT)
+        locked = self.home / "locked"
+        locked.mkdir()
+        folder = os.open(locked, os.O_RDONLY)
+        self.addCleanup(os.close, folder)
+        fcntl.flock(folder, fcntl.LOCK_EX)
 
-    def test_what_a_killed_launcher_left_in_temp_goes_and_nothing_through_a_link(self):
+        begin = time.monotonic()
+        starts = {"2D Platformer is already open, but does not answer. End it and start it again.\n": self.start(),
+                  f"Another program has locked the folder “{locked}”, where 2D Platformer keeps its files. "
+                  "End that program and start 2D Platformer again.\n":
+                      self.start(dict(self.environment, XDG_DATA_HOME=str(locked)))}
+        for sentence, launcher in starts.items():
+            wait_for(lambda: self.printed(launcher))
+            self.assertLess(time.monotonic() - begin, 15)
+            self.assertEqual(self.printed(launcher), sentence)
+
+    def test_what_a_killed_launcher_left_in_temp_is_deleted_and_nothing_through_a_link(self):
         outside = self.home / "outside"
         self.write(outside / "precious", "mine")
         self.write(self.root / "Temp" / "OLD" / "file", "left over")
         (self.root / "Temp" / "link").symlink_to(outside)
         self.open()
         self.assertEqual(self.scratch(), [])
-        self.launcher.terminate()
-        self.launcher.wait(LONG)
+        self.quit()
 
         shutil.rmtree(self.root / "Temp", ignore_errors=True)
         (self.root / "Temp").symlink_to(outside)
         self.open()
         self.assertTrue((outside / "precious").exists())
 
-    def test_a_home_that_cannot_be_written_gives_one_sentence(self):
+    def test_a_home_that_cannot_be_written_ends_in_one_sentence(self):
         self.write(self.home / "file", "")
         for data in (self.home / "file" / "data", "/proc/nobody/data"):
             with self.subTest(str(data)):
@@ -101,18 +104,7 @@ class Start(LauncherCase):
                 self.assertIsNone(self.launcher.poll())
                 sentences = [text for text in self.driver.texts() if "could not be created" in text]
                 self.assertEqual(len(sentences), 1, self.driver.texts())
-                self.launcher.terminate()
-                self.assertEqual(self.launcher.wait(LONG), 0)
-
-    def test_a_folder_that_another_program_has_locked_is_named(self):
-        (self.home / "data").mkdir()
-        folder = os.open(self.home / "data", os.O_RDONLY)
-        self.addCleanup(os.close, folder)
-        fcntl.flock(folder, fcntl.LOCK_EX)
-        self.start()
-        wait_for(self.printed)
-        self.assertEqual(self.printed(), f"Another program has locked the folder “{self.home}/data”, where 2D Platformer "
-                                         "keeps its files. End that program and start 2D Platformer again.\n")
+                self.quit()
 
     def test_very_many_leftovers_delay_neither_the_start_nor_the_end_and_the_next_start_goes_on(self):
         leftover = self.root / "Temp" / "OLD"
@@ -121,9 +113,8 @@ class Start(LauncherCase):
                 (leftover / str(index)).mkdir(parents=True)
             os.close(os.open(leftover / str(index // 500 * 500) / str(index), os.O_CREAT | os.O_WRONLY))
         self.open()
-        self.launcher.terminate()
         begin = time.monotonic()
-        self.assertEqual(self.launcher.wait(LONG), 0)
+        self.quit()
         self.assertLess(time.monotonic() - begin, 1.5)
         self.assertFalse(leftover.exists())
         self.open()
@@ -143,10 +134,8 @@ class Start(LauncherCase):
                    "[General]\nresolution=3x\xb5\\a wide\n")
         self.write(self.game / "play.sh", 'printf "%s|" "$@" >arguments; exec sleep 60\n')
         self.open()
-        self.press("Settings…")
-        self.press("Done")
-        self.driver.wait_gone("Done", LONG)
-        self.assertEqual(self.play(), "Playing")
+        self.open_and_close("Settings…")
+        self.run_game()
         self.assertEqual((self.root / "Game" / "arguments").read_text(),
                          f"--path|{self.root}/Game|--windowed|--resolution|3x\xb5\a wide|")
 
@@ -155,14 +144,14 @@ class Start(LauncherCase):
         for name in ("XDG_RUNTIME_DIR", "QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "AT_SPI_BUS_ADDRESS"):
             environment.pop(name, None)
         first = self.start(environment)
-        self.wait_for_window(first)
+        wait_for(lambda: self.screen.windows(first.pid))
         second = self.start(environment)
         self.assertEqual(second.wait(LONG), 0)
         self.assertIsNone(first.poll())
         first.terminate()
         self.assertEqual(first.wait(LONG), 0)
 
-    def test_a_display_that_goes_away_ends_the_launcher(self):
+    def test_a_display_that_is_lost_ends_the_launcher(self):
         for moment in ("doing nothing", "downloading"):
             with self.subTest(moment):
                 self.write(self.game / "level", os.urandom(200000).hex())
@@ -201,9 +190,6 @@ class Start(LauncherCase):
         self.addCleanup(screen.kill)
         with os.fdopen(read) as answer:
             return screen, ":" + answer.readline().strip()
-
-    def wait_for_window(self, launcher):
-        wait_for(lambda: self.screen.windows(launcher.pid))
 
 
 if __name__ == "__main__":

@@ -8,7 +8,7 @@ import socket
 import threading
 import time
 
-from launcher_process import LONG, LauncherCase, children_of, engine_unpackers, is_alive, main, wait_for
+from launcher_process import LONG, LauncherCase, children_of, engine_unpackers, is_alive, kill_all, main, wait_for
 
 SOON = 1.0 + 0.5     # a second, plus the time that the test needs to notice
 
@@ -60,9 +60,6 @@ class WaysOut(LauncherCase):
         self.assertEqual(self.scratch(), [])
         self.assertEqual(self.printed(), "")
 
-    def verify_next_start(self, state):
-        self.assertEqual(self.open(), state)
-
     def every_way(self, reach, state):
         for way in ("closing the window", "SIGTERM", "SIGINT", "SIGHUP"):
             with self.subTest(way):
@@ -72,7 +69,15 @@ class WaysOut(LauncherCase):
                     self.verify_gone_soon(self.close_window)
                 else:
                     self.verify_gone_soon(lambda: self.launcher.send_signal(getattr(signal, way)))
-        self.verify_next_start(state)
+        self.assertEqual(self.open(), state)
+
+    def verify_no_engine(self):
+        self.assertFalse((self.root / "Engine").exists() and any((self.root / "Engine").iterdir()))
+
+    def play_until(self, step, condition):
+        self.press("Play")
+        self.see(step)
+        wait_for(condition)
 
     def test_with_nothing_to_do(self):
         self.start_host()
@@ -81,57 +86,38 @@ class WaysOut(LauncherCase):
     def test_while_the_game_downloads(self):
         self.write(self.game / "level", os.urandom(200000).hex())
         self.start_host("--slow", "20000")
-
-        def reach():
-            self.press("Play")
-            self.see("Step 1 of 4: downloading the game")
-            wait_for(self.scratch)
-        self.every_way(reach, "Not downloaded")
+        self.every_way(lambda: self.play_until("Step 1 of 4: downloading the game", self.scratch), "Not downloaded")
         self.assertFalse((self.root / "Game").exists())
 
     def test_while_the_engine_downloads(self):
         self.write(self.engine, "not a script\n" + os.urandom(400000).hex())
         self.start_host("--slow", "100000")
-
-        def reach():
-            self.press("Play")
-            self.see("Step 2 of 4: downloading Godot 4.6")
-            wait_for(self.scratch)
-        self.every_way(reach, "Not downloaded")
-        self.assertFalse((self.root / "Engine").exists() and any((self.root / "Engine").iterdir()))
+        self.every_way(lambda: self.play_until("Step 2 of 4: downloading Godot 4.6", self.scratch), "Not downloaded")
+        self.verify_no_engine()
 
     def test_while_the_engine_is_unpacked(self):
-        with open(self.engine, "wb") as engine:     # small as an archive, large on the disk
-            for _ in range(64):
-                engine.write(os.urandom(1 << 19) + bytes(7 << 20))
+        self.use_large_engine()
         self.start_host()
-
-        def reach():
-            self.press("Play")
-            wait_for(lambda: engine_unpackers(self.launcher.pid))
         self.open()
-        reach()
+        self.press("Play")
+        wait_for(lambda: engine_unpackers(self.launcher.pid))
         self.verify_gone_soon(self.close_window)
-        self.verify_next_start("Not downloaded")
-        self.assertFalse((self.root / "Engine").exists() and any((self.root / "Engine").iterdir()))
+        self.assertEqual(self.open(), "Not downloaded")
+        self.verify_no_engine()
 
     def test_while_the_game_is_imported(self):
         self.write(self.game / "import.sh", "mkdir -p .godot; exec sleep 60\n")
         self.start_host()
 
-        def reach():
-            self.press("Play")
-            self.see("Setting up")
-            wait_for(lambda: any("sleep" in command for command in children_of(self.launcher.pid).values()))
-        self.every_way(reach, "Not downloaded")
+        def imports():
+            return any("sleep" in command for command in children_of(self.launcher.pid).values())
+        self.every_way(lambda: self.play_until("Setting up", imports), "Not downloaded")
         self.assertEqual(list((self.root / "Game").glob(".imported-*")), [])
 
     def test_a_signal_while_the_game_runs_asks_nobody(self):
-        self.start_host()
-        self.open()
-        self.assertEqual(self.play(), "Playing")
+        self.open_and_run_game()
         self.verify_gone_soon(self.launcher.terminate)
-        self.verify_next_start("Ready")
+        self.assertEqual(self.open(), "Ready")
 
     def test_a_desktop_that_does_not_answer_keeps_nobody(self):
         bus = StuckBus(self.home / "bus")
@@ -146,7 +132,7 @@ class WaysOut(LauncherCase):
 
     def test_an_engine_that_does_not_end_keeps_nobody(self):
         stubborn = "trap '' TERM; while :; do sleep 1; done\n"
-        for script, state in (("import.sh", "Setting up"), ("play.sh", "Playing")):
+        for script, state in (("import.sh", "Setting up"), ("play.sh", "Starting…")):
             with self.subTest(state):
                 self.write(self.game / script, stubborn)
                 self.start_host()
@@ -155,15 +141,13 @@ class WaysOut(LauncherCase):
                 self.see(state)
                 engines = wait_for(self.engines)
                 children = children_of(self.launcher.pid)
+                self.addCleanup(kill_all, children)
                 begin = time.monotonic()
-                self.launcher.terminate()
-                self.assertEqual(self.launcher.wait(LONG), 0)
+                self.quit()
                 self.assertLess(time.monotonic() - begin, SOON)
                 self.assertEqual(self.printed(), "")
                 # A game may hold unsaved progress, so it keeps running; an import can be repeated.
-                self.assertEqual([is_alive(engine) for engine in engines], [state == "Playing"])
-                for child in filter(is_alive, children):
-                    os.kill(child, signal.SIGKILL)
+                self.assertEqual([is_alive(engine) for engine in engines], [script == "play.sh"])
                 self.write(self.game / script, "mkdir -p .godot/imported\n")
                 shutil.rmtree(self.root)
 
@@ -171,9 +155,8 @@ class WaysOut(LauncherCase):
         return [child for child, command in children_of(self.launcher.pid).items() if "standing-engine" in command]
 
     def test_closing_while_the_game_runs_asks_once_and_keep_playing_keeps_it(self):
-        self.start_host()
-        self.open()
-        self.assertEqual(self.play(), "Playing")
+        self.open_and_run_game()
+        self.see("Playing")
         self.close_window()
         self.see("The game is still running")
         self.assertIn("Quitting will close the game too. Quit anyway?", self.driver.texts())
@@ -187,7 +170,7 @@ class WaysOut(LauncherCase):
         self.close_window()
         self.see("Quit")
         self.verify_gone_soon(lambda: self.press("Quit"))
-        self.verify_next_start("Ready")
+        self.assertEqual(self.open(), "Ready")
 
     def test_a_window_that_a_sheet_covers_can_be_closed(self):
         self.start_host()
@@ -200,9 +183,7 @@ class WaysOut(LauncherCase):
                 self.verify_gone_soon(lambda: self.screen.close(window))
 
     def test_a_covered_window_asks_over_its_sheet_while_the_game_runs(self):
-        self.start_host()
-        self.open()
-        self.assertEqual(self.play(), "Playing")
+        self.open_and_run_game()
         window = self.screen.windows(self.launcher.pid)[0]
         self.press("About")
         self.see("Done")
@@ -215,9 +196,7 @@ class WaysOut(LauncherCase):
         self.verify_gone_soon(lambda: self.press("Quit"))
 
     def test_a_game_that_ends_during_the_question_lets_the_launcher_end(self):
-        self.start_host()
-        self.open()
-        self.assertEqual(self.play(), "Playing")
+        self.open_and_run_game()
         self.close_window()
         self.see("The game is still running")
         for child in children_of(self.launcher.pid):
@@ -230,8 +209,7 @@ class WaysOut(LauncherCase):
         self.open()
         self.press("Play")
         wait_for(self.scratch)
-        self.launcher.kill()
-        self.launcher.wait()
+        self.kill()
         self.assertNotEqual(self.scratch(), [])
         self.assertEqual(self.open(), "Not downloaded")
         self.assertEqual(self.scratch(), [])
