@@ -35,6 +35,7 @@ class CodeHostCase(unittest.TestCase):
         self.engine = self.folder / "it's an engine"
         self.engine.write_text('#!/bin/sh\necho "engine got $*"\n')
         self.engine.chmod(0o755)
+        self.port = None
 
     if not hasattr(unittest.TestCase, "enterContext"):      # Python 3.10 and older
         def enterContext(self, context):
@@ -59,6 +60,9 @@ class CodeHostCase(unittest.TestCase):
                 stream.close()
 
     def ask(self, path, method="GET"):
+        """The response and its body. Starts the host if the test has not."""
+        if not self.port:
+            self.start()
         connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=20)
         with contextlib.closing(connection):
             connection.request(method, path)
@@ -81,31 +85,26 @@ class GameArchive(CodeHostCase):
     def test_everything_is_inside_the_wrapper_folder(self):
         (self.game / "levels").mkdir()
         (self.game / "levels" / "one.tscn").write_text("[gd_scene]")
-        self.start()
         names = self.archive(ARCHIVE).namelist()
         self.assertEqual(names, ["Vantor-master/", "Vantor-master/levels/", "Vantor-master/project.godot",
                                  "Vantor-master/levels/one.tscn"])
 
     def test_it_is_sent_in_pieces_without_a_length(self):
-        self.start()
         response, body = self.ask(ARCHIVE)
         self.assertIsNone(response.getheader("Content-Length"))
         self.assertEqual(response.getheader("Transfer-Encoding"), "chunked")
         self.assertIsNone(zipfile.ZipFile(io.BytesIO(body)).testzip())
 
     def test_head_says_the_same_and_sends_nothing(self):
-        self.start()
         response, body = self.ask(ARCHIVE, "HEAD")
         self.assertEqual((response.status, body), (200, b""))
         self.assertIsNone(response.getheader("Content-Length"))
 
     def test_files_are_deflated(self):
-        self.start()
         self.assertEqual(self.archive(ARCHIVE).getinfo("Vantor-master/project.godot").compress_type,
                          zipfile.ZIP_DEFLATED)
 
     def test_a_changed_game_is_served_at_the_next_request(self):
-        self.start()
         self.fetch(ARCHIVE)
         (self.game / "project.godot").write_text("config_version=4\n")
         self.assertEqual(self.archive(ARCHIVE).read("Vantor-master/project.godot"), b"config_version=4\n")
@@ -116,7 +115,6 @@ class GameArchive(CodeHostCase):
             (self.game / name / "inside").write_text("")
         (self.game / "icon.png.import").write_text("")
         (self.game / "icon.png").write_text("")
-        self.start()
         self.assertEqual(self.archive(ARCHIVE).namelist(),
                          ["Vantor-master/", "Vantor-master/icon.png", "Vantor-master/project.godot"])
 
@@ -124,7 +122,6 @@ class GameArchive(CodeHostCase):
         (self.game / "outside").symlink_to("/etc")
         (self.game / "tool").write_text("#!/bin/sh\n")
         (self.game / "tool").chmod(0o755)
-        self.start()
         archive = self.archive(ARCHIVE)
         link = archive.getinfo("Vantor-master/outside")
         self.assertTrue(stat.S_ISLNK(link.external_attr >> 16))
@@ -133,32 +130,24 @@ class GameArchive(CodeHostCase):
 
 
 class ReleaseFiles(CodeHostCase):
-    LAYOUTS_FOR_X86 = {
-        ("4.6", "_linux.x86_64.zip"): "Godot_v4.6-stable_linux.x86_64",
-        ("4.7.2", "_mono_linux_x86_64.zip"):
-            "Godot_v4.7.2-stable_mono_linux_x86_64/Godot_v4.7.2-stable_mono_linux.x86_64",
-        ("3.6.3", "_x11.64.zip"): "Godot_v3.6.3-stable_x11.64",
-        ("3.6.3", "_mono_x11_64.zip"): "Godot_v3.6.3-stable_mono_x11_64/Godot_v3.6.3-stable_mono_x11.64",
-    }
-    LAYOUTS_FOR_ARM = {
-        ("4.6", "_linux.arm64.zip"): "Godot_v4.6-stable_linux.arm64",
-        ("4.7.2", "_mono_linux_arm64.zip"):
-            "Godot_v4.7.2-stable_mono_linux_arm64/Godot_v4.7.2-stable_mono_linux.arm64",
-        ("3.6.3", "_linux.arm64.zip"): "Godot_v3.6.3-stable_linux.arm64",
-    }
-    LAYOUTS_FOR_MACOS = {
-        ("4.6", "_macos.universal.zip"): "Godot.app/Contents/MacOS/Godot",
-        ("4.6", "_mono_macos.universal.zip"): "Godot_mono.app/Contents/MacOS/Godot",
-        ("3.6.3", "_osx.universal.zip"): "Godot.app/Contents/MacOS/Godot",
-        ("3.6.3", "_mono_osx.universal.zip"): "Godot_mono.app/Contents/MacOS/Godot",
-    }
-
-    def layouts(self):
-        return self.LAYOUTS_FOR_MACOS | (self.LAYOUTS_FOR_ARM if MACHINE == "arm64" else self.LAYOUTS_FOR_X86)
+    # The path of the program in the archive with this version and ending.
+    LAYOUTS = {
+        "x86_64": {
+            ("4.6", "_linux.x86_64.zip"): "Godot_v4.6-stable_linux.x86_64",
+            ("4.7.2", "_mono_linux_x86_64.zip"):
+                "Godot_v4.7.2-stable_mono_linux_x86_64/Godot_v4.7.2-stable_mono_linux.x86_64",
+            ("3.6.3", "_x11.64.zip"): "Godot_v3.6.3-stable_x11.64",
+            ("3.6.3", "_mono_x11_64.zip"): "Godot_v3.6.3-stable_mono_x11_64/Godot_v3.6.3-stable_mono_x11.64"},
+        "arm64": {
+            ("4.6", "_linux.arm64.zip"): "Godot_v4.6-stable_linux.arm64",
+            ("4.7.2", "_mono_linux_arm64.zip"):
+                "Godot_v4.7.2-stable_mono_linux_arm64/Godot_v4.7.2-stable_mono_linux.arm64",
+            ("3.6.3", "_linux.arm64.zip"): "Godot_v3.6.3-stable_linux.arm64"}}[MACHINE] | {
+        (version, f"{mono}_{system}.universal.zip"): f"Godot{mono}.app/Contents/MacOS/Godot"
+        for version, system in (("4.6", "macos"), ("3.6.3", "osx")) for mono in ("", "_mono")}
 
     def test_every_official_name_holds_the_program_where_it_belongs(self):
-        self.start()
-        for (version, ending), program in self.layouts().items():
+        for (version, ending), program in self.LAYOUTS.items():
             with self.subTest(version=version, ending=ending):
                 archive = self.archive(release(version, f"Godot_v{version}-stable{ending}"))
                 self.assertIn(program, archive.namelist())
@@ -170,12 +159,10 @@ class ReleaseFiles(CodeHostCase):
     def test_net_builds_have_their_assemblies_folder_beside_the_program(self):
         if MACHINE == "arm64":
             self.skipTest("the name differs on this processor")
-        self.start()
         stem = "Godot_v4.6-stable_mono_linux_x86_64"
         self.assertIn(f"{stem}/GodotSharp/README", self.archive(release("4.6", stem + ".zip")).namelist())
 
     def test_a_script_is_served_as_a_program_that_starts_it(self):
-        self.start()
         name = "Godot_v4.6-stable_macos.universal.zip"
         program = self.folder / "unpacked"
         program.write_bytes(self.archive(release("4.6", name)).read("Godot.app/Contents/MacOS/Godot"))
@@ -185,13 +172,11 @@ class ReleaseFiles(CodeHostCase):
 
     def test_a_compiled_program_is_served_itself(self):
         self.engine = Path("/bin/ls").resolve()
-        self.start()
         ending = {"darwin": "_macos.universal.zip"}.get(sys.platform, f"_linux.{MACHINE}.zip")
         archive = self.archive(release("4.6", "Godot_v4.6-stable" + ending))
         self.assertIn(self.engine.read_bytes(), [archive.read(name) for name in archive.namelist()])
 
     def test_a_release_file_is_redirected_once_and_has_a_length(self):
-        self.start()
         for name in ("Godot_v4.6-stable_macos.universal.zip", "SHA512-SUMS.txt"):
             with self.subTest(name):
                 first, body = self.ask(release("4.6", name))
@@ -200,16 +185,14 @@ class ReleaseFiles(CodeHostCase):
                 self.assertEqual((second.status, second.getheader("Content-Length")), (200, str(len(body))))
 
     def test_the_sums_are_those_of_what_is_served(self):
-        self.start()
-        sums = dict(reversed(line.split("  ")) for line in self.fetch(release("4.6", "SHA512-SUMS.txt")).decode().splitlines())
-        checked = [name for (version, ending) in self.layouts() if version == "4.6"
-                   for name in [f"Godot_v4.6-stable{ending}"]]
+        lines = self.fetch(release("4.6", "SHA512-SUMS.txt")).decode().splitlines()
+        sums = dict(reversed(line.split("  ")) for line in lines)
+        checked = [f"Godot_v4.6-stable{ending}" for version, ending in self.LAYOUTS if version == "4.6"]
         self.assertEqual(len(checked), 3)
         for name in checked:
             self.assertEqual(sums[name], hashlib.sha512(self.fetch(release("4.6", name))).hexdigest(), name)
 
     def test_the_sums_have_the_official_form(self):
-        self.start()
         text = self.fetch(release("3.6.3", "SHA512-SUMS.txt")).decode()
         self.assertTrue(text.endswith("\n") and "\r" not in text)
         for line in text.splitlines():
@@ -222,14 +205,14 @@ class ReleaseFiles(CodeHostCase):
                         min(i for i, name in enumerate(names) if "_mono_" in name))
 
     def test_an_archive_is_the_same_each_time(self):
-        self.start()
         path = release("4.6", "Godot_v4.6-stable_macos.universal.zip")
         self.assertEqual(self.fetch(path), self.fetch(path))
 
     def test_names_that_no_release_has_are_not_found(self):
-        self.start()
-        for version, name in (("4.4.0", "Godot_v4.4.0-stable_macos.universal.zip"), ("4.6", "Godot_v4.5-stable_macos.universal.zip"),
-                              ("4.6", "Godot_v4.6-stable_osx.universal.zip"), ("3.6.3", "Godot_v3.6.3-stable_macos.universal.zip"),
+        for version, name in (("4.4.0", "Godot_v4.4.0-stable_macos.universal.zip"),
+                              ("4.6", "Godot_v4.5-stable_macos.universal.zip"),
+                              ("4.6", "Godot_v4.6-stable_osx.universal.zip"),
+                              ("3.6.3", "Godot_v3.6.3-stable_macos.universal.zip"),
                               ("latest", "SHA512-SUMS.txt"), ("4.6", "win64.zip")):
             with self.subTest(version=version, name=name):
                 self.assertEqual(self.ask(release(version, name))[0].status, 404)
@@ -242,13 +225,11 @@ class ReleaseFiles(CodeHostCase):
 
 class TheProgram(CodeHostCase):
     def test_the_repository_has_a_page(self):
-        self.start()
         response, body = self.ask("/Kestrelwood/Vantor")
         self.assertIn("text/html", response.getheader("Content-Type"))
         self.assertIn(b"Vantor", body)
 
     def test_anything_else_is_not_found(self):
-        self.start()
         for path in ("/", "/Kestrelwood", "/Kestrelwood/Vantor/archive/refs/heads/main.zip", "/../etc/passwd"):
             self.assertEqual(self.ask(path)[0].status, 404, path)
 

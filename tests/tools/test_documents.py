@@ -80,7 +80,8 @@ def tests():
 @lru_cache(None)
 def words_of_the_source():
     sources = [file for folder in ("src", "tests", "tools", "cmake", "benchmarks")
-               for file in (PROJECT / folder).rglob("*") if file.is_file() and "corpus" not in file.parts and file.name != Path(__file__).name]
+               for file in (PROJECT / folder).rglob("*")
+               if file.is_file() and "corpus" not in file.parts and file.name != Path(__file__).name]
     return set(re.findall(r"\w+", " ".join(file.read_text("utf-8", "replace") for file in sources)))
 
 
@@ -233,8 +234,8 @@ class Documents(unittest.TestCase):
         tools = sorted(str(file.relative_to(PROJECT)) for file in (PROJECT / "tools").iterdir() if is_program(file))
         for tool in [*SCRIPTS, *tools]:
             with self.subTest(tool):
-                run = subprocess.run([PROJECT / tool, "--help"], stdin=subprocess.DEVNULL, capture_output=True, text=True,
-                                     timeout=20)
+                run = subprocess.run([PROJECT / tool, "--help"], stdin=subprocess.DEVNULL, capture_output=True,
+                                     text=True, timeout=20)
                 self.assertEqual((run.returncode, run.stderr), (0, ""))
                 self.assertGreater(len(run.stdout), 40)
 
