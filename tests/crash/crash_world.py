@@ -1,5 +1,5 @@
-"""Players whose launcher is interrupted, for test_crash.py: what they have, what they do, and what must be true of their
-disks afterwards."""
+"""Players whose launcher is interrupted, for test_crash.py: what they have, what they do, and what must be true of
+their disks afterwards."""
 
 import contextlib
 import json

@@ -38,8 +38,8 @@ PATHS = dict(open=[(None, 0)], creat=[(None, 0)], openat=[(0, 1)], rename=[(None
              rmdir=[(None, 0)], mkdir=[(None, 0)], mkdirat=[(0, 1)], symlink=[(None, 1)], symlinkat=[(1, 2)],
              link=[(None, 0), (None, 1)], linkat=[(0, 1), (2, 3)], chmod=[(None, 0)], fchmodat=[(0, 1)],
              utimensat=[(0, 1)], execve=[(None, 0)])
-FILES = dict(write=0, pwrite64=0, writev=0, pwritev=0, ftruncate=0, fallocate=0, fsync=0, fdatasync=0, close=0, fchmod=0,
-             copy_file_range=2)
+FILES = dict(write=0, pwrite64=0, writev=0, pwritev=0, ftruncate=0, fallocate=0, fsync=0, fdatasync=0, close=0,
+             fchmod=0, copy_file_range=2)
 STARTS = {"clone", "clone3", "fork", "vfork", "execve"}
 
 CLONE_THREAD = 0x10000

@@ -1,4 +1,4 @@
-"""What goes into the bundle for macOS, as far as any system can check: its Info.plist, entitlements, icon and libraries.
+"""What goes into the bundle for macOS, as far as any system can check: its Info.plist, entitlements, icon, libraries.
 
     test_macos.py CMAKE SOURCE_FOLDER VERSION
 """
@@ -21,7 +21,8 @@ ICONS = DATA / "icons"
 class Bundle(unittest.TestCase):
     def test_the_description_is_complete(self):
         text = string.Template((DATA / "macos/Info.plist.in").read_text("utf-8")).substitute(
-            MACOSX_BUNDLE_EXECUTABLE_NAME="vantor-platformer", PROJECT_VERSION=VERSION, CMAKE_OSX_DEPLOYMENT_TARGET="11.0")
+            MACOSX_BUNDLE_EXECUTABLE_NAME="vantor-platformer", PROJECT_VERSION=VERSION,
+            CMAKE_OSX_DEPLOYMENT_TARGET="11.0")
         facts = plistlib.loads(text.encode())
         self.assertEqual(facts["CFBundleIdentifier"], "io.github.kestrelwood.vantor-platformer")
         self.assertEqual(facts["CFBundlePackageType"], "APPL")

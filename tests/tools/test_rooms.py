@@ -32,9 +32,9 @@ class Rooms(unittest.TestCase):
 
         lines = {}
         for file in (PROJECT / "src").glob("**/CMakeLists.txt"):
-            found = re.search(r"^add_room\((\w+) USES (.*?)\bSOURCES", file.read_text("utf-8"), re.DOTALL | re.MULTILINE)
             if file.parent.name == "src":
                 continue
+            found = re.search(r"^add_room\((\w+) USES (.*?)\bSOURCES", file.read_text("utf-8"), re.DOTALL | re.M)
             assert found and found[1] == file.parent.name, file
             lines[found[1]] = set(found[2].split())
         cls.linked = {room: uses & lines.keys() for room, uses in lines.items()}
