@@ -48,13 +48,18 @@ class NewPlayer(LauncherCase):
         wait_for(ended)
         self.assertEqual(children_of(self.launcher.pid), {})
 
-    def log(self):
-        return self.driver.find("Log").text.split("\n")
+    def removal_button(self):
+        """The button that names a size."""
+        return self.first(lambda control: re.fullmatch(r"Remove \(frees (?!0 bytes|Zero).+\)", control.name))
+
+    def first(self, condition):
+        """The first control that meets the condition."""
+        return wait_for(lambda: next(filter(condition, self.driver.showing()), None))
 
     def test_from_the_first_start_over_every_button_to_the_removal(self):
         # A window size from an earlier installation.
-        self.write(self.home / "config" / "vantor-platformer" / "vantor-platformer.conf",
-                   "[General]\nresolution=1280x720\n")
+        settings = self.home / "config" / "vantor-platformer" / "vantor-platformer.conf"
+        self.write(settings, "[General]\nresolution=1280x720\n")
         self.start_host("--slow", "10000")
 
         # A first look, and a change of mind.
@@ -80,7 +85,7 @@ class NewPlayer(LauncherCase):
                                           if self.screen.owner(window) in children_of(self.launcher.pid)]))
         self.stop()
         self.show_log()
-        self.assertEqual(self.log()[-1], "Game stopped.")
+        self.assertEqual(self.driver.find("Log").text.split("\n")[-1], "Game stopped.")
         self.press("Hide log")
 
         # Full screen: the size cannot be chosen, is kept, and is not passed on.
@@ -90,20 +95,17 @@ class NewPlayer(LauncherCase):
         self.press("Fullscreen")
         wait_for(lambda: not size.is_enabled)
         self.assertEqual(size.name, "1280x720")
-        self.press("Done")
-        self.driver.wait_gone("Done", LONG)
+        self.close_sheet()
         self.press("Play")
         self.see("Playing")
-        command = self.game_command()
-        self.assertRegex(command, r"--path .*/Game --fullscreen $")
+        self.assertRegex(self.game_command(), r"--path .*/Game --fullscreen $")
         self.stop()
         self.press("Settings…")
         size = wait_for(lambda: self.driver.find("1280x720", "combo box"))
         self.assertFalse(size.is_enabled)
         self.press("Windowed")
         wait_for(lambda: size.is_enabled)
-        self.assertIn("resolution=1280x720",
-                      (self.home / "config" / "vantor-platformer" / "vantor-platformer.conf").read_text())
+        self.assertIn("resolution=1280x720", settings.read_text())
 
         # Update: the sheet closes before the work starts.
         self.press("Update the game")
@@ -116,29 +118,24 @@ class NewPlayer(LauncherCase):
         self.see("The game belongs to its author; this app only downloads and starts it.")
         self.assertTrue(any(re.match(r"Game by (?!its author).*\. Licence: MIT", text)
                             for text in self.driver.texts()), self.driver.texts())
-        self.press("Done")
-        self.driver.wait_gone("Done", LONG)
+        self.close_sheet()
 
         # Remove everything: the question names the size; it is cancelled, then confirmed.
         self.press("Settings…")
         self.press("Remove everything…")
         self.see("Remove the game and the engine?")
-        button = wait_for(lambda: next((control for control in self.driver.showing()
-                                        if re.fullmatch(r"Remove \(frees (?!0 bytes|Zero).+\)", control.name)), None))
+        self.removal_button()
         self.press("Cancel")
         self.driver.wait_gone("Remove the game and the engine?", LONG)
         self.assertTrue(self.root.exists())
         self.assertIn("Done", self.driver.texts())
         self.press("Remove everything…")
-        button = wait_for(lambda: next((control for control in self.driver.showing()
-                                        if re.fullmatch(r"Remove \(frees (?!0 bytes|Zero).+\)", control.name)), None))
-        button.press()
+        self.removal_button().press()
         self.see("Everything was removed.")
         self.driver.wait_gone("Done", LONG)
         self.assertFalse(self.root.exists())
         self.assertEqual(self.driver.state(), "Not downloaded")
-        saves = [path for path in (self.home / "data").rglob("progress.cfg")]
-        self.assertTrue(saves, "the player's progress is gone")
+        self.assertTrue(list((self.home / "data").rglob("progress.cfg")), "the player's progress is lost")
         self.press("About")
         self.see("Game by its author. Licence: see the repository")
         self.press("Done")
@@ -152,11 +149,10 @@ class NewPlayer(LauncherCase):
         self.open()
         self.press("Play")
         self.driver.wait("Needs something", seconds=2 * LONG)
-        sentence = re.compile(r"The game closed after only \d+ seconds? \(exit code 3\), so it did not start properly\. "
-                              r"These are the last lines of its log:")
-        message = wait_for(lambda: next((text for text in self.driver.texts() if sentence.fullmatch(text)), None))
-        lines = wait_for(lambda: next((control.text for control in self.driver.showing()
-                                       if "The end of the test game, \u2603 and all." in control.text), None))
+        sentence = (r"The game closed after only \d+ seconds? \(exit code 3\), so it did not start properly\. "
+                    r"These are the last lines of its log:")
+        message = self.first(lambda control: re.fullmatch(sentence, control.name)).name
+        lines = self.first(lambda control: "The end of the test game, \u2603 and all." in control.text).text
         self.assertLessEqual(len(lines.split("\n")), 30)
         self.press("Copy")
         # The window shows a symbol for each control character; the copied text is exact.

@@ -268,10 +268,13 @@ class LauncherCase(unittest.TestCase):
         self.press("Show log")
         self.see("Log")
 
-    def open_and_close(self, sheet):
-        self.press(sheet)
+    def close_sheet(self):
         self.press("Done")
         self.driver.wait_gone("Done", LONG)
+
+    def open_and_close(self, sheet):
+        self.press(sheet)
+        self.close_sheet()
 
     def close_window(self):
         """Asks the window to close, as a window manager does."""
