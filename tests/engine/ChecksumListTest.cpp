@@ -1,6 +1,8 @@
 #include "ChecksumList.h"
 
-#include <QTest>
+#include "Table.h"
+
+using namespace Qt::StringLiterals;
 
 class ChecksumListTest final : public QObject {
     Q_OBJECT
@@ -8,12 +10,8 @@ class ChecksumListTest final : public QObject {
 private Q_SLOTS:
     void theHashOfTheNamedFileIsFound_data()
     {
-        QTest::addColumn<QString>("list");
-        QTest::addColumn<QString>("hash"); // null: no such line
-        const auto row = [](const char *name, const char *list, const char *hash) {
-            QTest::newRow(name) << QString::fromUtf8(list) << QString::fromUtf8(hash);
-        };
-        row("empty list", "", nullptr);
+        const auto row = table<QByteArray, QByteArray>("list", "hash"); // null: no such line
+        row("empty list", "", {});
         row("the tool's own form", "aaa  other.zip\nbbb  Godot.zip\n", "bbb");
         row("binary mark", "bbb *Godot.zip\n", "bbb");
         row("binary mark behind two blanks", "bbb  *Godot.zip\n", "bbb");
@@ -33,22 +31,22 @@ private Q_SLOTS:
         row("a line with the name only", "Godot.zip\nbbb  Godot.zip\n", "bbb");
         row("a line with a hash only", "aaa\nbbb  Godot.zip\n", "bbb");
         row("empty lines", "\n\n\nbbb  Godot.zip\n", "bbb");
-        row("another letter case is another name", "bbb  godot.zip\n", nullptr);
-        row("a longer name", "bbb  Godot.zip.part\n", nullptr);
-        row("a name in a folder", "bbb  ./Godot.zip\n", nullptr);
-        row("the name in the middle", "bbb  Godot.zip more\n", nullptr);
-        row("other names only", "aaa  Godot.tar.xz\nbbb  Godot.apk\n", nullptr);
-        row("a page in place of the list", "<html><body>Not here</body></html>", nullptr);
-        row("a non-breaking space is no blank", "bbb\xc2\xa0Godot.zip\n", nullptr);
+        row("another letter case is another name", "bbb  godot.zip\n", {});
+        row("a longer name", "bbb  Godot.zip.part\n", {});
+        row("a name in a folder", "bbb  ./Godot.zip\n", {});
+        row("the name in the middle", "bbb  Godot.zip more\n", {});
+        row("other names only", "aaa  Godot.tar.xz\nbbb  Godot.apk\n", {});
+        row("a page in place of the list", "<html><body>Not here</body></html>", {});
+        row("a non-breaking space is no blank", "bbb\xc2\xa0Godot.zip\n", {});
     }
 
     void theHashOfTheNamedFileIsFound()
     {
-        QFETCH(QString, list);
-        QFETCH(QString, hash);
-        const auto found = ChecksumList::hash(list, QStringLiteral("Godot.zip"));
+        QFETCH(QByteArray, list);
+        QFETCH(QByteArray, hash);
+        const auto found = ChecksumList::hash(QString::fromUtf8(list), u"Godot.zip"_s);
         QCOMPARE(found.has_value(), !hash.isNull());
-        QCOMPARE(found.value_or(QString()), hash);
+        QCOMPARE(found.value_or(QString()), QString::fromUtf8(hash));
     }
 };
 

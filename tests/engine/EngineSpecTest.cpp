@@ -4,9 +4,20 @@
 #include "Desktop.h"
 #include "Paths.h"
 #include "ProjectInfo.h"
+#include "ShellScript.h"
+#include "Table.h"
 #include "TestHome.h"
 
+using namespace Qt::StringLiterals;
 using System = Desktop::System;
+
+namespace {
+
+const EngineSpec plain { 4, u"4.3"_s, false };
+const EngineSpec mono { 4, u"4.3"_s, true };
+const EngineSpec older { 3, u"3.6.3"_s, false };
+
+}
 
 class EngineSpecTest final : public QObject {
     Q_OBJECT
@@ -19,55 +30,27 @@ private Q_SLOTS:
         CodeHost::setAddress(CodeHost::official());
     }
 
-    void aProjectOfTheOlderFormatGetsTheOneBuildOfThe3Line_data()
+    void aProjectOfTheOlderFormatNeedsTheOneBuildOfThe3Line()
     {
-        QTest::addColumn<qint64>("format");
         for (const qint64 format : { -1, 0, 3, 4 })
-            QTest::addRow("%lld", static_cast<long long>(format)) << format;
-    }
-
-    void aProjectOfTheOlderFormatGetsTheOneBuildOfThe3Line()
-    {
-        QFETCH(qint64, format);
-        const EngineSpec spec = specFor(format, { QStringLiteral("4.2") });
-        QCOMPARE(spec, (EngineSpec { 3, QStringLiteral("3.6.3"), false }));
-        QCOMPARE(spec.fileName(), QStringLiteral("Godot_v3.6.3-stable_osx.universal.zip"));
+            QCOMPARE(specFor(format, { u"4.2"_s }), older);
     }
 
     void theFirstFeatureThatIsAVersionIsTaken_data()
     {
-        QTest::addColumn<QStringList>("features");
-        QTest::addColumn<QString>("version");
-        const auto row = [](const char *name, const QStringList &features, const char *version) {
-            QTest::newRow(name) << features << QString::fromLatin1(version);
-        };
-        const auto text = [](const char *value) { return QString::fromUtf8(value); };
-        row("none", {}, "4.7.2");
-        row("a version", { text("4.3") }, "4.3");
-        row("a version with a patch", { text("4.3.1") }, "4.3.1");
-        row("in front of another entry", { text("4.3"), text("Mobile") }, "4.3");
-        row("behind another entry", { text("Forward Plus"), text("4.3") }, "4.3");
-        row("the first of two", { text("4.2"), text("4.3") }, "4.2");
-        row("another line's number", { text("5.0") }, "5.0");
-        row("one piece only", { text("4") }, "4.7.2");
-        row("a letter", { text("4.x") }, "4.7.2");
-        row("a letter, then a version", { text("4.x"), text("4.1") }, "4.1");
-        row("empty pieces", { text("4..3") }, "4..3");
-        row("empty pieces at the ends", { text(".4.3.") }, ".4.3.");
-        row("dots only", { text("...") }, "4.7.2");
-        row("signs", { text("+4.-3") }, "+4.-3");
-        row("a sign only", { text("4.+") }, "4.7.2");
-        row("two signs", { text("4.+-3") }, "4.7.2");
-        row("a sign behind", { text("4.3-") }, "4.7.2");
-        row("blanks inside", { text("4. 3") }, "4.7.2");
-        row("blanks around", { text(" 4.3 ") }, "4.7.2");
-        row("hexadecimal", { text("4.0x3") }, "4.7.2");
-        row("an exponent", { text("4.1e1") }, "4.7.2");
-        row("digits of another script", { text("4.\u0663") }, "4.7.2");
-        row("too large a number", { text("4.99999999999999999999") }, "4.7.2");
-        row("an empty entry", { QString() }, "4.7.2");
-        row("a suffix", { text("4.3-beta1") }, "4.7.2");
-        row("a way out", { text("4.3/../..") }, "4.7.2");
+        const auto row = table<QStringList, QString>("features", "version");
+        const QString newest = u"4.7.2"_s;
+        row("no feature", {}, newest);
+        row("in front of another feature", { u"4.3"_s, u"Mobile"_s }, u"4.3"_s);
+        row("after another feature", { u"Forward Plus"_s, u"4.3"_s }, u"4.3"_s);
+        row("the first of two", { u"4.2"_s, u"4.3"_s }, u"4.2"_s);
+        row("after one with a letter", { u"4.x"_s, u"4.1"_s }, u"4.1"_s);
+        for (const QString &text : { u"4.3"_s, u"4.3.1"_s, u"5.0"_s, u"4..3"_s, u".4.3."_s, u"+4.-3"_s })
+            row(qPrintable(u"“%1” is a version"_s.arg(text)), { text }, text);
+        for (const QString &text : { u""_s, u"4"_s, u"4.x"_s, u"..."_s, u"4.+"_s, u"4.+-3"_s, u"4.3-"_s,
+                                     u"4. 3"_s, u" 4.3 "_s, u"4.0x3"_s, u"4.1e1"_s, u"4.\u0663"_s,
+                                     u"4.99999999999999999999"_s, u"4.3-beta1"_s, u"4.3/../.."_s })
+            row(qPrintable(u"“%1” is not a version"_s.arg(text)), { text }, newest);
     }
 
     void theFirstFeatureThatIsAVersionIsTaken()
@@ -78,90 +61,68 @@ private Q_SLOTS:
         QCOMPARE(specFor(6, features), (EngineSpec { 4, version, false }));
     }
 
-    void aProjectInCSharpGetsTheDotNetBuild()
+    void aProjectInCSharpNeedsTheDotNetBuild()
     {
-        const TestHome home;
-        ProjectInfo info;
-        info.configVersion = 5;
-        info.isCSharp = true;
-        const EngineSpec spec = EngineManager::spec(info);
-        QCOMPARE(spec, (EngineSpec { 4, QStringLiteral("4.7.2"), true }));
-        QCOMPARE(spec.fileName(), QStringLiteral("Godot_v4.7.2-stable_mono_macos.universal.zip"));
-        QCOMPARE(EngineManager::folder(spec), Paths::root() + QStringLiteral("/Engine/4.7.2-mono"));
-
-        info.configVersion = 4;
-        QCOMPARE(EngineManager::spec(info), (EngineSpec { 3, QStringLiteral("3.6.3"), true }));
+        QCOMPARE(specFor(5, {}, true), (EngineSpec { 4, u"4.7.2"_s, true }));
+        QCOMPARE(specFor(4, {}, true), (EngineSpec { 3, u"3.6.3"_s, true }));
     }
 
     void theArchiveIsNamedByItsDesktop()
     {
-        const EngineSpec plain { 4, QStringLiteral("4.3"), false };
-        const EngineSpec mono { 4, QStringLiteral("4.3"), true };
-        const EngineSpec old { 3, QStringLiteral("3.6.3"), false };
-        QCOMPARE(plain.fileName(), QStringLiteral("Godot_v4.3-stable_macos.universal.zip"));
-        QCOMPARE(mono.fileName(), QStringLiteral("Godot_v4.3-stable_mono_macos.universal.zip"));
-        QCOMPARE(old.fileName(), QStringLiteral("Godot_v3.6.3-stable_osx.universal.zip"));
+        QCOMPARE(plain.fileName(), u"Godot_v4.3-stable_macos.universal.zip"_s);
+        QCOMPARE(mono.fileName(), u"Godot_v4.3-stable_mono_macos.universal.zip"_s);
+        QCOMPARE(older.fileName(), u"Godot_v3.6.3-stable_osx.universal.zip"_s);
 
         use(System::Linux);
-        QCOMPARE(plain.fileName(), QStringLiteral("Godot_v4.3-stable_linux.x86_64.zip"));
-        QCOMPARE(mono.fileName(), QStringLiteral("Godot_v4.3-stable_mono_linux_x86_64.zip"));
-        QCOMPARE(old.fileName(), QStringLiteral("Godot_v3.6.3-stable_x11.64.zip"));
+        QCOMPARE(plain.fileName(), u"Godot_v4.3-stable_linux.x86_64.zip"_s);
+        QCOMPARE(mono.fileName(), u"Godot_v4.3-stable_mono_linux_x86_64.zip"_s);
+        QCOMPARE(older.fileName(), u"Godot_v3.6.3-stable_x11.64.zip"_s);
     }
 
     void theReleaseLiesInItsFolderAtTheCodeHost()
     {
-        const EngineSpec spec { 4, QStringLiteral("4.3"), true };
-        QCOMPARE(spec.baseURL(),
+        QCOMPARE(mono.baseURL(),
                  CodeHost::official().toString()
-                     + QStringLiteral("/godotengine/godot-builds/releases/download/4.3-stable/"));
-        CodeHost::setAddress(QUrl(QStringLiteral("http://127.0.0.1:8080")));
-        QCOMPARE(
-            spec.baseURL(),
-            QStringLiteral("http://127.0.0.1:8080/godotengine/godot-builds/releases/download/4.3-stable/"));
+                     + u"/godotengine/godot-builds/releases/download/4.3-stable/"_s);
+        CodeHost::setAddress(QUrl(u"http://127.0.0.1:8080"_s));
+        QCOMPARE(mono.baseURL(),
+                 u"http://127.0.0.1:8080/godotengine/godot-builds/releases/download/4.3-stable/"_s);
     }
 
     void thePlayerReadsTheEnginesName()
     {
-        QCOMPARE((EngineSpec { 4, QStringLiteral("4.3"), false }).displayName(), QStringLiteral("Godot 4.3"));
-        QCOMPARE((EngineSpec { 4, QStringLiteral("4.3"), true }).displayName(),
-                 QStringLiteral("Godot 4.3 (.NET)"));
+        QCOMPARE(plain.displayName(), u"Godot 4.3"_s);
+        QCOMPARE(mono.displayName(), u"Godot 4.3 (.NET)"_s);
     }
 
     void foldersAndMarkersDependOnVersionAndKindOnly()
     {
         const TestHome home;
         const QString root = Paths::root();
-        QCOMPARE(EngineManager::folder({ 4, QStringLiteral("4.3"), false }),
-                 root + QStringLiteral("/Engine/4.3"));
-        QCOMPARE(EngineManager::folder({ 3, QStringLiteral("4.3"), false }),
-                 root + QStringLiteral("/Engine/4.3"));
-        QCOMPARE(EngineManager::folder({ 4, QStringLiteral("4.3"), true }),
-                 root + QStringLiteral("/Engine/4.3-mono"));
-        QCOMPARE(EngineManager::markerURL({ 4, QStringLiteral("4.3"), false }),
-                 root + QStringLiteral("/Game/.imported-4.3"));
-        QCOMPARE(EngineManager::markerURL({ 4, QStringLiteral("4.3"), true }),
-                 root + QStringLiteral("/Game/.imported-4.3-mono"));
+        QCOMPARE(EngineManager::folder(plain), root + u"/Engine/4.3"_s);
+        QCOMPARE(EngineManager::folder({ 3, u"4.3"_s, false }), root + u"/Engine/4.3"_s);
+        QCOMPARE(EngineManager::folder(mono), root + u"/Engine/4.3-mono"_s);
+        QCOMPARE(EngineManager::markerURL(plain), root + u"/Game/.imported-4.3"_s);
+        QCOMPARE(EngineManager::markerURL(mono), root + u"/Game/.imported-4.3-mono"_s);
         QVERIFY(!QFileInfo::exists(root));
     }
 
     void theProgramIsLookedForInTheBuildsFolder()
     {
         const TestHome home;
-        const EngineSpec spec { 4, QStringLiteral("4.3"), false };
-        QCOMPARE(EngineManager::executable(spec), std::nullopt);
+        QCOMPARE(EngineManager::executable(plain), std::nullopt);
 
-        const QString onMacOS
-            = EngineManager::folder(spec) + QStringLiteral("/Godot.app/Contents/MacOS/Godot");
-        put(onMacOS);
-        QCOMPARE(EngineManager::executable(spec), onMacOS);
-        QCOMPARE(EngineManager::executable({ 4, QStringLiteral("4.3"), true }), std::nullopt);
+        const auto put = [&home](const QString &name) {
+            return shellScript(home, EngineManager::folder(plain) + name, "");
+        };
+        const QString onMacOS = put(u"/Godot.app/Contents/MacOS/Godot"_s);
+        QCOMPARE(EngineManager::executable(plain), onMacOS);
+        QCOMPARE(EngineManager::executable(mono), std::nullopt);
 
         use(System::Linux);
-        QCOMPARE(EngineManager::executable(spec), std::nullopt);
-        const QString onLinux
-            = EngineManager::folder(spec) + QStringLiteral("/Godot_v4.3-stable_linux.x86_64");
-        put(onLinux);
-        QCOMPARE(EngineManager::executable(spec), onLinux);
+        QCOMPARE(EngineManager::executable(plain), std::nullopt);
+        const QString onLinux = put(u"/Godot_v4.3-stable_linux.x86_64"_s);
+        QCOMPARE(EngineManager::executable(plain), onLinux);
     }
 
 private:
@@ -172,21 +133,13 @@ private:
         Desktop::use(desktop);
     }
 
-    static EngineSpec specFor(qint64 format, const QStringList &features)
+    static EngineSpec specFor(qint64 format, const QStringList &features, bool isCSharp = false)
     {
         ProjectInfo info;
         info.configVersion = format;
         info.features = features;
+        info.isCSharp = isCSharp;
         return EngineManager::spec(info);
-    }
-
-    static void put(const QString &program)
-    {
-        QDir().mkpath(QFileInfo(program).path());
-        QFile file(program);
-        if (!file.open(QIODevice::WriteOnly)
-            || !file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner))
-            qFatal("%s could not be written.", qPrintable(program));
     }
 };
 

@@ -4,8 +4,25 @@
 #include "LogStore.h"
 #include "Paths.h"
 #include "ProcessController.h"
+#include "ShellScript.h"
+#include "Table.h"
 #include "Tasks.h"
 #include "TestHome.h"
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const EngineSpec line4 { 4, u"4.3"_s, false };
+const EngineSpec mono { 4, u"4.3"_s, true };
+const EngineSpec line3 { 3, u"3.6.3"_s, false };
+
+const QString firstPass = u"First-time setup, pass 1: godot "_s;
+const QString nothingImported = u"No imported files found yet."_s;
+
+QString endedWith(int status) { return u"Setup pass ended with exit code %1"_s.arg(status); }
+
+}
 
 class ProjectImportTest final : public QObject {
     Q_OBJECT
@@ -24,191 +41,143 @@ private Q_SLOTS:
         m_home.reset();
     }
 
-    void onePassIsEnoughWhenItLeavesImportedFiles()
+    void anImportCountsByWhatItLeaves_data()
     {
-        QVERIFY(import(line4(), "echo importing; mkdir \"$4\"/.godot"));
-        QCOMPARE(log(),
-                 QStringList({ QStringLiteral("First-time setup, pass 1: godot --headless --import --path ")
-                                   + m_project + QStringLiteral(" --quit"),
-                               QStringLiteral("importing") }));
-        QCOMPARE(marker(line4()), QByteArray("ok"));
+        const auto row = table<EngineSpec, QByteArray, QStringList>("spec", "script", "lines");
+        row("one pass is enough", line4, "mkdir \"$4\"/.godot", {});
+        row("the engine's lines are logged unchanged", line4,
+            "echo '  [ 16% ] first  '; echo 'ERROR: x' >&2; mkdir \"$4\"/.godot",
+            { u"  [ 16% ] first  "_s, u"ERROR: x"_s });
+        row("anything called .godot", line4, "touch \"$4\"/.godot", {});
+        row("an engine that ends badly", line4, "mkdir \"$4\"/.godot; exit 1", { endedWith(1) });
+        row("an engine that crashes", line4, "mkdir \"$4\"/.godot; kill -SEGV $$", { endedWith(11) });
+        row("the .NET build has a marker of its own", mono, "mkdir \"$4\"/.godot", {});
+        row("the older line", line3, "mkdir \"$4\"/.import && touch \"$4\"/.import/.hidden", {});
     }
 
-    void aPassThatLeavesNoImportedFilesIsRepeatedOnce()
+    void anImportCountsByWhatItLeaves()
     {
-        QVERIFY(!import(line4(), "echo \"$*\" >> \"$HOME/calls\""));
-        const QString arguments
-            = QStringLiteral("--headless --import --path ") + m_project + QStringLiteral(" --quit");
+        QFETCH(EngineSpec, spec);
+        QFETCH(QByteArray, script);
+        QFETCH(QStringList, lines);
+        QVERIFY(import(spec, script));
+        QCOMPARE(log(), QStringList(firstPass + argumentsOf(spec)) + lines);
+        QCOMPARE(marker(spec), QByteArray("ok"));
+        QCOMPARE(m_home->read(EngineManager::markerURL(line4)) == "ok", spec == line4);
+    }
+
+    void aPassThatLeavesNothingIsRepeatedOnce_data()
+    {
+        const auto row = table<EngineSpec, QByteArray>("spec", "script");
+        row("an engine that ends well", line4, ":");
+        row("an empty folder of the older line", line3, "mkdir -p \"$4\"/.import");
+        row("a file in place of the older line's folder", line3, "touch \"$4\"/.import");
+        row("the newer folder with the older line", line3, "mkdir -p \"$4\"/.godot; touch \"$4\"/.godot/x");
+    }
+
+    void aPassThatLeavesNothingIsRepeatedOnce()
+    {
+        QFETCH(EngineSpec, spec);
+        QFETCH(QByteArray, script);
+        QVERIFY(!import(spec, script + "; echo \"$*\" >> \"$HOME/calls\""));
+        const QString arguments = argumentsOf(spec);
         QCOMPARE(log(),
-                 QStringList({ QStringLiteral("First-time setup, pass 1: godot ") + arguments,
-                               QStringLiteral("No imported files found yet."),
-                               QStringLiteral("First-time setup, pass 2: godot ") + arguments,
-                               QStringLiteral("No imported files found yet.") }));
-        QCOMPARE(content(m_home->filePath(QStringLiteral("calls"))),
-                 (arguments + u'\n').repeated(2).toUtf8());
-        QVERIFY(!QFileInfo::exists(EngineManager::markerURL(line4())));
+                 QStringList({ firstPass + arguments, nothingImported,
+                               u"First-time setup, pass 2: godot "_s + arguments, nothingImported }));
+        QCOMPARE(m_home->read(u"calls"_s), (arguments + u'\n').repeated(2).toUtf8());
+        QVERIFY(!QFileInfo::exists(EngineManager::markerURL(spec)));
     }
 
     void theSecondPassMayLeaveThem()
     {
-        QVERIFY(import(line4(), "[ -e \"$HOME/once\" ] && mkdir \"$4\"/.godot; touch \"$HOME/once\""));
-        QCOMPARE(log().filter(QStringLiteral("First-time setup")).size(), 2);
-        QCOMPARE(log().filter(QStringLiteral("No imported files found yet.")).size(), 1);
-        QCOMPARE(marker(line4()), QByteArray("ok"));
-    }
-
-    void anEngineThatEndsBadlyButImportedIsFine()
-    {
-        QVERIFY(import(line4(), "mkdir \"$4\"/.godot; exit 1"));
-        QCOMPARE(log().last(), QStringLiteral("Setup pass ended with exit code 1"));
-        QCOMPARE(marker(line4()), QByteArray("ok"));
-    }
-
-    void anEngineThatEndsWellButImportedNothingIsNot()
-    {
-        QVERIFY(!import(line4(), "exit 0"));
-        QVERIFY(log().filter(QStringLiteral("exit code")).isEmpty());
-    }
-
-    void anEngineThatCrashesIsTestedLikeAnyOther()
-    {
-        QVERIFY(import(line4(), "mkdir \"$4\"/.godot; kill -SEGV $$"));
-        QCOMPARE(log().last(), QStringLiteral("Setup pass ended with exit code 11"));
+        QVERIFY(import(line4, "[ -e \"$HOME/once\" ] && mkdir \"$4\"/.godot; touch \"$HOME/once\""));
+        QCOMPARE(log().filter(u"First-time setup"_s).size(), 2);
+        QCOMPARE(log().filter(nothingImported).size(), 1);
+        QCOMPARE(marker(line4), QByteArray("ok"));
     }
 
     void anEngineThatCannotBeStartedImportsNothing()
     {
-        QVERIFY(!run(line4(), m_home->filePath(QStringLiteral("no-engine"))));
-        QCOMPARE(log().filter(QStringLiteral("Setup pass ended with exit code -1")).size(), 2);
-        QCOMPARE(log().filter(QStringLiteral("No imported files found yet.")).size(), 2);
-        QVERIFY(!QFileInfo::exists(EngineManager::markerURL(line4())));
-    }
-
-    void anythingCalledGodotCountsOnThe4Line() { QVERIFY(import(line4(), "touch \"$4\"/.godot")); }
-
-    void theOlderLineIsAskedInItsOwnWay()
-    {
-        QVERIFY(import(line3(), "mkdir \"$4\"/.import && touch \"$4\"/.import/.hidden"));
-        QCOMPARE(log(),
-                 QStringList(QStringLiteral("First-time setup, pass 1: godot --no-window --editor --path ")
-                             + m_project + QStringLiteral(" --quit")));
-        QCOMPARE(marker(line3()), QByteArray("ok"));
-    }
-
-    void onTheOlderLineAnEmptyFolderIsNoImport()
-    {
-        QVERIFY(!import(line3(), "mkdir -p \"$4\"/.import"));
-        QCOMPARE(log().filter(QStringLiteral("No imported files found yet.")).size(), 2);
-    }
-
-    void onTheOlderLineAFileInPlaceOfTheFolderIsNoImport()
-    {
-        QVERIFY(!import(line3(), "touch \"$4\"/.import"));
-    }
-
-    void onTheOlderLineTheNewerFolderDoesNotCount()
-    {
-        QVERIFY(!import(line3(), "mkdir -p \"$4\"/.godot; touch \"$4\"/.godot/x"));
+        QVERIFY(!run(line4, m_home->filePath(u"no-engine"_s)));
+        QCOMPARE(log().filter(endedWith(-1)).size(), 2);
+        QCOMPARE(log().filter(nothingImported).size(), 2);
+        QVERIFY(!QFileInfo::exists(EngineManager::markerURL(line4)));
     }
 
     void aCancelledControllerRunsAndLogsNothing()
     {
         const auto controller = ProcessController::create();
         controller->cancel();
-        QVERIFY(!run(line4(), engine("touch \"$HOME/ran\"; mkdir \"$4\"/.godot"), controller));
+        QVERIFY(!Tasks::finish(start(line4, engine("touch \"$HOME/ran\"; mkdir \"$4\"/.godot"), controller)));
         QCOMPARE(log(), QStringList());
-        QVERIFY(!QFileInfo::exists(m_home->filePath(QStringLiteral("ran"))));
+        QVERIFY(!QFileInfo::exists(m_home->filePath(u"ran"_s)));
+    }
+
+    void aCancelEndsThePassAndThereIsNoSecond_data()
+    {
+        const auto row = table<QByteArray, QStringList>("script", "lines");
+        row("nothing imported", ":", { endedWith(15), nothingImported });
+        row("what was imported counts", "mkdir \"$4\"/.godot", { endedWith(15) });
     }
 
     void aCancelEndsThePassAndThereIsNoSecond()
     {
+        QFETCH(QByteArray, script);
+        QFETCH(QStringList, lines);
         const auto controller = ProcessController::create();
-        EngineManager manager;
-        auto task = manager.importProject(line4(), engine("touch \"$HOME/ran\"; exec sleep 60"), m_project,
-                                          m_log.get(), controller);
-        QTRY_VERIFY(QFileInfo::exists(m_home->filePath(QStringLiteral("ran"))));
+        auto task = start(line4, engine(script + "; touch \"$HOME/ran\"; exec sleep 60"), controller);
+        QTRY_VERIFY(QFileInfo::exists(m_home->filePath(u"ran"_s)));
         controller->cancel();
-        QVERIFY(!Tasks::finish(std::move(task)));
-        QCOMPARE(log().filter(QStringLiteral("First-time setup")).size(), 1);
-        QCOMPARE(log().at(1), QStringLiteral("Setup pass ended with exit code 15"));
-        QCOMPARE(log().last(), QStringLiteral("No imported files found yet."));
-    }
-
-    void aCancelledPassThatImportedCounts()
-    {
-        const auto controller = ProcessController::create();
-        EngineManager manager;
-        auto task = manager.importProject(line4(), engine("mkdir \"$4\"/.godot; exec sleep 60"), m_project,
-                                          m_log.get(), controller);
-        QTRY_VERIFY(QFileInfo::exists(m_project + QStringLiteral("/.godot")));
-        controller->cancel();
-        QVERIFY(Tasks::finish(std::move(task)));
-        QCOMPARE(marker(line4()), QByteArray("ok"));
-    }
-
-    void theEnginesLinesAreLoggedUnchanged()
-    {
-        QVERIFY(import(line4(), "echo '  [ 16% ] first  '; echo 'ERROR: x' >&2; mkdir \"$4\"/.godot"));
-        QCOMPARE(log().mid(1),
-                 QStringList({ QStringLiteral("  [ 16% ] first  "), QStringLiteral("ERROR: x") }));
+        const bool isImported = !lines.contains(nothingImported);
+        QCOMPARE(Tasks::finish(std::move(task)), isImported);
+        QCOMPARE(log(), QStringList(firstPass + argumentsOf(line4)) + lines);
+        QCOMPARE(marker(line4) == "ok", isImported);
     }
 
     void anEarlierMarkerIsReplaced()
     {
-        m_home->write(QStringLiteral("data/Vantor Platformer/Game/.imported-4.3"), "something longer");
-        QCOMPARE(content(EngineManager::markerURL(line4())), QByteArray("something longer"));
-        QVERIFY(import(line4(), "mkdir \"$4\"/.godot"));
-        QCOMPARE(marker(line4()), QByteArray("ok"));
+        FileOperations::writeAtomically(EngineManager::markerURL(line4), "something longer");
+        QVERIFY(import(line4, "mkdir \"$4\"/.godot"));
+        QCOMPARE(marker(line4), QByteArray("ok"));
     }
 
     void aMarkerThatCannotBeWrittenIsIgnored()
     {
-        QDir().mkpath(EngineManager::markerURL(line4()) + QStringLiteral("/in the way"));
-        QVERIFY(import(line4(), "mkdir \"$4\"/.godot"));
-        QVERIFY(QFileInfo(EngineManager::markerURL(line4())).isDir());
-    }
-
-    void theDotNetBuildHasAMarkerOfItsOwn()
-    {
-        const EngineSpec mono { 4, QStringLiteral("4.3"), true };
-        QVERIFY(import(mono, "mkdir \"$4\"/.godot"));
-        QCOMPARE(marker(mono), QByteArray("ok"));
-        QVERIFY(!QFileInfo::exists(EngineManager::markerURL(line4())));
+        QDir().mkpath(EngineManager::markerURL(line4) + u"/in the way"_s);
+        QVERIFY(import(line4, "mkdir \"$4\"/.godot"));
+        QVERIFY(QFileInfo(EngineManager::markerURL(line4)).isDir());
     }
 
 private:
-    static EngineSpec line4() { return { 4, QStringLiteral("4.3"), false }; }
-    static EngineSpec line3() { return { 3, QStringLiteral("3.6.3"), false }; }
+    QString argumentsOf(const EngineSpec &spec) const
+    {
+        const QString first = spec.major < 4 ? u"--no-window --editor"_s : u"--headless --import"_s;
+        return first + u" --path "_s + m_project + u" --quit"_s;
+    }
 
     /// Returns the path of a shell script that stands in for the engine. Its "$4" is the project folder.
-    QString engine(const QByteArray &script) const
+    QString engine(const QByteArray &commands) const { return shellScript(*m_home, u"engine"_s, commands); }
+
+    QCoro::Task<bool> start(const EngineSpec &spec, const QString &executable,
+                            const std::shared_ptr<ProcessController> &controller)
     {
-        const QString file = m_home->write(QStringLiteral("engine"), "#!/bin/sh\n" + script + "\n");
-        QFile::setPermissions(file, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        return file;
+        return m_engines.importProject(spec, executable, m_project, m_log.get(), controller);
     }
 
-    bool run(const EngineSpec &spec, const QString &executable,
-             const std::shared_ptr<ProcessController> &controller = ProcessController::create()) const
+    bool run(const EngineSpec &spec, const QString &executable)
     {
-        EngineManager manager;
-        return Tasks::finish(manager.importProject(spec, executable, m_project, m_log.get(), controller));
+        return Tasks::finish(start(spec, executable, ProcessController::create()));
     }
 
-    bool import(const EngineSpec &spec, const QByteArray &script) const { return run(spec, engine(script)); }
+    bool import(const EngineSpec &spec, const QByteArray &commands) { return run(spec, engine(commands)); }
 
     QStringList log() const { return m_log->lines; }
 
-    static QByteArray content(const QString &file)
-    {
-        QFile in(file);
-        return in.open(QIODevice::ReadOnly) ? in.readAll() : QByteArray();
-    }
-
-    static QByteArray marker(const EngineSpec &spec) { return content(EngineManager::markerURL(spec)); }
+    QByteArray marker(const EngineSpec &spec) const { return m_home->read(EngineManager::markerURL(spec)); }
 
     std::unique_ptr<TestHome> m_home;
     std::unique_ptr<LogStore> m_log;
+    EngineManager m_engines;
     QString m_project;
 };
 
