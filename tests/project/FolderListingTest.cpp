@@ -1,69 +1,64 @@
 #include "FolderListing.h"
 
+#include "GameFolder.h"
 #include "OrdinaryUser.h"
-#include "TestHome.h"
 
 #include <QTest>
 
-#include <sys/stat.h>
-
 #include <map>
+
+using namespace Qt::StringLiterals;
 
 class FolderListingTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void onlyAFolderItselfIsOne()
+    void init()
     {
-        const TestHome home;
-        fill(home);
-        QCOMPARE(kinds(home.path()), expected());
+        m_folder
+            = std::make_unique<GameFolder>(GameFolder::Files { { "folder/file", "1" }, { "file", "1" } });
+        m_folder->link("link to folder", u"folder"_s);
+        m_folder->link("link to file", u"file"_s);
+        m_folder->link("link to nothing", u"nothing"_s);
     }
+    void cleanup() { m_folder.reset(); }
+
+    void onlyAFolderItselfIsOne() { QCOMPARE(kinds(), expected()); }
 
     void theKindOfAnEntryIsKnownWithoutAskingForIt()
     {
         // Without search permission on the folder, stat() fails for what is in it.
-        const TestHome home;
-        fill(home);
-        QCOMPARE(::chmod(QFile::encodeName(home.path()).constData(), 0744), 0);
-        QVERIFY(OrdinaryUser::run([&home] { return kinds(home.path()) == expected(); }));
+        QCOMPARE(::chmod(QFile::encodeName(m_folder->path()).constData(), 0744), 0);
+        QVERIFY(OrdinaryUser::run([this] { return kinds() == expected(); }));
     }
 
-    void aFolderThatCannotBeListedIsNone()
+    void whatIsNoFolderCannotBeListed()
     {
-        const TestHome home;
-        QVERIFY(!listFolder(home.filePath(QStringLiteral("nothing"))));
-        QVERIFY(!listFolder(home.write(QStringLiteral("file"), "1")));
+        QVERIFY(!listFolder(m_folder->path("nothing")));
+        QVERIFY(!listFolder(m_folder->path("file")));
     }
 
 private:
     using Kinds = std::map<QString, bool>;
 
-    static void fill(const TestHome &home)
-    {
-        home.write(QStringLiteral("folder/file"), "1");
-        home.write(QStringLiteral("file"), "1");
-        QVERIFY(QFile::link(QStringLiteral("folder"), home.filePath(QStringLiteral("link to folder"))));
-        QVERIFY(QFile::link(QStringLiteral("file"), home.filePath(QStringLiteral("link to file"))));
-        QVERIFY(QFile::link(QStringLiteral("nothing"), home.filePath(QStringLiteral("link to nothing"))));
-    }
-
     static Kinds expected()
     {
-        return { { QStringLiteral("folder"), true },
-                 { QStringLiteral("file"), false },
-                 { QStringLiteral("link to folder"), false },
-                 { QStringLiteral("link to file"), false },
-                 { QStringLiteral("link to nothing"), false } };
+        return { { u"folder"_s, true },
+                 { u"file"_s, false },
+                 { u"link to folder"_s, false },
+                 { u"link to file"_s, false },
+                 { u"link to nothing"_s, false } };
     }
 
-    static Kinds kinds(const QString &folder)
+    Kinds kinds() const
     {
         Kinds found;
-        for (const FolderEntry &entry : listFolder(folder).value_or(QList<FolderEntry>()))
+        for (const FolderEntry &entry : listFolder(m_folder->path()).value_or(QList<FolderEntry>()))
             found.emplace(entry.name, entry.isFolder);
         return found;
     }
+
+    std::unique_ptr<GameFolder> m_folder;
 };
 
 QTEST_GUILESS_MAIN(FolderListingTest)

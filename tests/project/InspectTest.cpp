@@ -1,210 +1,178 @@
 #include "ProjectInspector.h"
-#include "TestHome.h"
+
+#include "Controls.h"
+#include "GameFolder.h"
+#include "LicenseInfo.h"
+#include "Table.h"
 
 #include <QTest>
 
-#include <sys/stat.h>
+using namespace Qt::StringLiterals;
+using Make = std::function<void(const GameFolder &game, const char *name)>;
+using ProjectInspector::inspect;
 
 class InspectTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void aWholeProjectIsRead();
-    void aMissingProjectFileGivesDefaultsAndTheRestIsStillRead();
-    void anEmptyOrMissingFolderGivesTheDefaults();
-    void aProjectFileThatCannotBeReadGivesTheDefaults_data();
-    void aProjectFileThatCannotBeReadGivesTheDefaults();
-    void theRootIsKeptAsGiven();
-    void theNameIsTheBlurbsFallback();
-    void theFeatureDecidesForCSharpWithoutLookingAtTheFolder();
-    void filesOfTheDotNetToolsDecideForCSharp_data();
-    void filesOfTheDotNetToolsDecideForCSharp();
-    void aFileFromAnotherSystemIsRead();
-    void everythingAtOnceInAnOddProject();
-};
-
-void InspectTest::aWholeProjectIsRead()
-{
-    const TestHome home;
-    home.write(QStringLiteral("project.godot"),
-               "config_version=5\n[application]\nconfig/name=\"Hopper\"\nrun/main_scene=\"res://main.tscn\"\n"
-               "config/features=PackedStringArray(\"4.6\", \"GL Compatibility\")\n");
-    home.write(QStringLiteral("README.md"),
-               "# Hopper\n\nA game in which a hare hops over hedges.\n\n## Controls\n\n- **Up**: hop\n");
-    home.write(QStringLiteral("LICENSE"), "MIT License\n\nCopyright (c) 2024 Jane Roe\n");
-    ProjectInfo expected;
-    expected.root = home.path();
-    expected.name = QStringLiteral("Hopper");
-    expected.configVersion = 5;
-    expected.features = QStringList { QStringLiteral("4.6"), QStringLiteral("GL Compatibility") };
-    expected.mainScene = QStringLiteral("res://main.tscn");
-    expected.isCSharp = false;
-    expected.blurb = QStringLiteral("Hopper \u2014 A game in which a hare hops over hedges.");
-    expected.licenseName = QStringLiteral("MIT License");
-    expected.author = QStringLiteral("Jane Roe");
-    expected.controls = QStringList { QStringLiteral("Up: hop") };
-    expected.controlsFromReadme = true;
-    QVERIFY(ProjectInspector::inspect(home.path()) == expected);
-}
-
-void InspectTest::aMissingProjectFileGivesDefaultsAndTheRestIsStillRead()
-{
-    const TestHome home;
-    home.write(QStringLiteral("README.md"), "# Hopper\n## How to play\n* hop\n");
-    home.write(QStringLiteral("COPYING.txt"), "GPL\nCopyright Jane\n");
-    const ProjectInfo info = ProjectInspector::inspect(home.path());
-    QCOMPARE(info.name, QStringLiteral("Vantor"));
-    QCOMPARE(info.configVersion, 0);
-    QCOMPARE(info.features, QStringList());
-    QCOMPARE(info.mainScene, QString());
-    QCOMPARE(info.blurb, QStringLiteral("Hopper"));
-    QCOMPARE(info.licenseName, QStringLiteral("GPL"));
-    QCOMPARE(info.author, QStringLiteral("Jane"));
-    QCOMPARE(info.controls, QStringList { QStringLiteral("hop") });
-    QVERIFY(info.controlsFromReadme);
-}
-
-void InspectTest::anEmptyOrMissingFolderGivesTheDefaults()
-{
-    const TestHome home;
-    for (const QString &root : { home.path(), home.filePath(QStringLiteral("missing")) }) {
-        ProjectInfo expected;
-        expected.root = root;
-        expected.blurb = QStringLiteral("Vantor");
-        expected.licenseName = QStringLiteral("No licence file found in the repository");
-        expected.author = QStringLiteral("unknown");
-        expected.controls
-            = QStringList { QStringLiteral("See README (it lists no controls)."),
-                            QStringLiteral("The game also shows on-screen buttons you can click.") };
-        QVERIFY(ProjectInspector::inspect(root) == expected);
+    void aWholeProjectIsRead()
+    {
+        const GameFolder game {
+            { "project.godot",
+              "config_version=5\n[application]\nconfig/name=\"Hopper\"\nrun/main_scene=\"res://main.tscn\"\n"
+              "config/features=PackedStringArray(\"4.6\", \"GL Compatibility\")\n" },
+            { "README.md",
+              "# Hopper\n\nA game in which a hare hops over hedges.\n\n## Controls\n\n- **Up**: hop\n" },
+            { "LICENSE", "MIT License\n\nCopyright (c) 2024 Jane Roe\n" }
+        };
+        const ProjectInfo expected { game.path(),
+                                     u"Hopper"_s,
+                                     5,
+                                     { u"4.6"_s, u"GL Compatibility"_s },
+                                     u"res://main.tscn"_s,
+                                     false,
+                                     u"Hopper \u2014 A game in which a hare hops over hedges."_s,
+                                     u"MIT License"_s,
+                                     u"Jane Roe"_s,
+                                     { u"Up: hop"_s },
+                                     true };
+        QVERIFY(inspect(game.path()) == expected);
     }
-}
 
-void InspectTest::aProjectFileThatCannotBeReadGivesTheDefaults_data()
-{
-    QTest::addColumn<QString>("kind");
-    for (const char *kind :
-         { "not UTF-8", "a folder", "a pipe", "a dangling link", "a link to itself", "a device" })
-        QTest::newRow(kind) << QString::fromLatin1(kind);
-}
+    void withoutAProjectFileTheRestIsStillRead()
+    {
+        const GameFolder game { { "README.md", "# Hopper\n## How to play\n* hop\n" },
+                                { "COPYING.txt", "GPL\nCopyright Jane\n" } };
+        ProjectInfo expected;
+        expected.root = game.path();
+        expected.blurb = u"Hopper"_s;
+        expected.licenseName = u"GPL"_s;
+        expected.author = u"Jane"_s;
+        expected.controls = QStringList { u"hop"_s };
+        expected.controlsFromReadme = true;
+        QVERIFY(inspect(game.path()) == expected);
+    }
 
-void InspectTest::aProjectFileThatCannotBeReadGivesTheDefaults()
-{
-    QFETCH(QString, kind);
-    const TestHome home;
-    const QString path = home.filePath(QStringLiteral("project.godot"));
-    if (kind == QLatin1StringView("not UTF-8"))
-        home.write(QStringLiteral("project.godot"), "config_version=5\nconfig/name=\"Caf\xe9\"\n");
-    else if (kind == QLatin1StringView("a folder"))
-        QVERIFY(QDir().mkpath(path));
-    else if (kind == QLatin1StringView("a pipe"))
-        QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
-    else if (kind == QLatin1StringView("a dangling link"))
-        QVERIFY(QFile::link(QStringLiteral("nowhere"), path));
-    else if (kind == QLatin1StringView("a link to itself"))
-        QVERIFY(QFile::link(QStringLiteral("project.godot"), path));
-    else
-        QVERIFY(QFile::link(QStringLiteral("/dev/zero"), path));
-    const ProjectInfo info = ProjectInspector::inspect(home.path());
-    QCOMPARE(info.name, QStringLiteral("Vantor"));
-    QCOMPARE(info.configVersion, 0);
-    QCOMPARE(info.blurb, QStringLiteral("Vantor"));
-}
+    void anEmptyOrMissingFolderHasTheDefaults()
+    {
+        const GameFolder game;
+        for (const QString &root : { game.path(), game.path("missing") }) {
+            ProjectInfo expected;
+            expected.root = root;
+            expected.blurb = expected.name;
+            expected.licenseName = licenseInfo(root).name;
+            expected.author = licenseInfo(root).author;
+            expected.controls = controlsList({}, root).controls;
+            QVERIFY(inspect(root) == expected);
+        }
+    }
 
-void InspectTest::theRootIsKeptAsGiven()
-{
-    const TestHome home;
-    home.write(QStringLiteral("project.godot"), "config_version=5\n");
-    const QString root = home.path() + QStringLiteral("/./");
-    const ProjectInfo info = ProjectInspector::inspect(root);
-    QCOMPARE(info.root, root);
-    QCOMPARE(info.configVersion, 5);
-}
+    void aProjectFileThatCannotBeReadHasTheDefaults_data()
+    {
+        const auto row = table<Make>("make");
+        const auto linkTo = [](const QString &target) {
+            return [target](const GameFolder &game, const char *name) { game.link(name, target); };
+        };
+        row("not UTF-8", [](const GameFolder &game, const char *name) {
+            game.write(name, "config_version=5\nconfig/name=\"Caf\xe9\"\n");
+        });
+        row("a folder", &GameFolder::makeFolder);
+        row("a pipe", &GameFolder::makePipe);
+        row("a dangling link", linkTo(u"nowhere"_s));
+        row("a link to itself", linkTo(u"project.godot"_s));
+        row("a device", linkTo(u"/dev/zero"_s));
+    }
 
-void InspectTest::theNameIsTheBlurbsFallback()
-{
-    const TestHome home;
-    home.write(QStringLiteral("project.godot"), "config/name=\"Hopper\"\n");
-    home.write(QStringLiteral("README"), "short\n");
-    QCOMPARE(ProjectInspector::inspect(home.path()).blurb, QStringLiteral("Hopper"));
-}
+    void aProjectFileThatCannotBeReadHasTheDefaults()
+    {
+        QFETCH(Make, make);
+        const GameFolder game;
+        make(game, "project.godot");
+        const ProjectInfo info = inspect(game.path());
+        QCOMPARE(info.name, ProjectInfo().name);
+        QCOMPARE(info.configVersion, 0);
+        QCOMPARE(info.blurb, ProjectInfo().name);
+    }
 
-void InspectTest::theFeatureDecidesForCSharpWithoutLookingAtTheFolder()
-{
-    const TestHome home;
-    home.write(QStringLiteral("project.godot"),
-               "config/features=PackedStringArray(\"4.2\", \"C#\", \"Forward Plus\")\n");
-    QVERIFY(ProjectInspector::inspect(home.path()).isCSharp);
-    home.write(QStringLiteral("project.godot"),
-               "config/features=PackedStringArray(\"4.2\", \"c#\", \"C# \")\n");
-    QVERIFY(!ProjectInspector::inspect(home.path()).isCSharp);
-}
+    void theRootIsKeptAsGiven()
+    {
+        const GameFolder game { { "project.godot", "config_version=5\n" } };
+        const QString root = game.path() + u"/./"_s;
+        const ProjectInfo info = inspect(root);
+        QCOMPARE(info.root, root);
+        QCOMPARE(info.configVersion, 5);
+    }
 
-void InspectTest::filesOfTheDotNetToolsDecideForCSharp_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<bool>("isCSharp");
-    QTest::newRow("csproj") << QStringLiteral("Game.csproj") << true;
-    QTest::newRow("sln") << QStringLiteral("Game.sln") << true;
-    QTest::newRow("hidden") << QStringLiteral(".sln") << true;
-    QTest::newRow("a folder") << QStringLiteral("Game.sln/x") << true;
-    QTest::newRow("capitals") << QStringLiteral("Game.SLN") << false;
-    QTest::newRow("old") << QStringLiteral("Game.csproj.old") << false;
-    QTest::newRow("without the point") << QStringLiteral("sln") << false;
-    QTest::newRow("in a folder") << QStringLiteral("src/Game.csproj") << false;
-    QTest::newRow("a script") << QStringLiteral("Player.cs") << false;
-}
+    void theNameIsTheBlurbsFallback()
+    {
+        const GameFolder game { { "project.godot", "config/name=\"Hopper\"\n" }, { "README", "short\n" } };
+        QCOMPARE(inspect(game.path()).blurb, u"Hopper"_s);
+    }
 
-void InspectTest::filesOfTheDotNetToolsDecideForCSharp()
-{
-    QFETCH(QString, name);
-    QFETCH(bool, isCSharp);
-    const TestHome home;
-    home.write(QStringLiteral("project.godot"), "config_version=4\n");
-    home.write(name, "");
-    QCOMPARE(ProjectInspector::inspect(home.path()).isCSharp, isCSharp);
-}
+    void aFeatureOrAFileOfTheDotNetToolsDecidesForCSharp_data()
+    {
+        const auto row = table<QString, QByteArray, bool>("name", "features", "isCSharp");
+        row("the feature, without such a file", u"icon.svg"_s, "\"4.2\", \"C#\", \"Forward Plus\"", true);
+        row("other features", u"icon.svg"_s, "\"4.2\", \"c#\", \"C# \"", false);
+        for (const QString &name :
+             { u"Game.csproj"_s, u"Game.sln"_s, u".sln"_s, u"Game.sln/a file in a folder"_s })
+            row(qPrintable(name), name, "", true);
+        for (const QString &name :
+             { u"Game.SLN"_s, u"Game.csproj.old"_s, u"sln"_s, u"src/Game.csproj"_s, u"Player.cs"_s })
+            row(qPrintable(u"not "_s + name), name, "", false);
+    }
 
-void InspectTest::aFileFromAnotherSystemIsRead()
-{
-    const TestHome home;
-    home.write(QStringLiteral("project.godot"),
-               "\xef\xbb\xbf"
-               "config_version=5\r\n\r\n[application]\r\n\r\n\tconfig/name=\"Ma\xc3\xb1"
-               "ana \xe2\x80\x94 \xf0\x9f\x90\xb8\" \r\n"
-               "config/features=PackedStringArray(\"4.2\", \"C#\", \"Forward Plus\")\r\n");
-    home.write(QStringLiteral("README.rst"),
-               "Frog\r\n====\r\n\r\nA frog that jumps from stone to stone.\r\n");
-    home.write(QStringLiteral("copying.TXT"),
-               "Lizenz\r\n\r\nCopyright \xc2\xa9 2020-2022 J\xc3\xbcrgen M.\r\n");
-    const ProjectInfo info = ProjectInspector::inspect(home.path());
-    QCOMPARE(info.configVersion, 5);
-    QCOMPARE(info.name, QStringLiteral("Mañana \u2014 \U0001F438"));
-    QCOMPARE(info.features, QStringLiteral("4.2|C#|Forward Plus").split(u'|'));
-    QVERIFY(info.isCSharp);
-    QCOMPARE(info.blurb, QStringLiteral("A frog that jumps from stone to stone."));
-    QCOMPARE(info.licenseName, QStringLiteral("Lizenz"));
-    QCOMPARE(info.author, QStringLiteral("Jürgen M."));
-}
+    void aFeatureOrAFileOfTheDotNetToolsDecidesForCSharp()
+    {
+        QFETCH(QString, name);
+        QFETCH(QByteArray, features);
+        const GameFolder game { { "project.godot",
+                                  "config/features=PackedStringArray(" + features + ")\n" } };
+        game.write(name, "");
+        QTEST(inspect(game.path()).isCSharp, "isCSharp");
+        QTEST(ProjectInspector::inspectForEngine(game.path()).isCSharp, "isCSharp");
+    }
 
-void InspectTest::everythingAtOnceInAnOddProject()
-{
-    const TestHome home;
-    home.write(
-        QStringLiteral("project.godot"),
-        "; Engine configuration file.\n;   param=value\n\nconfig_version=4\n\n_global_script_classes=[ {\n"
-        "\"base\": \"Node\",\n\"class\": \"config/name=\",\n} ]\n\n[application]\n\nconfig/name=\"Odd\"\n"
-        "config/description=\"config/name=\\\"no\\\"\nconfig/name=\"\"\nrun/main_scene=\"res://a b.tscn\"\n"
-        "[input]\nui_left={\n\"deadzone\": 0.5\n}\n");
-    home.write(QStringLiteral("readme/README.md"), "# Not this one\n");
-    home.write(QStringLiteral("scripts/player.gd"), "Input.get_axis(\"ui_left\", \"ui_right\")\n");
-    const ProjectInfo info = ProjectInspector::inspect(home.path());
-    QCOMPARE(info.name, QString());
-    QCOMPARE(info.mainScene, QStringLiteral("res://a b.tscn"));
-    QCOMPARE(info.blurb, QString());
-    QCOMPARE(info.controls.size(), 3);
-    QCOMPARE(info.author, QStringLiteral("unknown"));
-}
+    void aFileFromAnotherSystemIsRead()
+    {
+        const GameFolder game {
+            { "project.godot",
+              "\xef\xbb\xbf"
+              "config_version=5\r\n\r\n[application]\r\n\r\n\tconfig/name=\"Mañana \u2014 \U0001F438\" \r\n"
+              "config/features=PackedStringArray(\"4.2\", \"C#\", \"Forward Plus\")\r\n" },
+            { "README.rst", "Frog\r\n====\r\n\r\nA frog that jumps from stone to stone.\r\n" },
+            { "copying.TXT", "Lizenz\r\n\r\nCopyright © 2020-2022 Jürgen M.\r\n" }
+        };
+        const ProjectInfo info = inspect(game.path());
+        QCOMPARE(info.configVersion, 5);
+        QCOMPARE(info.name, u"Mañana \u2014 \U0001F438"_s);
+        QCOMPARE(info.features, (QStringList { u"4.2"_s, u"C#"_s, u"Forward Plus"_s }));
+        QVERIFY(info.isCSharp);
+        QCOMPARE(info.blurb, u"A frog that jumps from stone to stone."_s);
+        QCOMPARE(info.licenseName, u"Lizenz"_s);
+        QCOMPARE(info.author, u"Jürgen M."_s);
+    }
+
+    void everythingAtOnceInAnOddProject()
+    {
+        const GameFolder game {
+            { "project.godot",
+              "; Engine configuration file.\n;   param=value\n\nconfig_version=4\n\n"
+              "_global_script_classes=[ {\n\"base\": \"Node\",\n\"class\": \"config/name=\",\n} ]\n\n"
+              "[application]\n\nconfig/name=\"Odd\"\nconfig/description=\"config/name=\\\"no\\\"\n"
+              "config/name=\"\"\nrun/main_scene=\"res://a b.tscn\"\n"
+              "[input]\nui_left={\n\"deadzone\": 0.5\n}\n" },
+            { "readme/README.md", "# Not this one\n" },
+            { "scripts/player.gd", "Input.get_axis(\"ui_left\", \"ui_right\")\n" }
+        };
+        const ProjectInfo info = inspect(game.path());
+        QCOMPARE(info.name, QString());
+        QCOMPARE(info.mainScene, u"res://a b.tscn"_s);
+        QCOMPARE(info.blurb, QString());
+        QCOMPARE(info.controls.size(), 3);
+        QCOMPARE(info.author, licenseInfo(game.path()).author);
+    }
+};
 
 QTEST_GUILESS_MAIN(InspectTest)
 #include "InspectTest.moc"

@@ -1,181 +1,137 @@
 #include "LicenseInfo.h"
-#include "TestHome.h"
+
+#include "GameFolder.h"
+#include "Table.h"
 
 #include <QTest>
 
-#include <filesystem>
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const LicenseInfo emptyFile { u"See LICENSE file"_s, u"see LICENSE"_s };
+const LicenseInfo noFile { u"No licence file found in the repository"_s, u"unknown"_s };
+
+}
 
 class LicenseInfoTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void nameAndAuthorAreRead();
-    void anEmptyFileGivesTheTwoFallbacks();
-    void withoutAFileBothAreFixedTexts();
-    void theNameBeginsWithLicenseOrCopyingInAnyLetterCase_data();
-    void theNameBeginsWithLicenseOrCopyingInAnyLetterCase();
-    void otherNamesDoNotQualify_data();
-    void otherNamesDoNotQualify();
-    void ofSeveralTheFirstInListingOrderIsTaken();
-    void aFileThatCannotBeReadCountsAsEmpty();
-    void theFirstLineThatIsNotEmptyIsTheName();
-    void onlyTheFirstCopyrightLineCounts();
-    void theAuthorIsWhatIsLeftOfTheCopyrightLine_data();
-    void theAuthorIsWhatIsLeftOfTheCopyrightLine();
-};
-
-namespace {
-
-const LicenseInfo empty { QStringLiteral("See LICENSE file"), QStringLiteral("see LICENSE") };
-const LicenseInfo none { QStringLiteral("No licence file found in the repository"),
-                         QStringLiteral("unknown") };
-
-}
-
-void LicenseInfoTest::nameAndAuthorAreRead()
-{
-    const TestHome home;
-    home.write(QStringLiteral("LICENSE"),
-               "MIT License\n\nCopyright (c) 2023 Jane Roe\n\nPermission is ...\n");
-    QCOMPARE(licenseInfo(home.path()),
-             (LicenseInfo { QStringLiteral("MIT License"), QStringLiteral("Jane Roe") }));
-}
-
-void LicenseInfoTest::anEmptyFileGivesTheTwoFallbacks()
-{
-    const TestHome home;
-    home.write(QStringLiteral("LICENSE"), "");
-    QCOMPARE(licenseInfo(home.path()), empty);
-    QCOMPARE(LicenseInfo::parse("\n \t \r\n"), empty);
-}
-
-void LicenseInfoTest::withoutAFileBothAreFixedTexts()
-{
-    const TestHome home;
-    QCOMPARE(licenseInfo(home.path()), none);
-    QCOMPARE(licenseInfo(home.filePath(QStringLiteral("missing"))), none);
-    QCOMPARE(licenseInfo(home.write(QStringLiteral("file"), "")), none);
-    QCOMPARE(licenseInfo(home.path()), none);
-}
-
-void LicenseInfoTest::theNameBeginsWithLicenseOrCopyingInAnyLetterCase_data()
-{
-    QTest::addColumn<QString>("name");
-    for (const char *name : { "LICENSE", "LICENSE.md", "License.txt", "license-code", "LICENSES", "COPYING",
-                              "copying.txt", "COPYING.LESSER" })
-        QTest::newRow(name) << QString::fromLatin1(name);
-    // In upper case, these letters are the I and the S that are looked for.
-    QTest::newRow("a dotless i") << QStringLiteral("l\u0131cense");
-    QTest::newRow("a long s") << QStringLiteral("licen\u017fe");
-}
-
-void LicenseInfoTest::theNameBeginsWithLicenseOrCopyingInAnyLetterCase()
-{
-    QFETCH(QString, name);
-    const TestHome home;
-    home.write(name, "A licence\nCopyright B\n");
-    QCOMPARE(licenseInfo(home.path()), (LicenseInfo { QStringLiteral("A licence"), QStringLiteral("B") }));
-}
-
-void LicenseInfoTest::otherNamesDoNotQualify_data()
-{
-    QTest::addColumn<QString>("name");
-    for (const char *name : { "LICENCE", "licence.md", "MIT-LICENSE", ".license", "COPYRIGHT", "UNLICENSE" })
-        QTest::newRow(name) << QString::fromLatin1(name);
-}
-
-void LicenseInfoTest::otherNamesDoNotQualify()
-{
-    QFETCH(QString, name);
-    const TestHome home;
-    home.write(name, "A licence\nCopyright B\n");
-    home.write(QStringLiteral("docs/LICENSE"), "A licence\nCopyright B\n");
-    QCOMPARE(licenseInfo(home.path()), none);
-}
-
-void LicenseInfoTest::ofSeveralTheFirstInListingOrderIsTaken()
-{
-    const TestHome home;
-    for (int number = 0; number < 30; ++number) {
-        const QString word = number % 2 == 0 ? QStringLiteral("LICENSE") : QStringLiteral("copying");
-        const QString name = QStringLiteral("%1-%2").arg(word).arg(number);
-        home.write(name, name.toUtf8());
+    void theFilesNameBeginsWithLicenseOrCopyingInAnyLetterCase_data()
+    {
+        const auto row = table<QString, bool>("name", "isTaken");
+        for (const char *name : { "LICENSE", "LICENSE.md", "License.txt", "license-code", "LICENSES",
+                                  "COPYING", "copying.txt", "COPYING.LESSER" })
+            row(name, QString::fromLatin1(name), true);
+        // In upper case, these letters are the I and the S that are looked for.
+        row("a dotless i", u"l\u0131cense"_s, true);
+        row("a long s", u"licen\u017fe"_s, true);
+        for (const char *name :
+             { "LICENCE", "licence.md", "MIT-LICENSE", ".license", "COPYRIGHT", "UNLICENSE" })
+            row(("not " + QByteArray(name)).constData(), QString::fromLatin1(name), false);
     }
-    const std::filesystem::path folder = QFile::encodeName(home.path()).toStdString();
-    const std::string first = std::filesystem::directory_iterator(folder)->path().filename().string();
-    QCOMPARE(licenseInfo(home.path()).name, QString::fromStdString(first));
-}
 
-void LicenseInfoTest::aFileThatCannotBeReadCountsAsEmpty()
-{
-    const TestHome notUtf8;
-    notUtf8.write(QStringLiteral("LICENSE"), "MIT\nCopyright \xa9 Jane\n");
-    QCOMPARE(licenseInfo(notUtf8.path()), empty);
+    void theFilesNameBeginsWithLicenseOrCopyingInAnyLetterCase()
+    {
+        QFETCH(QString, name);
+        QFETCH(bool, isTaken);
+        const GameFolder game { { "docs/LICENSE", "Another licence\nCopyright C\n" } };
+        game.write(name, "A licence\nCopyright B\n");
+        QCOMPARE(licenseInfo(game.path()), isTaken ? LicenseInfo({ u"A licence"_s, u"B"_s }) : noFile);
+    }
 
-    const TestHome folder;
-    folder.write(QStringLiteral("LICENSES/MIT.txt"), "MIT\n");
-    QCOMPARE(licenseInfo(folder.path()), empty);
-}
+    void ofSeveralTheFirstInListingOrderIsTaken()
+    {
+        const GameFolder game;
+        for (int number = 0; number < 30; ++number) {
+            const QString name = (number % 2 == 0 ? u"LICENSE-%1"_s : u"copying-%1"_s).arg(number);
+            game.write(name, name.toUtf8());
+        }
+        QCOMPARE(licenseInfo(game.path()).name, game.listed().first());
+    }
 
-void LicenseInfoTest::theFirstLineThatIsNotEmptyIsTheName()
-{
-    QCOMPARE(LicenseInfo::parse("\r\n \t\n   # The **MIT** License\t\nmore").name,
-             QStringLiteral("# The **MIT** License"));
-    QCOMPARE(LicenseInfo::parse("Copyright 2020 Jane"),
-             (LicenseInfo { QStringLiteral("Copyright 2020 Jane"), QStringLiteral("Jane") }));
-}
+    void withoutAFileBothAreFixedTexts()
+    {
+        const GameFolder game;
+        QCOMPARE(licenseInfo(game.path()), noFile);
+        QCOMPARE(licenseInfo(game.path("missing")), noFile);
+        QCOMPARE(licenseInfo(game.write("file", "")), noFile);
+        QCOMPARE(licenseInfo(game.path()), noFile);
+    }
 
-void LicenseInfoTest::onlyTheFirstCopyrightLineCounts()
-{
-    QCOMPARE(LicenseInfo::parse("MIT\n  COPYRIGHT 2020\nCopyright 2021 Jane Roe\n").author,
-             QStringLiteral("see LICENSE"));
-    QCOMPARE(LicenseInfo::parse("MIT\nThe copyright of Joe\n\tCopyright 2021 Jane Roe\nCopyright Joe").author,
-             QStringLiteral("Jane Roe"));
-}
+    void aFileThatIsEmptyOrCannotBeReadHasFallbacks_data()
+    {
+        const auto row = table<QString, QByteArray>("name", "content");
+        row("empty", u"LICENSE"_s, "");
+        row("blank lines", u"LICENSE"_s, "\n \t \r\n");
+        row("not UTF-8", u"LICENSE"_s, "MIT\nCopyright \xa9 Jane\n");
+        row("a folder", u"LICENSES/MIT.txt"_s, "MIT\n");
+    }
 
-void LicenseInfoTest::theAuthorIsWhatIsLeftOfTheCopyrightLine_data()
-{
-    QTest::addColumn<QString>("line");
-    QTest::addColumn<QString>("author");
-    const auto row = [](const char *name, const QString &line, const QString &author) {
-        QTest::newRow(name) << line << author;
-    };
-    const QString jane = QStringLiteral("Jane Roe");
-    row("sign, years and comma", QStringLiteral("Copyright (c) 2021-2024, Jane Roe"), jane);
-    row("the word by stays", QStringLiteral("Copyright 2020 by Jane Roe"), QStringLiteral("by Jane Roe"));
-    row("capital sign", QStringLiteral("COPYRIGHT (C) 2021 Jane Roe"), jane);
-    row("the real sign", QStringLiteral("Copyright \u00a9 2021 Jane Roe"), jane);
-    row("both signs", QStringLiteral("copyright (c)\u00a9 2021 Jane Roe"), jane);
-    row("the sign after the name", QStringLiteral("Copyright 2021 Jane Roe (c)"), jane);
-    row("the letter case is kept", QStringLiteral("cOpYrIgHt JANE roe"), QStringLiteral("JANE roe"));
-    row("nothing", QStringLiteral("Copyright"), QStringLiteral("see LICENSE"));
-    row("only years", QStringLiteral("Copyright (c) 2020, 2021 - 2024"), QStringLiteral("see LICENSE"));
-    row("numbers within the name stay", QStringLiteral("Copyright 2020 Studio 54, Ltd. 3"),
-        QStringLiteral("Studio 54, Ltd. 3"));
-    row("a name that begins with a number loses it", QStringLiteral("Copyright 2020 7th Sense"),
-        QStringLiteral("th Sense"));
-    row("a longer word", QStringLiteral("Copyrighted by Jane"), QStringLiteral("ed by Jane"));
-    row("a colon stays", QStringLiteral("Copyright: Jane"), QStringLiteral(": Jane"));
-    row("an en dash ends the years", QStringLiteral("Copyright 2020\u20132021 Jane"),
-        QStringLiteral("\u20132021 Jane"));
-    row("a tab ends the years", QStringLiteral("Copyright\t2020 Jane"), QStringLiteral("2020 Jane"));
-    row("digits of other writings", QStringLiteral("Copyright \u0662\u0660\u0662\u0661 Jane Roe"), jane);
-    row("Roman numerals and fractions", QStringLiteral("Copyright \u216b \u00bd Jane Roe"), jane);
-    row("digits beyond the first plane", QStringLiteral("Copyright \U0001D7D0\U0001D7CE Jane Roe"), jane);
-    row("nothing but digits beyond the first plane", QStringLiteral("Copyright \U0001D7D0\U0001D7CE"),
-        QStringLiteral("see LICENSE"));
-    row("letters beyond the first plane stay", QStringLiteral("Copyright 2020 \U0001D4D9ane"),
-        QStringLiteral("\U0001D4D9ane"));
-    row("a sign within a sign", QStringLiteral("Copyright ((c)c) 2020 Jane"),
-        QStringLiteral("(c) 2020 Jane"));
-}
+    void aFileThatIsEmptyOrCannotBeReadHasFallbacks()
+    {
+        QFETCH(QString, name);
+        QFETCH(QByteArray, content);
+        const GameFolder game;
+        game.write(name, content);
+        QCOMPARE(licenseInfo(game.path()), emptyFile);
+    }
 
-void LicenseInfoTest::theAuthorIsWhatIsLeftOfTheCopyrightLine()
-{
-    QFETCH(QString, line);
-    QFETCH(QString, author);
-    QCOMPARE(LicenseInfo::parse("MIT License\n" + line.toUtf8() + "\n").author, author);
-}
+    void theNameIsTheFirstLineAndTheAuthorInTheFirstCopyrightLine_data()
+    {
+        const auto row = table<QByteArray, LicenseInfo>("text", "info");
+        row("an ordinary licence", "MIT License\n\nCopyright (c) 2023 Jane Roe\n\nPermission is ...\n",
+            { u"MIT License"_s, u"Jane Roe"_s });
+        row("the first line that is not empty", "\r\n \t\n   # The **MIT** License\t\nmore",
+            { u"# The **MIT** License"_s, emptyFile.author });
+        row("one line for both", "Copyright 2020 Jane", { u"Copyright 2020 Jane"_s, u"Jane"_s });
+        row("a first copyright line without an author", "MIT\n  COPYRIGHT 2020\nCopyright 2021 Jane Roe\n",
+            { u"MIT"_s, emptyFile.author });
+        row("a line that only contains the word",
+            "MIT\nThe copyright of Joe\n\tCopyright 2021 Jane Roe\nCopyright Joe",
+            { u"MIT"_s, u"Jane Roe"_s });
+    }
+
+    void theNameIsTheFirstLineAndTheAuthorInTheFirstCopyrightLine()
+    {
+        QFETCH(QByteArray, text);
+        QTEST(LicenseInfo::parse(text), "info");
+    }
+
+    void theAuthorIsWhatIsLeftOfTheCopyrightLine_data()
+    {
+        const auto row = table<QByteArray, QString>("line", "author");
+        const QString jane = u"Jane Roe"_s;
+        row("sign, years and comma", "Copyright (c) 2021-2024, Jane Roe", jane);
+        row("the word by stays", "Copyright 2020 by Jane Roe", u"by Jane Roe"_s);
+        row("capital sign", "COPYRIGHT (C) 2021 Jane Roe", jane);
+        row("the real sign", "Copyright \u00a9 2021 Jane Roe", jane);
+        row("both signs", "copyright (c)\u00a9 2021 Jane Roe", jane);
+        row("the sign after the name", "Copyright 2021 Jane Roe (c)", jane);
+        row("the letter case is kept", "cOpYrIgHt JANE roe", u"JANE roe"_s);
+        row("nothing", "Copyright", emptyFile.author);
+        row("only years", "Copyright (c) 2020, 2021 - 2024", emptyFile.author);
+        row("numbers within the name stay", "Copyright 2020 Studio 54, Ltd. 3", u"Studio 54, Ltd. 3"_s);
+        row("a name that begins with a number loses it", "Copyright 2020 7th Sense", u"th Sense"_s);
+        row("a longer word", "Copyrighted by Jane", u"ed by Jane"_s);
+        row("a colon stays", "Copyright: Jane", u": Jane"_s);
+        row("an en dash ends the years", "Copyright 2020\u20132021 Jane", u"\u20132021 Jane"_s);
+        row("a tab ends the years", "Copyright\t2020 Jane", u"2020 Jane"_s);
+        row("digits of other writings", "Copyright \u0662\u0660\u0662\u0661 Jane Roe", jane);
+        row("Roman numerals and fractions", "Copyright \u216b \u00bd Jane Roe", jane);
+        row("digits beyond the first plane", "Copyright \U0001D7D0\U0001D7CE Jane Roe", jane);
+        row("nothing but digits beyond the first plane", "Copyright \U0001D7D0\U0001D7CE", emptyFile.author);
+        row("letters beyond the first plane stay", "Copyright 2020 \U0001D4D9ane", u"\U0001D4D9ane"_s);
+        row("a sign within a sign", "Copyright ((c)c) 2020 Jane", u"(c) 2020 Jane"_s);
+    }
+
+    void theAuthorIsWhatIsLeftOfTheCopyrightLine()
+    {
+        QFETCH(QByteArray, line);
+        QTEST(LicenseInfo::parse("MIT License\n" + line + "\n").author, "author");
+    }
+};
 
 QTEST_GUILESS_MAIN(LicenseInfoTest)
 #include "LicenseInfoTest.moc"

@@ -1,248 +1,132 @@
 #include "ProjectFile.h"
 
+#include "Table.h"
+
 #include <QTest>
 
 #include <limits>
+
+using namespace Qt::StringLiterals;
 
 class ProjectFileTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void theEmptyTextGivesTheDefaults();
-    void anOrdinaryFileIsRead();
-    void theVersionIsAnOptionalSignAndDigitsOnly_data();
-    void theVersionIsAnOptionalSignAndDigitsOnly();
-    void aVersionThatIsNoNumberKeepsTheOneBefore();
-    void aNameIsCutAtItsFirstEscapedQuote();
-    void theLaterOfTwoNamesWins();
-    void aLaterLineOverridesAnEarlierOneForEveryKey();
-    void aValueWithoutQuotesIsNone();
-    void anEmptyNameIsAName();
-    void keysAreRecognisedInAnySection();
-    void keysAreComparedExactly_data();
-    void keysAreComparedExactly();
-    void blanksAroundALineDoNotMatter();
-    void everyKindOfLineEndCounts();
-    void featuresAreAllQuotedTexts();
-    void featuresWithoutTextsEmptyTheList();
-    void namesInAnyWritingAreKept();
-    void quotedTextsAreThoseBetweenPairsOfQuotes_data();
-    void quotedTextsAreThoseBetweenPairsOfQuotes();
-    void quotedStopsAtTheMostThatIsAskedFor();
-};
+    void everyKeyIsReadFromItsLines_data()
+    {
+        const auto row = table<QByteArray, ProjectFile>("text", "expected");
+        const auto named = [](const QString &name) { return ProjectFile { name, 0, {}, {} }; };
+        const auto tagged = [](const QStringList &features) {
+            return ProjectFile { u"Vantor"_s, 0, features, {} };
+        };
 
-void ProjectFileTest::theEmptyTextGivesTheDefaults()
-{
-    const ProjectFile file = ProjectFile::parse({});
-    QCOMPARE(file.name, QStringLiteral("Vantor"));
-    QCOMPARE(file.configVersion, 0);
-    QCOMPARE(file.features, QStringList());
-    QCOMPARE(file.mainScene, QString());
-}
+        row("the empty text has the defaults", "", { u"Vantor"_s, 0, {}, {} });
+        row("an ordinary file",
+            "; Engine configuration file.\n\nconfig_version=5\n\n[application]\n\nconfig/name=\"My Game\"\n"
+            "run/main_scene=\"res://main.tscn\"\n"
+            "config/features=PackedStringArray(\"4.2\", \"Forward Plus\")\nconfig/icon=\"res://icon.png\"\n",
+            { u"My Game"_s, 5, { u"4.2"_s, u"Forward Plus"_s }, u"res://main.tscn"_s });
+        row("in any section",
+            "[somewhere else]\nconfig/name=\"A\"\nconfig_version=5\n[\n]\nrun/main_scene=\"b\"\n",
+            { u"A"_s, 5, {}, u"b"_s });
+        row("a later line overrides an earlier one for every key",
+            "config_version=4\nconfig/name=\"A\"\nrun/main_scene=\"a\"\nconfig/features=(\"x\")\n"
+            "config_version=5\nconfig/name=\"B\"\nrun/main_scene=\"b\"\nconfig/features=(\"y\")\n",
+            { u"B"_s, 5, { u"y"_s }, u"b"_s });
+        row("blanks around a line do not matter",
+            "\t config_version=5 \t\n  config/name= \"A\" ; a comment\n", { u"A"_s, 5, {}, {} });
+        for (const char *end : { "\r\n", "\r", "\v", "\f", "\u0085", "\u2028", "\u2029", "\n" })
+            QTest::addRow("lines that end in %s", QByteArray(end).toHex().constData()) << "config_version=5"
+                    + QByteArray(end) + "config/name=\"A\"" + end << ProjectFile { u"A"_s, 5, {}, {} };
+        row("a version that is no number keeps the one before",
+            "config_version=5\nconfig_version=abc\nconfig_version=\nconfig_version=9223372036854775808",
+            { u"Vantor"_s, 5, {}, {} });
 
-void ProjectFileTest::anOrdinaryFileIsRead()
-{
-    const ProjectFile file
-        = ProjectFile::parse("; Engine configuration file.\n"
-                             "\n"
-                             "config_version=5\n"
-                             "\n"
-                             "[application]\n"
-                             "\n"
-                             "config/name=\"My Game\"\n"
-                             "run/main_scene=\"res://main.tscn\"\n"
-                             "config/features=PackedStringArray(\"4.2\", \"Forward Plus\")\n"
-                             "config/icon=\"res://icon.png\"\n");
-    QCOMPARE(file.name, QStringLiteral("My Game"));
-    QCOMPARE(file.configVersion, 5);
-    QCOMPARE(file.mainScene, QStringLiteral("res://main.tscn"));
-    QCOMPARE(file.features, (QStringList { QStringLiteral("4.2"), QStringLiteral("Forward Plus") }));
-}
+        row("values without quotes do not count", "config/name=Plain\nrun/main_scene=res://a.tscn\n",
+            named(u"Vantor"_s));
+        row("nor do they override", "config/name=\"One\"\nconfig/name=Two\nconfig/name=\"Thr",
+            named(u"One"_s));
+        row("an empty name is a name", "config/name=\"\"", named({}));
+        row("a name is cut at its first escaped quote", "config/name=\"The \\\"Best\\\" Game\"",
+            named(u"The \\"_s));
+        for (const QString &name :
+             { u"Ünïcödé \u2014 \u6e38\u620f"_s, u"\U0001F3AE"_s, u"a/b\\c"_s, u"  spaced  "_s })
+            row(qPrintable(u"the name "_s + name), "config/name=\"" + name.toUtf8() + "\"", named(name));
 
-void ProjectFileTest::theVersionIsAnOptionalSignAndDigitsOnly_data()
-{
-    constexpr qint64 ignored = 0;
-    QTest::addColumn<QString>("value");
-    QTest::addColumn<qint64>("version");
-    QTest::newRow("5") << QStringLiteral("5") << qint64 { 5 };
-    QTest::newRow("plus") << QStringLiteral("+5") << qint64 { 5 };
-    QTest::newRow("minus") << QStringLiteral("-5") << qint64 { -5 };
-    QTest::newRow("leading zeros") << QStringLiteral("0005") << qint64 { 5 };
-    QTest::newRow("blanks after it") << QStringLiteral("5 \t ") << qint64 { 5 };
-    QTest::newRow("the largest") << QStringLiteral("9223372036854775807")
-                                 << std::numeric_limits<qint64>::max();
-    QTest::newRow("the smallest") << QStringLiteral("-9223372036854775808")
-                                  << std::numeric_limits<qint64>::min();
-    QTest::newRow("too large") << QStringLiteral("9223372036854775808") << ignored;
-    QTest::newRow("too small") << QStringLiteral("-9223372036854775809") << ignored;
-    QTest::newRow("abc") << QStringLiteral("abc") << ignored;
-    QTest::newRow("nothing") << QString() << ignored;
-    QTest::newRow("a sign alone") << QStringLiteral("-") << ignored;
-    QTest::newRow("two signs") << QStringLiteral("+-5") << ignored;
-    QTest::newRow("a blank before it") << QStringLiteral(" 5") << ignored;
-    QTest::newRow("a blank after the sign") << QStringLiteral("+ 5") << ignored;
-    QTest::newRow("a comment after it") << QStringLiteral("5 ; five") << ignored;
-    QTest::newRow("a fraction") << QStringLiteral("5.0") << ignored;
-    QTest::newRow("hexadecimal") << QStringLiteral("0x5") << ignored;
-    QTest::newRow("quoted") << QStringLiteral("\"5\"") << ignored;
-    QTest::newRow("digits of another writing") << QStringLiteral("\u0665") << ignored;
-    QTest::newRow("a full-width digit") << QStringLiteral("\uff15") << ignored;
-    QTest::newRow("grouped digits") << QStringLiteral("5,000") << ignored;
-}
+        row("features are all quoted texts",
+            "config/features=PackedStringArray(\"4.2\", \"C#\", \"Forward Plus\")",
+            tagged({ u"4.2"_s, u"C#"_s, u"Forward Plus"_s }));
+        row("an empty feature", "config/features=PackedStringArray(\"GL Compatibility\",\"4.6\",\"\")",
+            tagged({ u"GL Compatibility"_s, u"4.6"_s, {} }));
+        row("features without texts empty the list",
+            "config/features=(\"4.2\")\nconfig/features=PackedStringArray()", tagged({}));
 
-void ProjectFileTest::theVersionIsAnOptionalSignAndDigitsOnly()
-{
-    QFETCH(QString, value);
-    QFETCH(qint64, version);
-    QCOMPARE(ProjectFile::parse("config_version=" + value.toUtf8()).configVersion, version);
-}
-
-void ProjectFileTest::aVersionThatIsNoNumberKeepsTheOneBefore()
-{
-    QCOMPARE(ProjectFile::parse("config_version=5\nconfig_version=abc\nconfig_version=\n"
-                                "config_version=9223372036854775808")
-                 .configVersion,
-             5);
-}
-
-void ProjectFileTest::aNameIsCutAtItsFirstEscapedQuote()
-{
-    QCOMPARE(ProjectFile::parse("config/name=\"The \\\"Best\\\" Game\"").name, QStringLiteral("The \\"));
-}
-
-void ProjectFileTest::theLaterOfTwoNamesWins()
-{
-    QCOMPARE(ProjectFile::parse("config/name=\"First\"\nconfig/name=\"Second\"\n").name,
-             QStringLiteral("Second"));
-}
-
-void ProjectFileTest::aLaterLineOverridesAnEarlierOneForEveryKey()
-{
-    const ProjectFile file
-        = ProjectFile::parse("config_version=4\nrun/main_scene=\"a\"\nconfig/features=(\"x\")\n"
-                             "config_version=5\nrun/main_scene=\"b\"\nconfig/features=(\"y\")\n");
-    QCOMPARE(file.configVersion, 5);
-    QCOMPARE(file.mainScene, QStringLiteral("b"));
-    QCOMPARE(file.features, QStringList { QStringLiteral("y") });
-}
-
-void ProjectFileTest::aValueWithoutQuotesIsNone()
-{
-    const ProjectFile file = ProjectFile::parse("config/name=Plain\nrun/main_scene=res://a.tscn\n");
-    QCOMPARE(file.name, QStringLiteral("Vantor"));
-    QCOMPARE(file.mainScene, QString());
-    QCOMPARE(ProjectFile::parse("config/name=\"One\"\nconfig/name=Two\nconfig/name=\"Thr").name,
-             QStringLiteral("One"));
-}
-
-void ProjectFileTest::anEmptyNameIsAName()
-{
-    QCOMPARE(ProjectFile::parse("config/name=\"\"").name, QString());
-}
-
-void ProjectFileTest::keysAreRecognisedInAnySection()
-{
-    const ProjectFile file
-        = ProjectFile::parse("[somewhere else]\nconfig/name=\"A\"\nconfig_version=5\n[\n]\n"
-                             "run/main_scene=\"b\"\n");
-    QCOMPARE(file.name, QStringLiteral("A"));
-    QCOMPARE(file.configVersion, 5);
-    QCOMPARE(file.mainScene, QStringLiteral("b"));
-}
-
-void ProjectFileTest::keysAreComparedExactly_data()
-{
-    QTest::addColumn<QString>("line");
-    for (const char *line : { "config/name =\"A\"", "Config/name=\"A\"", ";config/name=\"A\"", "name=\"A\"",
-                              "config/name.de=\"A\"", "application/config/name=\"A\"", "config_version =5",
-                              "CONFIG_VERSION=5", "run/main_scene =\"A\"", "config/features =(\"A\")" })
-        QTest::newRow(line) << QString::fromLatin1(line);
-}
-
-void ProjectFileTest::keysAreComparedExactly()
-{
-    QFETCH(QString, line);
-    const ProjectFile file = ProjectFile::parse(line.toUtf8());
-    QCOMPARE(file.name, QStringLiteral("Vantor"));
-    QCOMPARE(file.configVersion, 0);
-    QCOMPARE(file.features, QStringList());
-    QCOMPARE(file.mainScene, QString());
-}
-
-void ProjectFileTest::blanksAroundALineDoNotMatter()
-{
-    const ProjectFile file = ProjectFile::parse("\t config_version=5 \t\n  config/name= \"A\" ; a comment\n");
-    QCOMPARE(file.configVersion, 5);
-    QCOMPARE(file.name, QStringLiteral("A"));
-}
-
-void ProjectFileTest::everyKindOfLineEndCounts()
-{
-    const QStringList ends { QStringLiteral("\r\n"),   QStringLiteral("\r"),     QStringLiteral("\v"),
-                             QStringLiteral("\f"),     QStringLiteral("\u0085"), QStringLiteral("\u2028"),
-                             QStringLiteral("\u2029"), QStringLiteral("\n") };
-    for (const QString &end : ends) {
-        const QString text
-            = QStringLiteral("config_version=5") + end + QStringLiteral("config/name=\"A\"") + end;
-        const ProjectFile file = ProjectFile::parse(text.toUtf8());
-        QCOMPARE(file.configVersion, 5);
-        QCOMPARE(file.name, QStringLiteral("A"));
+        for (const char *line :
+             { "config/name =\"A\"", "Config/name=\"A\"", ";config/name=\"A\"", "name=\"A\"",
+               "config/name.de=\"A\"", "application/config/name=\"A\"", "config_version =5",
+               "CONFIG_VERSION=5", "run/main_scene =\"A\"", "config/features =(\"A\")" })
+            row(qPrintable(u"no key in "_s + QLatin1StringView(line)), line, named(u"Vantor"_s));
     }
-}
 
-void ProjectFileTest::featuresAreAllQuotedTexts()
-{
-    QCOMPARE(
-        ProjectFile::parse("config/features=PackedStringArray(\"4.2\", \"C#\", \"Forward Plus\")").features,
-        QStringLiteral("4.2|C#|Forward Plus").split(u'|'));
-    QCOMPARE(
-        ProjectFile::parse("config/features=PackedStringArray(\"GL Compatibility\",\"4.6\",\"\")").features,
-        QStringLiteral("GL Compatibility|4.6|").split(u'|'));
-}
+    void everyKeyIsReadFromItsLines()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(ProjectFile, expected);
+        const ProjectFile file = ProjectFile::parse(text);
+        QCOMPARE(file.name, expected.name);
+        QCOMPARE(file.configVersion, expected.configVersion);
+        QCOMPARE(file.features, expected.features);
+        QCOMPARE(file.mainScene, expected.mainScene);
+    }
 
-void ProjectFileTest::featuresWithoutTextsEmptyTheList()
-{
-    QCOMPARE(ProjectFile::parse("config/features=(\"4.2\")\nconfig/features=PackedStringArray()").features,
-             QStringList());
-}
+    void theVersionIsAnOptionalSignAndDigitsOnly_data()
+    {
+        const auto row = table<QByteArray, qint64>("value", "version");
+        row("5", "5", 5);
+        row("plus", "+5", 5);
+        row("minus", "-5", -5);
+        row("leading zeros", "0005", 5);
+        row("blanks after it", "5 \t ", 5);
+        row("the largest", "9223372036854775807", std::numeric_limits<qint64>::max());
+        row("the smallest", "-9223372036854775808", std::numeric_limits<qint64>::min());
+        for (const char *value : { "9223372036854775808", "-9223372036854775809", "abc", "", "-", "+-5", " 5",
+                                   "+ 5", "5 ; five", "5.0", "0x5", "\"5\"", "\u0665", "\uff15", "5,000" })
+            row(("“" + QByteArray(value) + "” is not a version").constData(), value, 0);
+    }
 
-void ProjectFileTest::namesInAnyWritingAreKept()
-{
-    for (const QString &name : { QStringLiteral("Ünïcödé \u2014 \u6e38\u620f"), QStringLiteral("\U0001F3AE"),
-                                 QStringLiteral("a/b\\c"), QStringLiteral("  spaced  ") })
-        QCOMPARE(ProjectFile::parse("config/name=\"" + name.toUtf8() + "\"").name, name);
-}
+    void theVersionIsAnOptionalSignAndDigitsOnly()
+    {
+        QFETCH(QByteArray, value);
+        QTEST(ProjectFile::parse("config_version=" + value).configVersion, "version");
+    }
 
-void ProjectFileTest::quotedTextsAreThoseBetweenPairsOfQuotes_data()
-{
-    QTest::addColumn<QString>("line");
-    QTest::addColumn<QStringList>("texts");
-    QTest::newRow("none") << QStringLiteral("a=b") << QStringList();
-    QTest::newRow("empty line") << QString() << QStringList();
-    QTest::newRow("one") << QStringLiteral("a=\"b\"") << QStringList { QStringLiteral("b") };
-    QTest::newRow("two") << QStringLiteral("\"b\", \"c\"") << QStringLiteral("b c").split(u' ');
-    QTest::newRow("an empty one") << QStringLiteral("\"\"") << QStringList { QString() };
-    QTest::newRow("touching") << QStringLiteral("\"a\"\"b\"") << QStringLiteral("a b").split(u' ');
-    QTest::newRow("never closed") << QStringLiteral("\"b") << QStringList();
-    QTest::newRow("the last never closed")
-        << QStringLiteral("\"a\" \"b") << QStringList { QStringLiteral("a") };
-    QTest::newRow("a quote alone") << QStringLiteral("\"") << QStringList();
-    QTest::newRow("escapes mean nothing")
-        << QStringLiteral("\"a\\\"b\"") << QStringList { QStringLiteral("a\\") };
-}
+    void quotedTextsAreThoseBetweenPairsOfQuotes_data()
+    {
+        const auto row = table<QByteArray, QStringList>("line", "texts");
+        row("no quotes", "a=b", {});
+        row("empty line", "", {});
+        row("one", "a=\"b\"", { u"b"_s });
+        row("two", "\"b\", \"c\"", { u"b"_s, u"c"_s });
+        row("an empty one", "\"\"", { QString() });
+        row("touching", "\"a\"\"b\"", { u"a"_s, u"b"_s });
+        row("never closed", "\"b", {});
+        row("the last never closed", "\"a\" \"b", { u"a"_s });
+        row("a quote alone", "\"", {});
+        row("escapes mean nothing", "\"a\\\"b\"", { u"a\\"_s });
+    }
 
-void ProjectFileTest::quotedTextsAreThoseBetweenPairsOfQuotes()
-{
-    QFETCH(QString, line);
-    QFETCH(QStringList, texts);
-    QCOMPARE(quoted(line.toUtf8()), texts);
-}
+    void quotedTextsAreThoseBetweenPairsOfQuotes()
+    {
+        QFETCH(QByteArray, line);
+        QTEST(quoted(line), "texts");
+    }
 
-void ProjectFileTest::quotedStopsAtTheMostThatIsAskedFor()
-{
-    QCOMPARE(quoted("\"a\"\"b\"\"c\"", 2), QStringLiteral("a b").split(u' '));
-    QCOMPARE(quoted("\"a\"", 0), QStringList());
-}
+    void quotedStopsAtTheMostThatIsAskedFor()
+    {
+        QCOMPARE(quoted("\"a\"\"b\"\"c\"", 2), (QStringList { u"a"_s, u"b"_s }));
+        QCOMPARE(quoted("\"a\"", 0), QStringList());
+    }
+};
 
 QTEST_GUILESS_MAIN(ProjectFileTest)
 #include "ProjectFileTest.moc"
