@@ -1,25 +1,8 @@
 #include "HttpReply.h"
 
-#include <QFileInfo>
-
-namespace {
-
-QByteArray statusLine(int code)
-{
-    return "HTTP/1.1 " + QByteArray::number(code) + (code < 300 ? " OK" : " Not so");
-}
-
-}
-
 HttpReply HttpReply::status(int code, const QByteArray &body)
 {
     return head(code, { "Content-Length: " + QByteArray::number(body.size()) }).send(body);
-}
-
-HttpReply HttpReply::file(const QString &path)
-{
-    const QByteArray size = QByteArray::number(QFileInfo(path).size());
-    return head(200, { "Content-Length: " + size }).sendFile(path);
 }
 
 HttpReply HttpReply::redirect(const QByteArray &location, int code)
@@ -29,7 +12,7 @@ HttpReply HttpReply::redirect(const QByteArray &location, int code)
 
 HttpReply HttpReply::head(int code, const QByteArrayList &headers)
 {
-    QByteArrayList lines { statusLine(code) };
+    QByteArrayList lines { "HTTP/1.1 " + QByteArray::number(code) + (code < 300 ? " OK" : " Not so") };
     lines += headers;
     lines += { "Connection: close", {}, {} };
     return HttpReply().send(lines.join("\r\n"));
@@ -43,41 +26,15 @@ HttpReply HttpReply::chunked(const QByteArrayList &pieces)
     return reply.send("0\r\n\r\n");
 }
 
-HttpReply &HttpReply::add(Step step)
-{
-    m_steps.push_back(std::move(step));
-    return *this;
-}
-
-HttpReply &HttpReply::send(const QByteArray &bytes)
-{
-    return add({ .kind = Step::Kind::Send, .bytes = bytes });
-}
-
-HttpReply &HttpReply::sendFile(const QString &path)
-{
-    return add({ .kind = Step::Kind::SendFile, .path = path });
-}
-
-HttpReply &HttpReply::sendSlowly(const QByteArray &bytes, qsizetype piece, std::chrono::milliseconds pause)
+HttpReply &HttpReply::sendSlowly(const QByteArray &bytes, qsizetype piece, Time time)
 {
     for (qsizetype at = 0; at < bytes.size(); at += piece)
-        send(bytes.mid(at, piece)).add({ .kind = Step::Kind::Pause, .time = pause });
+        send(bytes.mid(at, piece)).pause(time);
     return *this;
 }
 
-HttpReply &HttpReply::sendForever(const QByteArray &bytes, std::chrono::milliseconds pause)
+HttpReply &HttpReply::add(const Step &step)
 {
-    return add({ .kind = Step::Kind::SendForever, .bytes = bytes, .time = pause });
+    m_steps.push_back(step);
+    return *this;
 }
-
-HttpReply &HttpReply::pause(std::chrono::milliseconds time)
-{
-    return add({ .kind = Step::Kind::Pause, .time = time });
-}
-
-HttpReply &HttpReply::stall() { return add({ .kind = Step::Kind::Stall }); }
-
-HttpReply &HttpReply::reset() { return add({ .kind = Step::Kind::Reset }); }
-
-HttpReply &HttpReply::cut() { return add({ .kind = Step::Kind::Cut }); }

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <QByteArray>
 #include <QByteArrayList>
-#include <QString>
 
 #include <chrono>
 #include <vector>
@@ -16,41 +14,41 @@
 ///     HttpReply::head(200).sendForever("x", std::chrono::milliseconds(500))
 class HttpReply final {
 public:
+    using Time = std::chrono::milliseconds;
+
     /// The status line, the length of `body`, and `body`.
     static HttpReply status(int code, const QByteArray &body = {});
     static HttpReply ok(const QByteArray &body) { return status(200, body); }
-    /// 200, the file's length, and the file read in pieces.
-    static HttpReply file(const QString &path);
     static HttpReply redirect(const QByteArray &location, int code = 302);
     /// The status line and `headers`. Without a length the body ends with the connection.
     static HttpReply head(int code, const QByteArrayList &headers = {});
     /// 200 with each of `pieces` as one chunk, and the last chunk.
     static HttpReply chunked(const QByteArrayList &pieces);
 
-    HttpReply &send(const QByteArray &bytes);
-    HttpReply &sendFile(const QString &path);
-    /// `bytes` in pieces of `piece` bytes with `pause` between them.
-    HttpReply &sendSlowly(const QByteArray &bytes, qsizetype piece, std::chrono::milliseconds pause);
+    HttpReply &send(const QByteArray &bytes) { return add({ Step::Send, bytes }); }
+    /// `bytes` in pieces of `piece` bytes with `pause` after each.
+    HttpReply &sendSlowly(const QByteArray &bytes, qsizetype piece, Time pause);
     /// `bytes` again and again until the client disconnects.
-    HttpReply &sendForever(const QByteArray &bytes, std::chrono::milliseconds pause = {});
-    HttpReply &pause(std::chrono::milliseconds time);
+    HttpReply &sendForever(const QByteArray &bytes, Time pause = {})
+    {
+        return add({ Step::SendForever, bytes, pause });
+    }
+    HttpReply &pause(Time time) { return add({ Step::Pause, {}, time }); }
     /// Sends nothing until `HttpServer::release`.
-    HttpReply &stall();
+    HttpReply &stall() { return add({ Step::Stall }); }
     /// Ends the connection with a TCP reset.
-    HttpReply &reset();
+    HttpReply &reset() { return add({ Step::Reset }); }
     /// Closes the connection; over TLS without the close_notify alert.
-    HttpReply &cut();
+    HttpReply &cut() { return add({ Step::Cut }); }
 
 private:
     friend class HttpServer;
     struct Step {
-        enum class Kind { Send, SendFile, SendForever, Pause, Stall, Reset, Cut };
-        Kind kind = Kind::Send;
+        enum Kind { Send, SendForever, Pause, Stall, Reset, Cut } kind;
         QByteArray bytes = {};
-        QString path = {};
-        std::chrono::milliseconds time = {};
+        Time time = {};
     };
-    HttpReply &add(Step step);
+    HttpReply &add(const Step &step);
 
     std::vector<Step> m_steps;
 };

@@ -3,8 +3,7 @@
 #include "LoopbackPort.h"
 #include "Socket.h"
 
-#include <QFile>
-
+#include <algorithm>
 #include <condition_variable>
 #include <csignal>
 #include <fcntl.h>
@@ -26,16 +25,15 @@ constexpr qsizetype longestRequest = 64 * 1024;
 /// What the accepting thread, the connections' threads and the test share.
 struct HttpServer::Shared {
     // Set before any thread starts.
-    int listener = -1;
+    LoopbackPort port;
     int wakeUp[2] = { -1, -1 };
-    quint16 port = 0;
     TlsContext tls;
 
     mutable std::mutex lock;
     std::condition_variable changed; // stopping or released
     bool stopping = false;
     bool released = false;
-    QHash<QString, HttpReply> replies;
+    QHash<QString, QList<HttpReply>> replies;
     QList<HttpRequest> requests;
     int accepted = 0;
     int open = 0;
@@ -110,52 +108,39 @@ private:
     {
         const std::lock_guard guard(m_shared->lock);
         m_shared->requests.append(request);
-        return m_shared->replies.value(request.path, HttpReply::status(404, "There is nothing here."));
+        QList<HttpReply> &replies = m_shared->replies[request.path];
+        if (replies.isEmpty())
+            return HttpReply::status(404, "There is nothing here.");
+        return replies.size() > 1 ? replies.takeFirst() : replies.first();
     }
 
     void send(const HttpReply &reply)
     {
         for (const HttpReply::Step &step : reply.m_steps) {
             switch (step.kind) {
-            case HttpReply::Step::Kind::Send:
+            case HttpReply::Step::Send:
                 if (!m_socket->write(step.bytes))
                     return;
                 break;
-            case HttpReply::Step::Kind::SendFile:
-                if (!sendFile(step.path))
-                    return;
-                break;
-            case HttpReply::Step::Kind::SendForever:
+            case HttpReply::Step::SendForever:
                 while (m_socket->write(step.bytes) && wait(step.time)) { }
                 return;
-            case HttpReply::Step::Kind::Pause:
+            case HttpReply::Step::Pause:
                 if (!wait(step.time))
                     return;
                 break;
-            case HttpReply::Step::Kind::Stall:
+            case HttpReply::Step::Stall:
                 if (!wait(std::chrono::hours(1), Until::Release))
                     return;
                 break;
-            case HttpReply::Step::Kind::Reset:
+            case HttpReply::Step::Reset:
                 m_socket->resetOnClose();
                 return;
-            case HttpReply::Step::Kind::Cut:
+            case HttpReply::Step::Cut:
                 return;
             }
         }
         m_socket->finish();
-    }
-
-    bool sendFile(const QString &path)
-    {
-        QFile file(path);
-        if (!file.open(QIODevice::ReadOnly))
-            qFatal("The test server cannot read %s.", qPrintable(path));
-        while (!file.atEnd()) {
-            if (!m_socket->write(file.read(256 * 1024)))
-                return false;
-        }
-        return true;
     }
 
     enum class Until { TimeIsOver, Release };
@@ -180,23 +165,12 @@ private:
     std::thread m_thread;
 };
 
-HttpServer::HttpServer()
-    : HttpServer(std::optional<TestIdentity>())
-{
-}
-
 HttpServer::HttpServer(const TestIdentity &identity)
-    : HttpServer(std::optional(identity))
-{
-}
-
-HttpServer::HttpServer(const std::optional<TestIdentity> &identity)
     : m_shared(std::make_shared<Shared>())
 {
-    if (identity)
-        m_shared->tls = makeTlsContext(identity->certificate, identity->key);
-    m_shared->listener = boundLoopbackSocket(&m_shared->port);
-    if (::listen(m_shared->listener, 64) != 0 || ::pipe(m_shared->wakeUp) != 0)
+    if (!identity.certificate.isEmpty())
+        m_shared->tls = makeTlsContext(identity.certificate, identity.key);
+    if (::listen(m_shared->port.socket(), 64) != 0 || ::pipe(m_shared->wakeUp) != 0)
         qFatal("The test server cannot listen.");
     for (const int end : m_shared->wakeUp)
         ::fcntl(end, F_SETFD, FD_CLOEXEC);
@@ -225,17 +199,17 @@ HttpServer::~HttpServer()
         connection.join();
     ::close(m_shared->wakeUp[0]);
     ::close(m_shared->wakeUp[1]);
-    ::close(m_shared->listener);
 }
 
 void HttpServer::acceptConnections()
 {
+    const int listener = m_shared->port.socket();
     while (true) {
-        pollfd events[] = { { m_shared->listener, POLLIN, 0 }, { m_shared->wakeUp[0], POLLIN, 0 } };
+        pollfd events[] = { { listener, POLLIN, 0 }, { m_shared->wakeUp[0], POLLIN, 0 } };
         ::poll(events, 2, -1);
         if (events[1].revents)
             return;
-        const int descriptor = ::accept(m_shared->listener, nullptr, nullptr);
+        const int descriptor = ::accept(listener, nullptr, nullptr);
         if (descriptor < 0)
             continue;
         ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
@@ -246,15 +220,22 @@ void HttpServer::acceptConnections()
     }
 }
 
-void HttpServer::serve(const QString &path, const QByteArray &body) { serve(path, HttpReply::ok(body)); }
-
-void HttpServer::serve(const QString &path, const HttpReply &reply)
+QUrl HttpServer::serve(const QString &path, const QList<HttpReply> &replies)
 {
     const std::lock_guard guard(m_shared->lock);
-    m_shared->replies.insert(path, reply);
+    m_shared->replies.insert(path, replies);
+    return url(path);
 }
 
-void HttpServer::serveFile(const QString &path, const QString &file) { serve(path, HttpReply::file(file)); }
+QUrl HttpServer::serve(const QString &path, const HttpReply &reply)
+{
+    return serve(path, QList<HttpReply> { reply });
+}
+
+QUrl HttpServer::serve(const QString &path, const QByteArray &body)
+{
+    return serve(path, HttpReply::ok(body));
+}
 
 void HttpServer::release()
 {
@@ -265,21 +246,17 @@ void HttpServer::release()
     m_shared->changed.notify_all();
 }
 
-QUrl HttpServer::address() const
-{
-    const QString host
-        = m_shared->tls ? QStringLiteral("https://localhost") : QStringLiteral("http://127.0.0.1");
-    return QUrl(host + u':' + QString::number(port()));
-}
-
 QUrl HttpServer::url(const QString &path) const
 {
-    QUrl url = address();
-    url.setPath(path);
+    QUrl url = m_shared->port.url(path);
+    if (m_shared->tls) {
+        url.setScheme(QStringLiteral("https"));
+        url.setHost(QStringLiteral("localhost"));
+    }
     return url;
 }
 
-quint16 HttpServer::port() const { return m_shared->port; }
+quint16 HttpServer::port() const { return m_shared->port.port(); }
 
 QList<HttpRequest> HttpServer::requests() const
 {
@@ -289,10 +266,8 @@ QList<HttpRequest> HttpServer::requests() const
 
 int HttpServer::requestCount(const QString &path) const
 {
-    int count = 0;
-    for (const HttpRequest &request : requests())
-        count += request.path == path;
-    return count;
+    const QList<HttpRequest> all = requests();
+    return static_cast<int>(std::ranges::count(all, path, &HttpRequest::path));
 }
 
 int HttpServer::openConnections() const

@@ -3,14 +3,12 @@
 #include "HttpReply.h"
 #include "TestAuthority.h"
 
-#include <QByteArray>
 #include <QHash>
 #include <QList>
 #include <QString>
 #include <QUrl>
 
 #include <memory>
-#include <optional>
 
 /// A request as it was received.
 struct HttpRequest {
@@ -22,30 +20,29 @@ struct HttpRequest {
     QHash<QByteArray, QByteArray> headers;
 };
 
-/// A real HTTP/1.1 server on the loopback interface, on threads of its own: one request per connection, one
-/// scripted reply per path, 404 for every other path. Thread-safe. A new reply for a path applies from the
+/// A real HTTP/1.1 server on the loopback interface, on threads of its own: one request per connection,
+/// scripted replies per path, 404 for every other path. Thread-safe. New replies for a path apply from the
 /// next request on. The destructor closes every connection, stalled ones included.
 ///
 ///     HttpServer server;
-///     server.serve(u"/game.zip"_s, bytes);
-///     download(server.url(u"/game.zip"_s));
+///     download(server.serve(u"/game.zip"_s, { HttpReply::status(500), HttpReply::ok(bytes) }));
 class HttpServer final {
 public:
-    HttpServer();
-    /// Serves over TLS with `identity`; the address is "https://localhost:...".
-    explicit HttpServer(const TestIdentity &identity);
+    /// With an `identity` it serves over TLS, and the address is "https://localhost:...".
+    explicit HttpServer(const TestIdentity &identity = {});
     ~HttpServer();
     HttpServer(const HttpServer &) = delete;
     HttpServer &operator=(const HttpServer &) = delete;
 
-    void serve(const QString &path, const QByteArray &body);
-    void serve(const QString &path, const HttpReply &reply);
-    void serveFile(const QString &path, const QString &file);
+    /// Each request for `path` gets the next of `replies`; the last one repeats. Returns the URL of `path`.
+    QUrl serve(const QString &path, const QList<HttpReply> &replies);
+    QUrl serve(const QString &path, const HttpReply &reply);
+    QUrl serve(const QString &path, const QByteArray &body);
     /// Lets every stalled reply continue, future ones included.
     void release();
 
     /// The server's address, without a path: "http://127.0.0.1:12345".
-    QUrl address() const;
+    QUrl address() const { return url({}); }
     QUrl url(const QString &path) const;
     quint16 port() const;
 
@@ -63,7 +60,6 @@ private:
     struct Shared;
     class Connection;
 
-    explicit HttpServer(const std::optional<TestIdentity> &identity);
     void acceptConnections();
 
     std::shared_ptr<Shared> m_shared;

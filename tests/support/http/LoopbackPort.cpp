@@ -6,36 +6,45 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-int boundLoopbackSocket(quint16 *port)
+namespace {
+
+sockaddr_in loopback(quint16 port)
 {
-    const int descriptor = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address {};
     address.sin_family = AF_INET;
+    address.sin_port = htons(port);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    return address;
+}
+
+}
+
+LoopbackPort::LoopbackPort()
+    : m_socket(::socket(AF_INET, SOCK_STREAM, 0))
+{
+    sockaddr_in address = loopback(0);
     auto *plain = reinterpret_cast<sockaddr *>(&address);
     socklen_t size = sizeof address;
-    if (descriptor < 0 || ::fcntl(descriptor, F_SETFD, FD_CLOEXEC) != 0
-        || ::bind(descriptor, plain, size) != 0 || ::getsockname(descriptor, plain, &size) != 0)
+    if (m_socket < 0 || ::fcntl(m_socket, F_SETFD, FD_CLOEXEC) != 0 || ::bind(m_socket, plain, size) != 0
+        || ::getsockname(m_socket, plain, &size) != 0)
         qFatal("No loopback port could be had for the test.");
-    *port = ntohs(address.sin_port);
-    return descriptor;
+    m_port = ntohs(address.sin_port);
 }
 
-RefusingPort::RefusingPort()
-    : m_socket(boundLoopbackSocket(&m_port)) // bound, so that nobody else gets the port, but not listening
+LoopbackPort::~LoopbackPort() { ::close(m_socket); }
+
+QUrl LoopbackPort::url(const QString &path) const
 {
+    QUrl url(QStringLiteral("http://127.0.0.1"));
+    url.setPort(m_port);
+    url.setPath(path);
+    return url;
 }
-
-RefusingPort::~RefusingPort() { ::close(m_socket); }
 
 SilentPort::SilentPort()
-    : m_socket(boundLoopbackSocket(&m_port))
 {
-    ::listen(m_socket, 0);
-    sockaddr_in address {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(m_port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ::listen(socket(), 0);
+    const sockaddr_in address = loopback(port());
     for (int i = 0; i < 4; ++i) {
         const int filler = ::socket(AF_INET, SOCK_STREAM, 0);
         ::fcntl(filler, F_SETFL, O_NONBLOCK);
@@ -48,5 +57,4 @@ SilentPort::~SilentPort()
 {
     for (const int filler : m_fillers)
         ::close(filler);
-    ::close(m_socket);
 }

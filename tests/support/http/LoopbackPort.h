@@ -1,37 +1,37 @@
 #pragma once
 
-#include <QtGlobal>
+#include <QString>
+#include <QUrl>
 
 #include <vector>
 
-/// Returns a TCP socket that is bound to a free loopback port, but does not listen. The caller closes it.
-int boundLoopbackSocket(quint16 *port);
-
-/// A loopback port that refuses every connection for as long as the object lives.
-class RefusingPort final {
+/// A TCP port on the loopback interface, taken for as long as the object lives.
+class LoopbackPort {
 public:
-    RefusingPort();
-    ~RefusingPort();
-    RefusingPort(const RefusingPort &) = delete;
-    RefusingPort &operator=(const RefusingPort &) = delete;
+    LoopbackPort();
+    ~LoopbackPort();
+    LoopbackPort(const LoopbackPort &) = delete;
+    LoopbackPort &operator=(const LoopbackPort &) = delete;
+
+    /// The bound socket, which does not listen yet.
+    int socket() const { return m_socket; }
     quint16 port() const { return m_port; }
+    QUrl url(const QString &path) const;
 
 private:
-    quint16 m_port = 0;
     int m_socket = -1;
+    quint16 m_port = 0;
 };
 
-/// A loopback port that never answers an attempt to connect, like a machine that is switched off.
-class SilentPort final {
+/// Refuses every connection.
+class RefusingPort final : public LoopbackPort { };
+
+/// Never answers an attempt to connect, like a machine that is switched off.
+class SilentPort final : public LoopbackPort {
 public:
     SilentPort();
     ~SilentPort();
-    SilentPort(const SilentPort &) = delete;
-    SilentPort &operator=(const SilentPort &) = delete;
-    quint16 port() const { return m_port; }
 
 private:
-    quint16 m_port = 0;
-    int m_socket = -1;
     std::vector<int> m_fillers; // fill the listen backlog
 };

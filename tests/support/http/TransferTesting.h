@@ -1,7 +1,7 @@
 #pragma once
 
+#include "CancellationError.h"
 #include "HttpFetch.h"
-#include "HttpTransfer.h"
 #include "Tasks.h"
 #include "TransferError.h"
 
@@ -25,8 +25,7 @@ inline void withoutProxies()
 inline TransferRules impatient()
 {
     TransferRules rules;
-    rules.connect = std::chrono::milliseconds(500);
-    rules.silence = std::chrono::milliseconds(500);
+    rules.connect = rules.silence = std::chrono::milliseconds(250);
     return rules;
 }
 
@@ -42,6 +41,19 @@ inline QString failure(const QUrl &url, TransferRules rules = {}, qint64 largest
 {
     const auto error = Tasks::failure<TransferError>(fetchData(url, largestBody, {}, rules));
     return error ? error->errorDescription() : QString();
+}
+
+/// The sentence for libcurl's result `code`. TransferErrorTest says how each reads.
+inline QString sentence(int code) { return TransferError::fromCurl(code, {}).errorDescription(); }
+
+/// Verifies that `task` ends with a CancellationError at most 0.4 s after `cancel` is called.
+template <typename Value, typename Cancel> void endsAtOnce(QCoro::Task<Value> task, const Cancel &cancel)
+{
+    QElapsedTimer time;
+    time.start();
+    cancel();
+    QVERIFY(Tasks::failure<CancellationError>(std::move(task)));
+    QCOMPARE_LT(time.elapsed(), 400);
 }
 
 /// `size` pseudo-random bytes, always the same.
