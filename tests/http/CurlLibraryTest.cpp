@@ -6,7 +6,7 @@ class CurlLibraryTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void itIsLoadedOnceAndForAll()
+    void theLibraryIsLoadedOnce()
     {
         const CurlLibrary *const library = CurlLibrary::loaded();
         QVERIFY(library);
@@ -14,9 +14,9 @@ private Q_SLOTS:
         QCOMPARE(QByteArray(library->curl_easy_strerror(CURLE_OK)), QByteArray("No error"));
     }
 
-    void whereThereIsNoneThereIsNone() { QVERIFY(!CurlLibrary::load("libcurl.so.does-not-exist")); }
+    void aLibraryThatDoesNotExistIsNotLoaded() { QVERIFY(!CurlLibrary::load("libcurl.so.does-not-exist")); }
 
-    void aLibraryThatLacksSomethingIsNone() { QVERIFY(!CurlLibrary::load("libc.so.6")); }
+    void aLibraryThatLacksAFunctionIsNotLoaded() { QVERIFY(!CurlLibrary::load("libc.so.6")); }
 };
 
 QTEST_GUILESS_MAIN(CurlLibraryTest)

@@ -3,131 +3,87 @@
 
 #include <QTest>
 
+#include <curl/curl.h>
+
 using namespace Qt::StringLiterals;
 using namespace TransferTesting;
-using namespace std::chrono_literals;
 
 class SecureTransferTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { withoutProxies(); }
+    void initTestCase()
+    {
+        withoutProxies();
+        m_rules.trustedAuthorities = m_authority.certificate();
+    }
 
     void aTrustedServerIsHeard()
     {
         HttpServer server(m_authority.issue());
         const QByteArray bytes = someBytes(1'000'000);
-        server.serve(u"/list"_s, bytes);
-        QVERIFY(outcome(server.url(u"/list"_s)).body == bytes);
+        QCOMPARE(fetch(server.serve(path, bytes), m_rules).body, bytes);
     }
 
-    void anExpiredCertificateIsRefused()
+    void aServerThatCannotBeTrustedIsNotAskedForAnything_data()
     {
-        const HttpServer server(m_authority.issue("localhost", TestAuthority::Validity::Expired));
-        const QString sentence = outcome(server.url(u"/list"_s)).failure;
-        QVERIFY2(isInsecure(sentence) && sentence.contains(u"expired"_s), qPrintable(sentence));
-        QCOMPARE(server.requests().size(), 0);
+        QTest::addColumn<TestIdentity>("identity");
+        QTest::addColumn<TransferRules>("rules");
+        QTest::addColumn<QString>("reason");
+        using enum TestAuthority::Validity;
+        QTest::newRow("expired") << m_authority.issue("localhost", Expired) << m_rules << u"expired"_s;
+        QTest::newRow("another host") << m_authority.issue("elsewhere.invalid") << m_rules << u"localhost"_s;
+        QTest::newRow("nobody vouches for it") << TestAuthority::selfSigned() << m_rules << QString();
+        QTest::newRow("an authority that the system does not know")
+            << m_authority.issue() << TransferRules() << QString();
     }
 
-    void aCertificateForAnotherHostIsRefused()
+    void aServerThatCannotBeTrustedIsNotAskedForAnything()
     {
-        const HttpServer server(m_authority.issue("elsewhere.invalid"));
-        const QString sentence = outcome(server.url(u"/list"_s)).failure;
-        QVERIFY2(isInsecure(sentence) && sentence.contains(u"localhost"_s), qPrintable(sentence));
-        QCOMPARE(server.requests().size(), 0);
-    }
-
-    void aCertificateThatNobodyVouchesForIsRefused()
-    {
-        const HttpServer server(TestAuthority::selfSigned());
-        const QString sentence = outcome(server.url(u"/list"_s)).failure;
-        QVERIFY2(isInsecure(sentence), qPrintable(sentence));
-        QCOMPARE(server.requests().size(), 0);
-    }
-
-    void anAuthorityThatTheSystemDoesNotKnowIsRefused()
-    {
-        const HttpServer server(m_authority.issue());
-        const QString sentence = failure(server.url(u"/list"_s));
-        QVERIFY2(isInsecure(sentence), qPrintable(sentence));
+        QFETCH(TestIdentity, identity);
+        QFETCH(TransferRules, rules);
+        QFETCH(QString, reason);
+        const HttpServer server(identity);
+        const QString said = failure(server.url(path), rules);
+        const QString beginning = sentence(CURLE_PEER_FAILED_VERIFICATION).chopped(1) + u" ("_s;
+        QVERIFY2(said.startsWith(beginning) && said.endsWith(")."_L1), qPrintable(said));
+        QVERIFY2(said.sliced(beginning.size()).contains(reason), qPrintable(said));
         QCOMPARE(server.requests().size(), 0);
     }
 
     void aSecureServerMayNotRedirectToAnInsecureOne()
     {
         HttpServer plain;
-        plain.serve(u"/list"_s, "from anybody");
-        HttpServer server(m_authority.issue());
-        server.serve(u"/list"_s, HttpReply::redirect(plain.url(u"/list"_s).toEncoded()));
-        QCOMPARE(outcome(server.url(u"/list"_s)).failure, u"The server redirected to an unsafe address."_s);
-        QCOMPARE(plain.connectionCount(), 0);
-    }
-
-    void aWayThroughASecureServerDoesNotLeadBackToAnInsecureOne()
-    {
-        HttpServer plain;
-        plain.serve(u"/list"_s, "from anybody");
-        HttpServer server(m_authority.issue());
-        server.serve(u"/list"_s, HttpReply::redirect(plain.url(u"/list"_s).toEncoded()));
-        plain.serve(u"/begin"_s, HttpReply::redirect(server.url(u"/list"_s).toEncoded()));
-        QCOMPARE(outcome(plain.url(u"/begin"_s)).failure, u"The server redirected to an unsafe address."_s);
-        QCOMPARE(plain.requestCount(u"/list"_s), 0);
+        HttpServer secure(m_authority.issue());
+        const QUrl end = plain.serve(u"/end"_s, "from anybody");
+        const QUrl down = secure.serve(path, HttpReply::redirect(end.toEncoded()));
+        const QUrl over = plain.serve(u"/over"_s, HttpReply::redirect(down.toEncoded()));
+        const QString unsafe = failure(plain.serve(u"/file"_s, HttpReply::redirect("file:///etc/passwd")));
+        QCOMPARE(failure(down, m_rules), unsafe);
+        QCOMPARE(failure(over, m_rules), unsafe);
+        QCOMPARE(secure.requestCount(path), 2);
+        QCOMPARE(plain.requestCount(u"/end"_s), 0);
     }
 
     void anInsecureServerMayRedirectToASecureOne()
     {
-        HttpServer server(m_authority.issue());
-        server.serve(u"/list"_s, "here");
+        HttpServer secure(m_authority.issue());
         HttpServer plain;
-        plain.serve(u"/begin"_s, HttpReply::redirect(server.url(u"/list"_s).toEncoded()));
-        QCOMPARE(outcome(plain.url(u"/begin"_s)).body, "here");
+        const HttpReply redirect = HttpReply::redirect(secure.serve(path, "here").toEncoded());
+        QCOMPARE(fetch(plain.serve(path, redirect), m_rules).body, "here");
     }
 
-    void aBodyThatIsCutWithoutAFarewellIsAnError()
+    void aBodyThatIsCutWithoutACloseNotifyIsAnError()
     {
         HttpServer server(m_authority.issue());
-        server.serve(u"/list"_s, HttpReply::head(200, { "Content-Length: 100" }).send("half of").cut());
-        QCOMPARE(outcome(server.url(u"/list"_s)).failure, u"The connection was lost."_s);
+        const HttpReply cut = HttpReply::head(200, { "Content-Length: 100" }).send("half of").cut();
+        QCOMPARE(failure(server.serve(path, cut), m_rules), sentence(CURLE_PARTIAL_FILE));
     }
 
 private:
-    struct Outcome {
-        QByteArray body;
-        QString failure;
-    };
-
-    /// Fetches `url`, trusting only the test's own authority.
-    Outcome outcome(const QUrl &url) const
-    {
-        Outcome outcome;
-        TransferRules rules;
-        rules.trustedAuthorities = m_authority.certificate();
-        std::atomic<bool> ended = false;
-        {
-            HttpTransfer transfer(
-                { url, rules }, [&outcome](QByteArrayView piece, qint64) { outcome.body.append(piece); },
-                [&outcome, &ended](const HttpTransfer::Ending &ending) {
-                    try {
-                        if (ending.error)
-                            std::rethrow_exception(ending.error);
-                    } catch (const TransferError &error) {
-                        outcome.failure = error.errorDescription();
-                    }
-                    ended = true;
-                });
-            transfer.start();
-            [&ended] { QTRY_VERIFY_WITH_TIMEOUT(ended, 20'000); }();
-        }
-        return outcome;
-    }
-
-    static bool isInsecure(const QString &sentence)
-    {
-        return sentence.startsWith("A secure connection to the server could not be made ("_L1)
-            && sentence.endsWith(")."_L1);
-    }
-
+    const QString path = u"/list"_s;
     const TestAuthority m_authority;
+    TransferRules m_rules; // trusts only the test's own authority
 };
 
 QTEST_GUILESS_MAIN(SecureTransferTest)

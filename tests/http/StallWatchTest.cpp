@@ -8,46 +8,41 @@ class StallWatchTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void aTransferThatBringsNothingStallsAfterOneWindow()
-    {
-        const StallWatch watch(m_start, 50s, 64);
-        QVERIFY(watch.deadline() == m_start + 50s);
-    }
+    void init() { m_watch = StallWatch(m_start, 50s, 64); }
+
+    void aTransferThatBringsNothingStallsAfterOneWindow() { QVERIFY(m_watch.deadline() == m_start + 50s); }
 
     void enoughBytesBeginANewWindow()
     {
-        StallWatch watch(m_start, 50s, 64);
-        watch.received(m_start + 10s, 3200);
-        QVERIFY(watch.deadline() == m_start + 60s);
+        m_watch.received(m_start + 10s, 3200);
+        QVERIFY(m_watch.deadline() == m_start + 60s);
     }
 
-    void dripsAreAStandstill()
+    void dripsCountAsAStall()
     {
-        StallWatch watch(m_start, 50s, 64);
         for (int second = 1; second <= 49; ++second)
-            watch.received(m_start + second * 1s, second * 2);
-        QVERIFY(watch.deadline() == m_start + 50s);
+            m_watch.received(m_start + second * 1s, second * 2);
+        QVERIFY(m_watch.deadline() == m_start + 50s);
     }
 
-    void theSlowestAllowedSpeedIsNoStandstill()
+    void theSlowestAllowedSpeedIsNoStall()
     {
-        StallWatch watch(m_start, 50s, 64);
         for (int second = 1; second <= 500; ++second) {
-            watch.received(m_start + second * 1s, second * 64);
-            QVERIFY(watch.deadline() > m_start + second * 1s);
+            m_watch.received(m_start + second * 1s, second * 64);
+            QVERIFY(m_watch.deadline() > m_start + second * 1s);
         }
     }
 
     void aSilenceAfterABurstEndsWithinOneWindow()
     {
-        StallWatch watch(m_start, 50s, 64);
-        watch.received(m_start + 5s, 1'000'000);
-        watch.received(m_start + 6s, 1'000'100);
-        QVERIFY(watch.deadline() == m_start + 55s);
+        m_watch.received(m_start + 5s, 1'000'000);
+        m_watch.received(m_start + 6s, 1'000'100);
+        QVERIFY(m_watch.deadline() == m_start + 55s);
     }
 
 private:
     const StallWatch::Clock::time_point m_start = StallWatch::Clock::now();
+    StallWatch m_watch = StallWatch(m_start, 50s, 64);
 };
 
 QTEST_GUILESS_MAIN(StallWatchTest)

@@ -1,0 +1,163 @@
+#include "HttpServer.h"
+#include "SystemProxy.h"
+#include "TransferTesting.h"
+
+#include <QNetworkProxy>
+#include <QTest>
+
+#include <condition_variable>
+#include <mutex>
+
+#include <netdb.h>
+
+using namespace Qt::StringLiterals;
+using namespace TransferTesting;
+
+namespace {
+
+/// Blocks calls on other threads, like a name server that never answers, until the test releases them.
+class StandingQueue final {
+public:
+    /// Blocks until `release` is called. Any thread.
+    void wait()
+    {
+        std::unique_lock guard(m_lock);
+        ++m_waiting;
+        m_changed.wait(guard, [this] { return m_released; });
+        --m_waiting;
+    }
+
+    int waiting()
+    {
+        const std::lock_guard guard(m_lock);
+        return m_waiting;
+    }
+
+    /// Releases all blocked calls; later ones block again. Main thread.
+    void release()
+    {
+        setReleased(true);
+        QTRY_COMPARE(waiting(), 0);
+        setReleased(false);
+    }
+
+private:
+    void setReleased(bool released)
+    {
+        const std::lock_guard guard(m_lock);
+        m_released = released;
+        m_changed.notify_all();
+    }
+
+    std::mutex m_lock;
+    std::condition_variable m_changed;
+    int m_waiting = 0;
+    bool m_released = false;
+};
+
+StandingQueue lookups;
+
+/// The proxies in the desktop's settings. If empty, the lookup blocks, as for a script on a silent server.
+QList<QNetworkProxy> proxies;
+
+}
+
+// These two replace the functions of Qt and of the system in this whole program.
+QList<QNetworkProxy> QNetworkProxyFactory::systemProxyForQuery(const QNetworkProxyQuery &)
+{
+    if (proxies.isEmpty())
+        lookups.wait();
+    return proxies;
+}
+
+extern "C" int getaddrinfo(const char *, const char *, const addrinfo *, addrinfo **)
+{
+    lookups.wait();
+    return EAI_AGAIN;
+}
+
+/// The lookups at the start of a transfer, which nothing can interrupt.
+class LookupTest final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cleanup()
+    {
+        proxies.clear();
+        lookups.release();
+    }
+
+    void theFirstProxyThatCarriesHttpIsTaken_data()
+    {
+        QTest::addColumn<QList<QNetworkProxy::ProxyType>>("types");
+        QTest::addColumn<QByteArray>("address");
+        const auto row
+            = [](const char *name, const QByteArray &address, const QList<QNetworkProxy::ProxyType> &types) {
+                  QTest::newRow(name) << types << address;
+              };
+        using enum QNetworkProxy::ProxyType;
+        row("an HTTP proxy", "http://proxy:1", { HttpProxy });
+        row("one that caches", "http://proxy:1", { HttpCachingProxy });
+        row("one that looks names up", "socks5h://proxy:1", { Socks5Proxy });
+        row("one for other things before it", "http://proxy:2", { FtpCachingProxy, HttpProxy });
+        row("only one for other things", {}, { FtpCachingProxy });
+        row("a direct connection, although others follow", {}, { NoProxy, HttpProxy });
+    }
+
+    void theFirstProxyThatCarriesHttpIsTaken()
+    {
+        QFETCH(const QList<QNetworkProxy::ProxyType>, types);
+        for (const QNetworkProxy::ProxyType type : types)
+            proxies.append(QNetworkProxy(type, u"proxy"_s, static_cast<quint16>(proxies.size() + 1)));
+        QTEST(SystemProxy::forUrl(m_url).address, "address");
+    }
+
+    void aLookupThatNeverEndsTimesOut_data() { addLookups(); }
+
+    void aLookupThatNeverEndsTimesOut()
+    {
+        QFETCH(QList<QNetworkProxy>, known);
+        proxies = known;
+        QElapsedTimer time;
+        time.start();
+        QCOMPARE(failure(m_url, impatient()), TransferError::timedOut().errorDescription());
+        QCOMPARE_LT(time.elapsed(), 3000);
+        QCOMPARE(lookups.waiting(), 1);
+    }
+
+    void aStopDuringALookupEndsTheTransferAtOnce_data() { addLookups(); }
+
+    void aStopDuringALookupEndsTheTransferAtOnce()
+    {
+        QFETCH(QList<QNetworkProxy>, known);
+        proxies = known;
+        std::stop_source stop;
+        auto task = fetchData(m_url, plenty, stop.get_token());
+        QTRY_COMPARE(lookups.waiting(), 1);
+        endsAtOnce(std::move(task), [&stop] { stop.request_stop(); });
+        QCOMPARE(lookups.waiting(), 1);
+    }
+
+    void theTransferContinuesWhenTheLookupHasEnded()
+    {
+        HttpServer server;
+        auto task = fetchData(server.serve(u"/list"_s, "here"), plenty, {});
+        QTRY_COMPARE(lookups.waiting(), 1);
+        QCOMPARE(server.connectionCount(), 0);
+        lookups.release();
+        QCOMPARE(Tasks::finish(std::move(task)).body, "here");
+    }
+
+private:
+    static void addLookups()
+    {
+        QTest::addColumn<QList<QNetworkProxy>>("known");
+        QTest::newRow("of the proxy") << QList<QNetworkProxy>();
+        QTest::newRow("of the server's name") << QList<QNetworkProxy> { QNetworkProxy::NoProxy };
+    }
+
+    const QUrl m_url = QUrl(u"http://server.invalid/list"_s);
+};
+
+QTEST_GUILESS_MAIN(LookupTest)
+#include "LookupTest.moc"
