@@ -1,335 +1,284 @@
-#include "FileDownloader.h"
+#include "DownloadScene.h"
 
 #include "AppError.h"
-#include "CancellationError.h"
 #include "FileError.h"
-#include "HttpServer.h"
-#include "LoopbackPort.h"
-#include "TransferTesting.h"
+#include "OrdinaryUser.h"
+#include "SmallDisk.h"
+#include "ThreadLimit.h"
 
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
-#include <QTemporaryDir>
 #include <QTest>
 
-#if defined(Q_OS_LINUX)
-#include <sys/mount.h>
-#endif
-
-#include <mutex>
-#include <thread>
+#include <cerrno>
+#include <csignal>
+#include <sys/resource.h>
 
 using namespace Qt::StringLiterals;
 using namespace TransferTesting;
 using namespace std::chrono_literals;
 
+/// Arranges what a test needs.
+using Arrange = void (*)(const DownloadScene &);
+
 class FileDownloaderTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
+    void init() { m_scene.emplace(); }
+    // A TestHome restores the environment on destruction, so it must be destroyed before the next is made.
+    void cleanup() { m_scene.reset(); }
+
+    void aFileArrivesWhole_data()
     {
-        withoutProxies();
-        m_server.emplace();
-        m_folder.emplace();
-        m_events.clear();
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::newRow("large") << someBytes(3'000'000);
+        QTest::newRow("empty") << QByteArray();
     }
 
     void aFileArrivesWhole()
     {
-        const QByteArray bytes = someBytes(3'000'000);
-        m_server->serve(path, bytes);
-        QCOMPARE(Tasks::finish(downloader()->start()), destination());
-        QVERIFY(content() == bytes);
-        QCOMPARE(filesInFolder(), QStringList { u"game.zip"_s });
+        QFETCH(QByteArray, bytes);
+        QCOMPARE(m_scene->download(HttpReply::ok(bytes)), m_scene->destination);
+        QCOMPARE(m_scene->content(), bytes);
+        QCOMPARE(m_scene->files(), QStringList { m_scene->name });
     }
 
     void nothingIsFetchedBeforeTheStart()
     {
-        const auto download = downloader();
+        auto download = m_scene->downloader(newFile);
         QTest::qWait(50);
-        QCOMPARE(m_server->connectionCount(), 0);
-        QCOMPARE(filesInFolder(), QStringList());
+        download.reset();
+        QCOMPARE(m_scene->server.connectionCount(), 0);
+        QCOMPARE(m_scene->files(), QStringList());
     }
 
-    void anEmptyBodyMakesAnEmptyFile()
+    void whateverIsAtTheDestinationIsReplaced_data()
     {
-        m_server->serve(path, QByteArray());
-        Tasks::finish(downloader()->start());
-        QVERIFY(QFileInfo::exists(destination()));
-        QCOMPARE(content(), QByteArray());
+        QTest::addColumn<Arrange>("arrange");
+        const auto row = [](const char *name, Arrange arrange) { QTest::newRow(name) << arrange; };
+        row("a longer file", [](const DownloadScene &scene) {
+            scene.folder.write(scene.name, "old, and much longer than the new one");
+        });
+        row("a folder",
+            [](const DownloadScene &scene) { scene.folder.write(scene.name + u"/sub/a"_s, "old"); });
+        row("a symbolic link",
+            [](const DownloadScene &scene) { QVERIFY(QFile::link(u"other"_s, scene.destination)); });
+        row("nothing but what an earlier download left", [](const DownloadScene &scene) {
+            scene.folder.write(scene.name + u".part"_s, QByteArray(100'000, 'x'));
+        });
+    }
+
+    void whateverIsAtTheDestinationIsReplaced()
+    {
+        QFETCH(Arrange, arrange);
+        arrange(*m_scene);
+        const QString other = m_scene->folder.write(u"other"_s, "precious");
+        m_scene->download(newFile);
+        QVERIFY(!QFileInfo(m_scene->destination).isSymLink());
+        QCOMPARE(m_scene->content(), "new");
+        QCOMPARE(contentOf(other), "precious");
+        QCOMPARE(m_scene->files(), QStringList({ m_scene->name, u"other"_s }));
+    }
+
+    void everyPieceIsReportedWithTheAnnouncedSize_data()
+    {
+        QTest::addColumn<HttpReply>("reply");
+        QTest::addColumn<qint64>("announced");
+        const QByteArray bytes = someBytes(200'000);
+        QTest::newRow("announced") << HttpReply::ok(bytes) << qint64(bytes.size());
+        QTest::newRow("unknown, in chunks")
+            << HttpReply::chunked({ bytes.first(100'000), bytes.sliced(100'000) }) << qint64(-1);
+        QTest::newRow("unknown, up to the end of the connection")
+            << HttpReply::head(200).send(bytes) << qint64(-1);
     }
 
     void everyPieceIsReportedWithTheAnnouncedSize()
     {
-        m_server->serve(path, someBytes(200'000));
-        Tasks::finish(downloader()->start());
-        QVERIFY(m_events.size() > 1);
+        QFETCH(HttpReply, reply);
+        QFETCH(qint64, announced);
+        m_scene->download(reply);
+        QVERIFY(m_scene->events.size() > 1);
         qint64 before = 0;
-        for (const DownloadProgress &event : m_events) {
+        for (const DownloadProgress &event : m_scene->events) {
             QVERIFY(event.received > before);
-            QCOMPARE(event.total, 200'000);
+            QCOMPARE(event.total, announced);
             before = event.received;
         }
         QCOMPARE(before, 200'000);
     }
 
-    void aServerThatSendsNoLengthLeavesTheSizeUnknown_data()
-    {
-        QTest::addColumn<HttpReply>("reply");
-        QTest::newRow("chunked") << HttpReply::chunked({ QByteArray(1000, 'x'), QByteArray(1000, 'y') });
-        QTest::newRow("until the end") << HttpReply::head(200).send(QByteArray(2000, 'x'));
-    }
-
-    void aServerThatSendsNoLengthLeavesTheSizeUnknown()
-    {
-        QFETCH(HttpReply, reply);
-        m_server->serve(path, reply);
-        Tasks::finish(downloader()->start());
-        QVERIFY(!m_events.isEmpty());
-        for (const DownloadProgress &event : m_events) {
-            QCOMPARE(event.total, -1);
-            QVERIFY(!event.text().contains(" of "_L1));
-        }
-        QCOMPARE(m_events.last().received, 2000);
-    }
-
     void noSpeedIsShownWithinTheFirstHalfSecondAndOneAfterwards()
     {
-        m_server->serve(path,
-                        HttpReply::head(200, { "Content-Length: 3000" })
-                            .send(QByteArray(1000, 'x'))
-                            .pause(600ms)
-                            .send(QByteArray(1000, 'y'))
-                            .pause(50ms)
-                            .send(QByteArray(1000, 'z')));
-        Tasks::finish(downloader()->start());
-        QVERIFY(m_events.size() >= 3);
-        QCOMPARE(m_events.first().bytesPerSecond, 0.0);
-        const double speed = m_events.at(m_events.size() - 2).bytesPerSecond;
+        m_scene->download(HttpReply::head(200, { "Content-Length: 3000" })
+                              .send(QByteArray(1000, 'x'))
+                              .pause(600ms)
+                              .send(QByteArray(1000, 'y'))
+                              .pause(50ms)
+                              .send(QByteArray(1000, 'z')));
+        const QList<DownloadProgress> &events = m_scene->events;
+        QVERIFY(events.size() >= 3);
+        QCOMPARE(events.first().bytesPerSecond, 0.0);
+        const double speed = events.at(events.size() - 2).bytesPerSecond;
         QVERIFY2(speed > 100 && speed < 2000 / 0.6, QByteArray::number(speed).constData());
-        QCOMPARE(m_events.last().bytesPerSecond, speed);
+        QCOMPARE(events.last().bytesPerSecond, speed);
     }
 
     void theFirstSpeedIsMeasuredFromTheMakingOfTheDownloader()
     {
-        m_server->serve(path, someBytes(1000));
-        const auto download = downloader();
+        const auto download = m_scene->downloader(newFile);
         QTest::qWait(510); // longer than the shortest interval
         Tasks::finish(download->start());
-        QVERIFY(!m_events.isEmpty());
-        QVERIFY(m_events.first().bytesPerSecond > 0);
+        QVERIFY(m_scene->events.constFirst().bytesPerSecond > 0);
     }
 
     void progressIsReportedOnOneOtherThread()
     {
-        m_server->serve(path, someBytes(500'000));
-        QList<QThread *> threads;
-        const auto download = std::make_shared<FileDownloader>(
-            m_server->url(path), destination(), [&threads](DownloadProgress) {
-                if (threads.isEmpty() || threads.last() != QThread::currentThread())
-                    threads.append(QThread::currentThread());
-            });
-        Tasks::finish(download->start());
+        QSet<QThread *> threads;
+        const QUrl url = m_scene->server.serve(m_scene->path, someBytes(500'000));
+        Tasks::finish(std::make_shared<FileDownloader>(url, m_scene->destination, [&threads](DownloadProgress) {
+                          threads.insert(QThread::currentThread());
+                      })->start());
         QCOMPARE(threads.size(), 1);
-        QVERIFY(threads.first() != QThread::currentThread());
+        QVERIFY(!threads.contains(QThread::currentThread()));
     }
 
     void nobodyNeedsToListenToTheProgress()
     {
-        m_server->serve(path, "bytes");
-        Tasks::finish(std::make_shared<FileDownloader>(m_server->url(path), destination(), nullptr)->start());
-        QCOMPARE(content(), "bytes");
+        const QUrl url = m_scene->server.serve(m_scene->path, newFile);
+        Tasks::finish(std::make_shared<FileDownloader>(url, m_scene->destination, nullptr)->start());
+        QCOMPARE(m_scene->content(), "new");
     }
 
-    void aRefusalIsNamedWithTheFileAndNothingIsPutInPlace_data()
+    void aRefusalIsNamedWithTheFileAndTheOldOneStays_data()
     {
         QTest::addColumn<int>("status");
         for (const int status : { 300, 301, 302, 303, 304, 404, 500 })
             QTest::addRow("%d", status) << status;
     }
 
-    void aRefusalIsNamedWithTheFileAndNothingIsPutInPlace()
+    void aRefusalIsNamedWithTheFileAndTheOldOneStays()
     {
         QFETCH(int, status);
-        m_server->serve(path, HttpReply::status(status, "A page that says so"));
-        QCOMPARE(failureOf(*downloader()),
-                 u"The server answered with error "_s + QString::number(status) + u" for master.zip."_s);
-        QCOMPARE(filesInFolder(), QStringList());
-        QVERIFY(m_events.isEmpty());
+        const QString sentence = u"The server answered with error %1 for master.zip."_s.arg(status);
+        QCOMPARE(failureThatKeepsTheOldFile(HttpReply::status(status, "A page that says so")), sentence);
+        QVERIFY(m_scene->events.isEmpty());
     }
 
-    void aRefusalLeavesTheOldFileAlone()
-    {
-        writeDestination("old");
-        QCOMPARE(failureOf(*downloader()), u"The server answered with error 404 for master.zip."_s);
-        QCOMPARE(content(), "old");
-    }
-
-    void aBrokenTransferIsAFailedDownload_data()
+    void aBrokenTransferIsAFailedDownloadAndTheOldFileStays_data()
     {
         QTest::addColumn<HttpReply>("reply");
-        QTest::addColumn<QString>("sentence");
         const HttpReply announced
             = HttpReply::head(200, { "Content-Length: 100000" }).send(QByteArray(50'000, 'x'));
-        QTest::newRow("cut") << announced << u"Download failed: The connection was lost."_s;
-        QTest::newRow("reset") << HttpReply(announced).pause(50ms).reset()
-                               << u"Download failed: The connection was lost."_s;
-        QTest::newRow("stalled") << HttpReply(announced).stall()
-                                 << u"Download failed: The request timed out."_s;
-        QTest::newRow("redirected for ever") << HttpReply::redirect("/archive/master.zip")
-                                             << u"Download failed: The server redirected too many times."_s;
+        QTest::newRow("closed") << announced;
+        QTest::newRow("reset") << HttpReply(announced).pause(50ms).reset();
+        QTest::newRow("stalled") << HttpReply(announced).stall();
+        QTest::newRow("redirected for ever") << HttpReply::redirect("/archive/master.zip");
     }
 
-    void aBrokenTransferIsAFailedDownload()
+    void aBrokenTransferIsAFailedDownloadAndTheOldFileStays()
     {
         QFETCH(HttpReply, reply);
-        m_server->serve(path, reply);
-        writeDestination("old");
-        const auto download
-            = std::make_shared<FileDownloader>(m_server->url(path), destination(), nullptr, impatient());
-        QTEST(failureOf(*download), "sentence");
-        QCOMPARE(content(), "old");
-        QCOMPARE(filesInFolder(), QStringList { u"game.zip"_s });
+        const QString sentence = failureThatKeepsTheOldFile(reply);
+        const QString reason = failure(m_scene->server.url(m_scene->path), impatient());
+        QVERIFY(!reason.isEmpty());
+        QCOMPARE(sentence, u"Download failed: "_s + reason);
     }
 
-    void aServerThatIsNotThereIsAFailedDownload()
+    void aTransferThatCannotBeginIsAFailedDownload()
     {
-        const RefusingPort port;
-        const QUrl url(u"http://127.0.0.1:"_s + QString::number(port.port()) + u"/master.zip"_s);
-        const auto download = std::make_shared<FileDownloader>(url, destination(), nullptr);
-        QCOMPARE(failureOf(*download), u"Download failed: Could not connect to the server."_s);
+        const QUrl url = m_scene->server.url(m_scene->path);
+        QVERIFY(OrdinaryUser::run([url] {
+            const ThreadLimit none;
+            const auto error
+                = Tasks::failure<AppError>(std::make_shared<FileDownloader>(url, u"file"_s, nullptr)->start());
+            return error
+                && error->errorDescription().endsWith(TransferError::couldNotBegin().errorDescription());
+        }));
     }
 
-    void aFileAtTheDestinationIsReplaced()
+    void aDestinationThatCannotBeCreatedIsAFileError_data()
     {
-        writeDestination("old, and much longer than the new one");
-        m_server->serve(path, "new");
-        Tasks::finish(downloader()->start());
-        QCOMPARE(content(), "new");
+        QTest::addColumn<QString>("place");
+        QTest::addColumn<int>("code");
+        QTest::newRow("in a folder that is missing") << u"missing/game.zip"_s << ENOENT;
+        QTest::newRow("in a folder that is a file") << u"file/game.zip"_s << ENOTDIR;
     }
 
-    void aFolderAtTheDestinationIsReplaced()
+    void aDestinationThatCannotBeCreatedIsAFileError()
     {
-        QVERIFY(QDir().mkpath(destination() + u"/sub"_s));
-        m_server->serve(path, "new");
-        Tasks::finish(downloader()->start());
-        QCOMPARE(content(), "new");
-    }
-
-    void aLinkAtTheDestinationIsReplacedAndWhatItLeadsToIsLeftAlone()
-    {
-        const QString other = m_folder->filePath(u"other"_s);
-        write(other, "precious");
-        QVERIFY(QFile::link(other, destination()));
-        m_server->serve(path, "new");
-        Tasks::finish(downloader()->start());
-        QVERIFY(!QFileInfo(destination()).isSymLink());
-        QCOMPARE(content(), "new");
-        QCOMPARE(read(other), "precious");
-    }
-
-    void aLeftoverOfAnEarlierDownloadIsReplaced()
-    {
-        write(destination() + u".part"_s, QByteArray(100'000, 'x'));
-        m_server->serve(path, "new");
-        Tasks::finish(downloader()->start());
-        QCOMPARE(content(), "new");
-        QCOMPARE(filesInFolder(), QStringList { u"game.zip"_s });
-    }
-
-    void aDestinationInAFolderThatIsMissingIsAFileError()
-    {
-        m_server->serve(path, "new");
-        const auto download = std::make_shared<FileDownloader>(
-            m_server->url(path), m_folder->filePath(u"missing/game.zip"_s), nullptr);
-        const auto error = Tasks::failure<FileError>(download->start());
-        QVERIFY(error);
-        QCOMPARE(error->code(), ENOENT);
-        QVERIFY2(error->errorDescription().contains(u"game.zip"_s), qPrintable(error->errorDescription()));
-    }
-
-    void aDestinationInAFolderThatIsAFileIsAFileError()
-    {
-        write(m_folder->filePath(u"file"_s), "x");
-        m_server->serve(path, "new");
-        const auto download = std::make_shared<FileDownloader>(
-            m_server->url(path), m_folder->filePath(u"file/game.zip"_s), nullptr);
-        const auto error = Tasks::failure<FileError>(download->start());
-        QVERIFY(error);
-        QCOMPARE(error->code(), ENOTDIR);
+        QFETCH(QString, place);
+        QFETCH(int, code);
+        m_scene->folder.write(u"file"_s, "x");
+        const QUrl url = m_scene->server.serve(m_scene->path, newFile);
+        verifyFileError(std::make_shared<FileDownloader>(url, m_scene->folder.filePath(place), nullptr)->start(),
+                        u"created"_s, code);
     }
 
     void aFolderThatVanishesBeforeTheMoveIsAFileError()
     {
-        m_server->serve(path,
-                        HttpReply::head(200, { "Content-Length: 10" }).send("12345").stall().send("67890"));
-        auto task = downloader()->start();
-        QTRY_COMPARE(filesInFolder(), QStringList { u"game.zip.part"_s });
-        QVERIFY(QDir(m_folder->path()).removeRecursively());
-        m_server->release();
-        const auto error = Tasks::failure<FileError>(std::move(task));
-        QVERIFY(error);
-        QCOMPARE(error->code(), ENOENT);
-        QCOMPARE(error->errorDescription(), u"“game.zip” could not be written: No such file or directory."_s);
+        auto task
+            = m_scene
+                  ->downloader(
+                      HttpReply::head(200, { "Content-Length: 10" }).send("12345").stall().send("67890"))
+                  ->start();
+        QTRY_COMPARE(m_scene->files(), QStringList { m_scene->name + u".part"_s });
+        QVERIFY(QDir(m_scene->folder.path()).removeRecursively());
+        m_scene->server.release();
+        verifyFileError(std::move(task), u"written"_s, ENOENT);
     }
 
     void aDestinationThatCannotBeRemovedIsAFileErrorAndNothingIsLeftBesideIt()
     {
-#if defined(Q_OS_LINUX)
-        QVERIFY(QDir().mkpath(destination()));
-        const QByteArray folder = QFile::encodeName(destination());
-        // A mount point cannot be removed.
-        if (::mount("none", folder.constData(), "tmpfs", 0, "size=64k") != 0)
-            QSKIP("Only the superuser can bring in another file system.");
-        const auto unmount = qScopeGuard([folder] { ::umount(folder.constData()); });
-        m_server->serve(path, "new");
-        const auto error = Tasks::failure<FileError>(downloader()->start());
-        QVERIFY(error);
-        QCOMPARE(error->code(), EBUSY);
-        QCOMPARE(error->errorDescription(), u"“game.zip” could not be removed: Device or resource busy."_s);
-        QCOMPARE(filesInFolder(), QStringList { u"game.zip"_s });
-#else
-        QSKIP("There is no other file system to be had here.");
-#endif
+        const SmallDisk disk(m_scene->destination);
+        if (!disk.isMounted())
+            QSKIP("Only the superuser can mount the disk that this needs.");
+        verifyFileError(m_scene->downloader(newFile)->start(), u"removed"_s, EBUSY);
+        QCOMPARE(m_scene->files(), QStringList { m_scene->name });
     }
 
-    void aCancelAfterTheEndDoesNothing()
+    void aDiskThatFillsUpIsAFileErrorAndLeavesNothing()
     {
-        m_server->serve(path, "new");
-        const auto download = downloader();
-        QCOMPARE(Tasks::finish(download->start()), destination());
-        download->cancel();
-        QCOMPARE(content(), "new");
+        const SmallDisk disk(m_scene->folder.path(), "size=256k");
+        if (!disk.isMounted())
+            QSKIP("Only the superuser can mount the disk that this needs.");
+        verifyFileError(m_scene->downloader(HttpReply::ok(someBytes(1'000'000)))->start(), u"written"_s,
+                        ENOSPC);
+        QCOMPARE(m_scene->files(), QStringList());
+    }
+
+    void aFileThatMayNotGrowIsAFileErrorAndLeavesNothing()
+    {
+        // By default this signal ends the program.
+        const auto before = std::signal(SIGXFSZ, SIG_IGN);
+        rlimit limit {};
+        QCOMPARE(::getrlimit(RLIMIT_FSIZE, &limit), 0);
+        const rlimit small { 100'000, limit.rlim_max };
+        QCOMPARE(::setrlimit(RLIMIT_FSIZE, &small), 0);
+        verifyFileError(m_scene->downloader(HttpReply::ok(someBytes(1'000'000)))->start(), u"written"_s,
+                        EFBIG);
+        QCOMPARE(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+        std::signal(SIGXFSZ, before);
+        QCOMPARE(m_scene->files(), QStringList());
     }
 
     void theCallerIsResumedOnceOnTheMainThread()
     {
-        m_server->serve(path, "new");
         int resumed = 0;
-        const auto download = downloader();
+        const auto download = m_scene->downloader(newFile);
         const auto task = countResumptions(download, &resumed);
         QTRY_VERIFY(task.isReady());
-        download->cancel();
+        download->cancel(); // too late to change anything
         QTest::qWait(50);
         QCOMPARE(resumed, 1);
+        QCOMPARE(m_scene->content(), "new");
     }
 
-    void aDownloadGoesOnWhenItsOwnerLetsGo()
+    void aDownloadContinuesWhenItsOwnerReleasesIt()
     {
-        m_server->serve(path, HttpReply::head(200).stall().send("late"));
-        auto task = downloader()->start();
-        QTRY_COMPARE(m_server->requestCount(path), 1);
-        m_server->release();
-        QCOMPARE(Tasks::finish(std::move(task)), destination());
-        QCOMPARE(content(), "late");
-    }
-
-    void aDownloaderThatNeverStartedMayGo()
-    {
-        downloader().reset();
-        QCOMPARE(filesInFolder(), QStringList());
+        auto task = m_scene->downloader(HttpReply::head(200).stall().send("late"))->start();
+        QTRY_COMPARE(m_scene->server.requestCount(m_scene->path), 1);
+        m_scene->server.release();
+        QCOMPARE(Tasks::finish(std::move(task)), m_scene->destination);
+        QCOMPARE(m_scene->content(), "late");
     }
 
 private:
@@ -340,45 +289,26 @@ private:
             ++*resumed;
     }
 
-    std::shared_ptr<FileDownloader> downloader()
+    /// What an impatient download with `reply` fails with. Verifies that it leaves an old file as it was.
+    QString failureThatKeepsTheOldFile(const HttpReply &reply)
     {
-        const auto note = [this](DownloadProgress progress) { m_events.append(progress); };
-        return std::make_shared<FileDownloader>(m_server->url(path), destination(), note);
+        m_scene->folder.write(m_scene->name, "old");
+        const auto error = Tasks::failure<AppError>(m_scene->downloader(reply, impatient())->start());
+        const bool isKept = m_scene->content() == "old" && m_scene->files() == QStringList { m_scene->name };
+        return error && isKept ? error->errorDescription() : QString();
     }
 
-    static QString failureOf(FileDownloader &download)
+    /// Verifies that `task` fails because game.zip could not be `action`.
+    static void verifyFileError(QCoro::Task<QString> task, const QString &action, int code)
     {
-        const auto error = Tasks::failure<AppError>(download.start());
-        return error ? error->errorDescription() : QString();
+        const auto error = Tasks::failure<FileError>(std::move(task));
+        QVERIFY(error);
+        QCOMPARE(error->code(), code);
+        QCOMPARE(error->errorDescription(), FileError(u"game.zip"_s, action, code).errorDescription());
     }
 
-    QString destination() const { return m_folder->filePath(u"game.zip"_s); }
-
-    QStringList filesInFolder() const
-    {
-        return QDir(m_folder->path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
-    }
-
-    static void write(const QString &file, const QByteArray &bytes)
-    {
-        QFile out(file);
-        QVERIFY(out.open(QIODevice::WriteOnly));
-        QCOMPARE(out.write(bytes), bytes.size());
-    }
-
-    static QByteArray read(const QString &file)
-    {
-        QFile in(file);
-        return in.open(QIODevice::ReadOnly) ? in.readAll() : QByteArray("could not be read");
-    }
-
-    void writeDestination(const QByteArray &bytes) const { write(destination(), bytes); }
-    QByteArray content() const { return read(destination()); }
-
-    const QString path = u"/archive/master.zip"_s;
-    std::optional<HttpServer> m_server;
-    std::optional<QTemporaryDir> m_folder;
-    QList<DownloadProgress> m_events; // belongs to the transfer's thread until the download has ended
+    const HttpReply newFile = HttpReply::ok("new");
+    std::optional<DownloadScene> m_scene;
 };
 
 QTEST_GUILESS_MAIN(FileDownloaderTest)

@@ -1,27 +1,49 @@
 #include "RepoDownloader.h"
 
 #include "AppError.h"
-#include "CancellationError.h"
 #include "CodeHost.h"
+#include "DownloadScene.h"
 #include "FileError.h"
-#include "HttpServer.h"
 #include "LogStore.h"
 #include "Paths.h"
-#include "TestHome.h"
-#include "TransferTesting.h"
+#include "SmallDisk.h"
 #include "ZipBuilder.h"
 
-#include <QDir>
 #include <QTest>
+
+#include <curl/curl.h>
 
 #include <cerrno>
 #include <thread>
-#if defined(Q_OS_LINUX)
-#include <sys/mount.h>
-#endif
 
 using namespace Qt::StringLiterals;
 using namespace TransferTesting;
+
+namespace {
+
+ZipBuilder wholeGame() { return { ZipEntry::file("Vantor-master/project.godot", "new") }; }
+
+HttpReply wholeGameAnd(const ZipEntry &entry)
+{
+    ZipBuilder archive = wholeGame();
+    archive.entries.append(entry);
+    return HttpReply::ok(archive.bytes());
+}
+
+/// Cancels an installation that was started with the token of `stop`.
+using Cancel = void (*)(RepoDownloader &repository, std::stop_source &stop);
+
+/// Puts something into the game's place.
+using Arrange = void (*)(const TestHome &home);
+
+void writeOldGame(const TestHome &home)
+{
+    const QString game = QDir(home.path()).relativeFilePath(Paths::gameFolder());
+    home.write(game + u"/project.godot"_s, "old");
+    home.write(game + u"/old folder/old file"_s, "old");
+}
+
+}
 
 class RepoDownloaderTest final : public QObject {
     Q_OBJECT
@@ -40,51 +62,57 @@ private Q_SLOTS:
     void cleanup()
     {
         // However an installation ends, it leaves no scratch folder.
-        QVERIFY(QDir(Paths::tempFolder()).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
+        QCOMPARE(filesIn(Paths::tempFolder()), QStringList());
         CodeHost::setAddress(CodeHost::official());
+        m_home.reset();
     }
 
     void theArchiveIsTheRepositorysMasterBranch()
     {
         CodeHost::setAddress(CodeHost::official());
-        QCOMPARE(
-            RepoDownloader::zipURL(),
-            QUrl(CodeHost::official().toString() + u"/Kestrelwood/Vantor/archive/refs/heads/master.zip"_s));
+        QCOMPARE(RepoDownloader::zipURL(), QUrl(CodeHost::official().toString() + path));
     }
 
-    void aProjectInAWrapperFolderEndsUpDirectlyInTheGameFolder()
+    void theProjectEndsUpDirectlyInTheGameFolder_data()
     {
-        serve({ ZipEntry::file("Vantor-master/project.godot", "new"),
-                ZipEntry::file("Vantor-master/art/a.png", "picture") });
-        QCOMPARE(install(), Paths::gameFolder());
-        QCOMPARE(filesIn(Paths::gameFolder()), (QStringList { u"art"_s, u"project.godot"_s }));
+        QTest::addColumn<QList<ZipEntry>>("entries");
+        QTest::addColumn<QStringList>("files");
+        const auto row = [](const char *name, const QList<ZipEntry> &entries, const QStringList &files) {
+            QTest::newRow(name) << entries << files;
+        };
+        row("from a wrapper folder",
+            { ZipEntry::file("Vantor-master/project.godot", "new"),
+              ZipEntry::file("Vantor-master/art/a.png", "picture") },
+            { u"art"_s, u"project.godot"_s });
+        row("from the archive itself",
+            { ZipEntry::file("project.godot", "new"), ZipEntry::file("main.tscn", "scene") },
+            { u"main.tscn"_s, u"project.godot"_s });
+        row("without what lies beside it",
+            { ZipEntry::file("Vantor-master/README.md", "x"),
+              ZipEntry::file("Vantor-master/game/project.godot", "new") },
+            { u"project.godot"_s });
+    }
+
+    void theProjectEndsUpDirectlyInTheGameFolder()
+    {
+        QFETCH(QList<ZipEntry>, entries);
+        ZipBuilder archive;
+        archive.entries = entries;
+        m_server->serve(path, archive.bytes());
+        QCOMPARE(finish(), Paths::gameFolder());
+        QTEST(filesIn(Paths::gameFolder()), "files");
         QCOMPARE(read(u"project.godot"_s), "new");
-        QCOMPARE(read(u"art/a.png"_s), "picture");
-    }
-
-    void aProjectWithoutAWrapperFolderIsInstalledToo()
-    {
-        serve({ ZipEntry::file("project.godot", "new"), ZipEntry::file("main.tscn", "scene") });
-        QCOMPARE(install(), Paths::gameFolder());
-        QCOMPARE(filesIn(Paths::gameFolder()), (QStringList { u"main.tscn"_s, u"project.godot"_s }));
-    }
-
-    void whatLiesBesideTheProjectIsLeftOut()
-    {
-        serve({ ZipEntry::file("Vantor-master/README.md", "x"),
-                ZipEntry::file("Vantor-master/game/project.godot", "new") });
-        QCOMPARE(install(), Paths::gameFolder());
-        QCOMPARE(filesIn(Paths::gameFolder()), QStringList { u"project.godot"_s });
+        if (QFile::exists(Paths::gameFolder() + u"/art"_s))
+            QCOMPARE(read(u"art/a.png"_s), "picture");
     }
 
     void theLogTellsTheSteps()
     {
-        serve(wholeGame());
-        install();
+        serveWholeGame();
+        finish();
         QCOMPARE(m_log->lines.get(),
-                 (QStringList {
-                     u"Downloading the game from "_s + m_server->address().toString()
-                         + u"/Kestrelwood/Vantor/archive/refs/heads/master.zip"_s,
+                 QStringList({
+                     u"Downloading the game from "_s + m_server->url(path).toString(),
                      u"Unpacking the game"_s,
                      u"Game ready in "_s + Paths::gameFolder(),
                  }));
@@ -92,274 +120,212 @@ private Q_SLOTS:
 
     void theProgressIsPassedThrough()
     {
-        const QByteArray bytes = wholeGame().bytes();
-        m_server->serve(path, bytes);
+        serveWholeGame();
         QList<DownloadProgress> events;
         Tasks::finish(m_repository->install(
             &*m_log, [&events](DownloadProgress progress) { events.append(progress); }, {}));
         QVERIFY(!events.isEmpty());
-        QCOMPARE(events.last().received, bytes.size());
-        QCOMPARE(events.last().total, bytes.size());
+        QCOMPARE(events.last().received, wholeGame().bytes().size());
+        QCOMPARE(events.last().total, wholeGame().bytes().size());
     }
 
-    void anUpdateReplacesTheGameEntirely()
+    void anUpdateReplacesWhateverIsInTheGamesPlace_data()
     {
-        writeOldGame();
-        serve(wholeGame());
-        QCOMPARE(install(), Paths::gameFolder());
+        QTest::addColumn<Arrange>("arrange");
+        QTest::newRow("a game") << Arrange(writeOldGame);
+        QTest::newRow("a file") << Arrange([](const TestHome &home) {
+            home.write(QDir(home.path()).relativeFilePath(Paths::gameFolder()), "a file");
+        });
+        QTest::newRow("a symbolic link, but not what it leads to") << Arrange([](const TestHome &home) {
+            QVERIFY(QDir().mkpath(Paths::root()));
+            QVERIFY(QFile::link(home.filePath(u"elsewhere"_s), Paths::gameFolder()));
+        });
+    }
+
+    void anUpdateReplacesWhateverIsInTheGamesPlace()
+    {
+        QFETCH(Arrange, arrange);
+        const QString elsewhere = m_home->write(u"elsewhere/project.godot"_s, "precious");
+        arrange(*m_home);
+        serveWholeGame();
+        QCOMPARE(finish(), Paths::gameFolder());
+        QVERIFY(!QFileInfo(Paths::gameFolder()).isSymLink());
         QCOMPARE(filesIn(Paths::gameFolder()), QStringList { u"project.godot"_s });
         QCOMPARE(read(u"project.godot"_s), "new");
+        QCOMPARE(contentOf(elsewhere), "precious");
     }
 
-    void anUpdateReplacesAFileInTheGamesPlace()
+    void aFailureKeepsThePreviousGameAndCanBeRetried_data()
     {
-        m_home->write(QDir(m_home->path()).relativeFilePath(Paths::gameFolder()), "a file");
-        serve(wholeGame());
-        QCOMPARE(install(), Paths::gameFolder());
-        QCOMPARE(read(u"project.godot"_s), "new");
-    }
-
-    void anUpdateOverALinkLeavesWhatItLeadsToAlone()
-    {
-        const QString elsewhere = m_home->write(u"elsewhere/project.godot"_s, "precious");
-        QVERIFY(QDir().mkpath(Paths::root()));
-        QVERIFY(QFile::link(m_home->filePath(u"elsewhere"_s), Paths::gameFolder()));
-        serve(wholeGame());
-        QCOMPARE(install(), Paths::gameFolder());
-        QVERIFY(!QFileInfo(Paths::gameFolder()).isSymLink());
-        QVERIFY(QFile::exists(elsewhere));
-    }
-
-    void anArchiveWithoutAProjectKeepsThePreviousGame()
-    {
-        writeOldGame();
-        serve({ ZipEntry::file("Vantor-master/README.md", "no game here") });
-        QCOMPARE(failure(), u"The downloaded game has no project.godot file, so it cannot be started."_s);
-        QVERIFY(isOldGameThere());
-    }
-
-    void anArchiveThatCannotBeUnpackedKeepsThePreviousGame_data()
-    {
-        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<HttpReply>("reply");
+        QTest::addColumn<QString>("reason");
+        const auto row = [](const char *name, const QString &reason, const HttpReply &reply) {
+            QTest::newRow(name) << reply << reason;
+        };
+        row("an archive without a project",
+            u"The downloaded game has no project.godot file, so it cannot be started."_s,
+            HttpReply::ok(ZipBuilder { ZipEntry::file("Vantor-master/README.md", "no game here") }.bytes()));
         const QByteArray whole = wholeGame().bytes();
-        QTest::newRow("nothing") << QByteArray();
-        QTest::newRow("a web page") << QByteArray("<!DOCTYPE html><html><body>Sign in</body></html>");
-        QTest::newRow("half an archive") << whole.first(whole.size() / 2);
-        QTest::newRow("a file outside") << wholeGameWith(ZipEntry::file("../../../outside", "x"));
-        QTest::newRow("a way out") << wholeGameWith(ZipEntry::link("Vantor-master/out", "/etc"));
+        const QString notUnpacked = u"game.zip"_s;
+        row("an empty file", notUnpacked, HttpReply::ok({}));
+        row("a web page", notUnpacked, HttpReply::ok("<!DOCTYPE html><html><body>Sign in</body></html>"));
+        row("half an archive", notUnpacked, HttpReply::ok(whole.first(whole.size() / 2)));
+        row("a file outside", notUnpacked, wholeGameAnd(ZipEntry::file("../../../outside", "x")));
+        row("a way out", notUnpacked, wholeGameAnd(ZipEntry::link("Vantor-master/out", "/etc")));
+        row("a refusal", u"404"_s, HttpReply::status(404));
+        row("a broken transfer", sentence(CURLE_PARTIAL_FILE),
+            HttpReply::head(200, { "Content-Length: 1000" }).send("PK"));
     }
 
-    void anArchiveThatCannotBeUnpackedKeepsThePreviousGame()
+    void aFailureKeepsThePreviousGameAndCanBeRetried()
     {
-        QFETCH(QByteArray, content);
-        writeOldGame();
-        m_server->serve(path, content);
-        QCOMPARE(failure(), u"Could not unpack game.zip (ditto exit code 1)."_s);
-        QVERIFY(isOldGameThere());
-        QCOMPARE(filesIn(Paths::root()), (QStringList { u"Game"_s, u"Temp"_s }));
+        QFETCH(HttpReply, reply);
+        QFETCH(QString, reason);
+        writeOldGame(*m_home);
+        m_server->serve(path, { reply, HttpReply::ok(wholeGame().bytes()) });
+        const auto error = Tasks::failure<AppError>(install());
+        QVERIFY(error);
+        QVERIFY2(error->errorDescription().contains(reason), error->what());
+        verifyOldGame();
+        QCOMPARE(filesIn(Paths::root()), QStringList({ u"Game"_s, u"Temp"_s }));
         QVERIFY(!QFile::exists(m_home->dataHome() + u"/outside"_s));
-    }
-
-    void aRefusalKeepsThePreviousGame()
-    {
-        writeOldGame();
-        QCOMPARE(failure(), u"The server answered with error 404 for master.zip."_s);
-        QVERIFY(isOldGameThere());
-    }
-
-    void aBrokenTransferKeepsThePreviousGame()
-    {
-        writeOldGame();
-        m_server->serve(path, HttpReply::head(200, { "Content-Length: 1000" }).send("PK"));
-        QCOMPARE(failure(), u"Download failed: The connection was lost."_s);
-        QVERIFY(isOldGameThere());
+        QCOMPARE(finish(), Paths::gameFolder());
+        QCOMPARE(read(u"project.godot"_s), "new");
     }
 
     void aScratchFolderThatCannotBeMadeIsAFileError()
     {
         m_home->write(QDir(m_home->path()).relativeFilePath(Paths::root()), "a file");
-        const auto error = Tasks::failure<FileError>(m_repository->install(&*m_log, nullptr, {}));
-        QVERIFY(error);
-        QCOMPARE(error->code(), ENOTDIR);
+        verifyFileError(install(), ENOTDIR);
         QCOMPARE(m_server->connectionCount(), 0);
     }
 
     void aFolderToUnpackIntoThatCannotBeMadeIsAFileError()
     {
-        writeOldGame();
-        m_server->serve(path, HttpReply::head(200).stall().send(wholeGame().bytes()));
-        auto task = m_repository->install(&*m_log, nullptr, {});
-        QTRY_COMPARE(m_server->requestCount(path), 1);
-        QFile inTheWay(scratchFolder() + u"/extract"_s);
-        QVERIFY(inTheWay.open(QIODevice::WriteOnly));
+        auto task = installUpToTheDownload();
+        m_home->write(QDir(m_home->path()).relativeFilePath(scratchFolder() + u"/extract"_s), "in the way");
         m_server->release();
-        const auto error = Tasks::failure<FileError>(std::move(task));
-        QVERIFY(error);
-        QCOMPARE(error->code(), EEXIST);
-        QVERIFY(isOldGameThere());
+        verifyFileError(std::move(task), EEXIST);
+        verifyOldGame();
     }
 
     void anOldGameThatCannotBeMovedIsAFileErrorAndStays()
     {
-#if defined(Q_OS_LINUX)
-        QVERIFY(QDir().mkpath(Paths::gameFolder()));
-        const QByteArray game = QFile::encodeName(Paths::gameFolder());
-        // A mount point cannot be renamed.
-        if (::mount("none", game.constData(), "tmpfs", 0, nullptr) != 0)
-            QSKIP("Only the superuser can bring in another file system.");
-        writeOldGame();
-        serve(wholeGame());
-        const auto error = Tasks::failure<FileError>(m_repository->install(&*m_log, nullptr, {}));
-        const bool isThere = isOldGameThere();
-        QCOMPARE(::umount(game.constData()), 0);
-        QVERIFY(error);
-        QCOMPARE(error->code(), EBUSY);
-        QVERIFY(isThere);
-#else
-        QSKIP("There is no other file system to be had here.");
-#endif
+        const SmallDisk disk(Paths::gameFolder());
+        if (!disk.isMounted())
+            QSKIP("Only the superuser can mount the disk that this needs.");
+        writeOldGame(*m_home);
+        serveWholeGame();
+        verifyFileError(install(), EBUSY);
+        verifyOldGame();
     }
 
     void aNewGameThatCannotBeMovedIsAFileErrorAndTheOldOneComesBack()
     {
-#if defined(Q_OS_LINUX)
-        writeOldGame();
-        m_server->serve(path, HttpReply::head(200).stall().send(wholeGame().bytes()));
-        auto task = m_repository->install(&*m_log, nullptr, {});
-        QTRY_COMPARE(m_server->requestCount(path), 1);
-        const QString extract = scratchFolder() + u"/extract"_s;
-        QVERIFY(QDir().mkpath(extract));
-        // rename() fails across file systems.
-        const bool isMounted
-            = ::mount("none", QFile::encodeName(extract).constData(), "tmpfs", 0, nullptr) == 0;
-        m_server->release();
-        const auto error = Tasks::failure<FileError>(std::move(task));
-        if (!isMounted)
-            QSKIP("Only the superuser can bring in another file system.");
+        auto task = installUpToTheDownload();
+        {
+            const SmallDisk disk(scratchFolder() + u"/extract"_s);
+            m_server->release();
+            if (!disk.isMounted()) {
+                Tasks::finish(std::move(task));
+                QSKIP("Only the superuser can mount the disk that this needs.");
+            }
+            verifyFileError(std::move(task), EXDEV);
+        }
         // A mount point cannot be removed, so the scratch folder is still there.
-        QCOMPARE(::umount(QFile::encodeName(extract).constData()), 0);
         QVERIFY(QDir(Paths::tempFolder()).removeRecursively());
-        QVERIFY(error);
-        QCOMPARE(error->code(), EXDEV);
-        QVERIFY(isOldGameThere());
-#else
-        QSKIP("There is no other file system to be had here.");
-#endif
+        verifyOldGame();
+    }
+
+    void aCancelDuringTheDownloadKeepsThePreviousGame_data()
+    {
+        QTest::addColumn<Cancel>("cancel");
+        const auto row = [](const char *name, Cancel cancel) { QTest::newRow(name) << cancel; };
+        row("by its owner", [](RepoDownloader &repository, std::stop_source &) { repository.cancel(); });
+        row("from another thread", [](RepoDownloader &repository, std::stop_source &) {
+            std::thread([&repository] { repository.cancel(); }).join();
+        });
+        row("by a stop", [](RepoDownloader &, std::stop_source &stop) { stop.request_stop(); });
     }
 
     void aCancelDuringTheDownloadKeepsThePreviousGame()
     {
-        writeOldGame();
-        m_server->serve(path, HttpReply::head(200).send("PK").stall());
-        auto task = m_repository->install(&*m_log, nullptr, {});
-        QTRY_COMPARE(m_server->requestCount(path), 1);
-        m_repository->cancel();
-        QVERIFY(Tasks::failure<CancellationError>(std::move(task)));
-        QVERIFY(isOldGameThere());
-    }
-
-    void aCancelFromAnotherThreadIsHeard()
-    {
-        m_server->serve(path, HttpReply().stall());
-        auto task = m_repository->install(&*m_log, nullptr, {});
-        std::thread([this] { m_repository->cancel(); }).join();
-        QVERIFY(Tasks::failure<CancellationError>(std::move(task)));
-    }
-
-    void aStopDuringTheDownloadKeepsThePreviousGame()
-    {
-        writeOldGame();
-        m_server->serve(path, HttpReply::head(200).send("PK").stall());
+        QFETCH(Cancel, cancel);
         std::stop_source stop;
-        auto task = m_repository->install(&*m_log, nullptr, stop.get_token());
-        QTRY_COMPARE(m_server->requestCount(path), 1);
-        stop.request_stop();
+        auto task = installUpToTheDownload(stop.get_token());
+        cancel(*m_repository, stop);
         QVERIFY(Tasks::failure<CancellationError>(std::move(task)));
-        QVERIFY(isOldGameThere());
+        verifyOldGame();
     }
 
     void aStopBeforeTheDownloadTouchesNoNetwork()
     {
         std::stop_source stop;
         stop.request_stop();
-        QVERIFY(Tasks::failure<CancellationError>(m_repository->install(&*m_log, nullptr, stop.get_token())));
+        QVERIFY(Tasks::failure<CancellationError>(install(stop.get_token())));
         QCOMPARE(m_server->connectionCount(), 0);
     }
 
     void aStopAfterTheDownloadIsNoticedBeforeTheUnpacking()
     {
-        writeOldGame();
-        serve(wholeGame());
+        writeOldGame(*m_home);
+        serveWholeGame();
         std::stop_source stop;
-        auto task = m_repository->install(&*m_log, nullptr, stop.get_token());
+        auto task = install(stop.get_token());
         waitForTheFileWithoutTurningTheEventLoop();
         stop.request_stop();
         QVERIFY(Tasks::failure<CancellationError>(std::move(task)));
         QCOMPARE(m_log->lines->size(), 1);
-        QVERIFY(isOldGameThere());
+        verifyOldGame();
     }
 
-    void aCancelAfterTheDownloadEndsTheInstallationToo()
+    void aCancelOutsideADownloadDoesNothing()
     {
-        serve(wholeGame());
-        auto task = m_repository->install(&*m_log, nullptr, {});
+        serveWholeGame();
+        m_repository->cancel();
+        auto task = install();
         waitForTheFileWithoutTurningTheEventLoop();
         m_repository->cancel();
-        QVERIFY(Tasks::failure<CancellationError>(std::move(task)));
-    }
-
-    void aCancelOutsideAnInstallationDoesNothing()
-    {
-        serve(wholeGame());
+        QCOMPARE(Tasks::finish(std::move(task)), Paths::gameFolder());
         m_repository->cancel();
-        install();
-        m_repository->cancel();
-        QCOMPARE(install(), Paths::gameFolder());
+        QCOMPARE(finish(), Paths::gameFolder());
     }
 
 private:
-    static ZipBuilder wholeGame() { return { ZipEntry::file("Vantor-master/project.godot", "new") }; }
+    void serveWholeGame() { m_server->serve(path, wholeGame().bytes()); }
 
-    static QByteArray wholeGameWith(const ZipEntry &member)
+    QCoro::Task<QString> install(const std::stop_token &stop = {})
     {
-        ZipBuilder archive = wholeGame();
-        archive.entries.append(member);
-        return archive.bytes();
+        return m_repository->install(&*m_log, nullptr, stop);
     }
 
-    void serve(const ZipBuilder &archive) { m_server->serve(path, archive.bytes()); }
-
-    QString install() { return Tasks::finish(m_repository->install(&*m_log, nullptr, {})); }
-
-    QString failure()
+    /// Updates an old game. Returns once the server holds back the new one, until its release.
+    QCoro::Task<QString> installUpToTheDownload(const std::stop_token &stop = {})
     {
-        const auto error = Tasks::failure<AppError>(m_repository->install(&*m_log, nullptr, {}));
-        return error ? error->errorDescription() : QString();
+        writeOldGame(*m_home);
+        m_server->serve(path, HttpReply::head(200).stall().send(wholeGame().bytes()));
+        auto task = install(stop);
+        [this] { QTRY_COMPARE(m_server->requestCount(path), 1); }();
+        return task;
     }
 
-    void writeOldGame() const
+    QString finish() { return Tasks::finish(install()); }
+
+    static void verifyFileError(QCoro::Task<QString> task, int code)
     {
-        const QString game = QDir(m_home->path()).relativeFilePath(Paths::gameFolder());
-        m_home->write(game + u"/project.godot"_s, "old");
-        m_home->write(game + u"/old folder/old file"_s, "old");
+        const auto error = Tasks::failure<FileError>(std::move(task));
+        QVERIFY(error);
+        QCOMPARE(error->code(), code);
     }
 
-    bool isOldGameThere() const
+    static void verifyOldGame()
     {
-        return read(u"project.godot"_s) == "old" && read(u"old folder/old file"_s) == "old"
-            && filesIn(Paths::gameFolder()) == QStringList { u"old folder"_s, u"project.godot"_s };
+        QCOMPARE(filesIn(Paths::gameFolder()), QStringList({ u"old folder"_s, u"project.godot"_s }));
+        QCOMPARE(read(u"project.godot"_s), "old");
+        QCOMPARE(read(u"old folder/old file"_s), "old");
     }
 
-    static QByteArray read(const QString &name)
-    {
-        QFile file(Paths::gameFolder() + u'/' + name);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("could not be read");
-    }
-
-    static QStringList filesIn(const QString &folder)
-    {
-        return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
-    }
+    static QByteArray read(const QString &name) { return contentOf(Paths::gameFolder() + u'/' + name); }
 
     static QString scratchFolder()
     {
@@ -368,7 +334,7 @@ private:
     }
 
     /// The transfer ends on its own thread; the installation continues only once the event loop runs.
-    void waitForTheFileWithoutTurningTheEventLoop() const
+    static void waitForTheFileWithoutTurningTheEventLoop()
     {
         QElapsedTimer time;
         time.start();
