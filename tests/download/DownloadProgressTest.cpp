@@ -63,19 +63,18 @@ private Q_SLOTS:
         QTest::addColumn<double>("speed");
         QTest::addColumn<QString>("text");
 
-        QTest::newRow("all") << qint64(3'200'000) << qint64(48'100'000) << 1'500'000.0
-                             << u"3.2 MB of 48.1 MB · 1.5 MB/s"_s;
-        QTest::newRow("no size") << qint64(3'200'000) << qint64(-1) << 1'500'000.0 << u"3.2 MB · 1.5 MB/s"_s;
-        QTest::newRow("no speed yet")
-            << qint64(3'200'000) << qint64(48'100'000) << 0.0 << u"3.2 MB of 48.1 MB"_s;
-        QTest::newRow("neither") << qint64(3'200'000) << qint64(-1) << 0.0 << u"3.2 MB"_s;
-        QTest::newRow("a size of zero is no size") << qint64(5) << qint64(0) << 0.0 << u"5 bytes"_s;
-        QTest::newRow("a size of one byte") << qint64(0) << qint64(1) << 0.0 << u"Zero kB of 1 byte"_s;
-        QTest::newRow("a speed is cut, not rounded")
-            << qint64(5) << qint64(-1) << 999.9 << u"5 bytes · 999 bytes/s"_s;
-        QTest::newRow("almost no speed") << qint64(5) << qint64(-1) << 0.4 << u"5 bytes · Zero kB/s"_s;
-        QTest::newRow("a speed beyond reason") << qint64(5) << qint64(-1) << 1e300 << u"5 bytes · 9 EB/s"_s;
-        QTest::newRow("less than no speed") << qint64(5) << qint64(-1) << -3.0 << u"5 bytes"_s;
+        const auto row = [](const char *name, const QString &text, qint64 received, qint64 total,
+                            double speed) { QTest::newRow(name) << received << total << speed << text; };
+        row("all", u"3.2 MB of 48.1 MB · 1.5 MB/s"_s, 3'200'000, 48'100'000, 1'500'000);
+        row("no size", u"3.2 MB · 1.5 MB/s"_s, 3'200'000, -1, 1'500'000);
+        row("no speed yet", u"3.2 MB of 48.1 MB"_s, 3'200'000, 48'100'000, 0);
+        row("neither", u"3.2 MB"_s, 3'200'000, -1, 0);
+        row("a size of zero is no size", u"5 bytes"_s, 5, 0, 0);
+        row("a size of one byte", u"Zero kB of 1 byte"_s, 0, 1, 0);
+        row("a speed is cut, not rounded", u"5 bytes · 999 bytes/s"_s, 5, -1, 999.9);
+        row("almost no speed", u"5 bytes · Zero kB/s"_s, 5, -1, 0.4);
+        row("a speed beyond reason", u"5 bytes · 9 EB/s"_s, 5, -1, 1e300);
+        row("less than no speed", u"5 bytes"_s, 5, -1, -3);
     }
 
     void theTextSaysWhatIsKnown()

@@ -36,11 +36,16 @@ using Cancel = void (*)(RepoDownloader &repository, std::stop_source &stop);
 /// Puts something into the game's place.
 using Arrange = void (*)(const TestHome &home);
 
+/// Writes the file `path` of the launcher.
+void put(const TestHome &home, const QString &path, const QByteArray &content)
+{
+    home.write(QDir(home.path()).relativeFilePath(path), content);
+}
+
 void writeOldGame(const TestHome &home)
 {
-    const QString game = QDir(home.path()).relativeFilePath(Paths::gameFolder());
-    home.write(game + u"/project.godot"_s, "old");
-    home.write(game + u"/old folder/old file"_s, "old");
+    put(home, Paths::gameFolder() + u"/project.godot"_s, "old");
+    put(home, Paths::gameFolder() + u"/old folder/old file"_s, "old");
 }
 
 }
@@ -133,9 +138,8 @@ private Q_SLOTS:
     {
         QTest::addColumn<Arrange>("arrange");
         QTest::newRow("a game") << Arrange(writeOldGame);
-        QTest::newRow("a file") << Arrange([](const TestHome &home) {
-            home.write(QDir(home.path()).relativeFilePath(Paths::gameFolder()), "a file");
-        });
+        QTest::newRow("a file") << Arrange(
+            [](const TestHome &home) { put(home, Paths::gameFolder(), "a file"); });
         QTest::newRow("a symbolic link, but not what it leads to") << Arrange([](const TestHome &home) {
             QVERIFY(QDir().mkpath(Paths::root()));
             QVERIFY(QFile::link(home.filePath(u"elsewhere"_s), Paths::gameFolder()));
@@ -195,7 +199,7 @@ private Q_SLOTS:
 
     void aScratchFolderThatCannotBeMadeIsAFileError()
     {
-        m_home->write(QDir(m_home->path()).relativeFilePath(Paths::root()), "a file");
+        put(*m_home, Paths::root(), "a file");
         verifyFileError(install(), ENOTDIR);
         QCOMPARE(m_server->connectionCount(), 0);
     }
@@ -203,7 +207,7 @@ private Q_SLOTS:
     void aFolderToUnpackIntoThatCannotBeMadeIsAFileError()
     {
         auto task = installUpToTheDownload();
-        m_home->write(QDir(m_home->path()).relativeFilePath(scratchFolder() + u"/extract"_s), "in the way");
+        put(*m_home, scratchFolder() + u"/extract"_s, "in the way");
         m_server->release();
         verifyFileError(std::move(task), EEXIST);
         verifyOldGame();

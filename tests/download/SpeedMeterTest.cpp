@@ -2,50 +2,37 @@
 
 #include <QTest>
 
-using namespace std::chrono_literals;
+/// What is measured so many milliseconds after the start.
+struct Measurement {
+    int time;
+    qint64 totalBytes;
+    double speed;
+};
 
 class SpeedMeterTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void noSpeedIsKnownWithinTheFirstHalfSecond()
+    void aSpeedIsTheAverageOverAnInterval_data()
     {
-        SpeedMeter meter(m_start);
-        QCOMPARE(meter.measure(m_start, 100), 0.0);
-        QCOMPARE(meter.measure(m_start + 499ms, 100'000), 0.0);
+        QTest::addColumn<QList<Measurement>>("measurements");
+        const auto row = [](const char *name, const QList<Measurement> &all) { QTest::newRow(name) << all; };
+        row("none is known within the first half second", { { 0, 100, 0 }, { 499, 100'000, 0 } });
+        row("the first interval begins at construction", { { 400, 500, 0 }, { 500, 1000, 2000 } });
+        row("a speed stays until the next interval ends",
+            { { 1000, 1000, 1000 }, { 1499, 900'000, 1000 }, { 1500, 1500, 1000 }, { 2000, 1600, 200 } });
+        row("a long interval is averaged over its whole length", { { 10'000, 5000, 500 } });
+        row("a standstill is a speed of zero", { { 1000, 1000, 1000 }, { 2000, 1000, 0 } });
     }
 
-    void theFirstIntervalBeginsAtConstruction()
+    void aSpeedIsTheAverageOverAnInterval()
     {
-        SpeedMeter meter(m_start);
-        meter.measure(m_start + 400ms, 500);
-        QCOMPARE(meter.measure(m_start + 500ms, 1000), 2000.0);
+        QFETCH(QList<Measurement>, measurements);
+        const SpeedMeter::Clock::time_point start = SpeedMeter::Clock::now();
+        SpeedMeter meter(start);
+        for (const Measurement &at : measurements)
+            QCOMPARE(meter.measure(start + std::chrono::milliseconds(at.time), at.totalBytes), at.speed);
     }
-
-    void aSpeedStaysUntilTheNextIntervalCloses()
-    {
-        SpeedMeter meter(m_start);
-        QCOMPARE(meter.measure(m_start + 1s, 1000), 1000.0);
-        QCOMPARE(meter.measure(m_start + 1499ms, 900'000), 1000.0);
-        QCOMPARE(meter.measure(m_start + 1500ms, 1500), 1000.0);
-        QCOMPARE(meter.measure(m_start + 2s, 1600), 200.0);
-    }
-
-    void aLongIntervalIsAveragedOverItsWholeLength()
-    {
-        SpeedMeter meter(m_start);
-        QCOMPARE(meter.measure(m_start + 10s, 5000), 500.0);
-    }
-
-    void aStandstillIsASpeedOfZero()
-    {
-        SpeedMeter meter(m_start);
-        meter.measure(m_start + 1s, 1000);
-        QCOMPARE(meter.measure(m_start + 2s, 1000), 0.0);
-    }
-
-private:
-    const SpeedMeter::Clock::time_point m_start = SpeedMeter::Clock::now();
 };
 
 QTEST_GUILESS_MAIN(SpeedMeterTest)

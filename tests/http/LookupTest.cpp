@@ -5,8 +5,7 @@
 #include <QNetworkProxy>
 #include <QTest>
 
-#include <condition_variable>
-#include <mutex>
+#include <atomic>
 
 #include <netdb.h>
 
@@ -15,47 +14,26 @@ using namespace TransferTesting;
 
 namespace {
 
-/// Blocks calls on other threads, like a name server that never answers, until the test releases them.
-class StandingQueue final {
-public:
-    /// Blocks until `release` is called. Any thread.
-    void wait()
-    {
-        std::unique_lock guard(m_lock);
-        ++m_waiting;
-        m_changed.wait(guard, [this] { return m_released; });
-        --m_waiting;
-    }
+/// Lookups that are blocked now, as by a name server that never answers.
+std::atomic<int> waiting = 0;
+std::atomic<bool> released = false;
 
-    int waiting()
-    {
-        const std::lock_guard guard(m_lock);
-        return m_waiting;
-    }
+/// Blocks until `release` is called. Any thread.
+void block()
+{
+    ++waiting;
+    released.wait(false);
+    --waiting;
+}
 
-    /// Releases all blocked calls; later ones block again. Main thread.
-    void release()
-    {
-        setReleased(true);
-        QTRY_COMPARE(waiting(), 0);
-        setReleased(false);
-    }
-
-private:
-    void setReleased(bool released)
-    {
-        const std::lock_guard guard(m_lock);
-        m_released = released;
-        m_changed.notify_all();
-    }
-
-    std::mutex m_lock;
-    std::condition_variable m_changed;
-    int m_waiting = 0;
-    bool m_released = false;
-};
-
-StandingQueue lookups;
+/// Releases all blocked lookups; later ones block again. Main thread.
+void release()
+{
+    released = true;
+    released.notify_all();
+    QTRY_COMPARE(waiting, 0);
+    released = false;
+}
 
 /// The proxies in the desktop's settings. If empty, the lookup blocks, as for a script on a silent server.
 QList<QNetworkProxy> proxies;
@@ -66,13 +44,13 @@ QList<QNetworkProxy> proxies;
 QList<QNetworkProxy> QNetworkProxyFactory::systemProxyForQuery(const QNetworkProxyQuery &)
 {
     if (proxies.isEmpty())
-        lookups.wait();
+        block();
     return proxies;
 }
 
 extern "C" int getaddrinfo(const char *, const char *, const addrinfo *, addrinfo **)
 {
-    lookups.wait();
+    block();
     return EAI_AGAIN;
 }
 
@@ -84,7 +62,7 @@ private Q_SLOTS:
     void cleanup()
     {
         proxies.clear();
-        lookups.release();
+        release();
     }
 
     void theFirstProxyThatCarriesHttpIsTaken_data()
@@ -122,7 +100,7 @@ private Q_SLOTS:
         time.start();
         QCOMPARE(failure(m_url, impatient()), TransferError::timedOut().errorDescription());
         QCOMPARE_LT(time.elapsed(), 3000);
-        QCOMPARE(lookups.waiting(), 1);
+        QCOMPARE(waiting, 1);
     }
 
     void aStopDuringALookupEndsTheTransferAtOnce_data() { addLookups(); }
@@ -133,18 +111,18 @@ private Q_SLOTS:
         proxies = known;
         std::stop_source stop;
         auto task = fetchData(m_url, plenty, stop.get_token());
-        QTRY_COMPARE(lookups.waiting(), 1);
+        QTRY_COMPARE(waiting, 1);
         endsAtOnce(std::move(task), [&stop] { stop.request_stop(); });
-        QCOMPARE(lookups.waiting(), 1);
+        QCOMPARE(waiting, 1);
     }
 
     void theTransferContinuesWhenTheLookupHasEnded()
     {
         HttpServer server;
         auto task = fetchData(server.serve(u"/list"_s, "here"), plenty, {});
-        QTRY_COMPARE(lookups.waiting(), 1);
+        QTRY_COMPARE(waiting, 1);
         QCOMPARE(server.connectionCount(), 0);
-        lookups.release();
+        release();
         QCOMPARE(Tasks::finish(std::move(task)).body, "here");
     }
 

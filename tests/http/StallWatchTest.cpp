@@ -4,45 +4,48 @@
 
 using namespace std::chrono_literals;
 
+/// Seconds after the start, and all bytes until then.
+using Received = QList<std::pair<int, qint64>>;
+
 class StallWatchTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { m_watch = StallWatch(m_start, 50s, 64); }
-
-    void aTransferThatBringsNothingStallsAfterOneWindow() { QVERIFY(m_watch.deadline() == m_start + 50s); }
-
-    void enoughBytesBeginANewWindow()
+    void aWindowWithoutEnoughBytesIsAStall_data()
     {
-        m_watch.received(m_start + 10s, 3200);
-        QVERIFY(m_watch.deadline() == m_start + 60s);
+        QTest::addColumn<Received>("received");
+        QTest::addColumn<int>("deadline");
+        QTest::newRow("nothing") << Received() << 50;
+        QTest::newRow("enough begins a new window") << Received { { 10, 3200 } } << 60;
+        QTest::newRow("one byte less does not") << Received { { 10, 3199 } } << 50;
+        QTest::newRow("silence after a burst") << Received { { 5, 1'000'000 }, { 6, 1'000'100 } } << 55;
+        Received drips;
+        for (int second = 1; second <= 49; ++second)
+            drips.append({ second, second * 2 });
+        QTest::newRow("drips") << drips << 50;
     }
 
-    void dripsCountAsAStall()
+    void aWindowWithoutEnoughBytesIsAStall()
     {
-        for (int second = 1; second <= 49; ++second)
-            m_watch.received(m_start + second * 1s, second * 2);
-        QVERIFY(m_watch.deadline() == m_start + 50s);
+        QFETCH(Received, received);
+        QFETCH(int, deadline);
+        StallWatch watch(m_start, 50s, 64);
+        for (const auto &[second, totalBytes] : received)
+            watch.received(m_start + second * 1s, totalBytes);
+        QVERIFY(watch.deadline() == m_start + deadline * 1s);
     }
 
     void theSlowestAllowedSpeedIsNoStall()
     {
+        StallWatch watch(m_start, 50s, 64);
         for (int second = 1; second <= 500; ++second) {
-            m_watch.received(m_start + second * 1s, second * 64);
-            QVERIFY(m_watch.deadline() > m_start + second * 1s);
+            watch.received(m_start + second * 1s, second * 64);
+            QVERIFY(watch.deadline() > m_start + second * 1s);
         }
-    }
-
-    void aSilenceAfterABurstEndsWithinOneWindow()
-    {
-        m_watch.received(m_start + 5s, 1'000'000);
-        m_watch.received(m_start + 6s, 1'000'100);
-        QVERIFY(m_watch.deadline() == m_start + 55s);
     }
 
 private:
     const StallWatch::Clock::time_point m_start = StallWatch::Clock::now();
-    StallWatch m_watch = StallWatch(m_start, 50s, 64);
 };
 
 QTEST_GUILESS_MAIN(StallWatchTest)

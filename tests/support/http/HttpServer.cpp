@@ -65,8 +65,10 @@ private:
     void run()
     {
         if (m_socket->greet()) {
-            if (const auto request = readRequest())
-                send(replyTo(*request));
+            const auto request = readRequest();
+            const auto perform = [this](const HttpReply::Step &step) { return this->perform(step); };
+            if (request && std::ranges::all_of(replyTo(*request).m_steps, perform))
+                m_socket->finish();
         }
         // Moved out under the lock and closed outside it.
         std::unique_ptr<Socket> socket;
@@ -114,33 +116,26 @@ private:
         return replies.size() > 1 ? replies.takeFirst() : replies.first();
     }
 
-    void send(const HttpReply &reply)
+    /// Returns false if the connection ends here.
+    bool perform(const HttpReply::Step &step)
     {
-        for (const HttpReply::Step &step : reply.m_steps) {
-            switch (step.kind) {
-            case HttpReply::Step::Send:
-                if (!m_socket->write(step.bytes))
-                    return;
-                break;
-            case HttpReply::Step::SendForever:
-                while (m_socket->write(step.bytes) && wait(step.time)) { }
-                return;
-            case HttpReply::Step::Pause:
-                if (!wait(step.time))
-                    return;
-                break;
-            case HttpReply::Step::Stall:
-                if (!wait(std::chrono::hours(1), Until::Release))
-                    return;
-                break;
-            case HttpReply::Step::Reset:
-                m_socket->resetOnClose();
-                return;
-            case HttpReply::Step::Cut:
-                return;
-            }
+        switch (step.kind) {
+        case HttpReply::Step::Send:
+            return m_socket->write(step.bytes);
+        case HttpReply::Step::SendForever:
+            while (m_socket->write(step.bytes) && wait(step.time)) { }
+            return false;
+        case HttpReply::Step::Pause:
+            return wait(step.time);
+        case HttpReply::Step::Stall:
+            return wait(std::chrono::hours(1), Until::Release);
+        case HttpReply::Step::Reset:
+            m_socket->resetOnClose();
+            return false;
+        case HttpReply::Step::Cut:
+            return false;
         }
-        m_socket->finish();
+        return false;
     }
 
     enum class Until { TimeIsOver, Release };
