@@ -1,45 +1,31 @@
 // Whatever goes wrong with the network, an archive or the disk during an installation: the player reads one
 // full sentence, "Temp" is left empty, what was installed stays, and the next Play works.
 
-#include "EngineManager.h"
-#include "HttpServer.h"
-#include "Player.h"
 #include "Readme.h"
-#include "ZipBuilder.h"
+#include "ScriptedHost.h"
+#include "Texts.h"
 
-#include <QCryptographicHash>
 #include <QRandomGenerator>
 #include <QTest>
 
 #if defined(Q_OS_LINUX)
 #include <sys/mount.h>
 #endif
-#include <unistd.h>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString gamePath = QStringLiteral("/Kestrelwood/Vantor/archive/refs/heads/master.zip");
-const QString releases = QStringLiteral("/godotengine/godot-builds/releases/download/4.6-stable/");
-const QString noProject
-    = QStringLiteral("The downloaded game has no project.godot file, so it cannot be started.");
-const QString badArchive = QStringLiteral("Could not unpack game.zip (ditto exit code 1).");
-const QString anyDownloadFailure = QStringLiteral("^Download failed: [A-Z][^\\n]*[a-z]\\.$");
+const QString anyDownloadFailure = u"Download failed: [A-Z][^\\n]*[a-z]\\."_s;
 
-QByteArray project()
-{
-    return "config_version=5\nconfig/name=\"Hill Run\"\nconfig/features=PackedStringArray(\"4.6\")\n";
-}
+QString exactly(const QString &sentence) { return QRegularExpression::escape(sentence); }
 
-ZipBuilder gameArchive(const QByteArray &projectFile = project())
+/// `count` random bytes, always the same.
+QByteArray noise(qsizetype count)
 {
-    return { ZipEntry::folder("Vantor-master/"), ZipEntry::file("Vantor-master/project.godot", projectFile),
-             ZipEntry::file("Vantor-master/import.sh", "mkdir -p .godot\n"),
-             ZipEntry::file("Vantor-master/play.sh", "echo playing; exec sleep 60\n") };
-}
-
-QString exactly(const QString &sentence)
-{
-    return QLatin1Char('^') + QRegularExpression::escape(sentence) + QLatin1Char('$');
+    QByteArray bytes(count, Qt::Uninitialized);
+    QRandomGenerator(7).generate(bytes.begin(), bytes.end());
+    return bytes;
 }
 
 /// Mounts a small file system on a folder for as long as this object lives. Needs root.
@@ -80,61 +66,46 @@ private Q_SLOTS:
     void init()
     {
         m_player = std::make_unique<Player>();
-        m_server = std::make_unique<HttpServer>();
-        CodeHost::setAddress(m_server->address());
-        serveGood();
+        m_host = std::make_unique<ScriptedHost>(*m_player);
         m_player->startModel();
     }
 
     void cleanup()
     {
         m_player.reset();
-        m_server.reset();
-        CodeHost::setAddress(CodeHost::official());
+        m_host.reset();
     }
 
+    // What else a server may do is in MisbehavingServerTest; what follows a failure is here.
     void aBadAnswerForTheGame_data()
     {
         QTest::addColumn<HttpReply>("reply");
         QTest::addColumn<QString>("sentence");
-        const QByteArray whole = gameArchive().bytes();
-        const QByteArrayList length { "Content-Length: " + QByteArray::number(whole.size()) };
+        const QByteArray whole = ScriptedHost::gameArchive();
+        const ZipEntry project = ZipEntry::file("Vantor-master/project.godot", ScriptedHost::project());
+        const QString badArchive = exactly(Texts::notUnpacked);
+        const QString noProject = exactly(Texts::noProject);
         const auto row = [](const char *name, const HttpReply &reply, const QString &sentence) {
             QTest::newRow(name) << reply << sentence;
         };
+        const auto archive = [&row](const char *name, const ZipBuilder &content, const QString &sentence) {
+            row(name, HttpReply::ok(content.bytes()), sentence);
+        };
         row("no such archive", HttpReply::status(404, "<html>Not Found</html>"),
-            exactly(QStringLiteral("The server answered with error 404 for master.zip.")));
-        row("a server in trouble", HttpReply::status(503),
-            exactly(QStringLiteral("The server answered with error 503 for master.zip.")));
-        row("the connection is reset", HttpReply::head(200, length).send(whole.left(100)).reset(),
+            exactly(Texts::refused(404)));
+        row("a body cut short", HttpReply::head(200, { "Content-Length: 5000" }).send(whole.left(200)),
             anyDownloadFailure);
-        row("no answer at all", HttpReply(), anyDownloadFailure);
-        row("a body cut short", HttpReply::head(200, length).send(whole.left(200)), anyDownloadFailure);
-        row("a redirect loop", HttpReply::redirect(gamePath.toUtf8()), anyDownloadFailure);
-        row("an HTML page where the archive should be", HttpReply::ok("<!DOCTYPE html><title>Log in</title>"),
-            exactly(badArchive));
-        row("an empty file", HttpReply::ok(QByteArray()), exactly(badArchive));
-        row("an archive without members", HttpReply::ok(ZipBuilder().bytes()),
-            QStringLiteral("^(%1|%2)$")
-                .arg(QRegularExpression::escape(badArchive), QRegularExpression::escape(noProject)));
         row("an archive cut short, sent without a length",
-            HttpReply::head(200).send(whole.left(whole.size() / 2)), exactly(badArchive));
-        row("an archive that leads out of its folder",
-            HttpReply::ok(ZipBuilder { ZipEntry::file("Vantor-master/project.godot", project()),
-                                       ZipEntry::file("../../../evil", "evil") }
-                              .bytes()),
-            exactly(badArchive));
-        row("an archive with a link that leads out",
-            HttpReply::ok(ZipBuilder { ZipEntry::file("Vantor-master/project.godot", project()),
-                                       ZipEntry::link("Vantor-master/home", "/") }
-                              .bytes()),
-            exactly(badArchive));
-        row("an archive without a project",
-            HttpReply::ok(ZipBuilder { ZipEntry::file("README.md", "# Hi\n") }.bytes()), exactly(noProject));
-        ZipEntry wrongChecksum = ZipEntry::file("Vantor-master/project.godot", project());
+            HttpReply::head(200).send(whole.left(whole.size() / 2)), badArchive);
+        archive("an archive without entries", {}, badArchive + u'|' + noProject);
+        archive("an archive that leads out of its folder",
+                { project, ZipEntry::file("../../../evil", "evil") }, badArchive);
+        archive("an archive with a link that leads out",
+                { project, ZipEntry::link("Vantor-master/home", "/") }, badArchive);
+        archive("an archive without a project", { ZipEntry::file("README.md", "# Hi\n") }, noProject);
+        ZipEntry wrongChecksum = project;
         wrongChecksum.crc = wrongChecksum.localCrc = 1;
-        row("an archive with a damaged member", HttpReply::ok(ZipBuilder { wrongChecksum }.bytes()),
-            exactly(badArchive));
+        archive("an archive with a damaged entry", { wrongChecksum }, badArchive);
     }
 
     void aBadAnswerForTheGame()
@@ -142,22 +113,22 @@ private Q_SLOTS:
         QFETCH(HttpReply, reply);
         QFETCH(QString, sentence);
         AppModel &model = *m_player->model;
-        m_server->serve(gamePath, reply);
+        m_host->server.serve(ScriptedHost::gamePath(), reply);
         model.play();
-        verifyFailure(sentence);
+        m_player->verifyFailure(sentence);
         QVERIFY(!QFileInfo::exists(Paths::gameFolder()));
-        QCOMPARE(model.stepText.get(), QStringLiteral("Step 1 of 4: downloading the game"));
+        QCOMPARE(model.stepText.get(), Texts::steps().first());
 
-        serveGood();
+        m_host->serveGame(ScriptedHost::gameArchive());
         QVERIFY(m_player->install());
 
         // The same reply to an update: the installed game stays and can be played.
-        m_server->serve(gamePath, reply);
+        m_host->server.serve(ScriptedHost::gamePath(), reply);
         model.updateGame();
-        verifyFailure(sentence);
+        m_player->verifyFailure(sentence);
         Diary diary(model);
         QVERIFY(m_player->playToRunning());
-        QCOMPARE(diary.steps(), QStringList({ QStringLiteral("Step 4 of 4: starting the game") }));
+        QCOMPARE(diary.steps(), Texts::steps().last(1));
     }
 
     void aBadAnswerForTheEngine_data()
@@ -165,36 +136,22 @@ private Q_SLOTS:
         QTest::addColumn<QString>("path");
         QTest::addColumn<HttpReply>("reply");
         QTest::addColumn<QString>("sentence");
-        const QString sums = releases + QStringLiteral("SHA512-SUMS.txt");
-        const QString archive = releases + archiveName();
-        QTest::newRow("no list") << sums << HttpReply::status(404)
-                                 << exactly(QStringLiteral(
-                                        "Could not get the checksum list (server error 404)."));
-        QTest::newRow("an empty list")
-            << sums << HttpReply::ok(QByteArray())
-            << exactly(QStringLiteral("The official checksum list has no entry for %1.").arg(archiveName()));
-        QTest::newRow("another build's list")
-            << sums << HttpReply::ok(QByteArray(128, 'a') + "  Godot_v4.6-stable_win64.exe.zip\n")
-            << exactly(QStringLiteral("The official checksum list has no entry for %1.").arg(archiveName()));
-        QTest::newRow("another hash")
-            << sums << HttpReply::ok(QByteArray(128, 'a') + "  " + archiveName().toUtf8() + '\n')
-            << exactly(
-                   QStringLiteral("The Godot download did not match its official checksum, so it was thrown "
-                                  "away. Please try again."));
-        QTest::newRow("another archive")
-            << archive
-            << HttpReply::ok(ZipBuilder { ZipEntry::program(archiveName().toUtf8(), "evil") }.bytes())
-            << exactly(
-                   QStringLiteral("The Godot download did not match its official checksum, so it was thrown "
-                                  "away. Please try again."));
-        QTest::newRow("no archive")
-            << archive << HttpReply::status(404)
-            << exactly(QStringLiteral("The server answered with error 404 for %1.").arg(archiveName()));
-        QTest::newRow("an archive cut short")
-            << archive << HttpReply::head(200, { "Content-Length: 100000" }).send("PK") << anyDownloadFailure;
-        QTest::newRow("the list's connection is reset")
-            << sums << HttpReply::head(200, { "Content-Length: 1000" }).send("aa").reset()
-            << QStringLiteral("^[A-Z][^\\n]*[a-z]\\.$");
+        const QByteArray name = ScriptedHost::engine().fileName().toUtf8();
+        const auto list = [](const char *row, const HttpReply &reply, const QString &sentence) {
+            QTest::newRow(row) << ScriptedHost::listPath() << reply << sentence;
+        };
+        const auto engine = [](const char *row, const HttpReply &reply, const QString &sentence) {
+            QTest::newRow(row) << ScriptedHost::enginePath() << reply << sentence;
+        };
+        const QByteArray hash(128, 'a');
+        list("no list", HttpReply::status(404), exactly(Texts::noList(404)));
+        list("another build's list", HttpReply::ok(hash + "  Godot_v4.6-stable_win64.exe.zip\n"),
+             exactly(Texts::notListed(ScriptedHost::engine().fileName())));
+        list("another hash", HttpReply::ok(hash + "  " + name + '\n'), exactly(Texts::noMatch));
+        engine("another archive", HttpReply::ok(ZipBuilder { ZipEntry::program(name, "evil") }.bytes()),
+               exactly(Texts::noMatch));
+        engine("an archive cut short", HttpReply::head(200, { "Content-Length: 100000" }).send("PK"),
+               anyDownloadFailure);
     }
 
     void aBadAnswerForTheEngine()
@@ -202,57 +159,50 @@ private Q_SLOTS:
         QFETCH(QString, path);
         QFETCH(HttpReply, reply);
         QFETCH(QString, sentence);
-        m_server->serve(path, reply);
+        m_host->server.serve(path, reply);
         m_player->model->play();
-        verifyFailure(sentence);
-        QVERIFY(!QFileInfo::exists(Paths::engineFolder() + QStringLiteral("/4.6")));
-        QVERIFY(QFileInfo::exists(Paths::gameFolder() + QStringLiteral("/project.godot")));
+        m_player->verifyFailure(sentence);
+        QVERIFY(!QFileInfo::exists(EngineManager::folder(ScriptedHost::engine())));
+        QVERIFY(Player::hasInstalled(u"project.godot"_s));
 
-        serveGood();
+        m_host->serveEngine(m_host->engineArchive());
         Diary diary(*m_player->model);
         QVERIFY(m_player->playToRunning());
-        QVERIFY(!diary.steps().contains(QStringLiteral("Step 1 of 4: downloading the game")));
+        QCOMPARE(diary.steps(), Texts::steps().last(3));
     }
 
     void anEngineArchiveWithoutAnEngineSaysSo()
     {
-        serveEngine(ZipBuilder { ZipEntry::file("README.txt", "no engine here") }.bytes());
+        m_host->serveEngine(ZipBuilder { ZipEntry::file("README.txt", "no engine here") }.bytes());
         m_player->model->play();
-        verifyFailure(
-            exactly(QStringLiteral("The engine was unpacked but no Godot program was found inside it.")));
-        serveGood();
+        m_player->verifyFailure(
+            exactly(u"The engine was unpacked but no Godot program was found inside it."_s));
+        m_host->serveEngine(m_host->engineArchive());
         QVERIFY(m_player->playToRunning());
     }
 
     void aProjectFileOfRandomBytesIsReadAsOneWithoutFacts()
     {
-        QByteArray bytes(100000, '\0');
-        QRandomGenerator(7).generate(bytes.begin(), bytes.end());
-        m_server->serve(gamePath, gameArchive(bytes).bytes());
+        m_host->serveGame(ScriptedHost::gameArchive({}, {}, noise(100'000)));
         m_player->model->play();
         // A project without a format version counts as a 3.x game, and this host has no engine for it.
-        verifyFailure(exactly(QStringLiteral("Could not get the checksum list (server error 404).")));
-        QCOMPARE(m_player->model->info.get()->name, QStringLiteral("Vantor"));
+        m_player->verifyFailure(exactly(Texts::noList(404)));
+        QCOMPARE(m_player->model->info.get()->name, u"Vantor"_s);
     }
 
     void aProjectFileOf50MegabytesPlays()
     {
-        QByteArray big = project();
-        while (big.size() < 50 * 1000 * 1000)
-            big += "; a comment that goes on and on, line after line, for no reason at all\n";
-        ZipBuilder archive = gameArchive();
-        archive.entries[1] = ZipEntry::file("Vantor-master/project.godot", big);
-        m_server->serve(gamePath, archive.bytes());
+        const QByteArray comment = "; a comment that goes on and on, line after line, for no reason at all\n";
+        m_host->serveGame(ScriptedHost::gameArchive(
+            {}, "mkdir .godot", ScriptedHost::project() + comment.repeated(50'000'000 / comment.size())));
         QVERIFY(m_player->playToRunning());
-        QCOMPARE(m_player->model->info.get()->name, QStringLiteral("Hill Run"));
+        QCOMPARE(m_player->model->info.get()->name, u"Hill Run"_s);
     }
 
     void aReadmeOf10MegabytesOnOneLinePlaysAndIsCut()
     {
-        ZipBuilder archive = gameArchive();
-        archive.entries.append(
-            ZipEntry::file("Vantor-master/README.md", QByteArray("word ").repeated(2000000)));
-        m_server->serve(gamePath, archive.bytes());
+        m_host->serveGame(ScriptedHost::gameArchive(
+            { ZipEntry::file("Vantor-master/README.md", QByteArray("word ").repeated(2'000'000)) }));
         QVERIFY(m_player->playToRunning());
         QCOMPARE(m_player->model->info.get()->blurb.size(), longestParagraph);
     }
@@ -263,45 +213,40 @@ private Q_SLOTS:
         if (!disk.isMounted())
             QSKIP("Only root may mount the small disk that this needs.");
         QVERIFY(m_player->install());
-        ZipBuilder archive = gameArchive();
-        QByteArray noise(3000000, '\0');
-        QRandomGenerator(7).generate(noise.begin(), noise.end());
-        archive.entries.append(ZipEntry::file("Vantor-master/big.bin", noise));
-        m_server->serve(gamePath, archive.bytes());
+        m_host->serveGame(
+            ScriptedHost::gameArchive({ ZipEntry::file("Vantor-master/big.bin", noise(3'000'000)) }));
         m_player->model->updateGame();
-        verifyFailure(QStringLiteral("^[^\\n]*No space left on device\\.$"));
+        m_player->verifyFailure(u"[^\\n]*No space left on device\\."_s);
         QVERIFY(m_player->playToRunning());
     }
 
     void aFolderThatCannotBeWrittenIsOneSentence()
     {
         // A file in the way, because permissions do not stop root.
-        const QString inTheWay
-            = m_player->home.write(QStringLiteral("data"), "a file where the folder should be");
+        const QString inTheWay = m_player->home.write(u"data"_s, "a file where the folder should be");
         m_player->model->play();
-        verifyFailure(QStringLiteral("^[^\\n]*(Not a directory|File exists)\\.$"));
+        m_player->verifyFailure(u"[^\\n]*(Not a directory|File exists)\\."_s);
         QVERIFY(QFile::remove(inTheWay));
         QVERIFY(m_player->playToRunning());
     }
 
     void aGameFolderFullOfLinksIsReplacedAndRemovedWithoutTouchingWhatTheyLeadTo()
     {
-        const QString treasure = m_player->home.write(QStringLiteral("treasure/letter.txt"), "dear");
+        const QString treasure = m_player->home.write(u"treasure/letter.txt"_s, "dear");
         const QString treasury = QFileInfo(treasure).path();
         const auto plantLinks = [&] {
             const QString game = Paths::gameFolder();
-            QVERIFY(QDir().mkpath(game + QStringLiteral("/deep/er")));
-            for (const QString &place :
-                 { QStringLiteral("/home"), QStringLiteral("/deep/home"), QStringLiteral("/deep/er/home") })
+            QVERIFY(QDir().mkpath(game + u"/deep/er"_s));
+            for (const QString &place : { u"/home"_s, u"/deep/home"_s, u"/deep/er/home"_s })
                 QVERIFY(QFile::link(treasury, game + place));
-            QVERIFY(QFile::link(game, game + QStringLiteral("/deep/itself")));
-            QVERIFY(QFile::link(treasure, game + QStringLiteral("/letter")));
+            QVERIFY(QFile::link(game, game + u"/deep/itself"_s));
+            QVERIFY(QFile::link(treasure, game + u"/letter"_s));
         };
         QVERIFY(m_player->install());
         plantLinks();
         m_player->model->updateGame();
         QVERIFY(m_player->waitUntilIdle());
-        QVERIFY(!QFileInfo::exists(Paths::gameFolder() + QStringLiteral("/deep")));
+        QVERIFY(!Player::hasInstalled(u"deep"_s));
         QVERIFY(QFileInfo::exists(treasure));
         plantLinks();
         m_player->model->removeEverything();
@@ -310,42 +255,8 @@ private Q_SLOTS:
     }
 
 private:
-    static QString archiveName()
-    {
-        return EngineSpec { .major = 4, .version = QStringLiteral("4.6"), .isMono = false }.fileName();
-    }
-
-    void serveEngine(const QByteArray &archive)
-    {
-        const QByteArray hash = QCryptographicHash::hash(archive, QCryptographicHash::Sha512).toHex();
-        m_server->serve(releases + archiveName(), archive);
-        m_server->serve(releases + QStringLiteral("SHA512-SUMS.txt"),
-                        hash + "  " + archiveName().toUtf8() + '\n');
-    }
-
-    void serveGood()
-    {
-        QFile script(m_player->home.filePath(QStringLiteral("standing-engine")));
-        QVERIFY(script.open(QIODevice::ReadOnly));
-        const QByteArray program = archiveName().chopped(4).toUtf8();
-        serveEngine(ZipBuilder { ZipEntry::program(program, script.readAll()) }.bytes());
-        m_server->serve(gamePath, gameArchive().bytes());
-    }
-
-    void verifyFailure(const QString &pattern)
-    {
-        AppModel &model = *m_player->model;
-        QVERIFY(m_player->waitUntilIdle());
-        const QString message = model.failureMessage->value_or(QString());
-        QVERIFY2(QRegularExpression(pattern).match(message).hasMatch(), qPrintable(message));
-        QCOMPARE(model.state.get(), AppState::needs(message));
-        QCOMPARE(model.failureLines.get(),
-                 model.log.lines->mid(std::max<qsizetype>(0, model.log.lines->size() - 30)));
-        QCOMPARE(Player::scratch(), QStringList());
-    }
-
-    std::unique_ptr<HttpServer> m_server;
     std::unique_ptr<Player> m_player;
+    std::unique_ptr<ScriptedHost> m_host;
 };
 
 QTEST_GUILESS_MAIN(BadInputTest)

@@ -1,47 +1,18 @@
 // What an endless response may cost: 64 MB of memory and, on the disk, as much as a download may have.
 
 #include "DirectorySize.h"
-#include "Player.h"
 #include "ScriptedHost.h"
+#include "Strain.h"
 
 #include <thread>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define HAS_SANITIZER
-#endif
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define HAS_SANITIZER
-#endif
-
 constexpr qint64 oneMB = 1'000'000;
 constexpr qint64 ceiling = 200 * oneMB;
-
-/// The value of a line in /proc/self/status, in bytes; -1 on failure.
-qint64 ownMemory(const char *line)
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return -1;
-    for (const QByteArray &each : status.readAll().split('\n')) {
-        if (each.startsWith(line))
-            return each.mid(static_cast<qsizetype>(qstrlen(line)) + 1).trimmed().chopped(3).toLongLong()
-                * 1024;
-    }
-    return -1;
-}
-
-/// Resets the peak memory of this process to what is in use now.
-bool forgetThePeak()
-{
-    QFile file(QStringLiteral("/proc/self/clear_refs"));
-    return file.open(QIODevice::WriteOnly) && file.write("5") == 1;
-}
 
 }
 
@@ -51,10 +22,9 @@ class DownloadFootprintTest final : public QObject {
 private Q_SLOTS:
     void initTestCase()
     {
-#ifdef HAS_SANITIZER
-        QSKIP("A sanitizer takes memory of its own.");
-#endif
-        if (!forgetThePeak() || ownMemory("VmHWM") <= 0)
+        if (!Strain::isMeasurable())
+            QSKIP("A sanitizer takes memory of its own.");
+        if (!QFile::exists(u"/proc/self/clear_refs"_s))
             QSKIP("This system does not tell the peak of a program's memory.");
     }
 
@@ -96,12 +66,10 @@ private Q_SLOTS:
         QFETCH(HttpReply, reply);
         QFETCH(qint64, disk);
         Player player;
-        ScriptedHost host;
-        host.serveGood("#!/bin/sh\n");
-        host.server->serve(path, reply);
+        ScriptedHost host(player);
+        host.server.serve(path, reply);
         if (path != ScriptedHost::gamePath())
-            player.home.write(QStringLiteral("data/Vantor Platformer/Game/project.godot"),
-                              ScriptedHost::project());
+            player.writeInstalled(u"project.godot"_s, ScriptedHost::project());
         TransferRules rules;
         rules.largestBody = ceiling;
         rules.silence = 1s;
@@ -111,11 +79,11 @@ private Q_SLOTS:
     void aWindowThatStandsStillDuringAFloodOfReportsStaysSmall()
     {
         Player player;
-        ScriptedHost host;
+        ScriptedHost host(player);
         // Every chunk, however small, causes a progress report.
-        host.server->serve(ScriptedHost::gamePath(),
-                           HttpReply::head(200, { "Transfer-Encoding: chunked" })
-                               .sendForever(QByteArray("1\r\nx\r\n").repeated(10'000)));
+        host.server.serve(ScriptedHost::gamePath(),
+                          HttpReply::head(200, { "Transfer-Encoding: chunked" })
+                              .sendForever(QByteArray("1\r\nx\r\n").repeated(10'000)));
         TransferRules rules;
         rules.largestBody = oneMB / 2;
         // Queued reports would take some 70 bytes each, 34 MB together.
@@ -135,8 +103,7 @@ private:
     {
         AppModel &model = player.startModel(rules);
         qint64 largest = 0;
-        QVERIFY(forgetThePeak());
-        const qint64 before = ownMemory("VmRSS");
+        const Strain strain;
         model.play();
         QVERIFY(
             QTest::qWaitFor([&] { return !model.isWorking() || !model.progressDetail->isEmpty(); }, 30'000));
@@ -147,7 +114,7 @@ private:
                 return !model.isWorking();
             },
             30'000));
-        const qint64 growth = ownMemory("VmHWM") - before;
+        const qint64 growth = strain.memoryGrowth();
         QVERIFY(player.hasFailed());
         QCOMPARE(Player::scratch(), QStringList());
         qInfo("%lld MB of memory, %lld MB on the disk: %s", growth / oneMB, largest / oneMB,

@@ -1,36 +1,17 @@
 // Details of the model's actions: each is one line of code whose loss no other test would notice.
 
-#include "EngineManager.h"
 #include "Player.h"
 #include "ScriptedHost.h"
+#include "Texts.h"
 
-#include <QSignalSpy>
 #include <QTest>
-#include <QTimer>
 
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <functional>
 
-namespace {
-
-using Verb = void (AppModel::*)();
-
-QByteArray contentOf(const QString &file)
-{
-    QFile opened(file);
-    if (!opened.open(QIODevice::ReadOnly))
-        qFatal("%s cannot be read.", qPrintable(file));
-    return opened.readAll();
-}
-
-QString marker(const AppModel &model)
-{
-    return EngineManager::markerURL(EngineManager::spec(*model.info.get()));
-}
-
-}
+using namespace Qt::StringLiterals;
 
 #ifdef Q_OS_LINUX
 namespace {
@@ -54,46 +35,52 @@ extern "C" int renameat2(int fromFolder, const char *from, int toFolder, const c
 class FlowDetailsTest final : public QObject {
     Q_OBJECT
 
+    using Verb = void (AppModel::*)();
+
 private Q_SLOTS:
     void aPlayThatIsCancelledWithAllInPlaceStartsNothing()
     {
         Player player;
-        player.startHost();
-        AppModel &model = player.startModel();
-        QVERIFY(player.install());
+        AppModel &model = player.startInstalled();
         model.play();
         model.cancel();
         QTRY_VERIFY(!model.isWorking());
         QVERIFY(!model.runner.isRunning);
-        QCOMPARE(model.log.lines.get(), QStringList({ QStringLiteral("Cancelled.") }));
+        QCOMPARE(model.log.lines.get(), QStringList({ Texts::cancelled }));
         QCOMPARE(model.state.get(), AppState::ready());
     }
 
-    void theNextActionClearsTheNotice_data()
+    void theNextActionClearsWhatWasShown_data()
     {
         QTest::addColumn<Verb>("verb");
-        QTest::newRow("play") << Verb(&AppModel::play);
-        QTest::newRow("update") << Verb(&AppModel::updateGame);
-        QTest::newRow("reinstall") << Verb(&AppModel::reinstall);
+        QTest::addColumn<std::optional<QString>>("notice");
+        QTest::newRow("play") << Verb(&AppModel::play) << std::optional<QString>();
+        QTest::newRow("update") << Verb(&AppModel::updateGame) << std::optional<QString>();
+        QTest::newRow("reinstall") << Verb(&AppModel::reinstall) << std::optional<QString>();
+        QTest::newRow("remove") << Verb(&AppModel::removeEverything) << std::optional(Texts::removed);
     }
 
-    void theNextActionClearsTheNotice()
+    void theNextActionClearsWhatWasShown()
     {
         QFETCH(Verb, verb);
+        QFETCH(std::optional<QString>, notice);
         Player player;
-        player.startHost();
-        AppModel &model = player.startModel();
-        model.notice = QStringLiteral("Everything was removed.");
+        AppModel &model = player.startInstalled();
+        model.notice = u"Something happened."_s;
+        model.log.append(u"a line"_s);
+        player.showFailure();
         (model.*verb)();
-        QVERIFY(!model.notice.get());
+        QCOMPARE(model.notice.get(), notice);
+        QVERIFY(!model.failureMessage.get());
+        QVERIFY(model.failureLines->isEmpty());
+        QVERIFY(model.log.lines->isEmpty());
+        QCOMPARE(model.state.get(), AppState::notDownloaded());
     }
 
     void reinstallShowsAtOnceThatNothingIsDownloaded()
     {
         Player player;
-        player.startHost();
-        AppModel &model = player.startModel();
-        QVERIFY(player.install());
+        AppModel &model = player.startInstalled();
         model.reinstall();
         QCOMPARE(model.state.get(), AppState::notDownloaded());
     }
@@ -101,12 +88,11 @@ private Q_SLOTS:
     void aFailureClearsTheProgress()
     {
         Player player;
-        player.writeGame(QStringLiteral("play.sh"), "while [ ! -e go ]; do sleep 0.01; done; exit 3\n");
-        player.startHost();
-        AppModel &model = player.startModel();
+        player.writeGame(u"play.sh"_s, "while [ ! -e go ]; do sleep 0.01; done; exit 3\n");
+        AppModel &model = player.startInstalled();
         QVERIFY(player.playToRunning());
         model.progress = 0.5;
-        player.home.write(QStringLiteral("data/Vantor Platformer/Game/go"), {});
+        player.writeInstalled(u"go"_s, {});
         QTRY_VERIFY(player.hasFailed());
         QVERIFY(!model.progress.get());
     }
@@ -114,97 +100,59 @@ private Q_SLOTS:
     void theDetailOfADownloadSaysWhatHasComeOfHowMuch()
     {
         Player player;
-        const ScriptedHost host;
-        const QByteArray archive = ScriptedHost::gameArchive();
-        host.server->serve(ScriptedHost::gamePath(), archive);
+        ScriptedHost host(player);
+        host.server.serve(ScriptedHost::listPath(), HttpReply::status(404));
+        const qint64 size = ScriptedHost::gameArchive().size();
         AppModel &model = player.startModel();
         QStringList details;
         connect(&model, &Observable::willChange, this, [&] {
             if (!model.progressDetail->isEmpty())
                 details << model.progressDetail;
         });
-        model.play();
-        QTRY_VERIFY(player.hasFailed()); // the host serves no engine
+        QVERIFY(player.playToFailure()); // before the engine's archive
         QVERIFY(!details.isEmpty());
-        const DownloadProgress whole { .received = archive.size(),
-                                       .total = archive.size(),
-                                       .bytesPerSecond = 0 };
+        const DownloadProgress whole { .received = size, .total = size, .bytesPerSecond = 0 };
         QVERIFY2(details.last().startsWith(whole.text()), qPrintable(details.last()));
     }
 
-    void theNetLineStandsBeforeTheImport()
-    {
-        Player player("\"4.6\", \"C#\"");
-        player.startHost();
-        const AppModel &model = player.startModel();
-        QVERIFY(player.playToRunning());
-        const auto position = [&model](const QString &beginning) {
-            return model.log.lines->indexOf(QRegularExpression(u'^' + beginning + QStringLiteral(".*")));
-        };
-        const auto netLine = position(QStringLiteral("This game uses C#"));
-        QVERIFY(netLine > position(QStringLiteral("Clearing the macOS download flag")));
-        QVERIFY(netLine < position(QStringLiteral("First-time setup, pass 1")));
-    }
-
-    void anImportThatIsCancelledAndLeftNothingGivesNoWarning()
+    void anImportThatIsCancelledAndLeftNothingLogsNoWarning()
     {
         Player player;
-        player.writeGame(QStringLiteral("import.sh"), "echo waiting; exec sleep 60\n");
-        player.startHost();
-        AppModel &model = player.startModel();
+        player.writeGame(u"import.sh"_s, "echo waiting; exec sleep 60\n");
+        AppModel &model = player.start();
         model.play();
-        QTRY_VERIFY(model.log.lines->contains(QStringLiteral("waiting")));
+        QTRY_VERIFY(model.log.lines->contains(u"waiting"_s));
         model.cancel();
         QVERIFY(player.waitUntilIdle());
-        QCOMPARE(
-            model.log.lines->last(2),
-            QStringList({ QStringLiteral("No imported files found yet."), QStringLiteral("Cancelled.") }));
+        QCOMPARE(model.log.lines->last(2), QStringList({ Texts::nothingImported, Texts::cancelled }));
     }
 
     void theWindowLivesWhileAnEngineIsHashed()
     {
         Player player;
-        player.startHost();
-        AppModel &model = player.startModel();
+        AppModel &model = player.start();
+        const QStringList log = Texts::firstLog(ScriptedHost::engine());
         bool hasTurned = false;
         std::optional<bool> hadTurned;
         // willChange comes before a line is stored, so the last stored line is the one before it.
         connect(&model.log, &Observable::willChange, this, [&] {
             const QString before = model.log.lines->value(model.log.lines->size() - 1);
-            if (before.startsWith(QStringLiteral("Downloading Godot ")))
+            if (before == log.at(4))
                 QMetaObject::invokeMethod(
                     this, [&hasTurned] { hasTurned = true; }, Qt::QueuedConnection);
-            if (before.startsWith(QStringLiteral("Checking the download against")))
+            if (before == log.at(5))
                 hadTurned = hasTurned;
         });
         QVERIFY(player.playToRunning());
         QCOMPARE(hadTurned, std::optional(true));
     }
 
-    void aGameIsPlayingFourSecondsAfterItsStart()
-    {
-        Player player;
-        player.startHost();
-        AppModel &model = player.startModel();
-        // Due later than the model's own timer: however busy the machine is, it fires after that one.
-        std::optional<AppState> stateThen;
-        const QObject context;
-        const auto look = [&] { stateThen = model.state.get(); };
-        const auto begin = [&] { QTimer::singleShot(4400, Qt::PreciseTimer, &context, look); };
-        connect(&model.runner, &Observable::willChange, &context, begin, Qt::SingleShotConnection);
-        QVERIFY(player.playToRunning());
-        QTRY_VERIFY_WITH_TIMEOUT(stateThen, 10'000);
-        QCOMPARE(*stateThen, AppState::playing());
-    }
-
     void theStateIsWorkedOutFromTheFactsThatAreKnown()
     {
         Player player;
-        player.startHost();
-        AppModel &model = player.startModel();
-        QVERIFY(player.install());
+        AppModel &model = player.startInstalled();
         ProjectInfo wantsAnotherEngine = *model.info.get();
-        wantsAnotherEngine.features = { QStringLiteral("4.2") };
+        wantsAnotherEngine.features = { u"4.2"_s };
         model.info = wantsAnotherEngine;
         model.refreshState();
         QCOMPARE(model.state.get(), AppState::notDownloaded());
@@ -213,25 +161,20 @@ private Q_SLOTS:
     void theStateIsWorkedOutAgainOnceTheFactsAreRead()
     {
         Player player;
-        player.startHost();
-        player.startModel();
-        QVERIFY(player.install());
-        const QString file = marker(*player.model);
-        QVERIFY(QFile::remove(file));
+        player.putInPlace();
+        const QString marker = u".imported-4.6"_s;
+        QVERIFY(QFile::remove(Paths::gameFolder() + u'/' + marker));
         AppModel &model = player.startModel();
         QCOMPARE(model.state.get(), AppState::notDownloaded());
-        QFile mark(file);
-        QVERIFY(mark.open(QIODevice::WriteOnly));
+        player.writeInstalled(marker, {});
         QTRY_VERIFY(model.info.get());
         QCOMPARE(model.state.get(), AppState::ready());
     }
 
-    void theFactsOfAGameThatIsGoneAreForgotten()
+    void theFactsOfADeletedGameAreForgotten()
     {
         Player player;
-        player.startHost();
-        AppModel &model = player.startModel();
-        QVERIFY(player.install());
+        AppModel &model = player.startInstalled();
         QVERIFY(model.info.get());
         QVERIFY(QDir(Paths::gameFolder()).removeRecursively());
         model.loadInfo();
@@ -249,51 +192,45 @@ private Q_SLOTS:
     {
         QFETCH(int, status);
         Player player;
-        ScriptedHost host;
-        const QByteArray engine = contentOf(player.home.filePath(QStringLiteral("standing-engine")));
-        host.serveGood(engine);
-        const QByteArray list = ScriptedHost::listFor(ScriptedHost::engineArchive(engine));
-        host.server->serve(ScriptedHost::listPath(), HttpReply::status(status, list));
-        AppModel &model = player.startModel();
-        model.play();
-        QTRY_VERIFY(player.hasFailed());
-        QCOMPARE(*model.failureMessage.get(),
-                 QStringLiteral("Could not get the checksum list (server error %1).").arg(status));
+        ScriptedHost host(player);
+        const QByteArray list = ScriptedHost::listFor(host.engineArchive());
+        host.server.serve(ScriptedHost::listPath(), HttpReply::status(status, list));
+        const AppModel &model = player.startModel();
+        QVERIFY(player.playToFailure());
+        QCOMPARE(*model.failureMessage.get(), Texts::noList(status));
     }
 
     void theFolderExistsWhenTheLogSaysThatTheGameIsUnpacked()
     {
         Player player;
-        player.startHost();
-        AppModel &model = player.startModel();
+        AppModel &model = player.start();
         std::optional<bool> existed;
         connect(&model.log, &Observable::willChange, this, [&] {
             // The second line is about to be stored.
             if (model.log.lines->size() == 1)
-                existed = QFileInfo(Player::scratch().value(0) + QStringLiteral("/extract")).isDir();
+                existed = QFileInfo(Player::scratch().value(0) + u"/extract"_s).isDir();
         });
         model.play();
         QTRY_VERIFY(model.log.lines->size() >= 2);
-        QCOMPARE(model.log.lines->at(1), QStringLiteral("Unpacking the game"));
+        QCOMPARE(model.log.lines->at(1), Texts::unpackingGame);
         QCOMPARE(existed, std::optional(true));
     }
 
 #ifdef Q_OS_LINUX
-    void aGameThatIsGoneAgainOnceItIsInPlaceIsAFailure()
+    void aGameThatIsDeletedAsSoonAsItIsInPlaceIsAFailure()
     {
         Player player;
-        player.startHost();
-        AppModel &model = player.startModel();
+        AppModel &model = player.start();
         onRenamed = [](const QString &place) {
             if (place == Paths::gameFolder())
-                QFile::remove(place + QStringLiteral("/project.godot"));
+                QFile::remove(place + u"/project.godot"_s);
         };
         model.play();
         const bool isIdle = player.waitUntilIdle();
         onRenamed = nullptr;
         QVERIFY(isIdle);
         QCOMPARE(model.failureMessage.get(),
-                 std::optional(QStringLiteral("The game was unpacked but project.godot was not found.")));
+                 std::optional(u"The game was unpacked but project.godot was not found."_s));
     }
 #endif
 
@@ -301,19 +238,17 @@ private Q_SLOTS:
     {
         Player player;
         player.startHost();
-        AppModel &model = player.startModel();
-        QVERIFY(player.install());
+        AppModel &model = player.startInstalled();
         connect(&model.log, &Observable::willChange, this, [&] {
             // The update's last line is about to be stored; only its scratch folder is still to be removed.
             if (model.isWorking()
-                && model.log.lines->value(model.log.lines->size() - 1)
-                    == QStringLiteral("Unpacking the game"))
+                && model.log.lines->value(model.log.lines->size() - 1) == Texts::unpackingGame)
                 QMetaObject::invokeMethod(&model, &AppModel::removeEverything, Qt::QueuedConnection);
         });
         model.updateGame();
         QVERIFY(player.waitUntilIdle());
-        QCOMPARE(model.notice.get(), std::optional(QStringLiteral("Everything was removed.")));
-        QCOMPARE(model.log.lines.get(), QStringList({ QStringLiteral("Cancelled.") }));
+        QCOMPARE(model.notice.get(), std::optional(Texts::removed));
+        QCOMPARE(model.log.lines.get(), QStringList({ Texts::cancelled }));
         QCOMPARE(model.state.get(), AppState::notDownloaded());
         QVERIFY(!QFileInfo::exists(Paths::root()));
     }

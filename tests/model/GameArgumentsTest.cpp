@@ -2,41 +2,34 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 class GameArgumentsTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void fullscreenPassesOnlyFullscreenWhateverTheResolution()
+    void theProjectIsFollowedByWhatTheSettingsAskFor_data()
     {
-        const QStringList expected { QStringLiteral("--path"), QStringLiteral("/games/my game"),
-                                     QStringLiteral("--fullscreen") };
-        QCOMPARE(gameArguments(QStringLiteral("/games/my game"), true, QStringLiteral("1280x720")), expected);
-        QCOMPARE(gameArguments(QStringLiteral("/games/my game"), true, QStringLiteral("default")), expected);
-    }
-
-    void theDefaultResolutionIsNotPassed()
-    {
-        const QStringList expected { QStringLiteral("--path"), QStringLiteral("/game"),
-                                     QStringLiteral("--windowed") };
-        QCOMPARE(gameArguments(QStringLiteral("/game"), false, QStringLiteral("default")), expected);
-    }
-
-    void aResolutionFollowsWindowedAsItIsStored_data()
-    {
+        QTest::addColumn<bool>("fullscreen");
         QTest::addColumn<QString>("resolution");
-        QTest::newRow("offered") << QStringLiteral("1600x900");
-        QTest::newRow("nobody offers it") << QStringLiteral("12x");
-        QTest::newRow("another letter case than default") << QStringLiteral("Default");
-        QTest::newRow("empty") << QString();
+        QTest::addColumn<QStringList>("arguments");
+        const QStringList fullscreen { u"--fullscreen"_s };
+        const QStringList windowed { u"--windowed"_s };
+        QTest::newRow("full screen leaves the size out") << true << u"1280x720"_s << fullscreen;
+        QTest::newRow("full screen at the default size") << true << u"default"_s << fullscreen;
+        QTest::newRow("the default size is not passed") << false << u"default"_s << windowed;
+        for (const QString &size : { u"1600x900"_s, u"12x"_s, u"Default"_s, QString() })
+            QTest::addRow("the size \"%s\" is passed as it is stored", qPrintable(size))
+                << false << size << windowed + QStringList { u"--resolution"_s, size };
     }
 
-    void aResolutionFollowsWindowedAsItIsStored()
+    void theProjectIsFollowedByWhatTheSettingsAskFor()
     {
+        QFETCH(bool, fullscreen);
         QFETCH(QString, resolution);
-        const QStringList expected { QStringLiteral("--path"), QStringLiteral("/game"),
-                                     QStringLiteral("--windowed"), QStringLiteral("--resolution"),
-                                     resolution };
-        QCOMPARE(gameArguments(QStringLiteral("/game"), false, resolution), expected);
+        QFETCH(QStringList, arguments);
+        QCOMPARE(gameArguments(u"/games/my game"_s, fullscreen, resolution),
+                 QStringList({ u"--path"_s, u"/games/my game"_s }) + arguments);
     }
 };
 

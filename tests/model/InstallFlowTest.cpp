@@ -1,16 +1,14 @@
-#include "EngineManager.h"
-#include "Player.h"
+#include "ScriptedHost.h"
+#include "Texts.h"
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString step1 = QStringLiteral("Step 1 of 4: downloading the game");
-const QString step2 = QStringLiteral("Step 2 of 4: downloading Godot 4.6");
-const QString step3 = QStringLiteral("Step 3 of 4: first-time setup, this can take a minute or more");
-const QString step4 = QStringLiteral("Step 4 of 4: starting the game");
-const QString netLine = QStringLiteral("This game uses C#; the .NET build of Godot was chosen. "
-                                       "It may also need the .NET SDK installed.");
+const QString netLine = u"This game uses C#; the .NET build of Godot was chosen. "
+                        "It may also need the .NET SDK installed."_s;
 
 }
 
@@ -21,119 +19,98 @@ private Q_SLOTS:
     void theFirstPlayRunsAllFourSteps()
     {
         Player player;
-        player.startHost();
-        AppModel &model = player.startModel();
+        AppModel &model = player.start();
         Diary diary(model);
         QVERIFY(player.playToRunning());
-        QCOMPARE(diary.steps(), QStringList({ step1, step2, step3, step4 }));
-        QCOMPARE(diary.states(),
-                 QList<AppState>({ AppState::downloading(QStringLiteral("the game")),
-                                   AppState::downloading(QStringLiteral("Godot 4.6")), AppState::settingUp(),
-                                   AppState::starting() }));
-        QCOMPARE(model.info.get()->name, QStringLiteral("Hill Run"));
+        const EngineSpec spec = EngineManager::spec(*model.info.get());
+        QCOMPARE(diary.steps(), Texts::steps(spec));
+        QCOMPARE(
+            diary.states(),
+            QList<AppState>({ AppState::downloading(u"the game"_s), AppState::downloading(spec.displayName()),
+                              AppState::settingUp(), AppState::starting() }));
+        QCOMPARE(model.info.get()->name, u"Hill Run"_s);
         QCOMPARE(Player::scratch(), QStringList());
         QVERIFY(!model.progress.get());
         QVERIFY(model.progressDetail->isEmpty());
-    }
 
-    void theLogTellsTheStepsInOrder()
-    {
-        Player player;
-        player.startHost();
-        AppModel &model = player.startModel();
-        QVERIFY(player.playToRunning());
-        QTRY_VERIFY(model.log.lines->last().startsWith(QStringLiteral("playing ")));
-        const EngineSpec spec = EngineManager::spec(*model.info.get());
-        const QString game = Paths::gameFolder();
-        const QString host = player.host->address().toString();
-        QCOMPARE(model.log.lines.get(),
-                 QStringList({
-                     QStringLiteral("Downloading the game from ") + host
-                         + QStringLiteral("/Kestrelwood/Vantor/archive/refs/heads/master.zip"),
-                     QStringLiteral("Unpacking the game"),
-                     QStringLiteral("Game ready in ") + game,
-                     QStringLiteral("Looking up the official checksum for ") + spec.fileName(),
-                     QStringLiteral("Downloading Godot 4.6 from ") + spec.baseURL() + spec.fileName(),
-                     QStringLiteral("Checking the download against the official SHA-512 checksum"),
-                     QStringLiteral("Checksum matches"),
-                     QStringLiteral("Unpacking the engine"),
-                     QStringLiteral(
-                         "Clearing the macOS download flag on the verified engine (so it can open without "
-                         "a warning)"),
-                     QStringLiteral("First-time setup, pass 1: godot --headless --import --path ") + game
-                         + QStringLiteral(" --quit"),
-                     QStringLiteral("imported"),
-                     QStringLiteral("Starting the game: %1 --path %2 --windowed")
-                         .arg(QFileInfo(*EngineManager::executable(spec)).fileName(), game),
-                     QStringLiteral("playing --path %1 --windowed").arg(game),
-                 }));
+        QTRY_VERIFY(model.log.lines->last().startsWith(u"playing "_s));
+        QStringList expected = Texts::firstLog(spec);
+        expected.insert(expected.size() - 1, u"imported"_s);
+        expected << u"playing --path %1 --windowed"_s.arg(Paths::gameFolder());
+        QCOMPARE(model.log.lines.get(), expected);
     }
 
     void aLaterPlaySkipsWhatIsInPlace_data()
     {
         QTest::addColumn<QStringList>("missing");
-        QTest::addColumn<QStringList>("steps");
-        QTest::newRow("everything is there") << QStringList() << QStringList({ step4 });
-        QTest::newRow("no marker") << QStringList({ QStringLiteral("Game/.imported-4.6") })
-                                   << QStringList({ step3, step4 });
-        QTest::newRow("game only") << QStringList(
-            { QStringLiteral("Game/.imported-4.6"), QStringLiteral("Engine") })
-                                   << QStringList({ step2, step3, step4 });
+        QTest::addColumn<QList<int>>("steps");
+        const QString marker = u"Game/.imported-4.6"_s;
+        QTest::newRow("everything is there") << QStringList() << QList<int>({ 4 });
+        QTest::newRow("no marker") << QStringList(marker) << QList<int>({ 3, 4 });
+        QTest::newRow("no engine") << QStringList(u"Engine"_s) << QList<int>({ 2, 4 });
+        QTest::newRow("game only") << QStringList({ marker, u"Engine"_s }) << QList<int>({ 2, 3, 4 });
         QTest::newRow("engine only, whose marker went with the game")
-            << QStringList({ QStringLiteral("Game") }) << QStringList({ step1, step3, step4 });
+            << QStringList(u"Game"_s) << QList<int>({ 1, 3, 4 });
     }
 
     void aLaterPlaySkipsWhatIsInPlace()
     {
         QFETCH(QStringList, missing);
-        QFETCH(QStringList, steps);
+        QFETCH(QList<int>, steps);
         Player player;
-        player.startHost();
-        player.startModel();
+        player.start();
         QVERIFY(player.install());
+        const QStringList all = Texts::steps();
         for (const QString &name : missing) {
-            const QString path = Paths::root() + QLatin1Char('/') + name;
+            const QString path = Paths::root() + u'/' + name;
             QVERIFY(QFileInfo(path).isDir() ? QDir(path).removeRecursively() : QFile::remove(path));
         }
-        Diary diary(player.startModel());
+        AppModel &model = player.startModel();
+        QCOMPARE(model.state.get(), missing.isEmpty() ? AppState::ready() : AppState::notDownloaded());
+        Diary diary(model);
         QVERIFY(player.playToRunning());
-        QCOMPARE(diary.steps(), steps);
+        QStringList expected;
+        for (const int step : steps)
+            expected << all.at(step - 1);
+        QCOMPARE(diary.steps(), expected);
     }
 
     void playPressedTwiceQuicklyStartsOneFlow()
     {
         Player player;
-        player.startHost();
-        AppModel &model = player.startModel();
+        AppModel &model = player.start();
         model.play();
-        model.play();
-        QTRY_VERIFY(model.runner.isRunning);
-        QCOMPARE(model.log.lines->filter(QStringLiteral("Downloading the game from")).size(), 1);
-        QCOMPARE(model.log.lines->filter(QStringLiteral("Starting the game")).size(), 1);
+        QVERIFY(player.playToRunning());
+        const QStringList log = Texts::firstLog(EngineManager::spec(*model.info.get()));
+        QCOMPARE(model.log.lines->count(log.first()), 1);
+        QCOMPARE(model.log.lines->count(log.last()), 1);
     }
 
     void playWhileTheGameRunsDoesNothing()
     {
         Player player;
-        player.startHost();
-        AppModel &model = player.startModel();
+        AppModel &model = player.startInstalled();
         QVERIFY(player.playToRunning());
         QTRY_VERIFY(!model.isWorking());
-        const QStringList log = model.log.lines;
+        const QString line = model.log.lines->first();
         model.play();
         QVERIFY(!model.isWorking());
-        QCOMPARE(model.log.lines->first(), log.first());
+        QCOMPARE(model.log.lines->first(), line);
     }
 
     void aCSharpGameLogsTheNetLineEveryTime()
     {
         Player player("\"4.6\", \"C#\"");
-        player.startHost();
-        AppModel &model = player.startModel();
+        AppModel &model = player.start();
         Diary diary(model);
         QVERIFY(player.playToRunning());
-        QCOMPARE(model.log.lines->count(netLine), 1);
-        QVERIFY(diary.steps().contains(QStringLiteral("Step 2 of 4: downloading Godot 4.6 (.NET)")));
+        const EngineSpec spec = EngineManager::spec(*model.info.get());
+        QVERIFY(spec.isMono);
+        QCOMPARE(diary.steps(), Texts::steps(spec));
+        // After the engine, before the import.
+        const QStringList log = model.log.lines;
+        QCOMPARE(log.count(netLine), 1);
+        QCOMPARE(log.indexOf(netLine), log.indexOf(Texts::importPass(1)) - 1);
         QVERIFY(player.stopGame());
         // The engine is installed by now, but the line is still logged.
         QVERIFY(player.playToRunning());
@@ -143,16 +120,14 @@ private Q_SLOTS:
     void anImportWithoutImportedFilesStillStartsTheGame()
     {
         Player player;
-        player.writeGame(QStringLiteral("import.sh"), "exit 1\n");
-        player.startHost();
-        AppModel &model = player.startModel();
+        player.writeGame(u"import.sh"_s, "exit 1\n");
+        AppModel &model = player.start();
         QVERIFY(player.playToRunning());
         const QStringList log = model.log.lines;
-        const auto warning = log.indexOf(
-            QStringLiteral("Setup did not report imported files; trying to start the game anyway."));
+        const auto warning = log.indexOf(Texts::startsAnyway);
         QVERIFY(warning > 0);
-        QVERIFY(log.at(warning + 1).startsWith(QStringLiteral("Starting the game: ")));
-        QCOMPARE(log.count(QStringLiteral("No imported files found yet.")), 2);
+        QCOMPARE(log.at(warning + 1), Texts::starting(EngineManager::spec(*model.info.get())));
+        QCOMPARE(log.count(Texts::nothingImported), 2);
         QVERIFY(player.stopGame());
         // No marker was written, so a restarted launcher does not count the game as ready.
         QCOMPARE(player.startModel().state.get(), AppState::notDownloaded());
@@ -161,20 +136,15 @@ private Q_SLOTS:
     void cancelDuringTheGamesDownloadEndsCancelledWithoutAFailure()
     {
         Player player;
-        player.writeGame(QStringLiteral("big.bin"), QByteArray(400000, 'x') + QByteArray::number(1));
-        player.startHost({ QStringLiteral("--slow"), QStringLiteral("500") });
-        AppModel &model = player.startModel();
+        player.writeGame(u"big.bin"_s, QByteArray(400000, 'x'));
+        AppModel &model = player.start({ u"--slow"_s, u"500"_s });
         model.play();
         QTRY_VERIFY(!model.progressDetail->isEmpty());
         model.cancel();
         model.cancel(); // a second press has no further effect
-        QVERIFY(player.waitUntilIdle());
-        QCOMPARE(model.log.lines->last(), QStringLiteral("Cancelled."));
-        QCOMPARE(model.log.lines->count(QStringLiteral("Cancelled.")), 1);
-        QCOMPARE(model.state.get(), AppState::notDownloaded());
-        QVERIFY(!model.failureMessage.get());
+        verifyCancelled(player);
+        QCOMPARE(model.log.lines->count(Texts::cancelled), 1);
         QVERIFY(model.stepText->isEmpty());
-        QCOMPARE(Player::scratch(), QStringList());
 
         player.startHost();
         QVERIFY(player.playToRunning());
@@ -183,113 +153,93 @@ private Q_SLOTS:
     void cancelRightAfterThePressEndsCancelledBeforeAnythingIsFetched()
     {
         Player player;
-        player.startHost({ QStringLiteral("--slow"), QStringLiteral("50") });
-        AppModel &model = player.startModel();
+        AppModel &model = player.start({ u"--slow"_s, u"50"_s });
         model.play();
         model.cancel();
-        QVERIFY(player.waitUntilIdle());
-        QCOMPARE(model.log.lines->last(), QStringLiteral("Cancelled."));
-        QCOMPARE(model.state.get(), AppState::notDownloaded());
-        QCOMPARE(Player::scratch(), QStringList());
+        verifyCancelled(player);
     }
 
     void cancelDuringTheEnginesDownloadKeepsTheGame()
     {
         Player player;
-        player.startHost();
-        AppModel &model = player.startModel();
-        QVERIFY(player.install());
+        ScriptedHost host(player);
+        host.server.serve(ScriptedHost::enginePath(),
+                          HttpReply::head(200, { "Content-Length: 10000" }).send("some").stall());
+        AppModel &model = player.startInstalled();
         QVERIFY(QDir(Paths::engineFolder()).removeRecursively());
-        player.startHost({ QStringLiteral("--slow"), QStringLiteral("400") });
         model.play();
-        // The checksum list comes first, just as slowly.
-        QTRY_VERIFY_WITH_TIMEOUT(!model.progressDetail->isEmpty(), 20000);
+        QTRY_VERIFY(!model.progressDetail->isEmpty());
         model.cancel();
-        QVERIFY(player.waitUntilIdle());
-        QCOMPARE(model.log.lines->last(), QStringLiteral("Cancelled."));
-        QCOMPARE(model.state.get(), AppState::notDownloaded());
-        QCOMPARE(Player::scratch(), QStringList());
+        verifyCancelled(player);
 
-        player.startHost();
+        host.serveEngine(host.engineArchive());
         Diary diary(model);
         QVERIFY(player.playToRunning());
-        QCOMPARE(diary.steps(), QStringList({ step2, step4 }));
+        const QStringList steps = Texts::steps();
+        QCOMPARE(diary.steps(), QStringList({ steps.at(1), steps.at(3) }));
     }
 
     void cancelDuringTheImportEndsTheEngineAndTheNextPlayCompletes()
     {
         Player player;
         player.writeGame(
-            QStringLiteral("import.sh"),
+            u"import.sh"_s,
             "mkdir -p .godot\n[ -e second ] || { touch second; echo waiting; exec sleep 60; }\n");
-        player.startHost();
-        AppModel &model = player.startModel();
+        AppModel &model = player.start();
         model.play();
-        QTRY_VERIFY(model.log.lines->contains(QStringLiteral("waiting")));
+        QTRY_VERIFY(model.log.lines->contains(u"waiting"_s));
         model.cancel();
-        QVERIFY(player.waitUntilIdle());
-        QCOMPARE(model.log.lines->last(), QStringLiteral("Cancelled."));
-        QVERIFY(!model.log.lines->join(QLatin1Char('\n')).contains(QStringLiteral("pass 2")));
+        verifyCancelled(player);
+        QVERIFY(!model.log.lines->contains(Texts::importPass(2)));
         // The cancelled pass left files that look imported but may be incomplete.
-        QVERIFY(QFileInfo::exists(Paths::gameFolder() + QStringLiteral("/.godot")));
-        QCOMPARE(model.state.get(), AppState::notDownloaded());
-        QVERIFY(!model.failureMessage.get());
+        QVERIFY(Player::hasInstalled(u".godot"_s));
         Diary diary(model);
         QVERIFY(player.playToRunning());
-        QCOMPARE(diary.steps(), QStringList({ step3, step4 }));
+        QCOMPARE(diary.steps(), Texts::steps().last(2));
     }
 
     void playFromAFailureClearsTheFailureAndTheLog()
     {
         Player player;
-        player.writeGame(QStringLiteral("play.sh"),
+        player.writeGame(u"play.sh"_s,
                          "[ -e second ] || { touch second; echo broken; exit 3; }\n"
                          "echo whole; exec sleep 60\n");
-        player.startHost();
-        AppModel &model = player.startModel();
-        model.play();
-        QTRY_VERIFY(player.hasFailed());
-        QVERIFY(model.failureLines->contains(QStringLiteral("broken")));
+        AppModel &model = player.startInstalled();
+        QVERIFY(player.playToFailure());
+        QVERIFY(model.failureLines->contains(u"broken"_s));
         model.play();
         QVERIFY(!model.failureMessage.get());
         QVERIFY(model.failureLines->isEmpty());
         QVERIFY(model.log.lines->isEmpty());
         QCOMPARE(model.state.get(), AppState::notDownloaded());
-        QTRY_VERIFY(model.log.lines->contains(QStringLiteral("whole")));
-        QVERIFY(!model.log.lines->contains(QStringLiteral("broken")));
-    }
-
-    void aGameWhoseProjectCannotBeFoundAfterDownloadingFailsInOneSentence()
-    {
-        // The code host starts with a whole project, but the downloaded archive has no project file.
-        Player player;
-        player.startHost();
-        AppModel &model = player.startModel();
-        QVERIFY(QFile::remove(player.home.filePath(QStringLiteral("repository/project.godot"))));
-        model.play();
-        QTRY_VERIFY(player.hasFailed());
-        QCOMPARE(model.failureMessage.get(),
-                 std::optional(QStringLiteral(
-                     "The downloaded game has no project.godot file, so it cannot be started.")));
-        QCOMPARE(model.stepText.get(), step1);
-        QCOMPARE(Player::scratch(), QStringList());
+        QTRY_VERIFY(model.log.lines->contains(u"whole"_s));
+        QVERIFY(!model.log.lines->contains(u"broken"_s));
     }
 
     void whatWasDownloadedBeforeAFailureIsKept()
     {
         Player player;
-        player.startHost({ QStringLiteral("--engine-version"), QStringLiteral("4.5") });
-        AppModel &model = player.startModel();
-        model.play();
-        QTRY_VERIFY(player.hasFailed());
-        QCOMPARE(model.failureMessage.get(),
-                 std::optional(QStringLiteral("Could not get the checksum list (server error 404).")));
-        QCOMPARE(model.stepText.get(), step2);
+        AppModel &model = player.start({ u"--engine-version"_s, u"4.5"_s });
+        QVERIFY(player.playToFailure());
+        QCOMPARE(model.failureMessage.get(), std::optional(Texts::noList(404)));
+        const QStringList steps = Texts::steps();
+        QCOMPARE(model.stepText.get(), steps.at(1));
 
         player.startHost();
         Diary diary(model);
         QVERIFY(player.playToRunning());
-        QCOMPARE(diary.steps(), QStringList({ step2, step3, step4 }));
+        QCOMPARE(diary.steps(), steps.last(3));
+    }
+
+private:
+    /// Verifies that the action ends because it was cancelled, and leaves no scratch.
+    static void verifyCancelled(const Player &player)
+    {
+        QVERIFY(player.waitUntilIdle());
+        QCOMPARE(player.model->log.lines->last(), Texts::cancelled);
+        QCOMPARE(player.model->state.get(), AppState::notDownloaded());
+        QVERIFY(!player.model->failureMessage.get());
+        QCOMPARE(Player::scratch(), QStringList());
     }
 };
 

@@ -2,7 +2,6 @@
 // have, otherwise fewer.
 
 #include "BackgroundRemoval.h"
-#include "CodeHost.h"
 #include "FileOperations.h"
 #include "Leftovers.h"
 #include "Player.h"
@@ -14,15 +13,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 class LargeRemovalTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        CodeHost::setAddress(QUrl(QStringLiteral("http://127.0.0.1:1"))); // nobody answers there
-    }
-    void cleanupTestCase() { CodeHost::setAddress(CodeHost::official()); }
     void cleanup() { BackgroundRemoval::wait({}); }
 
     void theWindowAnswersMeanwhile_data()
@@ -35,32 +31,27 @@ private Q_SLOTS:
     void theWindowAnswersMeanwhile()
     {
         QFETCH(QString, action);
-        const Player player; // no code host: the reinstallation fails at the download
-        Preferences preferences(player.home.filePath(QStringLiteral("preferences.ini")));
-        RecordedWorkspace workspace;
-        RecordedPasteboard pasteboard;
-        AppModel model(preferences, workspace, pasteboard);
+        Player player;
+        player.loseHost(); // so the reinstallation fails at the download
+        AppModel &model = player.startModel();
         const QString many
-            = (action.startsWith(QStringLiteral("start")) ? Paths::tempFolder() : Paths::gameFolder())
-            + QStringLiteral("/extract");
+            = (action.startsWith(u"start"_s) ? Paths::tempFolder() : Paths::gameFolder()) + u"/extract"_s;
         fill(many);
         bool isGone = false;
-        {
-            Strain strain;
-            QTimer::singleShot(0, &model, [&] {
-                if (action == QStringLiteral("reinstall"))
-                    model.reinstall();
-                else if (action == QStringLiteral("remove everything"))
-                    model.removeEverything();
-                else
-                    Leftovers::beginToClear();
-                isGone = !FileOperations::exists(many);
-            });
-            const auto isOver = [&] { return isGone && !model.isWorking() && !isAnythingAside(); };
-            QVERIFY(strain.runUntil(isOver, std::chrono::minutes(2)));
-            qInfo("%d files, longest gap %lld ms", fileCount(), static_cast<long long>(strain.longestGap()));
-            QVERIFY2(strain.keptItsTurns(longestGap), QByteArray::number(strain.longestGap()).constData());
-        }
+        Strain strain;
+        QTimer::singleShot(0, &model, [&] {
+            if (action == u"reinstall"_s)
+                model.reinstall();
+            else if (action == u"remove everything"_s)
+                model.removeEverything();
+            else
+                Leftovers::beginToClear();
+            isGone = !FileOperations::exists(many);
+        });
+        const auto isOver = [&] { return isGone && !model.isWorking() && !isAnythingAside(); };
+        QVERIFY(strain.runUntil(isOver, std::chrono::minutes(2)));
+        qInfo("%d files, longest gap %lld ms", fileCount(), static_cast<long long>(strain.longestGap()));
+        QVERIFY2(strain.keptItsTurns(longestGap), QByteArray::number(strain.longestGap()).constData());
     }
 
 private:
@@ -85,7 +76,7 @@ private:
 
     static bool isAnythingAside()
     {
-        const QStringList names { QStringLiteral(".vantor-platformer-removed-*") };
+        const QStringList names { u".vantor-platformer-removed-*"_s };
         const QDir::Filters all = QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot;
         return !QDir(Paths::root()).entryList(names, all).isEmpty()
             || !QDir(QFileInfo(Paths::root()).path()).entryList(names, all).isEmpty();

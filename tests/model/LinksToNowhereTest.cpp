@@ -1,8 +1,11 @@
 // Dangling symbolic links, for example to a disk that is not plugged in: they count as missing.
 
 #include "Player.h"
+#include "Texts.h"
 
 #include <QTest>
+
+using namespace Qt::StringLiterals;
 
 class LinksToNowhereTest final : public QObject {
     Q_OBJECT
@@ -11,38 +14,32 @@ private Q_SLOTS:
     void savesOnADiskThatIsNotThereAreNoSavesYet_data()
     {
         QTest::addColumn<QString>("place");
-        QTest::addColumn<QString>("opened");
-        QTest::newRow("the engine's folder") << QString() << QString();
-        QTest::newRow("all games' saves") << QStringLiteral("/app_userdata") << QStringLiteral("/.");
+        QTest::addColumn<QStringList>("opened"); // the nearest parent that exists
+        QTest::newRow("the engine's folder") << u"data/Godot"_s << QStringList();
+        QTest::newRow("all games' saves") << u"data/Godot/app_userdata"_s << QStringList(u"data/Godot"_s);
         QTest::newRow("the game's saves")
-            << QStringLiteral("/app_userdata/Vantor") << QStringLiteral("/app_userdata");
+            << u"data/Godot/app_userdata/Vantor"_s << QStringList(u"data/Godot/app_userdata"_s);
     }
 
     void savesOnADiskThatIsNotThereAreNoSavesYet()
     {
         QFETCH(QString, place);
-        QFETCH(QString, opened);
+        QFETCH(QStringList, opened);
         Player player;
         AppModel &model = player.startModel();
-        const QString data = player.home.filePath(QStringLiteral("data/Godot"));
-        linkToNowhere(player, data + place);
+        linkToNowhere(player, player.home.filePath(place));
         model.showSaves();
-        if (!opened.isEmpty()) {
-            // The nearest existing parent.
-            QCOMPARE(player.workspace.opened, QStringList(QDir::cleanPath(data + opened)));
-            return;
-        }
-        QVERIFY(player.workspace.opened.isEmpty());
-        QCOMPARE(model.notice.get(),
-                 std::optional(QStringLiteral(
-                     "No save files yet. Godot creates them when the game first saves something.")));
+        QCOMPARE(model.notice.get(), opened.isEmpty() ? std::optional(Texts::noSaves) : std::nullopt);
+        for (QString &folder : opened)
+            folder = player.home.filePath(folder);
+        QCOMPARE(player.workspace.opened, opened);
     }
 
     void savesBehindALinkThatLeadsSomewhereAreOpened()
     {
         Player player;
         AppModel &model = player.startModel();
-        const QString saves = player.home.filePath(QStringLiteral("data/Godot/app_userdata/Vantor"));
+        const QString saves = player.home.filePath(u"data/Godot/app_userdata/Vantor"_s);
         linkToNowhere(player, saves);
         QVERIFY(QDir().mkpath(nowhere(player)));
         model.showSaves();
@@ -56,23 +53,21 @@ private Q_SLOTS:
         AppModel &model = player.startModel();
         model.revealInFinder();
         QVERIFY(player.workspace.revealed.isEmpty());
-        QCOMPARE(model.notice.get(), std::optional(QStringLiteral("Nothing is downloaded yet.")));
+        QCOMPARE(model.notice.get(), std::optional(Texts::nothingDownloaded));
     }
 
     void anImportMarkerThatLeadsNowhereIsNone()
     {
         Player player;
-        player.startHost();
-        AppModel &model = player.startModel();
-        QVERIFY(player.install());
-        const QString marker = Paths::gameFolder() + QStringLiteral("/.imported-4.6");
+        AppModel &model = player.startInstalled();
+        const QString marker = EngineManager::markerURL(EngineManager::spec(*model.info.get()));
         QVERIFY(QFile::remove(marker));
         linkToNowhere(player, marker);
         model.refreshState();
         QCOMPARE(model.state.get(), AppState::notDownloaded());
         // Play imports again and replaces the link with a marker.
         QVERIFY(player.install());
-        QVERIFY(model.log.lines->contains(QStringLiteral("imported")));
+        QVERIFY(model.log.lines->contains(u"imported"_s));
         QVERIFY(!QFileInfo(marker).isSymLink());
         QCOMPARE(model.state.get(), AppState::ready());
     }
@@ -80,20 +75,14 @@ private Q_SLOTS:
     void importedFilesThatAreElsewhereAndGoneAreNone()
     {
         Player player;
-        player.writeGame(QStringLiteral("import.sh"), "ln -sfn /nonexistent/disk .godot\n");
-        player.startHost();
-        AppModel &model = player.startModel();
+        player.writeGame(u"import.sh"_s, "ln -sfn /nonexistent/disk .godot\n");
+        AppModel &model = player.start();
         QVERIFY(player.playToRunning());
-        QVERIFY(model.log.lines->contains(
-            QStringLiteral("Setup did not report imported files; trying to start the game anyway.")));
-        QVERIFY(player.stopGame());
+        QVERIFY(model.log.lines->contains(Texts::startsAnyway));
     }
 
 private:
-    static QString nowhere(const Player &player)
-    {
-        return player.home.filePath(QStringLiteral("unplugged/folder"));
-    }
+    static QString nowhere(const Player &player) { return player.home.filePath(u"unplugged/folder"_s); }
 
     static void linkToNowhere(const Player &player, const QString &place)
     {

@@ -1,16 +1,10 @@
-#include "Desktop.h"
 #include "DirectorySize.h"
-#include "EngineManager.h"
 #include "Player.h"
-#include "Tasks.h"
+#include "Texts.h"
 
 #include <QTest>
 
-namespace {
-
-QString gameFile(const QString &name) { return Paths::gameFolder() + QLatin1Char('/') + name; }
-
-}
+using namespace Qt::StringLiterals;
 
 class MaintenanceTest final : public QObject {
     Q_OBJECT
@@ -20,105 +14,67 @@ private Q_SLOTS:
     {
         Player player;
         player.startHost();
-        AppModel &model = player.startModel();
-        QVERIFY(player.install());
-        const QString save
-            = player.home.write(QStringLiteral("data/godot/app_userdata/Hill Run/progress.cfg"), "best=9");
-        player.writeGame(QStringLiteral("new-level.txt"), "level 2");
-        QVERIFY(QFile::remove(player.home.filePath(QStringLiteral("repository/import.sh"))));
+        AppModel &model = player.startInstalled();
+        const QString save = player.home.write(u"data/godot/app_userdata/Hill Run/progress.cfg"_s, "best=9");
+        player.writeGame(u"new-level.txt"_s, "level 2");
+        player.writeGame(u"project.godot"_s,
+                         "config_version=5\nconfig/name=\"Hill Run 2\"\n"
+                         "config/features=PackedStringArray(\"4.6\")\n");
+        QVERIFY(QFile::remove(player.repository() + u"/import.sh"_s));
+        player.showFailure(); // a failure from before makes no difference
 
         Diary diary(model);
         model.updateGame();
         QVERIFY(player.waitUntilIdle());
-        QCOMPARE(diary.steps(),
-                 QStringList({ QStringLiteral("Updating the game (your save files are kept)") }));
-        QCOMPARE(diary.states().first(), AppState::downloading(QStringLiteral("the game")));
-        QCOMPARE(model.notice.get(), std::optional(QStringLiteral("The game was updated.")));
+        QCOMPARE(diary.steps(), QStringList({ u"Updating the game (your save files are kept)"_s }));
+        QVERIFY(diary.states().contains(AppState::downloading(u"the game"_s)));
+        QCOMPARE(model.notice.get(), std::optional(Texts::updated));
         QCOMPARE(model.state.get(), AppState::notDownloaded()); // the marker was deleted with the old copy
         QVERIFY(model.stepText->isEmpty());
-        QVERIFY(QFileInfo::exists(gameFile(QStringLiteral("new-level.txt"))));
-        QVERIFY(!QFileInfo::exists(gameFile(QStringLiteral("import.sh"))));
-        QVERIFY(!QFileInfo::exists(gameFile(QStringLiteral(".imported-4.6"))));
+        QVERIFY(Player::hasInstalled(u"new-level.txt"_s));
+        QVERIFY(!Player::hasInstalled(u"import.sh"_s));
+        QVERIFY(!Player::hasInstalled(u".imported-4.6"_s));
+        QTRY_COMPARE(model.info.get()->name, u"Hill Run 2"_s);
         QVERIFY(EngineManager::executable(EngineManager::spec(*model.info.get())));
         QVERIFY(QFileInfo::exists(save));
         QCOMPARE(Player::scratch(), QStringList());
     }
 
-    void updateReadsTheFactsAgain()
-    {
-        Player player;
-        player.startHost();
-        AppModel &model = player.startModel();
-        QVERIFY(player.install());
-        player.writeGame(QStringLiteral("project.godot"),
-                         "config_version=5\nconfig/name=\"Hill Run 2\"\n"
-                         "config/features=PackedStringArray(\"4.6\")\n");
-        model.updateGame();
-        QTRY_COMPARE(model.info.get()->name, QStringLiteral("Hill Run 2"));
-    }
-
-    void updateWhileAFailureIsShownClearsItFirst()
-    {
-        Player player;
-        player.startHost();
-        AppModel &model = player.startModel();
-        QVERIFY(player.install());
-        model.failureMessage = QStringLiteral("Something is wrong.");
-        model.failureLines = QStringList({ QStringLiteral("a line") });
-        model.state = AppState::needs(QStringLiteral("Something is wrong."));
-        model.updateGame();
-        QVERIFY(!model.failureMessage.get());
-        QVERIFY(model.failureLines->isEmpty());
-        QVERIFY(model.log.lines->isEmpty());
-        QVERIFY(player.waitUntilIdle());
-        QCOMPARE(model.notice.get(), std::optional(QStringLiteral("The game was updated.")));
-        QCOMPARE(model.state.get(), AppState::notDownloaded());
-    }
-
     void updateOfAGameThatBringsItsMarkerEndsReady()
     {
         Player player;
-        player.writeGame(QStringLiteral(".imported-4.6"), "ok");
+        player.writeGame(u".imported-4.6"_s, "ok");
         player.startHost();
-        AppModel &model = player.startModel();
-        QVERIFY(player.install());
+        AppModel &model = player.startInstalled();
         model.updateGame();
         QVERIFY(player.waitUntilIdle());
         QCOMPARE(model.state.get(), AppState::ready());
-        QCOMPARE(model.notice.get(), std::optional(QStringLiteral("The game was updated.")));
+        QCOMPARE(model.notice.get(), std::optional(Texts::updated));
     }
 
     void anUpdateThatFailsShowsTheSentenceAndKeepsTheGamePlayable()
     {
         Player player;
         player.startHost();
-        AppModel &model = player.startModel();
-        QVERIFY(player.install());
-        QVERIFY(QFile::remove(player.home.filePath(QStringLiteral("repository/project.godot"))));
+        AppModel &model = player.startInstalled();
+        QVERIFY(QFile::remove(player.repository() + u"/project.godot"_s));
         model.updateGame();
-        QVERIFY(player.waitUntilIdle());
-        const QString sentence
-            = QStringLiteral("The downloaded game has no project.godot file, so it cannot be started.");
-        QCOMPARE(model.failureMessage.get(), std::optional(sentence));
-        QCOMPARE(model.failureLines.get(), model.log.lines.get());
+        player.verifyFailure(QRegularExpression::escape(Texts::noProject));
         QVERIFY(model.stepText->isEmpty());
         QVERIFY(!model.notice.get());
-        QCOMPARE(Player::scratch(), QStringList());
         QVERIFY(player.playToRunning());
     }
 
     void aCancelledUpdateSaysSoAndTheGameIsReadyAsBefore()
     {
         Player player;
-        player.startHost();
-        AppModel &model = player.startModel();
-        QVERIFY(player.install());
-        player.startHost({ QStringLiteral("--slow"), QStringLiteral("300") });
+        player.startHost({ u"--slow"_s, u"300"_s });
+        AppModel &model = player.startInstalled();
         model.updateGame();
         QTRY_VERIFY(!model.progressDetail->isEmpty());
         model.cancel();
         QVERIFY(player.waitUntilIdle());
-        QCOMPARE(model.log.lines->last(), QStringLiteral("Cancelled."));
+        QCOMPARE(model.log.lines->last(), Texts::cancelled);
         QCOMPARE(model.state.get(), AppState::ready());
         QVERIFY(!model.notice.get());
         QVERIFY(!model.failureMessage.get());
@@ -128,8 +84,7 @@ private Q_SLOTS:
     void updateReinstallAndRemovalAreRefusedWhileTheGameRuns()
     {
         Player player;
-        player.startHost();
-        AppModel &model = player.startModel();
+        AppModel &model = player.startInstalled();
         QVERIFY(player.playToRunning());
         QTRY_VERIFY(!model.isWorking());
         model.updateGame();
@@ -138,32 +93,27 @@ private Q_SLOTS:
         QVERIFY(!model.isWorking());
         QVERIFY(model.runner.isRunning);
         QVERIFY(!model.notice.get());
-        QVERIFY(QFileInfo::exists(gameFile(QStringLiteral("project.godot"))));
+        QVERIFY(Player::hasInstalled(u"project.godot"_s));
         QVERIFY(model.info.get());
     }
 
     void reinstallIsRefusedWhileAnActionRuns()
     {
         Player player;
-        player.startHost();
-        AppModel &model = player.startModel();
-        QVERIFY(player.install());
-        player.startHost({ QStringLiteral("--slow"), QStringLiteral("300") });
+        player.startHost({ u"--slow"_s, u"300"_s });
+        AppModel &model = player.startInstalled();
         model.updateGame();
         model.reinstall();
-        QVERIFY(QFileInfo::exists(gameFile(QStringLiteral("project.godot"))));
+        QVERIFY(Player::hasInstalled(u"project.godot"_s));
     }
 
     void reinstallRunsAllFourStepsAndKeepsEverythingElseUnderTheRoot()
     {
         Player player;
         player.startHost();
-        AppModel &model = player.startModel();
-        QVERIFY(player.install());
-        QFile note(Paths::root() + QStringLiteral("/note.txt"));
-        QVERIFY(note.open(QIODevice::WriteOnly));
-        note.close();
-        QVERIFY(QDir().mkpath(Paths::engineFolder() + QStringLiteral("/4.2")));
+        AppModel &model = player.startInstalled();
+        player.writeInstalled(u"../note.txt"_s, {});
+        QVERIFY(QDir().mkpath(Paths::engineFolder() + u"/4.2"_s));
 
         Diary diary(model);
         model.reinstall();
@@ -172,17 +122,15 @@ private Q_SLOTS:
         QVERIFY(!QFileInfo::exists(Paths::engineFolder()));
         QTRY_VERIFY(model.runner.isRunning);
         QCOMPARE(diary.steps().size(), 4);
-        QVERIFY(note.exists());
+        QVERIFY(QFileInfo::exists(Paths::root() + u"/note.txt"_s));
     }
 
     void removeEverythingLeavesOnlyTheSaves()
     {
         Player player;
         player.startHost();
-        AppModel &model = player.startModel();
-        QVERIFY(player.install());
-        const QString save
-            = player.home.write(QStringLiteral("data/godot/app_userdata/Hill Run/progress.cfg"), "best=9");
+        AppModel &model = player.startInstalled();
+        const QString save = player.home.write(u"data/godot/app_userdata/Hill Run/progress.cfg"_s, "best=9");
         model.freeableBytes = 5;
         model.removeEverything();
         QVERIFY(!QFileInfo::exists(Paths::root()));
@@ -190,39 +138,24 @@ private Q_SLOTS:
         QVERIFY(!model.info.get());
         QVERIFY(model.log.lines->isEmpty());
         QCOMPARE(model.state.get(), AppState::notDownloaded());
-        QCOMPARE(model.notice.get(), std::optional(QStringLiteral("Everything was removed.")));
+        QCOMPARE(model.notice.get(), std::optional(Texts::removed));
         QCOMPARE(model.freeableBytes.get(), 5);
         QVERIFY(player.playToRunning());
-    }
-
-    void removeEverythingFromAFailureClearsIt()
-    {
-        Player player;
-        player.startHost();
-        AppModel &model = player.startModel();
-        model.failureMessage = QStringLiteral("Something is wrong.");
-        model.failureLines = QStringList({ QStringLiteral("a line") });
-        model.state = AppState::needs(QStringLiteral("Something is wrong."));
-        model.removeEverything();
-        QVERIFY(!model.failureMessage.get());
-        QVERIFY(model.failureLines->isEmpty());
-        QCOMPARE(model.state.get(), AppState::notDownloaded());
     }
 
     void removeEverythingDuringADownloadCancelsItAndItsLineComesAfterwards()
     {
         Player player;
-        player.startHost({ QStringLiteral("--slow"), QStringLiteral("300") });
-        AppModel &model = player.startModel();
+        AppModel &model = player.start({ u"--slow"_s, u"300"_s });
         model.play();
         QTRY_VERIFY(!model.progressDetail->isEmpty());
         model.removeEverything();
         QVERIFY(model.log.lines->isEmpty());
         QCOMPARE(model.state.get(), AppState::notDownloaded());
         QVERIFY(player.waitUntilIdle());
-        QCOMPARE(model.log.lines.get(), QStringList({ QStringLiteral("Cancelled.") }));
+        QCOMPARE(model.log.lines.get(), QStringList({ Texts::cancelled }));
         QCOMPARE(model.state.get(), AppState::notDownloaded());
-        QCOMPARE(model.notice.get(), std::optional(QStringLiteral("Everything was removed.")));
+        QCOMPARE(model.notice.get(), std::optional(Texts::removed));
         QVERIFY(!model.failureMessage.get());
         QVERIFY(!QFileInfo::exists(Paths::root()));
     }
@@ -230,8 +163,7 @@ private Q_SLOTS:
     void whatWasReadOfARemovedGameIsDropped()
     {
         Player player;
-        player.home.write(QStringLiteral("data/Vantor Platformer/Game/project.godot"),
-                          "config/name=\"Hill Run\"\n");
+        player.writeInstalled(u"project.godot"_s, "config/name=\"Hill Run\"\n");
         AppModel &model = player.startModel(); // reads the game in the background
         model.removeEverything();
         QVERIFY(waitForBackground(std::chrono::seconds(20)));
@@ -244,10 +176,9 @@ private Q_SLOTS:
     {
         Player player;
         player.startHost();
-        const QString game = QStringLiteral("data/Vantor Platformer/Game/");
-        player.home.write(game + QStringLiteral("project.godot"), "config/name=\"Hill Run\"\n");
+        player.writeInstalled(u"project.godot"_s, "config/name=\"Hill Run\"\n");
         // Takes so long to read that the removal comes during the reading.
-        player.home.write(game + QStringLiteral("README"), QByteArray(32 * 1024 * 1024, '\n'));
+        player.writeInstalled(u"README"_s, QByteArray(32 * 1024 * 1024, '\n'));
         AppModel &model = player.startModel();
         QTRY_VERIFY(model.info.get());
         QVERIFY(waitForBackground(std::chrono::seconds(20)));
@@ -260,7 +191,7 @@ private Q_SLOTS:
         model.removeEverything();
         QVERIFY(player.waitUntilIdle());
         QVERIFY(!model.info.get());
-        QCOMPARE(model.notice.get(), std::optional(QStringLiteral("Everything was removed.")));
+        QCOMPARE(model.notice.get(), std::optional(Texts::removed));
         QVERIFY(!QFileInfo::exists(Paths::root()));
     }
 
@@ -268,12 +199,11 @@ private Q_SLOTS:
     {
         Player player;
         player.writeGame(
-            QStringLiteral("import.sh"),
+            u"import.sh"_s,
             "trap 'mkdir -p \"$project/.godot\"; exit 0' TERM; echo waiting; while :; do sleep 0.05; done\n");
-        player.startHost();
-        AppModel &model = player.startModel();
+        AppModel &model = player.start();
         model.play();
-        QTRY_VERIFY(model.log.lines->contains(QStringLiteral("waiting")));
+        QTRY_VERIFY(model.log.lines->contains(u"waiting"_s));
         model.removeEverything();
         QVERIFY(player.waitUntilIdle());
         QVERIFY(!QFileInfo::exists(Paths::root()));
@@ -281,43 +211,38 @@ private Q_SLOTS:
         QVERIFY(!model.failureMessage.get());
     }
 
-    void theLaunchersEndStopsADownloadAtOnceAndNothingStartsAfterwards()
+    void quittingStopsADownloadAtOnceAndNothingStartsAfterwards()
     {
         Player player;
-        player.startHost({ QStringLiteral("--slow"), QStringLiteral("300") });
-        AppModel &model = player.startModel();
+        AppModel &model = player.start({ u"--slow"_s, u"300"_s });
         model.play();
         QTRY_VERIFY(!model.progressDetail->isEmpty());
-        Tasks::finish(model.prepareToQuit());
+        const auto quitting = model.prepareToQuit();
+        QTRY_VERIFY(quitting.isReady());
         QVERIFY(!model.isWorking());
         QCOMPARE(Player::scratch(), QStringList());
         model.play();
         QVERIFY(!model.isWorking());
     }
 
-    void theLaunchersEndStopsTheUnpackTool()
+    void quittingStopsTheUnpackTool()
     {
         Player player;
         player.startHost();
         // An unpack tool so slow that it certainly still runs when the launcher quits.
-        const QString tool
-            = player.home.write(QStringLiteral("slow-tool"), "#!/bin/sh\necho unpacking; exec sleep 60\n");
-        QVERIFY(QFile::setPermissions(tool, QFile::permissions(tool) | QFileDevice::ExeOwner));
-        Desktop desktop = Desktop::current();
-        desktop.unpackTool = tool;
-        Desktop::use(desktop);
+        player.useUnpackTool("#!/bin/sh\necho unpacking; exec sleep 60\n");
         AppModel &model = player.startModel();
         model.play();
-        QTRY_VERIFY(model.log.lines->contains(QStringLiteral("unpacking")));
-        Tasks::finish(model.prepareToQuit(), std::chrono::seconds(5));
-        Desktop::use(std::nullopt);
+        QTRY_VERIFY(model.log.lines->contains(u"unpacking"_s));
+        const auto quitting = model.prepareToQuit();
+        QTRY_VERIFY(quitting.isReady());
         QVERIFY(!model.isWorking());
         QVERIFY(!model.failureMessage.get());
         QCOMPARE(Player::scratch(), QStringList());
         QCOMPARE(player.startModel().state.get(), AppState::notDownloaded());
     }
 
-    void theLaunchersEndWithNothingRunningIsOverAtOnce()
+    void quittingWithNothingRunningIsOverAtOnce()
     {
         Player player;
         QVERIFY(player.startModel().prepareToQuit().isReady());
@@ -326,9 +251,7 @@ private Q_SLOTS:
     void theFreeableSizeIsThatOfTheLaunchersFolder()
     {
         Player player;
-        player.startHost();
-        AppModel &model = player.startModel();
-        QVERIFY(player.install());
+        AppModel &model = player.startInstalled();
         model.computeFreeableSize();
         QCOMPARE(model.freeableBytes.get(), 0); // computed in the background
         QTRY_VERIFY(model.freeableBytes > 0);
@@ -340,7 +263,7 @@ private Q_SLOTS:
         Player player;
         AppModel &model = player.startModel();
         model.revealInFinder();
-        QCOMPARE(model.notice.get(), std::optional(QStringLiteral("Nothing is downloaded yet.")));
+        QCOMPARE(model.notice.get(), std::optional(Texts::nothingDownloaded));
         QVERIFY(player.workspace.revealed.isEmpty());
         QVERIFY(QDir().mkpath(Paths::root()));
         model.revealInFinder();
@@ -352,78 +275,68 @@ private Q_SLOTS:
         Player player;
         AppModel &model = player.startModel();
         model.showSaves();
-        QCOMPARE(model.notice.get(),
-                 std::optional(QStringLiteral(
-                     "No save files yet. Godot creates them when the game first saves something.")));
+        QCOMPARE(model.notice.get(), std::optional(Texts::noSaves));
         QVERIFY(player.workspace.opened.isEmpty());
 
-        const QString data = player.home.filePath(QStringLiteral("data/Godot"));
-        QVERIFY(QDir().mkpath(data));
-        model.showSaves();
-        QCOMPARE(player.workspace.opened.last(), data);
-        QVERIFY(QDir().mkpath(data + QStringLiteral("/app_userdata")));
-        model.showSaves();
-        QCOMPARE(player.workspace.opened.last(), data + QStringLiteral("/app_userdata"));
         // The project facts were never read, so the default name is used.
-        QVERIFY(QDir().mkpath(data + QStringLiteral("/app_userdata/Vantor")));
-        model.showSaves();
-        QCOMPARE(player.workspace.opened.last(), data + QStringLiteral("/app_userdata/Vantor"));
-        ProjectInfo info;
-        info.name = QStringLiteral("Hill Run");
-        model.info = info;
-        QVERIFY(QDir().mkpath(data + QStringLiteral("/app_userdata/Hill Run")));
-        model.showSaves();
-        QCOMPARE(player.workspace.opened.last(), data + QStringLiteral("/app_userdata/Hill Run"));
+        for (const char *folder : { "", "/app_userdata", "/app_userdata/Vantor", "/app_userdata/Hill Run" }) {
+            const QString path = player.home.filePath(u"data/Godot"_s + QLatin1StringView(folder));
+            QVERIFY(QDir().mkpath(path));
+            if (path.endsWith(u"Run"_s)) {
+                ProjectInfo info;
+                info.name = u"Hill Run"_s;
+                model.info = info;
+            }
+            model.showSaves();
+            QCOMPARE(player.workspace.opened.last(), path);
+        }
     }
 
     void aDesktopThatOpensNothingIsNamedInASentence_data()
     {
         QTest::addColumn<std::function<void(AppModel &)>>("press");
-        QTest::addColumn<QString>("sentence");
+        QTest::addColumn<QString>("what");
         using Press = std::function<void(AppModel &)>;
         QTest::newRow("reveal") << Press([](AppModel &model) { model.revealInFinder(); })
-                                << QStringLiteral("Nothing on this desktop could open the folder "
-                                                  "\u201c%1/Vantor Platformer\u201d.");
+                                << u"folder \u201c%1/Vantor Platformer\u201d"_s;
         QTest::newRow("saves") << Press([](AppModel &model) { model.showSaves(); })
-                               << QStringLiteral("Nothing on this desktop could open the folder "
-                                                 "\u201c%1/Godot\u201d.");
-        QTest::newRow("page") << Press(
-            [](AppModel &model) { model.browse(QUrl(QStringLiteral("https://example.org/a page"))); })
-                              << QStringLiteral("Nothing on this desktop could open the page "
-                                                "\u201chttps://example.org/a page\u201d.");
+                               << u"folder \u201c%1/Godot\u201d"_s;
+        QTest::newRow("page") << Press([](AppModel &model) {
+            model.browse(QUrl(u"https://example.org/a page"_s));
+        }) << u"page \u201chttps://example.org/a page\u201d"_s;
     }
 
     void aDesktopThatOpensNothingIsNamedInASentence()
     {
         QFETCH(const std::function<void(AppModel &)>, press);
-        QFETCH(const QString, sentence);
+        QFETCH(QString, what);
         Player player;
         player.workspace.opensNothing = true;
         AppModel &model = player.startModel();
-        const QString data = player.home.filePath(QStringLiteral("data"));
-        QVERIFY(QDir().mkpath(Paths::root()) && QDir().mkpath(data + QStringLiteral("/Godot")));
+        const QString data = player.home.dataHome();
+        QVERIFY(QDir().mkpath(Paths::root()) && QDir().mkpath(data + u"/Godot"_s));
         press(model);
         QVERIFY(!model.notice->has_value());
-        const QString expected = sentence.contains(QLatin1StringView("%1")) ? sentence.arg(data) : sentence;
-        QTRY_COMPARE(model.notice.get(), std::optional(expected));
+        QTRY_COMPARE(
+            model.notice.get(),
+            std::optional(u"Nothing on this desktop could open the %1."_s.arg(what).replace(u"%1"_s, data)));
     }
 
-    void copyGivesTheMessageAndTheLines()
+    void copyPutsTheMessageAndTheLinesOnThePasteboard()
     {
         Player player;
         AppModel &model = player.startModel();
-        model.failureMessage = QStringLiteral("It failed.");
-        model.failureLines
-            = QStringList({ QStringLiteral("one"), QStringLiteral("two"), QStringLiteral("three") });
+        model.failureMessage = u"It failed."_s;
+        model.failureLines = QStringList({ u"one"_s, u"two"_s, u"three"_s });
         model.copyFailure();
-        QCOMPARE(player.pasteboard.texts.last(), QStringLiteral("It failed.\none\ntwo\nthree"));
+        QCOMPARE(player.pasteboard.texts.last(), u"It failed.\none\ntwo\nthree"_s);
     }
 
-    void copyWithoutAFailureGivesASingleLineFeed()
+    void copyWithoutAFailurePutsASingleLineFeedThere()
     {
         Player player;
         player.startModel().copyFailure();
-        QCOMPARE(player.pasteboard.texts, QStringList({ QStringLiteral("\n") }));
+        QCOMPARE(player.pasteboard.texts, QStringList({ u"\n"_s }));
     }
 };
 

@@ -1,5 +1,7 @@
 #include "Misbehaviours.h"
 
+#include "Texts.h"
+
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 using Connection = Misbehaviour::Connection;
@@ -38,17 +40,12 @@ QList<Misbehaviour> allMisbehaviours(const QString &engineArchive)
         broken(name, reply, timedOut, Sound::Silent);
     };
     const auto refused = [&all, &engineArchive](const char *name, int status, const QByteArray &body = {}) {
-        const QString error = u"The server answered with error %1 for %2."_s;
-        all.append({ name, HttpReply::status(status, body), error.arg(status).arg(u"master.zip"_s),
-                     u"Could not get the checksum list (server error %1)."_s.arg(status),
-                     error.arg(status).arg(engineArchive) });
+        all.append({ name, HttpReply::status(status, body), Texts::refused(status), Texts::noList(status),
+                     Texts::refused(status, engineArchive) });
     };
     const auto useless = [&all, &engineArchive](const char *name, const HttpReply &reply,
                                                 Connection connection = Connection::Plain) {
-        all.append({ name, reply, u"Could not unpack game.zip (ditto exit code 1)."_s,
-                     u"The official checksum list has no entry for %1."_s.arg(engineArchive),
-                     u"The Godot download did not match its official checksum, so it was thrown away. "
-                     "Please try again."_s,
+        all.append({ name, reply, Texts::notUnpacked, Texts::notListed(engineArchive), Texts::noMatch,
                      Sound::Loud, connection });
     };
 
@@ -102,19 +99,19 @@ QList<Misbehaviour> allMisbehaviours(const QString &engineArchive)
     broken("reset in the body", announced().send("some").pause(20ms).reset(), lost);
     broken("no HTTP at all", HttpReply().send("220 Mail is welcome.\r\n\r\n"), notUnderstood);
 
-    useless("204, nothing there", HttpReply::head(204));
-    useless("206, a part unasked",
+    useless("204, no content", HttpReply::head(204));
+    useless("206, a part that nobody asked for",
             HttpReply::head(206, { "Content-Range: bytes 0-3/9", "Content-Length: 4" }).send("some"));
     refused("302 without an address", 302);
     refused("304, not modified", 304);
-    refused("401, who are you", 401, logInPage);
-    refused("403, not you", 403);
-    refused("404, not here", 404, logInPage);
-    refused("416, not that part", 416);
-    refused("429, not so often", 429);
-    refused("500, in trouble", 500);
-    refused("503, come back later", 503);
-    refused("511, log in first", 511, logInPage);
+    refused("401, log in", 401, logInPage);
+    refused("403, forbidden", 403);
+    refused("404, not found", 404, logInPage);
+    refused("416, no such range", 416);
+    refused("429, too many requests", 429);
+    refused("500, internal error", 500);
+    refused("503, unavailable", 503);
+    refused("511, log in to the network", 511, logInPage);
 
     useless("gzip unasked", ok({ "Content-Encoding: gzip" }).send(gzipped));
     useless("a coding that nobody knows", ok({ "Content-Encoding: x-secret" }).send(gzipped));

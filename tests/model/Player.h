@@ -2,18 +2,23 @@
 
 #include "AppModel.h"
 #include "Background.h"
+#include "Desktop.h"
+#include "EngineManager.h"
 #include "LocalCodeHost.h"
 #include "Pasteboard.h"
 #include "Paths.h"
 #include "Preferences.h"
 #include "ProcessController.h"
+#include "ProjectInspector.h"
 #include "TestHome.h"
 #include "TransferRules.h"
 #include "Workspace.h"
 
 #include <QDirIterator>
+#include <QRegularExpression>
 #include <QTest>
 
+#include <filesystem>
 #include <memory>
 #include <optional>
 
@@ -101,9 +106,10 @@ private:
     QList<std::optional<double>> m_fractions;
 };
 
-/// A player at a fresh machine: a home folder, a small game on a local code host, a shell script as every
-/// engine build, and the model. The game's files decide what the engine does: it runs "import.sh" as the
-/// import pass and "play.sh" as the game, in the project's folder.
+/// A player at a fresh machine: a home folder, a game on a local code host, one program as every engine
+/// build, and the model. Unless a test brings a real game and engine, the engine is a shell script and the
+/// game's files decide what it does: it runs "import.sh" as the import pass and "play.sh" as the game, in the
+/// project's folder.
 class Player final {
 public:
     explicit Player(const QByteArray &features = "\"4.6\"", const QByteArray &configVersion = "5")
@@ -116,8 +122,7 @@ public:
         writeGame(QStringLiteral("import.sh"),
                   "mkdir -p .godot .import; touch .import/picture; echo imported\n");
         writeGame(QStringLiteral("play.sh"), "echo playing \"$@\"; exec sleep 60\n");
-        const QString engine = home.write(QStringLiteral("standing-engine"),
-                                          R"(#!/bin/sh
+        engine = writeProgram(QStringLiteral("standing-engine"), R"(#!/bin/sh
 for argument; do
     [ "$previous" = --path ] && project=$argument
     case $argument in --import|--no-window) import=yes;; esac
@@ -126,23 +131,40 @@ done
 cd "$project" || exit 9
 if [ "$import" ]; then . ./import.sh; else . ./play.sh; fi
 )");
-        if (!QFile::setPermissions(engine, QFile::permissions(engine) | QFileDevice::ExeOwner))
-            qFatal("The standing engine cannot be made a program.");
+    }
+
+    /// With a copy of the folder `game`, a real engine, and the time that the engine may take for a step.
+    Player(const QString &game, QString realEngine, std::chrono::milliseconds forAStep)
+        : engine(std::move(realEngine))
+        , patience(forAStep)
+    {
+        std::filesystem::copy(game.toStdString(), repository().toStdString(),
+                              std::filesystem::copy_options::recursive);
     }
 
     ~Player()
     {
-        if (!model)
-            return;
-        model->cancel();
-        if (!stopGame() || !waitUntilIdle())
-            qFatal("What the model runs did not end.");
-        // Background reads deliver their results before the model is destroyed, so that no coroutine frame
-        // leaks.
-        waitForBackground(std::chrono::seconds(30));
-        QCoreApplication::processEvents();
-        QCoreApplication::processEvents();
+        if (model) {
+            model->cancel();
+            // The model must not be destroyed while an action runs, so there is no way to go on.
+            if (!stopGame() || !waitUntilIdle())
+                qFatal("What the model runs did not end.");
+            // Background reads deliver their results before the model is destroyed, so that no coroutine
+            // frame leaks.
+            waitForBackground(std::chrono::seconds(30));
+            QCoreApplication::processEvents();
+            QCoreApplication::processEvents();
+        }
+        CodeHost::setAddress(CodeHost::official());
+        if (m_usesOwnTool)
+            Desktop::use(std::nullopt);
     }
+
+    Player(const Player &) = delete;
+    Player &operator=(const Player &) = delete;
+
+    /// The folder that the code host serves as the game.
+    QString repository() const { return home.filePath(QStringLiteral("repository")); }
 
     /// Writes a file of the game that the code host serves.
     void writeGame(const QString &name, const QByteArray &content) const
@@ -150,12 +172,42 @@ if [ "$import" ]; then . ./import.sh; else . ./play.sh; fi
         home.write(QStringLiteral("repository/") + name, content);
     }
 
+    /// Writes a file of the installed game.
+    void writeInstalled(const QString &name, const QByteArray &content) const
+    {
+        home.write(QDir(home.path()).relativeFilePath(Paths::gameFolder() + u'/' + name), content);
+    }
+
+    /// Writes a program in the home and returns its path.
+    QString writeProgram(const QString &name, const QByteArray &content) const
+    {
+        const QString file = home.write(name, content);
+        if (!QFile::setPermissions(file, QFile::permissions(file) | QFileDevice::ExeOwner))
+            qFatal("%s cannot be made a program.", qPrintable(file));
+        return file;
+    }
+
+    /// Makes the launcher unpack with the script `tool` for as long as this object lives.
+    void useUnpackTool(const QByteArray &tool)
+    {
+        Desktop desktop = Desktop::current();
+        desktop.unpackTool = writeProgram(QStringLiteral("unpack"), tool);
+        Desktop::use(desktop);
+        m_usesOwnTool = true;
+    }
+
     /// Starts a new code host, with further `options` of tools/code-host.
     void startHost(const QStringList &options = {})
     {
         host.reset();
-        host = std::make_unique<LocalCodeHost>(home.filePath(QStringLiteral("repository")),
-                                               home.filePath(QStringLiteral("standing-engine")), options);
+        host = std::make_unique<LocalCodeHost>(repository(), engine, options);
+    }
+
+    /// Makes the code host unreachable.
+    void loseHost()
+    {
+        host.reset();
+        CodeHost::setAddress(QUrl(QStringLiteral("http://127.0.0.1:1"))); // nothing listens there
     }
 
     /// Replaces the model with a new one, as a restart of the launcher would.
@@ -166,35 +218,100 @@ if [ "$import" ]; then . ./import.sh; else . ./play.sh; fi
         return *model;
     }
 
+    /// Starts a code host and a model.
+    AppModel &start(const QStringList &hostOptions = {})
+    {
+        startHost(hostOptions);
+        return startModel();
+    }
+
+    /// Puts the game, the engine and the import marker in place as an installation does, only faster.
+    void putInPlace() const
+    {
+        const EngineSpec spec = EngineManager::spec(ProjectInspector::inspectForEngine(repository()));
+        const auto copy = [](const QString &from, const QString &to) {
+            if (!QDir().mkpath(QFileInfo(to).path()) || !QFile::copy(from, to))
+                qFatal("%s could not be copied.", qPrintable(from));
+        };
+        copy(engine, EngineManager::folder(spec) + u'/' + spec.fileName().chopped(4));
+        const QStringList files = QDir(repository()).entryList(QDir::Files);
+        for (const QString &file : files)
+            copy(repository() + u'/' + file, Paths::gameFolder() + u'/' + file);
+        writeInstalled(QFileInfo(EngineManager::markerURL(spec)).fileName(), "ok");
+    }
+
+    /// Starts a model with everything in place, and waits until it has read the game.
+    AppModel &startInstalled()
+    {
+        if (CodeHost::address() == CodeHost::official())
+            loseHost(); // no test downloads from the real one
+        putInPlace();
+        startModel();
+        waitFor([this] { return model->info.get().has_value(); });
+        return *model;
+    }
+
+    template <typename Condition> bool waitFor(const Condition &condition) const
+    {
+        return QTest::qWaitFor(condition, static_cast<int>(patience.count()));
+    }
+
     /// Presses Play and waits until the game runs.
     bool playToRunning()
     {
         model->play();
-        return QTest::qWaitFor([this] { return model->runner.isRunning || hasFailed(); }, 20000)
-            && model->runner.isRunning;
+        return waitFor([this] { return model->runner.isRunning || hasFailed(); }) && model->runner.isRunning;
+    }
+
+    /// Presses Play and waits until a failure is shown.
+    bool playToFailure()
+    {
+        model->play();
+        return waitFor([this] { return hasFailed(); });
     }
 
     /// Presses Stop until the game has ended, and waits until the state has settled. Once is not enough: Stop
     /// has no effect while the child is being launched.
     bool stopGame()
     {
-        return QTest::qWaitFor(
-            [this] {
-                model->runner.stop();
-                return !model->runner.isRunning;
-            },
-            20000);
+        return waitFor([this] {
+            model->runner.stop();
+            return !model->runner.isRunning;
+        });
     }
 
     /// Installs everything, so that the model is ready.
     bool install() { return playToRunning() && stopGame() && model->state.get() == AppState::ready(); }
 
+    bool isIdle() const { return !model->isWorking() && !model->runner.isRunning; }
     bool waitUntilIdle() const
     {
-        return QTest::qWaitFor([this] { return !model->isWorking() && !model->runner.isRunning; }, 30000);
+        return waitFor([this] { return isIdle(); });
+    }
+
+    /// Shows a failure without an action.
+    void showFailure() const
+    {
+        model->failureMessage = QStringLiteral("Something is wrong.");
+        model->failureLines = QStringList(QStringLiteral("a line"));
+        model->state = AppState::needs(QStringLiteral("Something is wrong."));
     }
 
     bool hasFailed() const { return model->state->kind() == AppState::Case::Needs; }
+
+    /// Verifies that the action ends in a failure: its sentence matches the regular expression `sentence`,
+    /// the end of the log stands below it, and no scratch is left.
+    void verifyFailure(const QString &sentence) const
+    {
+        QVERIFY(waitUntilIdle());
+        const QString message = model->failureMessage->value_or(QString());
+        const QRegularExpression pattern(QRegularExpression::anchoredPattern(sentence));
+        QVERIFY2(pattern.match(message).hasMatch(), qPrintable(message));
+        QCOMPARE(model->state.get(), AppState::needs(message));
+        QCOMPARE(model->failureLines.get(),
+                 model->log.lines->mid(std::max<qsizetype>(0, model->log.lines->size() - 30)));
+        QCOMPARE(scratch(), QStringList());
+    }
 
     /// Everything under "Temp", hidden files too.
     static QStringList scratch()
@@ -206,10 +323,29 @@ if [ "$import" ]; then . ./import.sh; else . ./play.sh; fi
         return found;
     }
 
+    /// Whether a file or folder of the installed game exists.
+    static bool hasInstalled(const QString &name)
+    {
+        return QFileInfo::exists(Paths::gameFolder() + u'/' + name);
+    }
+
+    static QByteArray contentOf(const QString &path)
+    {
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly))
+            qFatal("%s cannot be read.", qPrintable(path));
+        return file.readAll();
+    }
+
     TestHome home;
+    QString engine;
+    std::chrono::milliseconds patience = std::chrono::seconds(20);
     Preferences preferences { home.filePath(QStringLiteral("preferences.ini")) };
     RecordedWorkspace workspace;
     RecordedPasteboard pasteboard;
     std::unique_ptr<LocalCodeHost> host;
     std::unique_ptr<AppModel> model;
+
+private:
+    bool m_usesOwnTool = false;
 };

@@ -1,17 +1,17 @@
 // Cancel at random moments of a complete installation: it ends in "Cancelled." within half a second and
 // leaves nothing behind. CANCEL_SEED repeats a run.
 
-#include "Desktop.h"
-#include "EngineManager.h"
 #include "FileOperations.h"
-#include "Player.h"
 #include "ScriptedHost.h"
+#include "Strain.h"
+#include "Texts.h"
 
 #include <QElapsedTimer>
 
 #include <map>
 #include <random>
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 class RandomCancelTest final : public QObject {
@@ -28,8 +28,8 @@ private Q_SLOTS:
         std::mt19937 random(seed);
 
         Player player;
-        const ScriptedHost host;
-        serveSlowly(host, player);
+        ScriptedHost host(player);
+        serveSlowly(host);
         AppModel &model = player.startModel();
         QElapsedTimer time;
         time.start();
@@ -56,12 +56,11 @@ private Q_SLOTS:
             model.cancel();
             QVERIFY(QTest::qWaitFor([&] { return !model.isWorking(); }, 10'000));
             slowest = std::max(slowest, time.elapsed());
-            const QString how = QStringLiteral("cancelled after %1 ms, took %2 ms, log: %3")
-                                    .arg(moment)
+            const QString how = u"cancelled after %1 ms, took %2 ms, log: %3"_s.arg(moment)
                                     .arg(time.elapsed())
                                     .arg(model.log.lines->join(u'\n'));
             QVERIFY2(time.elapsed() <= 500 * patience, qPrintable(how));
-            QVERIFY2(model.log.lines->last() == QStringLiteral("Cancelled."), qPrintable(how));
+            QVERIFY2(model.log.lines->last() == Texts::cancelled, qPrintable(how));
             QVERIFY2(!model.failureMessage.get() && model.stepText->isEmpty(), qPrintable(how));
             QVERIFY2(Player::scratch().isEmpty(), qPrintable(how));
             QVERIFY2(isWholeOrAbsent(), qPrintable(how));
@@ -79,36 +78,29 @@ private Q_SLOTS:
     void aCancelDoesNotWaitForTheUnpacking_data()
     {
         QTest::addColumn<QString>("line");
-        QTest::newRow("of the game") << QStringLiteral("Unpacking the game");
-        QTest::newRow("of the engine") << QStringLiteral("Unpacking the engine");
+        QTest::newRow("of the game") << Texts::unpackingGame;
+        QTest::newRow("of the engine") << Texts::unpackingEngine;
     }
 
     void aCancelDoesNotWaitForTheUnpacking()
     {
         QFETCH(QString, line);
         Player player;
-        ScriptedHost host;
-        host.serveGood("#!/bin/sh\n");
+        const ScriptedHost host(player);
         AppModel &model = player.startModel();
-        if (line.endsWith(QStringLiteral("engine")))
-            player.home.write(QStringLiteral("data/Vantor Platformer/Game/project.godot"),
-                              ScriptedHost::project());
-        Desktop desktop = Desktop::current();
-        desktop.unpackTool = player.home.write(
-            QStringLiteral("unpack"), "#!/bin/sh\necho half > $4/half; touch ~/unpacking; exec sleep 60\n");
-        QVERIFY(QFile::setPermissions(desktop.unpackTool, QFile::ReadOwner | QFile::ExeOwner));
-        Desktop::use(desktop);
-        const auto restore = qScopeGuard([] { Desktop::use(std::nullopt); });
+        if (line == Texts::unpackingEngine)
+            player.writeInstalled(u"project.godot"_s, ScriptedHost::project());
+        player.useUnpackTool("#!/bin/sh\necho half > $4/half; touch ~/unpacking; exec sleep 60\n");
 
         model.play();
-        QTRY_VERIFY(QFileInfo::exists(player.home.filePath(QStringLiteral("unpacking"))));
+        QTRY_VERIFY(QFileInfo::exists(player.home.filePath(u"unpacking"_s)));
         QElapsedTimer time;
         time.start();
         model.cancel();
         QVERIFY(QTest::qWaitFor([&] { return !model.isWorking(); }, 10'000));
         QVERIFY2(time.elapsed() <= 500 * patience, QByteArray::number(time.elapsed()).constData());
         QCOMPARE(model.log.lines->mid(model.log.lines->indexOf(line)),
-                 QStringList({ line, QStringLiteral("Cancelled.") }));
+                 QStringList({ line, Texts::cancelled }));
         QCOMPARE(Player::scratch(), QStringList());
         QVERIFY(!QFileInfo::exists(EngineManager::folder(ScriptedHost::engine())));
     }
@@ -117,18 +109,11 @@ private:
     static constexpr int levels = 40;
     static constexpr qint64 bigFile = 4'000'000;
     /// A factor on time limits: sanitizers slow everything down.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    static constexpr qint64 patience = 4;
-#else
-    static constexpr qint64 patience = 1;
-#endif
+    static constexpr qint64 patience = Strain::isMeasurable() ? 1 : 4;
 
     /// Makes every phase take a while: header, body, hashing, unpacking, importing.
-    static void serveSlowly(const ScriptedHost &host, const Player &player)
+    static void serveSlowly(ScriptedHost &host)
     {
-        QFile script(player.home.filePath(QStringLiteral("standing-engine")));
-        if (!script.open(QIODevice::ReadOnly))
-            qFatal("There is no engine to serve.");
         const auto slow = [](const QByteArray &body) {
             const qsizetype tail = std::min<qsizetype>(body.size(), 20'000);
             return HttpReply()
@@ -141,12 +126,11 @@ private:
         QList<ZipEntry> files;
         for (int i = 0; i < levels; ++i)
             files.append(ZipEntry::file("Vantor-master/level" + QByteArray::number(i), QByteArray(500, 'x')));
-        const QByteArray game = ScriptedHost::gameArchive("sleep 0.05; mkdir -p .godot\n", files);
-        const QByteArray engine = ScriptedHost::engineArchive(
-            script.readAll(), { ZipEntry::file("big", QByteArray(bigFile, 'x')) });
-        host.server->serve(ScriptedHost::gamePath(), slow(game));
-        host.server->serve(ScriptedHost::listPath(), slow(ScriptedHost::listFor(engine)));
-        host.server->serve(ScriptedHost::enginePath(), slow(engine));
+        const QByteArray game = ScriptedHost::gameArchive(files, "sleep 0.05; mkdir -p .godot\n");
+        const QByteArray engine = host.engineArchive({ ZipEntry::file("big", QByteArray(bigFile, 'x')) });
+        host.server.serve(ScriptedHost::gamePath(), slow(game));
+        host.server.serve(ScriptedHost::listPath(), slow(ScriptedHost::listFor(engine)));
+        host.server.serve(ScriptedHost::enginePath(), slow(engine));
     }
 
     /// Restores the state of a fresh machine. Stops a running game first.
@@ -164,11 +148,11 @@ private:
         const QString game = Paths::gameFolder();
         const QString engine = EngineManager::folder(ScriptedHost::engine());
         const bool gameIsFine = !QFileInfo::exists(game)
-            || (QFileInfo::exists(game + QStringLiteral("/project.godot"))
-                && QDir(game).entryList({ QStringLiteral("level*") }).size() == levels);
+            || (QFileInfo::exists(game + u"/project.godot"_s)
+                && QDir(game).entryList({ u"level*"_s }).size() == levels);
         const bool engineIsFine = !QFileInfo::exists(engine)
             || (EngineManager::executable(ScriptedHost::engine())
-                && QFileInfo(engine + QStringLiteral("/big")).size() == bigFile);
+                && QFileInfo(engine + u"/big"_s).size() == bigFile);
         return gameIsFine && engineIsFine;
     }
 

@@ -3,85 +3,67 @@
 #include <QDir>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 class SaveFolderTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void theGamesOwnFolderComesFirst()
+    void theGamesOwnFolderComesFirstAndNeverLeadsOutOfTheDataFolder_data()
     {
-        QCOMPARE(saveFolderCandidates(QStringLiteral("/data/Godot"), QStringLiteral("My Game")),
-                 QStringList({ QStringLiteral("/data/Godot/app_userdata/My Game"),
-                               QStringLiteral("/data/Godot/app_userdata"), QStringLiteral("/data/Godot") }));
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("folder");
+        const auto row = [](const char *name, const QString &game, const QString &folder) {
+            QTest::newRow(name) << game << folder;
+        };
+        row("a name", u"My Game"_s, u"My Game"_s);
+        row("what folders may not contain becomes hyphens", u"Who? Me: a/b"_s, u"Who- Me- a-b"_s);
+        row("blanks at the ends are no part of it", u" \t My Game \n"_s, u"My Game"_s);
+        for (const QString &dots : { u"..."_s, u"..a"_s, u"a.."_s, u"a..b"_s, u".hidden"_s })
+            row(qPrintable(u"the dots are part of "_s + dots), dots, dots);
+        row("up", u"../x"_s, u"..-x"_s);
+        row("far up", u"../../.."_s, u"..-..-.."_s);
+        row("absolute", u"/etc"_s, u"-etc"_s);
+        row("only a slash", u"/"_s, u"-"_s);
+        row("the parent and a slash", u"../"_s, u"..-"_s);
+        row("backslashes", u"..\\..\\x"_s, u"..-..-x"_s);
+        row("in and out", u"a/../../../b"_s, u"a-..-..-..-b"_s);
+        row("a drive", u"C:\\x"_s, u"C--x"_s);
+        row("another writing of the slash", u"..\uff0f..\u2215x"_s, u"..\uff0f..\u2215x"_s);
+        const QString half = u".."_s + QChar(0xd800);
+        row("half a character", half + half, half + half);
+        row("very long", QString(100'000, u'/'), QString(100'000, u'-'));
     }
 
-    void aNameIsWrittenAsTheEngineWritesItsFolder()
+    void theGamesOwnFolderComesFirstAndNeverLeadsOutOfTheDataFolder()
     {
-        QCOMPARE(saveFolderCandidates(QStringLiteral("/d"), QStringLiteral("Who? Me: a/b")).first(),
-                 QStringLiteral("/d/app_userdata/Who- Me- a-b"));
-    }
-
-    void blanksAtTheEndsAreNoPartOfTheFoldersName()
-    {
-        QCOMPARE(saveFolderCandidates(QStringLiteral("/d"), QStringLiteral(" \t My Game \n")).first(),
-                 QStringLiteral("/d/app_userdata/My Game"));
-    }
-
-    void dotsWithinANameArePartOfIt()
-    {
-        for (const QString &name : { QStringLiteral("..."), QStringLiteral("..a"), QStringLiteral("a.."),
-                                     QStringLiteral("a..b"), QStringLiteral(".hidden") })
-            QCOMPARE(saveFolderCandidates(QStringLiteral("/d"), name).first(),
-                     QStringLiteral("/d/app_userdata/") + name);
+        QFETCH(QString, name);
+        QFETCH(QString, folder);
+        const QStringList candidates = saveFolderCandidates(u"/data/Godot"_s, name);
+        QCOMPARE(candidates,
+                 QStringList({ u"/data/Godot/app_userdata/"_s + folder, u"/data/Godot/app_userdata"_s,
+                               u"/data/Godot"_s }));
+        QCOMPARE(QDir::cleanPath(candidates.first()), candidates.first());
+        QVERIFY(!folder.contains(u'/'));
     }
 
     void aNameThatIsNoFoldersNameHasNoFolderOfItsOwn_data()
     {
         QTest::addColumn<QString>("name");
         QTest::newRow("empty") << QString();
-        QTest::newRow("blanks") << QStringLiteral(" \t ");
-        QTest::newRow("the folder itself") << QStringLiteral(".");
-        QTest::newRow("its parent") << QStringLiteral("..");
-        QTest::newRow("its parent in blanks") << QStringLiteral(" .. ");
-        QTest::newRow("a NUL") << QString(QChar(u'\0'));
-        QTest::newRow("its parent, cut off by a NUL") << QStringLiteral("..") + QChar(u'\0') + u'x';
-        QTest::newRow("a NUL within") << u'a' + QString(QChar(u'\0')) + u'b';
+        QTest::newRow("blanks") << u" \t "_s;
+        QTest::newRow("the folder itself") << u"."_s;
+        QTest::newRow("its parent") << u".."_s;
+        QTest::newRow("its parent in blanks") << u" .. "_s;
+        QTest::newRow("a NUL") << u"\0"_s;
+        QTest::newRow("its parent, cut off by a NUL") << u"..\0x"_s;
+        QTest::newRow("a NUL within") << u"a\0b"_s;
     }
 
     void aNameThatIsNoFoldersNameHasNoFolderOfItsOwn()
     {
         QFETCH(QString, name);
-        QCOMPARE(saveFolderCandidates(QStringLiteral("/d"), name),
-                 QStringList({ QStringLiteral("/d/app_userdata"), QStringLiteral("/d") }));
-    }
-
-    void noNameLeadsOutOfTheDataFolder_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("folder");
-        QTest::newRow("up") << QStringLiteral("../x") << QStringLiteral("..-x");
-        QTest::newRow("far up") << QStringLiteral("../../..") << QStringLiteral("..-..-..");
-        QTest::newRow("absolute") << QStringLiteral("/etc") << QStringLiteral("-etc");
-        QTest::newRow("only a slash") << QStringLiteral("/") << QStringLiteral("-");
-        QTest::newRow("the parent and a slash") << QStringLiteral("../") << QStringLiteral("..-");
-        QTest::newRow("backslashes") << QStringLiteral("..\\..\\x") << QStringLiteral("..-..-x");
-        QTest::newRow("in and out") << QStringLiteral("a/../../../b") << QStringLiteral("a-..-..-..-b");
-        QTest::newRow("a drive") << QStringLiteral("C:\\x") << QStringLiteral("C--x");
-        QTest::newRow("another writing of the slash")
-            << QStringLiteral("..\uff0f..\u2215x") << QStringLiteral("..\uff0f..\u2215x");
-        QTest::newRow("half a character")
-            << QStringLiteral("..") + QChar(0xd800) << QStringLiteral("..") + QChar(0xd800);
-        QTest::newRow("very long") << QString(100'000, u'/') << QString(100'000, u'-');
-    }
-
-    void noNameLeadsOutOfTheDataFolder()
-    {
-        QFETCH(QString, name);
-        QFETCH(QString, folder);
-        const QStringList candidates = saveFolderCandidates(QStringLiteral("/data/Godot"), name);
-        QCOMPARE(candidates.size(), 3);
-        QCOMPARE(candidates.first(), QStringLiteral("/data/Godot/app_userdata/") + folder);
-        QCOMPARE(QDir::cleanPath(candidates.first()), candidates.first());
-        QVERIFY(!folder.contains(u'/'));
+        QCOMPARE(saveFolderCandidates(u"/d"_s, name), QStringList({ u"/d/app_userdata"_s, u"/d"_s }));
     }
 };
 

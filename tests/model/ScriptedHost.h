@@ -1,31 +1,29 @@
 #pragma once
 
 #include "CodeHost.h"
-#include "EngineSpec.h"
 #include "HttpServer.h"
+#include "Player.h"
+#include "RepoDownloader.h"
 #include "ZipBuilder.h"
 
 #include <QCryptographicHash>
 
-#include <memory>
-
-/// A code host whose replies a test sets (404 where it sets none), used by the code under test for as long as
-/// this object lives. Main thread.
+/// A code host for a player, whose replies a test sets: a valid game, checksum list and engine unless it sets
+/// others. The code under test uses it until the player is destroyed. Main thread.
 class ScriptedHost final {
 public:
-    explicit ScriptedHost(std::unique_ptr<HttpServer> host = std::make_unique<HttpServer>())
-        : server(std::move(host))
+    explicit ScriptedHost(const Player &player)
+        : engineProgram(Player::contentOf(player.engine))
     {
-        CodeHost::setAddress(server->address());
+        CodeHost::setAddress(server.address());
+        serveGame(gameArchive());
+        serveEngine(engineArchive());
     }
-    ~ScriptedHost() { CodeHost::setAddress(CodeHost::official()); }
-    ScriptedHost(const ScriptedHost &) = delete;
-    ScriptedHost &operator=(const ScriptedHost &) = delete;
 
     static EngineSpec engine() { return { 4, QStringLiteral("4.6"), false }; }
-    static QString gamePath() { return QStringLiteral("/Kestrelwood/Vantor/archive/refs/heads/master.zip"); }
-    static QString listPath() { return enginePath(QStringLiteral("SHA512-SUMS.txt")); }
-    static QString enginePath() { return enginePath(engine().fileName()); }
+    static QString gamePath() { return RepoDownloader::zipURL().path(); }
+    static QString listPath() { return QUrl(engine().baseURL()).path() + QStringLiteral("SHA512-SUMS.txt"); }
+    static QString enginePath() { return QUrl(engine().baseURL()).path() + engine().fileName(); }
 
     static QByteArray project()
     {
@@ -33,21 +31,22 @@ public:
     }
 
     /// A game archive whose import pass runs the shell script `import`, with `others` as further entries.
-    static QByteArray gameArchive(const QByteArray &import = "mkdir -p .godot\n",
-                                  const QList<ZipEntry> &others = {})
+    static QByteArray gameArchive(const QList<ZipEntry> &others = {},
+                                  const QByteArray &import = "mkdir -p .godot\n",
+                                  const QByteArray &projectFile = project())
     {
         ZipBuilder archive { ZipEntry::folder("Vantor-master/"),
-                             ZipEntry::file("Vantor-master/project.godot", project()),
+                             ZipEntry::file("Vantor-master/project.godot", projectFile),
                              ZipEntry::file("Vantor-master/import.sh", import),
-                             ZipEntry::file("Vantor-master/play.sh", "exec sleep 60\n") };
+                             ZipEntry::file("Vantor-master/play.sh", "echo playing; exec sleep 60\n") };
         archive.entries += others;
         return archive.bytes();
     }
 
-    /// The archive of the wanted engine build: `program` as its program, `others` as further entries.
-    static QByteArray engineArchive(const QByteArray &program, const QList<ZipEntry> &others = {})
+    /// The archive of the wanted engine build, with `others` as further entries.
+    QByteArray engineArchive(const QList<ZipEntry> &others = {}) const
     {
-        ZipBuilder archive { ZipEntry::program(engine().fileName().chopped(4).toUtf8(), program) };
+        ZipBuilder archive { ZipEntry::program(engine().fileName().chopped(4).toUtf8(), engineProgram) };
         archive.entries += others;
         return archive.bytes();
     }
@@ -59,20 +58,17 @@ public:
             + engine().fileName().toUtf8() + "\n";
     }
 
-    /// Serves a valid game, checksum list and engine. `program` is the content of the engine's program.
-    void serveGood(const QByteArray &program)
+    void serveGame(const QByteArray &archive) { server.serve(gamePath(), archive); }
+
+    /// Serves `archive` as the engine, and the list that matches it.
+    void serveEngine(const QByteArray &archive)
     {
-        const QByteArray archive = engineArchive(program);
-        server->serve(gamePath(), gameArchive());
-        server->serve(listPath(), listFor(archive));
-        server->serve(enginePath(), archive);
+        server.serve(listPath(), listFor(archive));
+        server.serve(enginePath(), archive);
     }
 
-    const std::unique_ptr<HttpServer> server;
+    HttpServer server;
 
 private:
-    static QString enginePath(const QString &file)
-    {
-        return QStringLiteral("/godotengine/godot-builds/releases/download/4.6-stable/") + file;
-    }
+    const QByteArray engineProgram;
 };
