@@ -1,23 +1,17 @@
 // The whole way from an empty folder to a running game, with a real engine and a real game, using only the
 // model. ENGINE_LINE in the environment selects the engine line and the sample game: 3 or 4.
 
-#include "AppModel.h"
-#include "EngineManager.h"
-#include "LocalCodeHost.h"
-#include "Paths.h"
 #include "Player.h"
+#include "Texts.h"
 #include "VirtualDisplay.h"
 
-#include <QDirIterator>
-#include <QRegularExpression>
 #include <QTest>
 
 #include <cstdio>
-#include <filesystem>
+
+using namespace Qt::StringLiterals;
 
 namespace {
-
-constexpr int engineTime = 120000; // milliseconds that a real engine may take for a step
 
 QString engineLine() { return qEnvironmentVariable("ENGINE_LINE"); }
 
@@ -30,12 +24,6 @@ QString realEngine()
     if (!tool.waitForFinished(-1) || tool.exitCode() != 0)
         return QString();
     return QString::fromUtf8(tool.readAllStandardOutput()).trimmed();
-}
-
-void copyFolder(const QString &from, const QString &to)
-{
-    std::filesystem::create_directories(std::filesystem::path(to.toStdString()).parent_path());
-    std::filesystem::copy(from.toStdString(), to.toStdString(), std::filesystem::copy_options::recursive);
 }
 
 }
@@ -52,58 +40,43 @@ public:
 private Q_SLOTS:
     void init()
     {
-        m_home = std::make_unique<TestHome>();
-        m_repository = m_home->filePath(QStringLiteral("repository"));
-        copyFolder(QStringLiteral(SAMPLES_FOLDER "/coin-run-") + engineLine(), m_repository);
-        m_preferences = std::make_unique<Preferences>(m_home->filePath(QStringLiteral("preferences.ini")));
-        startHost();
-        startModel();
+        constexpr std::chrono::minutes forAStep { 2 };
+        m_player = std::make_unique<Player>(QStringLiteral(SAMPLES_FOLDER "/coin-run-") + engineLine(),
+                                            m_engine, forAStep);
+        m_player->start();
     }
 
-    void cleanup()
-    {
-        m_model->cancel();
-        QVERIFY(QTest::qWaitFor(
-            [this] {
-                m_model->stopForQuit();
-                return !m_model->isWorking() && !m_model->runner.isRunning;
-            },
-            engineTime));
-        m_model.reset();
-        m_host.reset();
-        m_home.reset();
-    }
+    void cleanup() { m_player.reset(); }
 
     void theFirstPlayRunsAllStepsAndTheSecondOnlyTheLast()
     {
-        Diary diary(*m_model);
-        m_model->play();
-        QVERIFY(waitFor(AppState::playing()));
-        const QString engineName = spec().displayName();
+        AppModel &model = *m_player->model;
+        Diary diary(model);
+        QVERIFY(playTo(AppState::playing()));
+        const EngineSpec spec = EngineManager::spec(*model.info.get());
+        QCOMPARE(diary.steps(), Texts::steps(spec));
         QCOMPARE(
-            diary.steps(),
-            QStringList({ QStringLiteral("Step 1 of 4: downloading the game"),
-                          QStringLiteral("Step 2 of 4: downloading ") + engineName,
-                          QStringLiteral("Step 3 of 4: first-time setup, this can take a minute or more"),
-                          QStringLiteral("Step 4 of 4: starting the game") }));
-        QCOMPARE(diary.states(),
-                 QList<AppState>({ AppState::downloading(QStringLiteral("the game")),
-                                   AppState::downloading(engineName), AppState::settingUp(),
-                                   AppState::starting(), AppState::playing() }));
-        verifyLogOfAFirstPlay();
+            diary.states(),
+            QList<AppState>({ AppState::downloading(u"the game"_s), AppState::downloading(spec.displayName()),
+                              AppState::settingUp(), AppState::starting(), AppState::playing() }));
+        // Our lines come in this order, with the engine's own in between.
+        qsizetype from = 0;
+        for (const QString &line : Texts::firstLog(spec)) {
+            const qsizetype found = model.log.lines->indexOf(line, from);
+            QVERIFY2(found >= 0, qPrintable(line));
+            from = found + 1;
+        }
         QCOMPARE(Player::scratch(), QStringList());
-        QVERIFY(!m_model->log.lines->join(QLatin1Char('\n')).contains(QStringLiteral("SCRIPT ERROR")));
+        QVERIFY(!model.log.lines->join(u'\n').contains(u"SCRIPT ERROR"_s));
 
-        m_model->runner.stop();
-        QVERIFY(waitUntilIdle());
-        QCOMPARE(m_model->log.lines->last(), QStringLiteral("Game stopped."));
-        QCOMPARE(m_model->state.get(), AppState::ready());
+        QVERIFY(m_player->stopGame());
+        QCOMPARE(model.log.lines->last(), Texts::stopped());
+        QCOMPARE(model.state.get(), AppState::ready());
         QVERIFY(!saveFile().isEmpty());
 
-        Diary second(*m_model);
-        m_model->play();
-        QVERIFY(waitFor(AppState::playing()));
-        QCOMPARE(second.steps(), QStringList({ QStringLiteral("Step 4 of 4: starting the game") }));
+        Diary second(model);
+        QVERIFY(playTo(AppState::playing()));
+        QCOMPARE(second.steps(), Texts::steps(spec).last(1));
     }
 
     void aGameThatEndsByItselfTooSoonFailsInTheTwoExactSentences_data()
@@ -119,189 +92,125 @@ private Q_SLOTS:
         QFETCH(int, status);
         QFETCH(int, seconds);
         letTheGameEnd(status, seconds);
-        m_model->play();
-        QVERIFY(
-            QTest::qWaitFor([this] { return m_model->state->kind() == AppState::Case::Needs; }, engineTime));
-        const QRegularExpression sentence(
-            QStringLiteral(
-                "^The game closed after only (\\d+) seconds \\(exit code %1\\), so it did not start "
-                "properly\\. These are the last lines of its log:$")
-                .arg(status));
-        const auto match = sentence.match(m_model->failureMessage->value_or(QString()));
-        QVERIFY2(match.hasMatch(), qPrintable(m_model->failureMessage->value_or(QString())));
+        AppModel &model = *m_player->model;
+        QVERIFY(m_player->playToFailure());
         // The engine's own start-up adds to the game's time.
-        QVERIFY(match.captured(1).toInt() >= seconds);
-        QVERIFY(m_model->failureLines->contains(QStringLiteral("The end of the test game.")));
+        QStringList sentences;
+        for (int shown = seconds; shown <= 10; ++shown)
+            sentences << Texts::closedEarly(shown, status);
+        QVERIFY2(sentences.contains(*model.failureMessage.get()), qPrintable(*model.failureMessage.get()));
+        QVERIFY(model.failureLines->contains(u"The end of the test game."_s));
 
-        m_model->play();
-        QVERIFY(QTest::qWaitFor([this] { return m_model->runner.isRunning.get(); }, engineTime));
+        QVERIFY(m_player->playToRunning());
     }
 
     void updateKeepsTheSaveDropsTheMarkerAndReinstallAndRemovalEndWhereTheyShould()
     {
-        m_model->play();
-        QVERIFY(waitFor(AppState::playing()));
-        m_model->runner.stop();
-        QVERIFY(waitUntilIdle());
+        AppModel &model = *m_player->model;
+        QVERIFY(playTo(AppState::playing()));
+        QVERIFY(m_player->stopGame());
         const QString save = saveFile();
         QVERIFY(!save.isEmpty());
-        const QString marker = EngineManager::markerURL(spec());
+        const QString marker = EngineManager::markerURL(EngineManager::spec(*model.info.get()));
         QVERIFY(QFileInfo::exists(marker));
 
-        m_model->updateGame();
-        QVERIFY(waitUntilIdle());
-        QCOMPARE(m_model->notice.get(), std::optional(QStringLiteral("The game was updated.")));
+        model.updateGame();
+        QVERIFY(m_player->waitUntilIdle());
+        QCOMPARE(model.notice.get(), std::optional(Texts::updated));
         QVERIFY(!QFileInfo::exists(marker));
         QVERIFY(QFileInfo::exists(save));
-        QCOMPARE(m_model->state.get(), AppState::notDownloaded());
+        QCOMPARE(model.state.get(), AppState::notDownloaded());
 
-        m_model->reinstall();
+        model.reinstall();
         QVERIFY(waitFor(AppState::playing()));
         QVERIFY(QFileInfo::exists(save));
-        m_model->runner.stop();
-        QVERIFY(waitUntilIdle());
-        QCOMPARE(m_model->state.get(), AppState::ready());
+        QVERIFY(m_player->stopGame());
+        QCOMPARE(model.state.get(), AppState::ready());
 
-        m_model->removeEverything();
+        model.removeEverything();
         QVERIFY(!QFileInfo::exists(Paths::root()));
         QVERIFY(QFileInfo::exists(save));
-        QCOMPARE(m_model->notice.get(), std::optional(QStringLiteral("Everything was removed.")));
+        QCOMPARE(model.notice.get(), std::optional(Texts::removed));
     }
 
     void cancelInEachStepLeavesNothingAndTheNextPlayCompletes()
     {
-        startHost({ QStringLiteral("--slow"), QStringLiteral("100") });
-        m_model->play();
-        QVERIFY(QTest::qWaitFor([this] { return !m_model->progressDetail->isEmpty(); }, engineTime));
-        QCOMPARE(m_model->state.get(), AppState::downloading(QStringLiteral("the game")));
+        AppModel &model = *m_player->model;
+        m_player->startHost({ u"--slow"_s, u"100"_s });
+        model.play();
+        QVERIFY(m_player->waitFor([&] { return !model.progressDetail->isEmpty(); }));
+        QCOMPARE(model.state.get(), AppState::downloading(u"the game"_s));
         cancelAndVerify();
 
-        startHost({ QStringLiteral("--slow"), QStringLiteral("20000") });
-        m_model->play();
-        QVERIFY(QTest::qWaitFor(
-            [this] {
-                return m_model->state->text().startsWith(QStringLiteral("Godot"))
-                    && (!m_model->progressDetail->isEmpty() || engineLine() == QStringLiteral("4"));
-            },
-            engineTime));
+        m_player->startHost({ u"--slow"_s, u"20000"_s });
+        model.play();
+        QVERIFY(m_player->waitFor([&] {
+            return model.state->text().startsWith(u"Godot"_s)
+                && (!model.progressDetail->isEmpty() || engineLine() == u"4"_s);
+        }));
         cancelAndVerify();
 
-        startHost();
-        m_model->play();
-        QVERIFY(waitFor(AppState::settingUp()));
+        m_player->startHost();
+        QVERIFY(playTo(AppState::settingUp()));
         cancelAndVerify();
 
-        m_model->play();
-        QVERIFY(waitFor(AppState::playing()));
+        QVERIFY(playTo(AppState::playing()));
     }
 
 private:
-    void startHost(const QStringList &options = {})
+    bool playTo(const AppState &state) const
     {
-        m_host.reset();
-        m_host = std::make_unique<LocalCodeHost>(m_repository, m_engine, options);
+        m_player->model->play();
+        return waitFor(state);
     }
-
-    void startModel()
-    {
-        m_model.reset();
-        m_model = std::make_unique<AppModel>(*m_preferences, m_workspace, m_pasteboard);
-    }
-
-    EngineSpec spec() const { return EngineManager::spec(*m_model->info.get()); }
 
     /// Waits for `state`; a failure on the way ends the wait and is printed.
-    bool waitFor(const AppState &state)
+    bool waitFor(const AppState &state) const
     {
-        const bool reached = QTest::qWaitFor(
-            [&] { return m_model->state.get() == state || m_model->state->kind() == AppState::Case::Needs; },
-            engineTime);
-        if (m_model->state.get() != state)
-            qWarning().noquote() << m_model->failureMessage->value_or(QString())
-                                 << m_model->log.lines->join(u'\n');
-        return reached && m_model->state.get() == state;
+        const AppModel &model = *m_player->model;
+        m_player->waitFor([&] { return model.state.get() == state || m_player->hasFailed(); });
+        if (model.state.get() != state)
+            qWarning().noquote() << model.failureMessage->value_or(QString()) << model.log.lines->join(u'\n');
+        return model.state.get() == state;
     }
 
-    bool waitUntilIdle() const
+    void cancelAndVerify() const
     {
-        return QTest::qWaitFor([this] { return !m_model->isWorking() && !m_model->runner.isRunning; },
-                               engineTime);
-    }
-
-    void cancelAndVerify()
-    {
-        m_model->cancel();
-        QVERIFY(waitUntilIdle());
-        QCOMPARE(m_model->log.lines->last(), QStringLiteral("Cancelled."));
-        QVERIFY(!m_model->failureMessage.get());
-        QCOMPARE(m_model->state.get(), AppState::notDownloaded());
+        const AppModel &model = *m_player->model;
+        m_player->model->cancel();
+        QVERIFY(m_player->waitUntilIdle());
+        QCOMPARE(model.log.lines->last(), Texts::cancelled);
+        QVERIFY(!model.failureMessage.get());
+        QCOMPARE(model.state.get(), AppState::notDownloaded());
         QCOMPARE(Player::scratch(), QStringList());
-    }
-
-    void verifyLogOfAFirstPlay()
-    {
-        const QString game = Paths::gameFolder();
-        const QString setUp = engineLine() == QStringLiteral("3")
-            ? QStringLiteral("--no-window --editor --path %1 --quit").arg(game)
-            : QStringLiteral("--headless --import --path %1 --quit").arg(game);
-        const QStringList expected {
-            QStringLiteral("Downloading the game from %1/Kestrelwood/Vantor/archive/refs/heads/master.zip")
-                .arg(m_host->address().toString()),
-            QStringLiteral("Unpacking the game"),
-            QStringLiteral("Game ready in ") + game,
-            QStringLiteral("Looking up the official checksum for ") + spec().fileName(),
-            QStringLiteral("Downloading %1 from %2%3")
-                .arg(spec().displayName(), spec().baseURL(), spec().fileName()),
-            QStringLiteral("Checking the download against the official SHA-512 checksum"),
-            QStringLiteral("Checksum matches"),
-            QStringLiteral("Unpacking the engine"),
-            QStringLiteral(
-                "Clearing the macOS download flag on the verified engine (so it can open without a warning)"),
-            QStringLiteral("First-time setup, pass 1: godot ") + setUp,
-            QStringLiteral("Starting the game: %1 --path %2 --windowed")
-                .arg(QFileInfo(*EngineManager::executable(spec())).fileName(), game),
-        };
-        // Ours come in this order, with the engine's own lines in between.
-        qsizetype from = 0;
-        for (const QString &line : expected) {
-            const qsizetype found = m_model->log.lines->indexOf(line, from);
-            QVERIFY2(found >= 0, qPrintable(line));
-            from = found + 1;
-        }
     }
 
     /// The path of the game's save below the engine's data folder, or an empty string.
     static QString saveFile()
     {
-        QDirIterator files(Paths::godotData() + QStringLiteral("/app_userdata"), { QStringLiteral("*.cfg") },
-                           QDir::Files, QDirIterator::Subdirectories);
+        QDirIterator files(Paths::godotData() + u"/app_userdata"_s, { u"*.cfg"_s }, QDir::Files,
+                           QDirIterator::Subdirectories);
         return files.hasNext() ? files.next() : QString();
     }
 
     /// Makes the repository's copy of the game end itself with `status` after `seconds`.
     void letTheGameEnd(int status, int seconds) const
     {
-        const bool is3 = engineLine() == QStringLiteral("3");
+        const bool is3 = engineLine() == u"3"_s;
         const QByteArray wait = is3 ? "yield(get_tree().create_timer(%1), \"timeout\")"
                                     : "await get_tree().create_timer(%1).timeout";
-        m_home->write(QStringLiteral("repository/the_end.gd"),
-                      "extends Node\nfunc _ready():\n\t"
-                          + QByteArray(wait).replace("%1", QByteArray::number(seconds))
-                          + "\n\tprint(\"The end of the test game.\")\n\tget_tree().quit("
-                          + QByteArray::number(status) + ")\n");
-        QFile project(m_repository + QStringLiteral("/project.godot"));
-        QVERIFY(project.open(QIODevice::ReadWrite | QIODevice::Append));
-        project.write("\n[autoload]\n\nTheEnd=\"*res://the_end.gd\"\n");
+        m_player->writeGame(u"the_end.gd"_s,
+                            "extends Node\nfunc _ready():\n\t"
+                                + QByteArray(wait).replace("%1", QByteArray::number(seconds))
+                                + "\n\tprint(\"The end of the test game.\")\n\tget_tree().quit("
+                                + QByteArray::number(status) + ")\n");
+        m_player->writeGame(u"project.godot"_s,
+                            Player::contentOf(m_player->repository() + u"/project.godot"_s)
+                                + "\n[autoload]\n\nTheEnd=\"*res://the_end.gd\"\n");
     }
 
-    QString m_engine;
-    QString m_repository;
-    std::unique_ptr<TestHome> m_home;
-    std::unique_ptr<Preferences> m_preferences;
-    RecordedWorkspace m_workspace;
-    RecordedPasteboard m_pasteboard;
-    std::unique_ptr<LocalCodeHost> m_host;
-    std::unique_ptr<AppModel> m_model;
+    const QString m_engine;
+    std::unique_ptr<Player> m_player;
 };
 
 int main(int argc, char **argv)
