@@ -96,8 +96,8 @@ private Q_SLOTS:
         QVERIFY(m_player->playToFailure());
         // The engine's own start-up adds to the game's time.
         QStringList sentences;
-        for (int shown = seconds; shown <= 10; ++shown)
-            sentences << Texts::closedEarly(shown, status);
+        for (double time = seconds; time < 10; time += 0.5)
+            sentences << Texts::closedEarly(time, status);
         QVERIFY2(sentences.contains(*model.failureMessage.get()), qPrintable(*model.failureMessage.get()));
         QVERIFY(model.failureLines->contains(u"The end of the test game."_s));
 

@@ -162,6 +162,7 @@ private Q_SLOTS:
         m_host->server.serve(path, reply);
         m_player->model->play();
         m_player->verifyFailure(sentence);
+        QCOMPARE(m_player->model->stepText.get(), Texts::steps().at(1));
         QVERIFY(!QFileInfo::exists(EngineManager::folder(ScriptedHost::engine())));
         QVERIFY(Player::hasInstalled(u"project.godot"_s));
 

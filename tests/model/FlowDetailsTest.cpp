@@ -53,35 +53,26 @@ private Q_SLOTS:
     void theNextActionClearsWhatWasShown_data()
     {
         QTest::addColumn<Verb>("verb");
-        QTest::addColumn<std::optional<QString>>("notice");
-        QTest::newRow("play") << Verb(&AppModel::play) << std::optional<QString>();
-        QTest::newRow("update") << Verb(&AppModel::updateGame) << std::optional<QString>();
-        QTest::newRow("reinstall") << Verb(&AppModel::reinstall) << std::optional<QString>();
-        QTest::newRow("remove") << Verb(&AppModel::removeEverything) << std::optional(Texts::removed);
+        QTest::newRow("play") << Verb(&AppModel::play);
+        QTest::newRow("update") << Verb(&AppModel::updateGame);
+        QTest::newRow("reinstall") << Verb(&AppModel::reinstall);
+        QTest::newRow("remove") << Verb(&AppModel::removeEverything);
     }
 
     void theNextActionClearsWhatWasShown()
     {
         QFETCH(Verb, verb);
-        QFETCH(std::optional<QString>, notice);
         Player player;
         AppModel &model = player.startInstalled();
         model.notice = u"Something happened."_s;
         model.log.append(u"a line"_s);
         player.showFailure();
         (model.*verb)();
-        QCOMPARE(model.notice.get(), notice);
+        QCOMPARE(model.notice.get(),
+                 verb == &AppModel::removeEverything ? std::optional(Texts::removed) : std::nullopt);
         QVERIFY(!model.failureMessage.get());
         QVERIFY(model.failureLines->isEmpty());
         QVERIFY(model.log.lines->isEmpty());
-        QCOMPARE(model.state.get(), AppState::notDownloaded());
-    }
-
-    void reinstallShowsAtOnceThatNothingIsDownloaded()
-    {
-        Player player;
-        AppModel &model = player.startInstalled();
-        model.reinstall();
         QCOMPARE(model.state.get(), AppState::notDownloaded());
     }
 
@@ -179,25 +170,6 @@ private Q_SLOTS:
         QVERIFY(QDir(Paths::gameFolder()).removeRecursively());
         model.loadInfo();
         QVERIFY(!model.info.get());
-    }
-
-    void aListOfChecksumsWithAnotherStatusIsNotRead_data()
-    {
-        QTest::addColumn<int>("status");
-        for (const int status : { 300, 301, 302, 303, 304, 404, 500 })
-            QTest::addRow("%d", status) << status;
-    }
-
-    void aListOfChecksumsWithAnotherStatusIsNotRead()
-    {
-        QFETCH(int, status);
-        Player player;
-        ScriptedHost host(player);
-        const QByteArray list = ScriptedHost::listFor(host.engineArchive());
-        host.server.serve(ScriptedHost::listPath(), HttpReply::status(status, list));
-        const AppModel &model = player.startModel();
-        QVERIFY(player.playToFailure());
-        QCOMPARE(*model.failureMessage.get(), Texts::noList(status));
     }
 
     void theFolderExistsWhenTheLogSaysThatTheGameIsUnpacked()

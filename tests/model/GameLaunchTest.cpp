@@ -105,32 +105,6 @@ private Q_SLOTS:
         QVERIFY(!model.failureMessage.get());
     }
 
-    void aGameThatEndsEarlyFailsWithItsLastLines_data()
-    {
-        QTest::addColumn<QByteArray>("play");
-        QTest::addColumn<QString>("message");
-        QTest::newRow("status 1 at once")
-            << QByteArray("echo last words >&2; exit 1") << Texts::closedEarly(0, 1);
-        QTest::newRow("status 0 after a second")
-            << QByteArray("echo last words; sleep 1") << Texts::closedEarly(1, 0);
-        QTest::newRow("a signal") << QByteArray("echo last words; kill -SEGV $$")
-                                  << Texts::closedEarly(0, 11);
-    }
-
-    void aGameThatEndsEarlyFailsWithItsLastLines()
-    {
-        QFETCH(QByteArray, play);
-        QFETCH(QString, message);
-        Player player;
-        player.writeGame(u"play.sh"_s, play);
-        AppModel &model = player.startInstalled();
-        QVERIFY(player.playToFailure());
-        QCOMPARE(model.failureMessage.get(), std::optional(message));
-        QCOMPARE(model.failureLines->last(), u"last words"_s);
-        QCOMPARE(model.state.get(), AppState::needs(message));
-        QVERIFY(model.stepText->isEmpty());
-    }
-
     void aGameOfThe3LineHasItsProjectFileEditedBeforeEveryStart()
     {
         Player player("", "4");

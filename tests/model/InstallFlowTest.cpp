@@ -86,18 +86,6 @@ private Q_SLOTS:
         QCOMPARE(model.log.lines->count(log.last()), 1);
     }
 
-    void playWhileTheGameRunsDoesNothing()
-    {
-        Player player;
-        AppModel &model = player.startInstalled();
-        QVERIFY(player.playToRunning());
-        QTRY_VERIFY(!model.isWorking());
-        const QString line = model.log.lines->first();
-        model.play();
-        QVERIFY(!model.isWorking());
-        QCOMPARE(model.log.lines->first(), line);
-    }
-
     void aCSharpGameLogsTheNetLineEveryTime()
     {
         Player player("\"4.6\", \"C#\"");
@@ -196,39 +184,6 @@ private Q_SLOTS:
         Diary diary(model);
         QVERIFY(player.playToRunning());
         QCOMPARE(diary.steps(), Texts::steps().last(2));
-    }
-
-    void playFromAFailureClearsTheFailureAndTheLog()
-    {
-        Player player;
-        player.writeGame(u"play.sh"_s,
-                         "[ -e second ] || { touch second; echo broken; exit 3; }\n"
-                         "echo whole; exec sleep 60\n");
-        AppModel &model = player.startInstalled();
-        QVERIFY(player.playToFailure());
-        QVERIFY(model.failureLines->contains(u"broken"_s));
-        model.play();
-        QVERIFY(!model.failureMessage.get());
-        QVERIFY(model.failureLines->isEmpty());
-        QVERIFY(model.log.lines->isEmpty());
-        QCOMPARE(model.state.get(), AppState::notDownloaded());
-        QTRY_VERIFY(model.log.lines->contains(u"whole"_s));
-        QVERIFY(!model.log.lines->contains(u"broken"_s));
-    }
-
-    void whatWasDownloadedBeforeAFailureIsKept()
-    {
-        Player player;
-        AppModel &model = player.start({ u"--engine-version"_s, u"4.5"_s });
-        QVERIFY(player.playToFailure());
-        QCOMPARE(model.failureMessage.get(), std::optional(Texts::noList(404)));
-        const QStringList steps = Texts::steps();
-        QCOMPARE(model.stepText.get(), steps.at(1));
-
-        player.startHost();
-        Diary diary(model);
-        QVERIFY(player.playToRunning());
-        QCOMPARE(diary.steps(), steps.last(3));
     }
 
 private:

@@ -81,16 +81,19 @@ private Q_SLOTS:
         QCOMPARE(Player::scratch(), QStringList());
     }
 
-    void updateReinstallAndRemovalAreRefusedWhileTheGameRuns()
+    void everyActionIsRefusedWhileTheGameRuns()
     {
         Player player;
         AppModel &model = player.startInstalled();
         QVERIFY(player.playToRunning());
         QTRY_VERIFY(!model.isWorking());
+        const QString line = model.log.lines->first();
+        model.play();
         model.updateGame();
         model.reinstall();
         model.removeEverything();
         QVERIFY(!model.isWorking());
+        QCOMPARE(model.log.lines->first(), line);
         QVERIFY(model.runner.isRunning);
         QVERIFY(!model.notice.get());
         QVERIFY(Player::hasInstalled(u"project.godot"_s));
@@ -100,7 +103,6 @@ private Q_SLOTS:
     void reinstallIsRefusedWhileAnActionRuns()
     {
         Player player;
-        player.startHost({ u"--slow"_s, u"300"_s });
         AppModel &model = player.startInstalled();
         model.updateGame();
         model.reinstall();
@@ -117,6 +119,7 @@ private Q_SLOTS:
 
         Diary diary(model);
         model.reinstall();
+        QCOMPARE(model.state.get(), AppState::notDownloaded());
         QVERIFY(!model.info.get());
         QVERIFY(!QFileInfo::exists(Paths::gameFolder()));
         QVERIFY(!QFileInfo::exists(Paths::engineFolder()));
@@ -133,12 +136,9 @@ private Q_SLOTS:
         const QString save = player.home.write(u"data/godot/app_userdata/Hill Run/progress.cfg"_s, "best=9");
         model.freeableBytes = 5;
         model.removeEverything();
-        QVERIFY(!QFileInfo::exists(Paths::root()));
         QVERIFY(QFileInfo::exists(save));
-        QVERIFY(!model.info.get());
         QVERIFY(model.log.lines->isEmpty());
-        QCOMPARE(model.state.get(), AppState::notDownloaded());
-        QCOMPARE(model.notice.get(), std::optional(Texts::removed));
+        verifyRemoved(player);
         QCOMPARE(model.freeableBytes.get(), 5);
         QVERIFY(player.playToRunning());
     }
@@ -154,10 +154,7 @@ private Q_SLOTS:
         QCOMPARE(model.state.get(), AppState::notDownloaded());
         QVERIFY(player.waitUntilIdle());
         QCOMPARE(model.log.lines.get(), QStringList({ Texts::cancelled }));
-        QCOMPARE(model.state.get(), AppState::notDownloaded());
-        QCOMPARE(model.notice.get(), std::optional(Texts::removed));
-        QVERIFY(!model.failureMessage.get());
-        QVERIFY(!QFileInfo::exists(Paths::root()));
+        verifyRemoved(player);
     }
 
     void whatWasReadOfARemovedGameIsDropped()
@@ -190,9 +187,7 @@ private Q_SLOTS:
         }));
         model.removeEverything();
         QVERIFY(player.waitUntilIdle());
-        QVERIFY(!model.info.get());
-        QCOMPARE(model.notice.get(), std::optional(Texts::removed));
-        QVERIFY(!QFileInfo::exists(Paths::root()));
+        verifyRemoved(player);
     }
 
     void removeEverythingDuringTheImportLeavesNothingOfWhatTheEngineStillWrites()
@@ -206,9 +201,7 @@ private Q_SLOTS:
         QTRY_VERIFY(model.log.lines->contains(u"waiting"_s));
         model.removeEverything();
         QVERIFY(player.waitUntilIdle());
-        QVERIFY(!QFileInfo::exists(Paths::root()));
-        QCOMPARE(model.state.get(), AppState::notDownloaded());
-        QVERIFY(!model.failureMessage.get());
+        verifyRemoved(player);
     }
 
     void quittingStopsADownloadAtOnceAndNothingStartsAfterwards()
@@ -337,6 +330,16 @@ private Q_SLOTS:
         Player player;
         player.startModel().copyFailure();
         QCOMPARE(player.pasteboard.texts, QStringList({ u"\n"_s }));
+    }
+
+private:
+    static void verifyRemoved(const Player &player)
+    {
+        QVERIFY(!QFileInfo::exists(Paths::root()));
+        QVERIFY(!player.model->info.get());
+        QVERIFY(!player.model->failureMessage.get());
+        QCOMPARE(player.model->state.get(), AppState::notDownloaded());
+        QCOMPARE(player.model->notice.get(), std::optional(Texts::removed));
     }
 };
 

@@ -27,18 +27,15 @@ class RecordedWorkspace final : public Workspace {
 public:
     void reveal(const QString &folder, std::function<void()> onFailure) override
     {
-        revealed << folder;
-        answer(onFailure);
+        record(revealed, folder, onFailure);
     }
     void open(const QString &folder, std::function<void()> onFailure) override
     {
-        opened << folder;
-        answer(onFailure);
+        record(opened, folder, onFailure);
     }
     void browse(const QUrl &page, std::function<void()> onFailure) override
     {
-        browsed << page;
-        answer(onFailure);
+        record(browsed, page, onFailure);
     }
 
     QStringList revealed;
@@ -48,8 +45,10 @@ public:
     bool opensNothing = false;
 
 private:
-    void answer(const std::function<void()> &onFailure) const
+    template <typename Place>
+    void record(QList<Place> &places, const Place &place, const std::function<void()> &onFailure) const
     {
+        places << place;
         if (opensNothing)
             QMetaObject::invokeMethod(QCoreApplication::instance(), onFailure, Qt::QueuedConnection);
     }
