@@ -1,7 +1,5 @@
-#include "ContentView.h"
-#include "Samples.h"
 #include "Stage.h"
-#include "TextLabel.h"
+#include "StateFace.h"
 
 #include <QAccessible>
 #include <QAccessibleWidget>
@@ -14,18 +12,32 @@
 #include <qpa/qplatformintegration.h>
 #endif
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-/// Every accessibility event so far.
-QList<std::pair<QObject *, QAccessible::Event>> announced;
+/// Records every accessibility event while this object exists.
+class Announcements final {
+public:
+    Announcements()
+    {
+        s_all.clear();
+        QAccessible::installUpdateHandler([](QAccessibleEvent *event) {
+            s_all.append({ event->object(), event->type() });
+        });
+    }
+    ~Announcements() { QAccessible::installUpdateHandler(nullptr); }
+    Q_DISABLE_COPY_MOVE(Announcements)
 
-void note(QAccessibleEvent *event) { announced.append({ event->object(), event->type() }); }
+    static bool contain(const QObject *object, QAccessible::Event type)
+    {
+        return std::any_of(s_all.cbegin(), s_all.cend(),
+                           [=](const auto &entry) { return entry.first == object && entry.second == type; });
+    }
 
-bool wasAnnounced(const QObject *object, QAccessible::Event type)
-{
-    return std::any_of(announced.cbegin(), announced.cend(),
-                       [=](const auto &entry) { return entry.first == object && entry.second == type; });
-}
+private:
+    static inline QList<std::pair<QObject *, QAccessible::Event>> s_all;
+};
 
 /// `top` and all its descendants that are not hidden.
 QList<QAccessibleInterface *> everythingBelow(QAccessibleInterface *top)
@@ -37,6 +49,11 @@ QList<QAccessibleInterface *> everythingBelow(QAccessibleInterface *top)
             found += everythingBelow(child);
     }
     return found;
+}
+
+QList<QAccessibleInterface *> everythingIn(QWidget *widget)
+{
+    return everythingBelow(QAccessible::queryAccessibleInterface(widget));
 }
 
 bool mustHaveAName(const QAccessibleInterface &interface)
@@ -62,22 +79,19 @@ bool mustHaveAName(const QAccessibleInterface &interface)
 QStringList faults(QWidget *widget)
 {
     QStringList result;
-    const auto all = everythingBelow(QAccessible::queryAccessibleInterface(widget));
-    for (const QAccessibleInterface *interface : all) {
+    for (const QAccessibleInterface *interface : everythingIn(widget)) {
+        const QObject *object = interface->object();
+        const auto role = interface->role();
         const QString what
-            = QStringLiteral("%1 with the role %2")
-                  .arg(QLatin1StringView(interface->object() ? interface->object()->metaObject()->className()
-                                                             : "a part"))
-                  .arg(interface->role());
-        const QString name = interface->text(QAccessible::Name);
-        if (mustHaveAName(*interface) && name.isEmpty()) {
-            const auto *label = qobject_cast<const TextLabel *>(interface->object());
-            if (!label || !label->text().isEmpty())
-                result << what + QStringLiteral(" has no name");
-        }
-        if (interface->state().focusable
-            && (interface->role() == QAccessible::NoRole || interface->role() == QAccessible::Client))
-            result << what + QStringLiteral(" takes the focus without a role");
+            = u"%1 with the role %2"_s
+                  .arg(QLatin1StringView(object ? object->metaObject()->className() : "a part"))
+                  .arg(role);
+        const auto *label = qobject_cast<const TextLabel *>(object);
+        const bool isEmptyLabel = label && label->text().isEmpty();
+        if (mustHaveAName(*interface) && interface->text(QAccessible::Name).isEmpty() && !isEmptyLabel)
+            result << what + u" has no name"_s;
+        if (interface->state().focusable && (role == QAccessible::NoRole || role == QAccessible::Client))
+            result << what + u" takes the focus without a role"_s;
     }
     return result;
 }
@@ -85,8 +99,7 @@ QStringList faults(QWidget *widget)
 QStringList namesWithRole(QWidget *widget, QAccessible::Role role)
 {
     QStringList names;
-    const auto all = everythingBelow(QAccessible::queryAccessibleInterface(widget));
-    for (const QAccessibleInterface *interface : all) {
+    for (const QAccessibleInterface *interface : everythingIn(widget)) {
         if (interface->role() == role)
             names << interface->text(QAccessible::Name);
     }
@@ -99,160 +112,115 @@ class AccessibilityTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void everythingHasANameAndARoleInEveryState_data();
-    void everythingHasANameAndARoleInEveryState();
-    void aPartThatHasGoneSinceItWasCountedIsNone();
-    void theSheetsAndTheQuestionHaveNamesAndRoles();
-    void theMainActionIsAButtonWithItsName();
-    void thePictureIsAPictureWithItsName();
-    void theWindowChoiceIsTwoRadioButtons();
-    void theStateAnnouncesItself();
-    void theProgressAnnouncesItself();
-    void playCanBePressedWithoutAPointer();
+    void initTestCase()
+    {
+#if __has_include(<qpa/qplatformaccessibility.h>)
+        QGuiApplicationPrivate::platformIntegration()->accessibility()->setActive(true);
+        QVERIFY(QAccessible::isActive());
+#endif
+    }
+
+    void everythingHasANameAndARoleInEveryState_data()
+    {
+        QTest::addColumn<Samples::Scene>("scene");
+        for (const Samples::Scene &scene : Samples::scenes())
+            QTest::newRow(qPrintable(scene.name)) << scene;
+    }
+
+    void everythingHasANameAndARoleInEveryState()
+    {
+        QFETCH(const Samples::Scene, scene);
+        Stage stage;
+        scene.set(stage.model);
+        stage.open();
+        QCOMPARE(faults(stage.window.get()), QStringList());
+    }
+
+    void aPartThatDoesNotExistIsNull()
+    {
+        const Stage stage(Stage::usual);
+        const auto all = everythingIn(stage.window.get());
+        QVERIFY(all.size() > 10);
+        for (const QAccessibleInterface *interface : all) {
+            for (const int index : { interface->childCount(), interface->childCount() + 3, -1 })
+                QVERIFY(!interface->child(index));
+        }
+    }
+
+    void theSheetsAndTheQuestionHaveNamesAndRoles()
+    {
+        Stage stage;
+        QCOMPARE(faults(stage.openAbout()), QStringList());
+        stage.click(Button::done);
+        QCOMPARE(faults(stage.openSettings()), QStringList());
+        // On Linux a combo box is named after its current choice; its label says what it is for.
+        const auto relations = QAccessible::queryAccessibleInterface(stage.visible<QComboBox>())
+                                   ->relations(QAccessible::Label);
+        QCOMPARE(relations.size(), 1);
+        QCOMPARE(relations.first().first->text(QAccessible::Name), u"Window size"_s);
+        stage.click(Button::removeEverything);
+        QCOMPARE(faults(stage.front()), QStringList());
+    }
+
+    void theMainActionIsAButtonWithItsName()
+    {
+        Stage stage(Stage::usual);
+        QVERIFY(namesWithRole(stage.front(), QAccessible::Button).contains(Button::play));
+        stage.show(AppState::playing());
+        const QStringList names = namesWithRole(stage.front(), QAccessible::Button);
+        QVERIFY(names.contains(Button::stop));
+        QVERIFY(!names.contains(Button::play));
+    }
+
+    void thePictureIsAPictureWithItsName()
+    {
+        const Stage stage(Stage::usual);
+        QCOMPARE(namesWithRole(stage.front(), QAccessible::Graphic), QStringList { u"A running figure"_s });
+    }
+
+    void theWindowChoiceIsTwoRadioButtons()
+    {
+        Stage stage;
+        QCOMPARE(namesWithRole(stage.openSettings(), QAccessible::RadioButton),
+                 QStringList({ Button::windowed, Button::fullscreen }));
+    }
+
+    void theStateAndTheProgressAnnounceThemselves()
+    {
+        if (!QAccessible::isActive())
+            QSKIP("Qt's platform headers are not installed, so that nothing is announced here.");
+        Stage stage(Stage::usual);
+        const auto face = [](const AppState &state) { return stateFace(state, false).label; };
+        const auto *label = Stage::label(*stage.window, face(stage.model.state));
+        {
+            const Announcements announcements;
+            stage.show(AppState::settingUp());
+            QVERIFY(announcements.contain(label, QAccessible::NameChanged));
+            QCOMPARE(label->text(), face(AppState::settingUp()));
+        }
+        const auto *bar = stage.visible<QProgressBar>();
+        for (const double fraction : { 0.1, 0.6 }) {
+            const Announcements announcements;
+            stage.model.progress = fraction;
+            Stage::settle();
+            QVERIFY(announcements.contain(bar, QAccessible::ValueChanged));
+        }
+        const auto *value
+            = QAccessible::queryAccessibleInterface(stage.visible<QProgressBar>())->valueInterface();
+        QCOMPARE(value->currentValue(), QVariant(600));
+    }
+
+    void playCanBePressedWithoutAPointer()
+    {
+        Stage stage;
+        stage.startSlowHost();
+        stage.open();
+        auto *play = QAccessible::queryAccessibleInterface(stage.button(Button::play))->actionInterface();
+        QVERIFY(play);
+        play->doAction(QAccessibleActionInterface::pressAction());
+        QTRY_VERIFY(stage.hasButton(Button::cancel));
+    }
 };
 
-void AccessibilityTest::initTestCase()
-{
-#if __has_include(<qpa/qplatformaccessibility.h>)
-    QGuiApplicationPrivate::platformIntegration()->accessibility()->setActive(true);
-    QVERIFY(QAccessible::isActive());
-#endif
-}
-
-void AccessibilityTest::everythingHasANameAndARoleInEveryState_data()
-{
-    QTest::addColumn<int>("scene");
-    const auto scenes = Samples::scenes();
-    for (int scene = 0; scene < scenes.size(); ++scene)
-        QTest::newRow(qPrintable(scenes.at(scene).name)) << scene;
-}
-
-void AccessibilityTest::everythingHasANameAndARoleInEveryState()
-{
-    QFETCH(const int, scene);
-    Stage stage;
-    Samples::scenes().at(scene).set(stage.model);
-    stage.open();
-    QCOMPARE(faults(stage.window.get()), QStringList());
-}
-
-void AccessibilityTest::aPartThatHasGoneSinceItWasCountedIsNone()
-{
-    Stage stage;
-    stage.open();
-    const auto all = everythingBelow(QAccessible::queryAccessibleInterface(stage.window.get()));
-    QVERIFY(all.size() > 10);
-    for (const QAccessibleInterface *interface : all) {
-        for (const int index : { interface->childCount(), interface->childCount() + 3, -1 })
-            QVERIFY(!interface->child(index));
-    }
-}
-
-void AccessibilityTest::theSheetsAndTheQuestionHaveNamesAndRoles()
-{
-    Stage stage;
-    stage.open();
-    stage.window->findChild<ContentView *>()->showAbout();
-    Stage::settle();
-    QCOMPARE(faults(QApplication::activeModalWidget()), QStringList());
-    QApplication::activeModalWidget()->close();
-    Stage::settle();
-    stage.window->findChild<ContentView *>()->showSettings();
-    Stage::settle();
-    QCOMPARE(faults(QApplication::activeModalWidget()), QStringList());
-    // On Linux a combo box is named after its current choice; its label says what it is for.
-    auto *choice
-        = QAccessible::queryAccessibleInterface(QApplication::activeModalWidget()->findChild<QComboBox *>());
-    const auto relations = choice->relations(QAccessible::Label);
-    QCOMPARE(relations.size(), 1);
-    QCOMPARE(relations.first().first->text(QAccessible::Name), QStringLiteral("Window size"));
-    Stage::click(*QApplication::activeModalWidget(), QStringLiteral("Remove everything\u2026"));
-    QCOMPARE(faults(QApplication::activeModalWidget()), QStringList());
-}
-
-void AccessibilityTest::theMainActionIsAButtonWithItsName()
-{
-    Stage stage;
-    stage.open();
-    QVERIFY(namesWithRole(stage.window.get(), QAccessible::Button).contains(QStringLiteral("Play")));
-    stage.model.state = AppState::playing();
-    Stage::settle();
-    const QStringList names = namesWithRole(stage.window.get(), QAccessible::Button);
-    QVERIFY(names.contains(QStringLiteral("Stop")));
-    QVERIFY(!names.contains(QStringLiteral("Play")));
-}
-
-void AccessibilityTest::thePictureIsAPictureWithItsName()
-{
-    Stage stage;
-    stage.open();
-    QCOMPARE(namesWithRole(stage.window.get(), QAccessible::Graphic),
-             QStringList { QStringLiteral("A running figure") });
-}
-
-void AccessibilityTest::theWindowChoiceIsTwoRadioButtons()
-{
-    Stage stage;
-    stage.open();
-    stage.window->findChild<ContentView *>()->showSettings();
-    Stage::settle();
-    QCOMPARE(namesWithRole(QApplication::activeModalWidget(), QAccessible::RadioButton),
-             (QStringList { QStringLiteral("Windowed"), QStringLiteral("Fullscreen") }));
-}
-
-void AccessibilityTest::theStateAnnouncesItself()
-{
-    if (!QAccessible::isActive())
-        QSKIP("Qt's platform headers are not installed, so that nothing is announced here.");
-    Stage stage;
-    stage.open();
-    const auto labels = stage.window->findChildren<TextLabel *>();
-    const auto label = std::find_if(labels.begin(), labels.end(), [](const TextLabel *each) {
-        return each->text() == QStringLiteral("Not downloaded");
-    });
-    QVERIFY(label != labels.end());
-    QAccessible::installUpdateHandler(note);
-    announced.clear();
-    stage.model.state = AppState::ready();
-    Stage::settle();
-    QAccessible::installUpdateHandler(nullptr);
-    QVERIFY(wasAnnounced(*label, QAccessible::NameChanged));
-    QCOMPARE((*label)->text(), QStringLiteral("Ready"));
-}
-
-void AccessibilityTest::theProgressAnnouncesItself()
-{
-    if (!QAccessible::isActive())
-        QSKIP("Qt's platform headers are not installed, so that nothing is announced here.");
-    Stage stage;
-    stage.model.state = AppState::downloading(QStringLiteral("the game"));
-    stage.model.progress = 0.1;
-    stage.open();
-    const auto *bar = stage.visible<QProgressBar>();
-    QAccessible::installUpdateHandler(note);
-    announced.clear();
-    stage.model.progress = 0.6;
-    stage.model.stepText = QStringLiteral("Step 2 of 4: downloading Godot 4.6");
-    Stage::settle();
-    QAccessible::installUpdateHandler(nullptr);
-    QVERIFY(wasAnnounced(bar, QAccessible::ValueChanged));
-    QCOMPARE(QAccessible::queryAccessibleInterface(stage.visible<QProgressBar>())
-                 ->valueInterface()
-                 ->currentValue(),
-             QVariant(600));
-}
-
-void AccessibilityTest::playCanBePressedWithoutAPointer()
-{
-    Stage stage;
-    stage.player.startHost({ QStringLiteral("--slow"), QStringLiteral("1") });
-    stage.open();
-    auto *play = QAccessible::queryAccessibleInterface(Stage::button(*stage.window, QStringLiteral("Play")));
-    QVERIFY(play->actionInterface());
-    play->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
-    QTRY_VERIFY(Stage::button(*stage.window, QStringLiteral("Cancel")));
-}
-
-QTEST_MAIN(AccessibilityTest)
+QTEST_MAIN(FailsCleanly<AccessibilityTest>)
 #include "AccessibilityTest.moc"

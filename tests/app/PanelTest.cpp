@@ -1,16 +1,13 @@
 #include "FailureView.h"
 #include "LogText.h"
 #include "LogView.h"
+#include "Look.h"
 #include "Pixels.h"
-#include "Samples.h"
 #include "Stage.h"
 
-namespace {
+using namespace Qt::StringLiterals;
 
-QRect placeIn(const QWidget &outer, const QWidget &inner)
-{
-    return { inner.mapTo(&outer, QPoint(0, 0)), inner.size() };
-}
+namespace {
 
 QColor red(double opacity) { return QColor::fromRgbF(1, 0, 0, static_cast<float>(opacity)); }
 QColor black(double opacity) { return QColor::fromRgbF(0, 0, 0, static_cast<float>(opacity)); }
@@ -23,133 +20,115 @@ QRect written(const QImage &image, const QColor &ground)
         .bounds;
 }
 
+/// The middles of the four sides, and some other places.
+QList<QPoint> middles(const QImage &image)
+{
+    const QRect all = image.rect();
+    return { { all.width() / 2, 0 },
+             { all.width() / 2, all.bottom() },
+             { 0, all.height() / 2 },
+             { all.right(), all.height() / 2 } };
+}
+
 }
 
 class PanelTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void theFailureStandsOnRedAndItsLinesOnBlack_data();
-    void theFailureStandsOnRedAndItsLinesOnBlack();
-    void theFailuresPartsStandInTheirPlaces();
-    void theLogStandsOnBlack_data();
-    void theLogStandsOnBlack();
+    void theFailureStandsOnRedAndItsLinesOnBlack_data() { Look::addPalettes(); }
+
+    void theFailureStandsOnRedAndItsLinesOnBlack()
+    {
+        QFETCH(const QPalette, palette);
+        const Look::Palette desktop(palette);
+        Stage stage;
+        stage.fail(5);
+        stage.open(Stage::tall);
+
+        const QColor window = palette.color(QPalette::Window);
+        const QColor panelGround = Colours::over(red(0.08), window);
+        const auto *view = stage.visible<FailureView>();
+        const QImage panel = Pixels::of(*stage.window, *view);
+        for (const QPoint &place : middles(panel))
+            QCOMPARE_LE(Pixels::distance(panel.pixelColor(place), panelGround), 2);
+        for (const Qt::Corner corner : Pixels::corners)
+            QCOMPARE_LT(std::abs(Pixels::cornerRadius(panel, corner, window, 12) - 10), 1);
+
+        const QColor boxGround = Colours::over(black(0.06), panelGround);
+        const QImage box = Pixels::of(*stage.window, *Stage::visible<LogText>(*view)->parentWidget());
+        for (const QPoint &place : { QPoint(box.width() / 2, 0), QPoint(0, box.height() / 2) })
+            QCOMPARE_LE(Pixels::distance(box.pixelColor(place), boxGround), 2);
+        if (palette != Look::light())
+            return; // black on dark is too faint for measuring a corner
+        for (const Qt::Corner corner : Pixels::corners)
+            QCOMPARE_LT(std::abs(Pixels::cornerRadius(box, corner, panelGround, 7) - 6), 1);
+    }
+
+    void theFailuresPartsStandInTheirPlaces()
+    {
+        const Look::Palette desktop(Look::light());
+        Stage stage;
+        stage.fail(3, u"HHHHHH"_s);
+        stage.model.failureLines = QStringList(3, u"HHHHHHHH"_s);
+        stage.open(Stage::tall);
+
+        const auto *view = stage.visible<FailureView>();
+        const auto *lines = Stage::visible<LogText>(*view);
+        QCOMPARE(stage.place(view).left(), 20);
+        QCOMPARE(view->width(), 600 - 2 * 20);
+        const QRect message = Stage::placeIn(*view, *Stage::visible<TextLabel>(*view));
+        const QRect box = Stage::placeIn(*view, *lines->parentWidget());
+        const QRect copy = Stage::placeIn(*view, *Stage::button(*view, Button::copy));
+        QCOMPARE(message.topLeft(), QPoint(12, 12));
+        QCOMPARE(message.right() + 1, view->width() - 12);
+        QCOMPARE(box.topLeft(), QPoint(12, message.bottom() + 1 + 8));
+        QCOMPARE(box.right() + 1, view->width() - 12);
+        QCOMPARE(copy.topLeft(), QPoint(12, box.bottom() + 1 + 8));
+        QCOMPARE(copy.bottom() + 1, view->height() - 12);
+
+        // Eight pixels from the sides of the box to its letters, which have a little space of their own.
+        const QImage picture = Pixels::of(*stage.window, *lines->parentWidget());
+        const QRect letters = written(picture, picture.pixelColor(picture.width() / 2, 2));
+        const QFontMetrics metrics = lines->fontMetrics();
+        const int belowLetters = picture.height() - 1 - letters.bottom();
+        QCOMPARE_LE(std::abs(letters.left() - 9), 1);
+        QCOMPARE_LE(std::abs(letters.top() - 8 - (metrics.ascent() - metrics.capHeight())), 2);
+        QCOMPARE_LE(std::abs(belowLetters - 8 - metrics.descent()), 4);
+    }
+
+    void theLogStandsOnBlack_data() { Look::addPalettes(); }
+
+    void theLogStandsOnBlack()
+    {
+        QFETCH(const QPalette, palette);
+        const Look::Palette desktop(palette);
+        Stage stage;
+        stage.model.log.lines = QStringList(2, u"HHHHHHHH"_s);
+        stage.model.showLog = true;
+        stage.open(Stage::tall);
+        const auto *view = stage.visible<LogView>();
+        const auto *lines = Stage::visible<LogText>(*view);
+        QTRY_VERIFY(lines->toPlainText().startsWith(u'H'));
+        QCOMPARE(view->size(), QSize(600 - 2 * 20, 180));
+
+        const QColor window = palette.color(QPalette::Window);
+        const QColor ground = Colours::over(black(0.06), window);
+        const QImage picture = Pixels::of(*stage.window, *view);
+        for (const QPoint &place : { QPoint(280, 0), QPoint(280, 179), QPoint(0, 90), QPoint(280, 100) })
+            QCOMPARE_LE(Pixels::distance(picture.pixelColor(place), ground), 2);
+        // On the right the scroll bar covers the corners.
+        for (const Qt::Corner corner : { Qt::TopLeftCorner, Qt::BottomLeftCorner }) {
+            if (palette == Look::light())
+                QCOMPARE_LT(std::abs(Pixels::cornerRadius(picture, corner, window, 7) - 6), 1);
+        }
+
+        const QRect letters = written(picture.copy(0, 0, 500, 180), ground);
+        const QFontMetrics metrics = lines->fontMetrics();
+        QCOMPARE_LE(std::abs(letters.left() - 9), 1);
+        QCOMPARE_LE(std::abs(letters.top() - 8 - (metrics.ascent() - metrics.capHeight())), 2);
+    }
 };
 
-void PanelTest::theFailureStandsOnRedAndItsLinesOnBlack_data()
-{
-    QTest::addColumn<QPalette>("palette");
-    QTest::newRow("light") << Pixels::Palette::light();
-    QTest::newRow("dark") << Pixels::Palette::dark();
-}
-
-void PanelTest::theFailureStandsOnRedAndItsLinesOnBlack()
-{
-    QFETCH(const QPalette, palette);
-    const Pixels::Palette desktop(palette);
-    Stage stage;
-    Samples::fail(stage.model, Samples::earlyEnd, 5);
-    stage.open(QSize(600, 1000));
-
-    const QColor window = palette.color(QPalette::Window);
-    const QColor panelGround = Colours::over(red(0.08), window);
-    const auto *view = stage.visible<FailureView>();
-    const QImage panel = Pixels::of(*stage.window, *view);
-    for (const QPoint &place :
-         { QPoint(panel.width() / 2, 0), QPoint(panel.width() / 2, panel.height() - 1),
-           QPoint(0, panel.height() / 2), QPoint(panel.width() - 1, panel.height() / 2) })
-        QVERIFY2(Pixels::distance(panel.pixelColor(place), panelGround) <= 2,
-                 qPrintable(panel.pixelColor(place).name()));
-    for (const Qt::Corner corner : Pixels::corners) {
-        const double radius = Pixels::cornerRadius(panel, corner, window, 12);
-        QVERIFY2(std::abs(radius - 10) < 1, qPrintable(QString::number(radius)));
-    }
-
-    const QColor boxGround = Colours::over(black(0.06), panelGround);
-    const QImage box = Pixels::of(*stage.window, *view->findChild<LogText *>()->parentWidget());
-    for (const QPoint &place : { QPoint(box.width() / 2, 0), QPoint(0, box.height() / 2) })
-        QVERIFY2(Pixels::distance(box.pixelColor(place), boxGround) <= 2,
-                 qPrintable(box.pixelColor(place).name()));
-    if (palette != Pixels::Palette::light())
-        return; // black on dark is too faint for measuring a corner
-    for (const Qt::Corner corner : Pixels::corners) {
-        const double radius = Pixels::cornerRadius(box, corner, panelGround, 7);
-        QVERIFY2(std::abs(radius - 6) < 1, qPrintable(QString::number(radius)));
-    }
-}
-
-void PanelTest::theFailuresPartsStandInTheirPlaces()
-{
-    const Pixels::Palette desktop(Pixels::Palette::light());
-    Stage stage;
-    Samples::fail(stage.model, QStringLiteral("HHHHHH"), 3);
-    stage.model.failureLines = QStringList(3, QStringLiteral("HHHHHHHH"));
-    stage.open(QSize(600, 1000));
-
-    const auto *view = stage.visible<FailureView>();
-    QCOMPARE(placeIn(*stage.window, *view).left(), 20);
-    QCOMPARE(view->width(), 600 - 2 * 20);
-    const QRect message = placeIn(*view, *view->findChild<TextLabel *>());
-    const QRect box = placeIn(*view, *view->findChild<LogText *>()->parentWidget());
-    const QRect copy = placeIn(*view, *Stage::button(*view, QStringLiteral("Copy")));
-    QCOMPARE(message.topLeft(), QPoint(12, 12));
-    QCOMPARE(message.right() + 1, view->width() - 12);
-    QCOMPARE(box.left(), 12);
-    QCOMPARE(box.right() + 1, view->width() - 12);
-    QCOMPARE(box.top() - message.bottom() - 1, 8);
-    QCOMPARE(copy.left(), 12);
-    QCOMPARE(copy.top() - box.bottom() - 1, 8);
-    QCOMPARE(copy.bottom() + 1, view->height() - 12);
-
-    // Eight pixels from the sides of the box to its letters, which have a little space of their own.
-    const QImage picture = Pixels::of(*stage.window, *view->findChild<LogText *>()->parentWidget());
-    const QRect letters = written(picture, picture.pixelColor(picture.width() / 2, 2));
-    QVERIFY2(letters.left() >= 8 && letters.left() <= 10, qPrintable(QString::number(letters.left())));
-    const QFontMetrics metrics = view->findChild<LogText *>()->fontMetrics();
-    const int aboveLetters = metrics.ascent() - metrics.capHeight();
-    QVERIFY2(std::abs(letters.top() - 8 - aboveLetters) <= 2, qPrintable(QString::number(letters.top())));
-    const int belowLetters = picture.height() - 1 - letters.bottom();
-    QVERIFY2(std::abs(belowLetters - 8 - metrics.descent()) <= 4, qPrintable(QString::number(belowLetters)));
-}
-
-void PanelTest::theLogStandsOnBlack_data()
-{
-    QTest::addColumn<QPalette>("palette");
-    QTest::newRow("light") << Pixels::Palette::light();
-    QTest::newRow("dark") << Pixels::Palette::dark();
-}
-
-void PanelTest::theLogStandsOnBlack()
-{
-    QFETCH(const QPalette, palette);
-    const Pixels::Palette desktop(palette);
-    Stage stage;
-    stage.model.log.lines = QStringList(2, QStringLiteral("HHHHHHHH"));
-    stage.model.showLog = true;
-    stage.open(QSize(600, 1000));
-    const auto *view = stage.visible<LogView>();
-    QTRY_VERIFY(view->findChild<LogText *>()->toPlainText().startsWith(u'H'));
-    QCOMPARE(view->size(), QSize(600 - 2 * 20, 180));
-
-    const QColor window = palette.color(QPalette::Window);
-    const QColor ground = Colours::over(black(0.06), window);
-    const QImage picture = Pixels::of(*stage.window, *view);
-    for (const QPoint &place : { QPoint(280, 0), QPoint(280, 179), QPoint(0, 90), QPoint(280, 100) })
-        QVERIFY2(Pixels::distance(picture.pixelColor(place), ground) <= 2,
-                 qPrintable(picture.pixelColor(place).name()));
-    // On the right the scroll bar covers the corners.
-    if (palette == Pixels::Palette::light()) {
-        for (const Qt::Corner corner : { Qt::TopLeftCorner, Qt::BottomLeftCorner }) {
-            const double radius = Pixels::cornerRadius(picture, corner, window, 7);
-            QVERIFY2(std::abs(radius - 6) < 1, qPrintable(QString::number(radius)));
-        }
-    }
-
-    const QRect letters = written(picture.copy(0, 0, 500, 180), ground);
-    QVERIFY2(letters.left() >= 8 && letters.left() <= 10, qPrintable(QString::number(letters.left())));
-    const QFontMetrics metrics = view->findChild<LogText *>()->fontMetrics();
-    QVERIFY(std::abs(letters.top() - 8 - (metrics.ascent() - metrics.capHeight())) <= 2);
-}
-
-QTEST_MAIN(PanelTest)
+QTEST_MAIN(FailsCleanly<PanelTest>)
 #include "PanelTest.moc"

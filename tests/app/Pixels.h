@@ -2,7 +2,6 @@
 
 #include "Colours.h"
 
-#include <QApplication>
 #include <QImage>
 #include <QWidget>
 
@@ -34,6 +33,15 @@ inline int distance(const QColor &one, const QColor &other)
 
 using Predicate = std::function<bool(const QColor &)>;
 
+/// Calls `visit` with each place in `area`, row by row.
+template <typename Visit> void each(const QRect &area, const Visit &visit)
+{
+    for (int y = area.top(); y <= area.bottom(); ++y) {
+        for (int x = area.left(); x <= area.right(); ++x)
+            visit(QPoint(x, y));
+    }
+}
+
 /// The bounds of the pixels of `area` that match, and how many there are.
 struct Found {
     QRect bounds;
@@ -42,14 +50,12 @@ struct Found {
 inline Found find(const QImage &image, const QRect &area, const Predicate &isSuch)
 {
     Found found;
-    for (int y = area.top(); y <= area.bottom(); ++y) {
-        for (int x = area.left(); x <= area.right(); ++x) {
-            if (!isSuch(image.pixelColor(x, y)))
-                continue;
-            found.bounds |= QRect(x, y, 1, 1);
-            ++found.count;
-        }
-    }
+    each(area, [&](const QPoint &place) {
+        if (!isSuch(image.pixelColor(place)))
+            return;
+        found.bounds |= QRect(place, QSize(1, 1));
+        ++found.count;
+    });
     return found;
 }
 
@@ -87,13 +93,11 @@ inline double cornerRadius(const QImage &image, Qt::Corner corner, const QColor 
     };
     const double whole = distance(at(side - 1, side - 1), ground);
     double missing = 0;
-    for (int y = 0; y < side; ++y) {
-        for (int x = 0; x < side; ++x) {
-            const double covered = std::min(1.0, distance(at(x, y), ground) / whole);
-            // A gradient's colour varies a little.
-            missing += covered > 0.93 ? 0 : 1 - covered;
-        }
-    }
+    each(QRect(0, 0, side, side), [&](const QPoint &place) {
+        const double covered = std::min(1.0, distance(at(place.x(), place.y()), ground) / whole);
+        // A gradient's colour varies a little.
+        missing += covered > 0.93 ? 0 : 1 - covered;
+    });
     return std::sqrt(missing / (1 - std::numbers::pi / 4));
 }
 inline constexpr std::array corners { Qt::TopLeftCorner, Qt::TopRightCorner, Qt::BottomLeftCorner,
@@ -103,34 +107,12 @@ inline constexpr std::array corners { Qt::TopLeftCorner, Qt::TopRightCorner, Qt:
 inline QColor ink(const QImage &image, const QColor &ground)
 {
     QColor most = ground;
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            const QColor colour = image.pixelColor(x, y);
-            if (Colours::contrast(colour, ground) > Colours::contrast(most, ground))
-                most = colour;
-        }
-    }
+    each(image.rect(), [&](const QPoint &place) {
+        const QColor colour = image.pixelColor(place);
+        if (Colours::contrast(colour, ground) > Colours::contrast(most, ground))
+            most = colour;
+    });
     return most;
 }
-
-/// Replaces the desktop's palette while this object exists.
-class Palette final {
-public:
-    explicit Palette(const QPalette &palette)
-        : m_before(QApplication::palette())
-    {
-        QApplication::setPalette(palette);
-    }
-    ~Palette() { QApplication::setPalette(m_before); }
-
-    Palette(const Palette &) = delete;
-    Palette &operator=(const Palette &) = delete;
-
-    static QPalette light() { return QPalette(QColor(0xe8, 0xe8, 0xe8), QColor(0xef, 0xef, 0xef)); }
-    static QPalette dark() { return QPalette(QColor(0x3a, 0x3b, 0x3f), QColor(0x2a, 0x2b, 0x2e)); }
-
-private:
-    QPalette m_before;
-};
 
 }

@@ -41,9 +41,9 @@ void answerWith(Running &running, const QString &answer)
 {
     auto *look = new QTimer(&running.delegate);
     QObject::connect(look, &QTimer::timeout, look, [look, &running, answer] {
-        if (QMessageBox *question = running.question()) {
+        if (running.asks()) {
             look->stop();
-            Stage::click(*question, answer);
+            running.stage.click(answer);
         }
     });
     look->start(10);
@@ -60,54 +60,50 @@ private Q_SLOTS:
         Running running;
         Session session;
         session.appCommitData();
-        QVERIFY(!running.question());
+        QVERIFY(!running.asks());
         QCOMPARE(session.cancelled, 0);
     }
 
     void aSessionThatLetsNobodyAskEndsUnasked()
     {
-        Running running;
-        running.startGame(Running::game);
+        Running running(Running::game);
         Session session;
         session.letsAsk = false;
         session.appCommitData();
-        QVERIFY(!running.question());
+        QVERIFY(!running.asks());
         QCOMPARE(session.cancelled, 0);
-        QVERIFY(running.stage.model.runner.isRunning);
+        QVERIFY(running.gameRuns());
     }
 
     void whoKeepsPlayingKeepsTheSession()
     {
-        Running running;
-        running.startGame(Running::game);
+        Running running(Running::game);
         Session session;
-        answerWith(running, QStringLiteral("Keep Playing"));
+        answerWith(running, Button::keepPlaying);
         session.appCommitData();
         QCOMPARE(session.released, 1);
         QCOMPARE(session.cancelled, 1);
-        QVERIFY(!running.question());
+        QVERIFY(!running.asks());
         QVERIFY(running.stage.window->isVisible());
-        QVERIFY(running.stage.model.runner.isRunning);
+        QVERIFY(running.gameRuns());
         QCOMPARE(running.ended, 0);
     }
 
     void whoQuitsLetsTheSessionEnd()
     {
-        Running running;
-        running.startGame(Running::game);
+        Running running(Running::game);
         Session session;
-        answerWith(running, QStringLiteral("Quit"));
+        answerWith(running, Button::quit);
         session.appCommitData();
         QCOMPARE(session.released, 1);
         QCOMPARE(session.cancelled, 0);
         QTRY_COMPARE(running.ended, 1);
-        QTRY_VERIFY(!running.stage.model.runner.isRunning);
+        QTRY_VERIFY(!running.gameRuns());
     }
 
     void aGameThatEndsWhileTheSessionAsksLetsItEnd()
     {
-        Running running;
-        running.startGame(Running::game);
+        Running running(Running::game);
         Session session;
         QTimer::singleShot(100, &running.delegate, [&running] { running.stage.model.runner.stop(); });
         session.appCommitData();
@@ -118,12 +114,11 @@ private Q_SLOTS:
 
     void aQuestionThatIsOpenAlreadyIsAskedAnew()
     {
-        Running running;
-        running.startGame(Running::game);
+        Running running(Running::game);
         running.close();
-        QVERIFY(running.question());
+        QVERIFY(running.asks());
         Session session;
-        answerWith(running, QStringLiteral("Keep Playing"));
+        answerWith(running, Button::keepPlaying);
         session.appCommitData();
         QCOMPARE(session.cancelled, 1);
         QVERIFY(running.stage.window->findChildren<QMessageBox *>().isEmpty());
@@ -131,8 +126,7 @@ private Q_SLOTS:
 
     void aLauncherThatLeavesIsNotAskedAgain()
     {
-        Running running;
-        running.startGame(QStringLiteral("trap '' TERM; echo playing; sleep 3"));
+        Running running(Running::stubbornGame);
         Session session;
         running.delegate.quitAtOnce();
         session.appCommitData();
@@ -141,5 +135,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(SessionEndTest)
+QTEST_MAIN(FailsCleanly<SessionEndTest>)
 #include "SessionEndTest.moc"

@@ -1,25 +1,18 @@
-#include "DownloadProgress.h"
 #include "FileSizeText.h"
-#include "Paths.h"
 #include "ProgressBlock.h"
-#include "Samples.h"
 #include "Stage.h"
 
 #include <QComboBox>
 #include <QMessageBox>
-#include <QPushButton>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString removeEverything = QStringLiteral("Remove everything\u2026");
+const QStringList maintenance { Button::update, Button::reinstall, Button::removeEverything };
 
-QComboBox *sizeChoice(const SettingsView *sheet) { return sheet->findChild<QComboBox *>(); }
-
-void chooseSize(QComboBox *choice, const QString &text)
-{
-    choice->setCurrentIndex(choice->findText(text));
-    Q_EMIT choice->activated(choice->currentIndex());
-}
+/// The button that removes everything for good, with the size that this frees.
+QString removeForGood(qint64 bytes) { return u"Remove (frees %1)"_s.arg(fileSizeText(bytes)); }
 
 }
 
@@ -27,300 +20,291 @@ class SettingsViewTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void theSettingsShowWhatIsStored();
-    void fullscreenDisablesTheSizeAndKeepsItsValue();
-    void aChosenSizeIsStoredAtOnce();
-    void theArrowKeysChangeTheWindowChoice();
-    void aStoredSizeThatNobodyOffersIsShownAndStays_data();
-    void aStoredSizeThatNobodyOffersIsShownAndStays();
-    void theTextsStandInTheirOrder();
-    void updateClosesTheSheetBeforeTheWorkStarts();
-    void reinstallClosesTheSheetBeforeTheWorkStarts();
-    void revealAndSavesLeaveTheSheetOpen();
-    void theRemovalAsksAndShowsTheSizeWhenItIsKnown();
-    void cancellingTheRemovalLeavesTheSheetAndTheFiles();
-    void escapeCancelsTheRemoval();
-    void returnDoesNotRemove();
-    void confirmingTheRemovalRemovesAndClosesTheSheet();
-    void maintenanceIsOffWhileTheGameRuns();
-    void aGameThatStartsDuringTheQuestionTurnsTheRemovalOff();
+    void init() { m_stage = std::make_unique<Stage>(); }
+    void cleanup() { m_stage.reset(); }
+
+    void theSettingsShowWhatIsStored()
+    {
+        m_stage->openSettings();
+        QStringList entries;
+        QStringList values;
+        for (int entry = 0; entry < sizes()->count(); ++entry) {
+            entries << sizes()->itemText(entry);
+            values << sizes()->itemData(entry).toString();
+        }
+        const QStringList common { u"1280x720"_s, u"1600x900"_s, u"1920x1080"_s };
+        QCOMPARE(entries, QStringList { u"Game default"_s } + common);
+        QCOMPARE(values, QStringList { u"default"_s } + common);
+        QCOMPARE(sizes()->currentIndex(), 0);
+        QVERIFY(m_stage->button(Button::windowed)->isChecked());
+        QVERIFY(sizes()->isEnabled());
+        m_stage->click(Button::done);
+
+        stored().setFullscreen(true);
+        stored().setResolution(u"1600x900"_s);
+        m_stage->openSettings();
+        QVERIFY(m_stage->button(Button::fullscreen)->isChecked());
+        QCOMPARE(sizes()->currentText(), u"1600x900"_s);
+        QVERIFY(!sizes()->isEnabled());
+    }
+
+    void fullscreenDisablesTheSizeAndKeepsItsValue()
+    {
+        stored().setResolution(u"1280x720"_s);
+        m_stage->openSettings();
+        for (const bool isFullscreen : { true, false }) {
+            m_stage->click(isFullscreen ? Button::fullscreen : Button::windowed);
+            QCOMPARE(stored().fullscreen(), isFullscreen);
+            QCOMPARE(sizes()->isEnabled(), !isFullscreen);
+            QCOMPARE(sizes()->currentText(), u"1280x720"_s);
+            QCOMPARE(stored().resolution(), u"1280x720"_s);
+        }
+    }
+
+    void aChosenSizeIsStoredAtOnce()
+    {
+        m_stage->openSettings();
+        sizes()->setFocus();
+        QTest::keyClick(sizes(), Qt::Key_Down);
+        QCOMPARE(stored().resolution(), u"1280x720"_s);
+        QTest::keyClick(sizes(), Qt::Key_End);
+        QCOMPARE(stored().resolution(), u"1920x1080"_s);
+        QTest::keyClick(sizes(), Qt::Key_Home);
+        QCOMPARE(stored().resolution(), u"default"_s);
+    }
+
+    void theArrowKeysChangeTheWindowChoice()
+    {
+        m_stage->openSettings();
+        auto *windowed = m_stage->button(Button::windowed);
+        auto *fullscreen = m_stage->button(Button::fullscreen);
+        windowed->setFocus();
+        QTest::keyClick(windowed, Qt::Key_Right);
+        QVERIFY(fullscreen->isChecked());
+        QVERIFY(fullscreen->hasFocus());
+        QVERIFY(stored().fullscreen());
+        QTest::keyClick(fullscreen, Qt::Key_Left);
+        QVERIFY(windowed->isChecked());
+        QVERIFY(!stored().fullscreen());
+    }
+
+    void aStoredSizeThatNobodyOffersIsShownAndStays_data()
+    {
+        QTest::addColumn<QString>("stored");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("another size") << u"800x600"_s << u"800x600"_s;
+        QTest::newRow("empty") << u""_s << QString();
+        QTest::newRow("not a size") << u"as large as it gets"_s << u"as large as it gets"_s;
+        QTest::newRow("odd") << u"\u202e1x\a1"_s << u"\ufffd1x\u24071"_s;
+        QTest::newRow("endless") << QString(100000, u'9') << QString(100000, u'9');
+    }
+
+    void aStoredSizeThatNobodyOffersIsShownAndStays()
+    {
+        QFETCH(const QString, stored);
+        QFETCH(const QString, shown);
+        const Preferences &preferences = m_stage->player.preferences;
+        m_stage->player.preferences.setResolution(stored);
+        auto *sheet = m_stage->openSettings();
+        QCOMPARE(sizes()->count(), 5);
+        QCOMPARE(sizes()->currentText(), shown);
+        QCOMPARE(sheet->width(), 440);
+        QVERIFY(sizes()->geometry().right() < 440);
+        sheet->grab();
+        m_stage->click(Button::fullscreen);
+        m_stage->click(Button::windowed);
+        QCOMPARE(preferences.resolution(), stored);
+        m_stage->click(Button::done);
+        QCOMPARE(preferences.resolution(), stored);
+
+        m_stage->openSettings();
+        sizes()->setCurrentIndex(2);
+        Q_EMIT sizes()->activated(2);
+        QCOMPARE(preferences.resolution(), u"1600x900"_s);
+    }
+
+    void theTextsStandInTheirOrder()
+    {
+        const auto *sheet = m_stage->openSettings();
+        QCOMPARE(m_stage->texts(),
+                 QStringList({ u"Settings"_s, u"Window"_s, u"Window size"_s,
+                               u"Updating downloads the game again. Your save files are kept (they live in "
+                               "Godot's own folder)."_s }));
+        int above = 0;
+        for (const auto &[left, right] : { std::pair(Button::windowed, Button::fullscreen),
+                                           { Button::update, Button::reinstall },
+                                           { Button::reveal, Button::showSaves },
+                                           { Button::removeEverything, Button::removeEverything },
+                                           { Button::done, Button::done } }) {
+            const int top = Stage::placeIn(*sheet, *m_stage->button(left)).top();
+            QVERIFY(top > above);
+            QCOMPARE(Stage::placeIn(*sheet, *m_stage->button(right)).top(), top);
+            above = top;
+        }
+    }
+
+    void whatDownloadsAgainClosesTheSheetBeforeItStarts_data()
+    {
+        QTest::addColumn<QString>("button");
+        QTest::addColumn<bool>("keepsEngine");
+        QTest::newRow("Update keeps the engine") << Button::update << true;
+        QTest::newRow("Reinstall removes the engine") << Button::reinstall << false;
+    }
+
+    void whatDownloadsAgainClosesTheSheetBeforeItStarts()
+    {
+        QFETCH(const QString, button);
+        QFETCH(const bool, keepsEngine);
+        m_stage->startSlowHost();
+        QDir().mkpath(Paths::engineFolder());
+        m_stage->openSettings();
+        bool wasOpenAtStart = false;
+        connect(&m_stage->model, &Observable::willChange, m_stage->window.get(),
+                [&] { wasOpenAtStart |= m_stage->shows<SettingsView>(); });
+        m_stage->click(button);
+        QVERIFY(m_stage->model.isWorking());
+        QTRY_VERIFY(m_stage->shows<ProgressBlock>());
+        QVERIFY(!wasOpenAtStart);
+        QCOMPARE(QDir(Paths::engineFolder()).exists(), keepsEngine);
+    }
+
+    void revealAndSavesLeaveTheSheetOpen()
+    {
+        m_stage->openSettings();
+        m_stage->click(Button::reveal);
+        const auto notRevealed = m_stage->model.notice.get();
+        QVERIFY(notRevealed);
+        m_stage->click(Button::showSaves);
+        QVERIFY(m_stage->model.notice.get());
+        QVERIFY(m_stage->model.notice.get() != notRevealed);
+        QDir().mkpath(Paths::root());
+        m_stage->click(Button::reveal);
+        QCOMPARE(m_stage->player.workspace.revealed, QStringList { Paths::root() });
+        QVERIFY(m_stage->shows<SettingsView>());
+    }
+
+    void theRemovalAsksAndShowsTheSizeWhenItIsKnown()
+    {
+        const auto *question = askToRemove();
+        QCOMPARE(question->windowTitle(), u"Remove the game and the engine?"_s);
+        QCOMPARE(question->text(), question->windowTitle());
+        QCOMPARE(question->informativeText(),
+                 u"This deletes the downloaded game and engine. Save files are kept."_s);
+        QCOMPARE(question->windowModality(), Qt::WindowModal);
+        QTRY_VERIFY(m_stage->hasButton(removeForGood(0)));
+        auto *remove = m_stage->button(removeForGood(0));
+        QCOMPARE(question->buttonRole(remove), QMessageBox::DestructiveRole);
+        QVERIFY(m_stage->hasButton(Button::cancel));
+
+        m_stage->model.freeableBytes = 187'300'000;
+        Stage::settle();
+        QCOMPARE(remove->text(), removeForGood(187'300'000));
+        QVERIFY(remove->width() >= remove->sizeHint().width());
+    }
+
+    void anythingButTheRemovalItselfLeavesTheSheetAndTheFiles_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::newRow("Cancel is clicked") << 0;
+        QTest::newRow("Escape is pressed") << static_cast<int>(Qt::Key_Escape);
+        QTest::newRow("Return is pressed") << static_cast<int>(Qt::Key_Return);
+    }
+
+    void anythingButTheRemovalItselfLeavesTheSheetAndTheFiles()
+    {
+        QFETCH(const int, key);
+        QDir().mkpath(Paths::gameFolder());
+        askToRemove();
+        if (key)
+            m_stage->press(static_cast<Qt::Key>(key));
+        else
+            m_stage->click(Button::cancel);
+        QVERIFY(!m_stage->shows<QMessageBox>());
+        QVERIFY(m_stage->shows<SettingsView>());
+        QVERIFY(QDir(Paths::gameFolder()).exists());
+        QVERIFY(!m_stage->model.notice->has_value());
+    }
+
+    void confirmingTheRemovalRemovesAndClosesTheSheet()
+    {
+        m_stage->player.home.write(u"data/Vantor Platformer/Game/picture"_s, QByteArray(100000, 'x'));
+        QVERIFY(QDir(Paths::gameFolder()).exists());
+        askToRemove();
+        QTRY_VERIFY(m_stage->model.freeableBytes > 0);
+        Stage::settle();
+        m_stage->click(removeForGood(m_stage->model.freeableBytes));
+        QVERIFY(!QDir(Paths::root()).exists());
+        QVERIFY(!m_stage->shows<QMessageBox>());
+        QVERIFY(!m_stage->shows<SettingsView>());
+        QVERIFY(m_stage->model.notice->has_value());
+    }
+
+    void maintenanceIsOffWhileTheGameRuns()
+    {
+        m_stage->openSettings();
+        for (const bool gameRuns : { true, false }) {
+            m_stage->model.runner.isRunning = gameRuns;
+            Stage::settle();
+            for (const QString &text : maintenance)
+                QCOMPARE(m_stage->button(text)->isEnabled(), !gameRuns);
+            QVERIFY(m_stage->button(Button::showSaves)->isEnabled());
+        }
+    }
+
+    void aGameThatStartsDuringTheQuestionTurnsTheRemovalOff()
+    {
+        askToRemove();
+        m_stage->model.runner.isRunning = true;
+        Stage::settle();
+        QVERIFY(!m_stage->button(removeForGood(0))->isEnabled());
+    }
+
+    void onlyTheRemovalCanBeChosenWhileTheLauncherWorks_data()
+    {
+        QTest::addColumn<bool>("opensFirst");
+        QTest::newRow("opened while it works") << false;
+        QTest::newRow("opened before it works") << true;
+    }
+
+    void onlyTheRemovalCanBeChosenWhileTheLauncherWorks()
+    {
+        QFETCH(const bool, opensFirst);
+        m_stage->startSlowHost();
+        if (opensFirst)
+            m_stage->openSettings();
+        m_stage->model.play();
+        QVERIFY(m_stage->model.isWorking());
+        if (!opensFirst)
+            m_stage->openSettings();
+        Stage::settle();
+
+        const auto canPress = [this](const QString &text) { return m_stage->button(text)->isEnabled(); };
+        for (const QString &text : { Button::update, Button::reinstall })
+            QTRY_VERIFY(!canPress(text));
+        for (const QString &text :
+             { Button::removeEverything, Button::reveal, Button::showSaves, Button::done })
+            QVERIFY(canPress(text));
+        QVERIFY(m_stage->model.isWorking());
+
+        m_stage->model.cancel();
+        QTRY_VERIFY(!m_stage->model.isWorking());
+        for (const QString &text : { Button::update, Button::reinstall })
+            QTRY_VERIFY(canPress(text));
+    }
+
+private:
+    Preferences &stored() { return m_stage->player.preferences; }
+    QComboBox *sizes() { return m_stage->visible<QComboBox>(); }
+
+    QMessageBox *askToRemove()
+    {
+        m_stage->openSettings();
+        m_stage->click(Button::removeEverything);
+        return m_stage->visible<QMessageBox>();
+    }
+
+    std::unique_ptr<Stage> m_stage;
 };
 
-void SettingsViewTest::theSettingsShowWhatIsStored()
-{
-    Stage stage;
-    auto *sheet = stage.openSettings();
-    const auto *choice = sizeChoice(sheet);
-    QCOMPARE(choice->currentText(), QStringLiteral("Game default"));
-    QStringList entries;
-    QStringList values;
-    for (int entry = 0; entry < choice->count(); ++entry) {
-        entries << choice->itemText(entry);
-        values << choice->itemData(entry).toString();
-    }
-    QCOMPARE(entries,
-             (QStringList { QStringLiteral("Game default"), QStringLiteral("1280x720"),
-                            QStringLiteral("1600x900"), QStringLiteral("1920x1080") }));
-    QCOMPARE(values,
-             (QStringList { QStringLiteral("default"), QStringLiteral("1280x720"), QStringLiteral("1600x900"),
-                            QStringLiteral("1920x1080") }));
-    QVERIFY(Stage::button(*sheet, QStringLiteral("Windowed"))->isChecked());
-    QVERIFY(choice->isEnabled());
-    sheet->close();
-
-    stage.player.preferences.setFullscreen(true);
-    stage.player.preferences.setResolution(QStringLiteral("1600x900"));
-    sheet = stage.openSettings();
-    QVERIFY(Stage::button(*sheet, QStringLiteral("Fullscreen"))->isChecked());
-    QCOMPARE(sizeChoice(sheet)->currentText(), QStringLiteral("1600x900"));
-    QVERIFY(!sizeChoice(sheet)->isEnabled());
-}
-
-void SettingsViewTest::fullscreenDisablesTheSizeAndKeepsItsValue()
-{
-    Stage stage;
-    stage.player.preferences.setResolution(QStringLiteral("1280x720"));
-    auto *sheet = stage.openSettings();
-    Stage::click(*sheet, QStringLiteral("Fullscreen"));
-    QVERIFY(stage.player.preferences.fullscreen());
-    QVERIFY(!sizeChoice(sheet)->isEnabled());
-    QCOMPARE(sizeChoice(sheet)->currentText(), QStringLiteral("1280x720"));
-    QCOMPARE(stage.player.preferences.resolution(), QStringLiteral("1280x720"));
-    Stage::click(*sheet, QStringLiteral("Windowed"));
-    QVERIFY(!stage.player.preferences.fullscreen());
-    QVERIFY(sizeChoice(sheet)->isEnabled());
-    QCOMPARE(sizeChoice(sheet)->currentText(), QStringLiteral("1280x720"));
-}
-
-void SettingsViewTest::aChosenSizeIsStoredAtOnce()
-{
-    Stage stage;
-    auto *choice = sizeChoice(stage.openSettings());
-    choice->setFocus();
-    QTest::keyClick(choice, Qt::Key_Down);
-    QCOMPARE(stage.player.preferences.resolution(), QStringLiteral("1280x720"));
-    QTest::keyClick(choice, Qt::Key_End);
-    QCOMPARE(stage.player.preferences.resolution(), QStringLiteral("1920x1080"));
-    QTest::keyClick(choice, Qt::Key_Home);
-    QCOMPARE(stage.player.preferences.resolution(), QStringLiteral("default"));
-}
-
-void SettingsViewTest::theArrowKeysChangeTheWindowChoice()
-{
-    Stage stage;
-    auto *sheet = stage.openSettings();
-    auto *windowed = Stage::button(*sheet, QStringLiteral("Windowed"));
-    auto *fullscreen = Stage::button(*sheet, QStringLiteral("Fullscreen"));
-    windowed->setFocus();
-    QTest::keyClick(windowed, Qt::Key_Right);
-    QVERIFY(fullscreen->isChecked());
-    QVERIFY(fullscreen->hasFocus());
-    QVERIFY(stage.player.preferences.fullscreen());
-    QTest::keyClick(fullscreen, Qt::Key_Left);
-    QVERIFY(windowed->isChecked());
-    QVERIFY(!stage.player.preferences.fullscreen());
-}
-
-void SettingsViewTest::aStoredSizeThatNobodyOffersIsShownAndStays_data()
-{
-    QTest::addColumn<QString>("stored");
-    QTest::addColumn<QString>("shown");
-    QTest::newRow("another size") << QStringLiteral("800x600") << QStringLiteral("800x600");
-    QTest::newRow("empty") << QStringLiteral("") << QString();
-    QTest::newRow("no size") << QStringLiteral("as large as it gets")
-                             << QStringLiteral("as large as it gets");
-    QTest::newRow("odd") << QStringLiteral("\u202e1x\a1") << QStringLiteral("\ufffd1x\u24071");
-    QTest::newRow("endless") << QString(100000, QLatin1Char('9')) << QString(100000, QLatin1Char('9'));
-}
-
-void SettingsViewTest::aStoredSizeThatNobodyOffersIsShownAndStays()
-{
-    QFETCH(const QString, stored);
-    QFETCH(const QString, shown);
-    Stage stage;
-    stage.player.preferences.setResolution(stored);
-    auto *sheet = stage.openSettings();
-    auto *choice = sizeChoice(sheet);
-    QCOMPARE(choice->count(), 5);
-    QCOMPARE(choice->currentText(), shown);
-    QCOMPARE(sheet->width(), 440);
-    QVERIFY(choice->geometry().right() < 440);
-    sheet->grab();
-    Stage::click(*sheet, QStringLiteral("Fullscreen"));
-    Stage::click(*sheet, QStringLiteral("Windowed"));
-    QCOMPARE(stage.player.preferences.resolution(), stored);
-    Stage::click(*sheet, QStringLiteral("Done"));
-    QCOMPARE(stage.player.preferences.resolution(), stored);
-
-    sheet = stage.openSettings();
-    chooseSize(sizeChoice(sheet), QStringLiteral("1600x900"));
-    QCOMPARE(stage.player.preferences.resolution(), QStringLiteral("1600x900"));
-}
-
-void SettingsViewTest::theTextsStandInTheirOrder()
-{
-    Stage stage;
-    const auto *sheet = stage.openSettings();
-    QCOMPARE(Stage::texts(*sheet),
-             (QStringList {
-                 QStringLiteral("Settings"), QStringLiteral("Window"), QStringLiteral("Window size"),
-                 QStringLiteral("Updating downloads the game again. Your save files are kept (they live "
-                                "in Godot's own folder).") }));
-    QList<int> tops;
-    for (const QString &text :
-         { QStringLiteral("Windowed"), QStringLiteral("Update the game"), QStringLiteral("Reveal in Finder"),
-           removeEverything, QStringLiteral("Done") })
-        tops << Stage::button(*sheet, text)->mapTo(sheet, QPoint(0, 0)).y();
-    QVERIFY(std::is_sorted(tops.begin(), tops.end()));
-    QVERIFY(Stage::button(*sheet, QStringLiteral("Reinstall")));
-    QVERIFY(Stage::button(*sheet, QStringLiteral("Show saves")));
-}
-
-void SettingsViewTest::updateClosesTheSheetBeforeTheWorkStarts()
-{
-    Stage stage;
-    stage.player.startHost({ QStringLiteral("--slow"), QStringLiteral("1") });
-    auto *sheet = stage.openSettings();
-    bool wasOpenAtStart = false;
-    QObject::connect(&stage.model, &Observable::willChange, stage.window.get(),
-                     [&] { wasOpenAtStart |= stage.visible<SettingsView>() != nullptr; });
-    Stage::click(*sheet, QStringLiteral("Update the game"));
-    QVERIFY(stage.model.isWorking());
-    QTRY_COMPARE(stage.model.stepText.get(), QStringLiteral("Updating the game (your save files are kept)"));
-    QTRY_VERIFY(stage.visible<ProgressBlock>());
-    QVERIFY(!wasOpenAtStart);
-}
-
-void SettingsViewTest::reinstallClosesTheSheetBeforeTheWorkStarts()
-{
-    Stage stage;
-    stage.player.startHost({ QStringLiteral("--slow"), QStringLiteral("1") });
-    auto *sheet = stage.openSettings();
-    bool wasOpenAtStart = false;
-    QObject::connect(&stage.model, &Observable::willChange, stage.window.get(),
-                     [&] { wasOpenAtStart |= stage.visible<SettingsView>() != nullptr; });
-    Stage::click(*sheet, QStringLiteral("Reinstall"));
-    QTRY_COMPARE(stage.model.stepText.get(), QStringLiteral("Step 1 of 4: downloading the game"));
-    QTRY_VERIFY(stage.visible<ProgressBlock>());
-    QVERIFY(!wasOpenAtStart);
-}
-
-void SettingsViewTest::revealAndSavesLeaveTheSheetOpen()
-{
-    Stage stage;
-    auto *sheet = stage.openSettings();
-    Stage::click(*sheet, QStringLiteral("Reveal in Finder"));
-    QCOMPARE(stage.model.notice.get(), QStringLiteral("Nothing is downloaded yet."));
-    Stage::click(*sheet, QStringLiteral("Show saves"));
-    QCOMPARE(stage.model.notice.get(),
-             QStringLiteral("No save files yet. Godot creates them when the game first saves something."));
-    QDir().mkpath(Paths::root());
-    Stage::click(*sheet, QStringLiteral("Reveal in Finder"));
-    QCOMPARE(stage.player.workspace.revealed, QStringList { Paths::root() });
-    QVERIFY(stage.visible<SettingsView>());
-}
-
-void SettingsViewTest::theRemovalAsksAndShowsTheSizeWhenItIsKnown()
-{
-    Stage stage;
-    auto *sheet = stage.openSettings();
-    Stage::click(*sheet, removeEverything);
-    auto *question = stage.visible<QMessageBox>();
-    QVERIFY(question);
-    QCOMPARE(question->windowTitle(), QStringLiteral("Remove the game and the engine?"));
-    QCOMPARE(question->text(), QStringLiteral("Remove the game and the engine?"));
-    QCOMPARE(question->informativeText(),
-             QStringLiteral("This deletes the downloaded game and engine. Save files are kept."));
-    QCOMPARE(question->windowModality(), Qt::WindowModal);
-    QTRY_VERIFY(Stage::button(*question, QStringLiteral("Remove (frees %1)").arg(fileSizeText(0))));
-    auto *remove = qobject_cast<QPushButton *>(
-        Stage::button(*question, QStringLiteral("Remove (frees %1)").arg(fileSizeText(0))));
-    QCOMPARE(question->buttonRole(remove), QMessageBox::DestructiveRole);
-    QVERIFY(Stage::button(*question, QStringLiteral("Cancel")));
-
-    stage.model.freeableBytes = 187'300'000;
-    Stage::settle();
-    QCOMPARE(remove->text(), QStringLiteral("Remove (frees %1)").arg(fileSizeText(187'300'000)));
-    QVERIFY(remove->width() >= remove->sizeHint().width());
-}
-
-void SettingsViewTest::cancellingTheRemovalLeavesTheSheetAndTheFiles()
-{
-    Stage stage;
-    QDir().mkpath(Paths::gameFolder());
-    auto *sheet = stage.openSettings();
-    Stage::click(*sheet, removeEverything);
-    Stage::click(*stage.visible<QMessageBox>(), QStringLiteral("Cancel"));
-    QVERIFY(!stage.visible<QMessageBox>());
-    QVERIFY(stage.visible<SettingsView>());
-    QVERIFY(QDir(Paths::gameFolder()).exists());
-    QVERIFY(!stage.model.notice->has_value());
-}
-
-void SettingsViewTest::escapeCancelsTheRemoval()
-{
-    Stage stage;
-    QDir().mkpath(Paths::gameFolder());
-    Stage::click(*stage.openSettings(), removeEverything);
-    QTest::keyClick(stage.visible<QMessageBox>(), Qt::Key_Escape);
-    Stage::settle();
-    QVERIFY(!stage.visible<QMessageBox>());
-    QVERIFY(stage.visible<SettingsView>());
-    QVERIFY(QDir(Paths::gameFolder()).exists());
-}
-
-void SettingsViewTest::returnDoesNotRemove()
-{
-    Stage stage;
-    QDir().mkpath(Paths::gameFolder());
-    Stage::click(*stage.openSettings(), removeEverything);
-    QTest::keyClick(stage.visible<QMessageBox>(), Qt::Key_Return);
-    Stage::settle();
-    QVERIFY(QDir(Paths::gameFolder()).exists());
-}
-
-void SettingsViewTest::confirmingTheRemovalRemovesAndClosesTheSheet()
-{
-    Stage stage;
-    stage.player.home.write(QStringLiteral("data/Vantor Platformer/Game/picture"), QByteArray(100000, 'x'));
-    QVERIFY(QDir(Paths::gameFolder()).exists());
-    Stage::click(*stage.openSettings(), removeEverything);
-    QTRY_VERIFY(stage.model.freeableBytes > 0);
-    Stage::settle();
-    Stage::click(*stage.visible<QMessageBox>(),
-                 QStringLiteral("Remove (frees %1)").arg(fileSizeText(stage.model.freeableBytes)));
-    QVERIFY(!QDir(Paths::root()).exists());
-    QVERIFY(!stage.visible<QMessageBox>());
-    QVERIFY(!stage.visible<SettingsView>());
-    QCOMPARE(stage.model.notice.get(), QStringLiteral("Everything was removed."));
-}
-
-void SettingsViewTest::maintenanceIsOffWhileTheGameRuns()
-{
-    Stage stage;
-    auto *sheet = stage.openSettings();
-    const QStringList maintenance { QStringLiteral("Update the game"), QStringLiteral("Reinstall"),
-                                    removeEverything };
-    stage.model.runner.isRunning = true;
-    Stage::settle();
-    for (const QString &text : maintenance)
-        QVERIFY(!Stage::button(*sheet, text)->isEnabled());
-    QVERIFY(Stage::button(*sheet, QStringLiteral("Show saves"))->isEnabled());
-    stage.model.runner.isRunning = false;
-    Stage::settle();
-    for (const QString &text : maintenance)
-        QVERIFY(Stage::button(*sheet, text)->isEnabled());
-}
-
-void SettingsViewTest::aGameThatStartsDuringTheQuestionTurnsTheRemovalOff()
-{
-    Stage stage;
-    Stage::click(*stage.openSettings(), removeEverything);
-    stage.model.runner.isRunning = true;
-    Stage::settle();
-    auto *question = stage.visible<QMessageBox>();
-    QVERIFY(!Stage::button(*question, QStringLiteral("Remove (frees %1)").arg(fileSizeText(0)))->isEnabled());
-}
-
-QTEST_MAIN(SettingsViewTest)
+QTEST_MAIN(FailsCleanly<SettingsViewTest>)
 #include "SettingsViewTest.moc"

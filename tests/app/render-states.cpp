@@ -3,24 +3,22 @@
 //   render-states FOLDER
 
 #include "AppDelegate.h"
-#include "ContentView.h"
-#include "Samples.h"
 #include "Stage.h"
 
 #include <QApplication>
-#include <QDialog>
 #include <QDir>
 #include <QPainter>
 #include <QProcess>
-#include <QPushButton>
 #include <QStyle>
 
 #include <cstdio>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr auto scaleVariable = "QT_SCALE_FACTOR";
-const QStringList scales { QStringLiteral("1"), QStringLiteral("1.5"), QStringLiteral("2") };
+const QStringList scales { u"1"_s, u"1.5"_s, u"2"_s };
 
 struct Scheme {
     QString name;
@@ -37,17 +35,16 @@ QPalette darkPalette()
     palette.setColor(QPalette::Highlight, QColor(0x3d, 0x8e, 0xc9));
     palette.setColor(QPalette::HighlightedText, Qt::white);
     palette.setColor(QPalette::Link, QColor(0x4d, 0xa3, 0xff));
-    for (const auto role : { QPalette::WindowText, QPalette::Text, QPalette::ButtonText })
+    for (const auto role : { QPalette::WindowText, QPalette::Text, QPalette::ButtonText }) {
         palette.setColor(role, text);
-    for (const auto role : { QPalette::WindowText, QPalette::Text, QPalette::ButtonText })
         palette.setColor(QPalette::Disabled, role, QColor(0x80, 0x80, 0x84));
+    }
     return palette;
 }
 
 QList<Scheme> schemes()
 {
-    return { { QStringLiteral("light"), QApplication::style()->standardPalette() },
-             { QStringLiteral("dark"), darkPalette() } };
+    return { { u"light"_s, QApplication::style()->standardPalette() }, { u"dark"_s, darkPalette() } };
 }
 
 QList<QSize> sizes()
@@ -79,8 +76,7 @@ public:
             place.moveCenter(ground.center());
             painter.drawPixmap(place, onTop);
         }
-        const QString name = QStringLiteral("%1-%2-%3x%4@%5.png")
-                                 .arg(scene, scheme.name)
+        const QString name = u"%1-%2-%3x%4@%5.png"_s.arg(scene, scheme.name)
                                  .arg(window.width())
                                  .arg(window.height())
                                  .arg(qEnvironmentVariable(scaleVariable));
@@ -90,8 +86,7 @@ public:
 
     void takeStates(const Scheme &scheme)
     {
-        const auto scenes = Samples::scenes();
-        for (const Samples::Scene &scene : scenes) {
+        for (const Samples::Scene &scene : Samples::scenes()) {
             for (const QSize &size : sizes()) {
                 Stage stage;
                 scene.set(stage.model);
@@ -106,25 +101,20 @@ public:
         stage.model.info = Samples::game();
         stage.model.state = AppState::ready();
         MainWindow &window = stage.open();
-        auto *content = window.findChild<ContentView *>();
 
-        content->showAbout();
-        take(QStringLiteral("about"), scheme, window);
-        topSheet()->close();
-        Stage::settle();
+        stage.openAbout();
+        take(u"about"_s, scheme, window);
+        stage.click(Button::done);
 
-        content->showSettings();
-        take(QStringLiteral("settings"), scheme, window);
-        stage.player.preferences.setFullscreen(true);
-        Stage::click(*topSheet(), QStringLiteral("Fullscreen"));
-        take(QStringLiteral("settings-fullscreen"), scheme, window);
-        Stage::click(*topSheet(), QStringLiteral("Remove everything\u2026"));
+        stage.openSettings();
+        take(u"settings"_s, scheme, window);
+        stage.click(Button::fullscreen);
+        take(u"settings-fullscreen"_s, scheme, window);
+        stage.click(Button::removeEverything);
         stage.model.freeableBytes = 187'300'000;
-        take(QStringLiteral("remove"), scheme, window);
-        topSheet()->close();
-        Stage::settle();
-        topSheet()->close();
-        Stage::settle();
+        take(u"remove"_s, scheme, window);
+        stage.click(Button::cancel);
+        stage.click(Button::done);
 
         AppDelegate delegate([] {});
         delegate.attach(stage.model, window);
@@ -133,9 +123,8 @@ public:
         stage.model.runner.isRunning = true;
         stage.model.state = AppState::playing();
         window.close();
-        take(QStringLiteral("quit"), scheme, window);
-        topSheet()->close();
-        Stage::settle();
+        take(u"quit"_s, scheme, window);
+        stage.click(Button::keepPlaying);
     }
 
 private:
@@ -146,7 +135,7 @@ private:
 
 int takeAll(const QString &folder)
 {
-    QApplication::setStyle(QStringLiteral("fusion"));
+    QApplication::setStyle(u"fusion"_s);
     QFont font = QApplication::font();
     font.setPointSizeF(10); // the default of most desktops
     QApplication::setFont(font);
