@@ -4,11 +4,8 @@
 #include "Unpacker.h"
 
 #ifdef __linux__
-#include <linux/filter.h>
-#include <linux/seccomp.h>
-#include <sys/prctl.h>
+#include <seccomp.h>
 #include <sys/ptrace.h>
-#include <sys/syscall.h>
 #endif
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -94,20 +91,10 @@ Run run(const QStringList &arguments, const QString &file, const Prepare &prepar
 /// From here on, write() returns 0 in this process, except on the standard streams.
 void letWritesTakeNothing()
 {
-    const auto jump = [](unsigned code, unsigned value, unsigned char whenTrue, unsigned char whenFalse) {
-        return sock_filter { static_cast<unsigned short>(code), whenTrue, whenFalse, value };
-    };
-    sock_filter rules[] = {
-        jump(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr), 0, 0),
-        jump(BPF_JMP | BPF_JEQ | BPF_K, __NR_write, 0, 3),
-        jump(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args[0]), 0, 0),
-        jump(BPF_JMP | BPF_JGT | BPF_K, STDERR_FILENO, 0, 1),
-        jump(BPF_RET | BPF_K, SECCOMP_RET_ERRNO, 0, 0), // without an error: zero
-        jump(BPF_RET | BPF_K, SECCOMP_RET_ALLOW, 0, 0),
-    };
-    const sock_fprog program { static_cast<unsigned short>(std::size(rules)), rules };
-    if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0
-        || ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0)
+    scmp_filter_ctx filter = seccomp_init(SCMP_ACT_ALLOW);
+    if (seccomp_rule_add(filter, SCMP_ACT_ERRNO(0), SCMP_SYS(write), 1, SCMP_A0(SCMP_CMP_GT, STDERR_FILENO))
+            != 0
+        || seccomp_load(filter) != 0)
         ::_exit(126);
 }
 #endif
