@@ -41,6 +41,8 @@ struct Open {
     pid_t parent = 0;
 };
 
+using At = const Open &;
+
 /// Whether the system call that returned `result` succeeded.
 inline bool isWell(long result) { return result >= 0; }
 
@@ -63,7 +65,7 @@ inline bool runProgram(const char *program)
     return isWell(execve(program, arguments, arguments));
 }
 
-inline bool runFromMemory(const Open &)
+inline bool runFromMemory(At)
 {
     constexpr std::string_view script = "#!/bin/true\n";
     const int memory = static_cast<int>(syscall(SYS_memfd_create, "program", 0));
@@ -73,7 +75,7 @@ inline bool runFromMemory(const Open &)
     return isWell(syscall(SYS_execveat, memory, "", arguments, arguments, AT_EMPTY_PATH));
 }
 
-inline bool loadIntoKernel(const Open &)
+inline bool loadIntoKernel(At)
 {
     bpf_attr attributes = {};
     attributes.map_type = BPF_MAP_TYPE_ARRAY;
@@ -82,7 +84,7 @@ inline bool loadIntoKernel(const Open &)
     return isWell(syscall(SYS_bpf, BPF_MAP_CREATE, &attributes, sizeof(attributes)));
 }
 
-inline bool prepareRing(const Open &)
+inline bool prepareRing(At)
 {
     io_uring_params parameters = {};
     return isWell(syscall(SYS_io_uring_setup, 1, &parameters));
@@ -97,42 +99,42 @@ inline bool readMemoryOf(pid_t process)
     return process_vm_readv(process, &here, 1, &there, 1, 0) >= 0 || errno == EFAULT;
 }
 
-inline bool fillAFile(const Open &open)
+constexpr timespec times[2] = { { 0, UTIME_OMIT }, { 1'500'000'000, 0 } };
+
+inline bool fillAFile(At at)
 {
-    const int file = openat(open.destination, "file", O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);
-    const timespec times[2] = { { 0, UTIME_OMIT }, { 1'500'000'000, 0 } };
+    const int file = openat(at.destination, "file", O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);
     struct stat info = {};
     return isWell(file) && write(file, "one", 3) == 3 && pwrite(file, "two", 3, 3) == 3
         && fchmod(file, 0755) == 0 && futimens(file, times) == 0 && fstat(file, &info) == 0
         && info.st_mtime == 1'500'000'000 && info.st_size == 6 && close(file) == 0;
 }
 
-inline bool fillAFolder(const Open &open)
+inline bool fillAFolder(At at)
 {
-    if (mkdirat(open.destination, "folder", 0755) != 0)
+    if (mkdirat(at.destination, "folder", 0755) != 0)
         return false;
-    const int folder = openat(open.destination, "folder", O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
-    const timespec times[2] = { { 0, UTIME_OMIT }, { 1'500'000'000, 0 } };
+    const int folder = openat(at.destination, "folder", O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
     return make(folder, "file") && symlinkat("file", folder, "link") == 0 && futimens(folder, times) == 0;
 }
 
-inline bool clearUp(const Open &open)
+inline bool clearUp(At at)
 {
-    if (!fillAFolder(open))
+    if (!fillAFolder(at))
         return false;
-    const int folder = openat(open.destination, "folder", O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
+    const int folder = openat(at.destination, "folder", O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
     return unlinkat(folder, "file", 0) == 0 && unlinkat(folder, "link", 0) == 0
-        && unlinkat(open.destination, "folder", AT_REMOVEDIR) == 0;
+        && unlinkat(at.destination, "folder", AT_REMOVEDIR) == 0;
 }
 
-inline bool readOn(const Open &open)
+inline bool readOn(At at)
 {
     char bytes[7] = {};
-    return pread(open.archive, bytes, sizeof(bytes), 0) == 7 && std::memcmp(bytes, "content", 7) == 0
-        && lseek(open.archive, 0, SEEK_END) == 7;
+    return pread(at.archive, bytes, sizeof(bytes), 0) == 7 && std::memcmp(bytes, "content", 7) == 0
+        && lseek(at.archive, 0, SEEK_END) == 7;
 }
 
-inline bool workInThreads(const Open &)
+inline bool workInThreads(At)
 {
     std::atomic<int> done = 0;
     {
@@ -150,7 +152,7 @@ inline bool workInThreads(const Open &)
     return done == 8;
 }
 
-inline bool catchAnException(const Open &)
+inline bool catchAnException(At)
 {
     try {
         throw std::runtime_error("as the damaged archive makes it");
@@ -159,7 +161,7 @@ inline bool catchAnException(const Open &)
     }
 }
 
-inline bool knowTheTime(const Open &)
+inline bool knowTheTime(At)
 {
     std::tm summer = {};
     summer.tm_year = 124;
@@ -176,105 +178,89 @@ enum RefusedBy { Files, Calls, Either, Needed, Watched };
 struct Attempt {
     const char *what = nullptr;
     RefusedBy refusedBy = Watched;
-    bool (*succeeds)(const Open &) = nullptr;
+    bool (*succeeds)(At) = nullptr;
 };
 
 inline const std::vector<Attempt> all = {
     // Paths.
-    { "read a file", Files, [](const Open &) { return isWell(::open("/etc/passwd", O_RDONLY)); } },
-    { "read about the process", Files,
-      [](const Open &) { return isWell(::open("/proc/self/maps", O_RDONLY)); } },
-    { "list a folder", Files,
-      [](const Open &open) { return isWell(::open(open.path.c_str(), O_RDONLY | O_DIRECTORY)); } },
-    { "write beside", Files, [](const Open &open) { return make(AT_FDCWD, (open.path + "/new").c_str()); } },
-    { "write above", Files, [](const Open &open) { return make(open.destination, "../new"); } },
-    { "write through a link", Files, [](const Open &open) { return make(open.destination, "out/new"); } },
+    { "read a file", Files, [](At) { return isWell(open("/etc/passwd", O_RDONLY)); } },
+    { "read about the process", Files, [](At) { return isWell(open("/proc/self/maps", O_RDONLY)); } },
+    { "list a folder", Files, [](At at) { return isWell(open(at.path.c_str(), O_RDONLY | O_DIRECTORY)); } },
+    { "write beside", Files, [](At at) { return make(AT_FDCWD, (at.path + "/new").c_str()); } },
+    { "write above", Files, [](At at) { return make(at.destination, "../new"); } },
+    { "write through a link", Files, [](At at) { return make(at.destination, "out/new"); } },
     { "open what is open for writing", Files,
-      [](const Open &open) {
-          return isWell(::open(("/proc/self/fd/" + std::to_string(open.archive)).c_str(), O_RDWR));
-      } },
-    { "make a folder beside", Files,
-      [](const Open &open) { return mkdirat(open.destination, "../new", 0700) == 0; } },
+      [](At at) { return isWell(open(("/proc/self/fd/" + std::to_string(at.archive)).c_str(), O_RDWR)); } },
+    { "make a folder beside", Files, [](At at) { return mkdirat(at.destination, "../new", 0700) == 0; } },
     { "make a link beside", Files,
-      [](const Open &open) { return symlinkat("archive", open.destination, "../new") == 0; } },
-    { "remove beside", Files,
-      [](const Open &open) { return unlinkat(open.destination, "../archive", 0) == 0; } },
+      [](At at) { return symlinkat("archive", at.destination, "../new") == 0; } },
+    { "remove beside", Files, [](At at) { return unlinkat(at.destination, "../archive", 0) == 0; } },
     { "remove a folder beside", Files,
-      [](const Open &open) { return unlinkat(open.destination, "../empty", AT_REMOVEDIR) == 0; } },
+      [](At at) { return unlinkat(at.destination, "../empty", AT_REMOVEDIR) == 0; } },
     { "move out", Either,
-      [](const Open &open) { return renameat(open.destination, "own", open.destination, "../new") == 0; } },
+      [](At at) { return renameat(at.destination, "own", at.destination, "../new") == 0; } },
     { "move in", Either,
-      [](const Open &open) {
-          return renameat(open.destination, "../archive", open.destination, "new") == 0;
-      } },
+      [](At at) { return renameat(at.destination, "../archive", at.destination, "new") == 0; } },
     { "hard link out", Either,
-      [](const Open &open) { return linkat(open.destination, "own", open.destination, "../new", 0) == 0; } },
+      [](At at) { return linkat(at.destination, "own", at.destination, "../new", 0) == 0; } },
     { "hard link in", Either,
-      [](const Open &open) {
-          return linkat(open.destination, "../archive", open.destination, "new", 0) == 0;
-      } },
-    { "make a pipe", Either, [](const Open &open) { return mkfifoat(open.destination, "new", 0600) == 0; } },
+      [](At at) { return linkat(at.destination, "../archive", at.destination, "new", 0) == 0; } },
+    { "make a pipe", Either, [](At at) { return mkfifoat(at.destination, "new", 0600) == 0; } },
     { "make a device", Either,
-      [](const Open &open) { return mknodat(open.destination, "new", S_IFCHR | 0600, makedev(1, 3)) == 0; } },
-    { "cut off a file", Calls,
-      [](const Open &open) { return truncate((open.path + "/archive").c_str(), 1) == 0; } },
-    { "change a mode", Calls,
-      [](const Open &open) { return fchmodat(open.destination, "../archive", 0777, 0) == 0; } },
-    { "change times", Calls,
-      [](const Open &open) { return utimensat(open.destination, "../archive", nullptr, 0) == 0; } },
+      [](At at) { return mknodat(at.destination, "new", S_IFCHR | 0600, makedev(1, 3)) == 0; } },
+    { "cut off a file", Calls, [](At at) { return truncate((at.path + "/archive").c_str(), 1) == 0; } },
+    { "change a mode", Calls, [](At at) { return fchmodat(at.destination, "../archive", 0777, 0) == 0; } },
+    { "change times", Calls, [](At at) { return utimensat(at.destination, "../archive", nullptr, 0) == 0; } },
     // The network and other processes.
-    { "connect by IP", Calls, [](const Open &) { return isWell(socket(AF_INET, SOCK_STREAM, 0)); } },
-    { "connect by IPv6", Calls, [](const Open &) { return isWell(socket(AF_INET6, SOCK_DGRAM, 0)); } },
-    { "connect on this machine", Calls,
-      [](const Open &) { return isWell(socket(AF_UNIX, SOCK_STREAM, 0)); } },
-    { "signal", Calls, [](const Open &open) { return kill(open.parent, 0) == 0; } },
-    { "signal a thread", Calls,
-      [](const Open &open) { return syscall(SYS_tgkill, open.parent, open.parent, 0) == 0; } },
-    { "trace", Either,
-      [](const Open &open) { return isWell(ptrace(PTRACE_SEIZE, open.parent, nullptr, nullptr)); } },
-    { "read memory", Either, [](const Open &open) { return readMemoryOf(open.parent); } },
+    { "connect by IP", Calls, [](At) { return isWell(socket(AF_INET, SOCK_STREAM, 0)); } },
+    { "connect by IPv6", Calls, [](At) { return isWell(socket(AF_INET6, SOCK_DGRAM, 0)); } },
+    { "connect on this machine", Calls, [](At) { return isWell(socket(AF_UNIX, SOCK_STREAM, 0)); } },
+    { "signal", Calls, [](At at) { return kill(at.parent, 0) == 0; } },
+    { "signal a thread", Calls, [](At at) { return syscall(SYS_tgkill, at.parent, at.parent, 0) == 0; } },
+    { "trace", Either, [](At at) { return isWell(ptrace(PTRACE_SEIZE, at.parent, nullptr, nullptr)); } },
+    { "read memory", Either, [](At at) { return readMemoryOf(at.parent); } },
     // Programs.
-    { "run a program", Either, [](const Open &) { return runProgram("/bin/true"); } },
+    { "run a program", Either, [](At) { return runProgram("/bin/true"); } },
     { "run an open program", Either,
-      [](const Open &open) {
+      [](At at) {
           char *arguments[] = { nullptr };
-          return isWell(syscall(SYS_execveat, open.program, "", arguments, arguments, AT_EMPTY_PATH));
+          return isWell(syscall(SYS_execveat, at.program, "", arguments, arguments, AT_EMPTY_PATH));
       } },
     { "run a program from memory", Calls, runFromMemory },
-    { "fork", Calls, [](const Open &) { return hasStarted(fork()); } },
+    { "fork", Calls, [](At) { return hasStarted(fork()); } },
     { "fork with clone", Calls,
-      [](const Open &) { return hasStarted(static_cast<pid_t>(syscall(SYS_clone, SIGCHLD, 0, 0, 0, 0))); } },
+      [](At) { return hasStarted(static_cast<pid_t>(syscall(SYS_clone, SIGCHLD, 0, 0, 0, 0))); } },
     { "fork with clone3", Calls,
-      [](const Open &) {
+      [](At) {
           clone_args clone = {};
           clone.exit_signal = SIGCHLD;
           return hasStarted(static_cast<pid_t>(syscall(SYS_clone3, &clone, sizeof(clone))));
       } },
     { "start a thread with another network", Calls,
-      [](const Open &) {
+      [](At) {
           // If it is allowed, the kernel still returns EINVAL: such a thread must share the signal handlers.
           return isWell(syscall(SYS_clone, CLONE_THREAD | CLONE_NEWNET, 0, 0, 0, 0)) || errno == EINVAL;
       } },
     { "vfork", Calls,
-      [](const Open &) {
-          const pid_t child = vfork();
+      [](At) {
+          const pid_t child = vfork(); // not in a function, which would return in the child
           if (child == 0)
               _exit(0);
           return isWell(child);
       } },
     { "make memory that runs", Calls,
-      [](const Open &) {
+      [](At) {
           return mmap(nullptr, 4096, PROT_READ | PROT_EXEC, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0) != MAP_FAILED;
       } },
     { "let memory run", Calls,
-      [](const Open &) {
+      [](At) {
           void *memory = mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
           return mprotect(memory, 4096, PROT_READ | PROT_EXEC) == 0;
       } },
     // The kernel.
     { "load into the kernel", Calls, loadIntoKernel },
     { "prepare a ring", Calls, prepareRing },
-    { "leave the namespace", Calls, [](const Open &) { return unshare(CLONE_NEWUSER) == 0; } },
+    { "leave the namespace", Calls, [](At) { return unshare(CLONE_NEWUSER) == 0; } },
     { "fill a file", Needed, fillAFile },
     { "fill a folder", Needed, fillAFolder },
     { "clear up", Needed, clearUp },
@@ -283,20 +269,19 @@ inline const std::vector<Attempt> all = {
     { "catch an exception", Needed, catchAnException },
     { "know the time", Needed, knowTheTime },
     { "abort", Watched,
-      [](const Open &) -> bool {
+      [](At) -> bool {
           std::fputs("It aborts.\n", stderr);
           std::abort();
       } },
-    { "let an exception go", Watched,
-      [](const Open &) -> bool { throw std::runtime_error("nobody catches it"); } },
+    { "let an exception go", Watched, [](At) -> bool { throw std::runtime_error("nobody catches it"); } },
     { "wait", Watched,
-      [](const Open &) {
+      [](At) {
           char end = 0;
           return read(STDIN_FILENO, &end, 1) == 0;
       } },
 #ifdef __x86_64__
     { "call like a 32-bit program", Watched,
-      [](const Open &) {
+      [](At) {
           long result = 20; // getpid
           asm volatile("int $0x80" : "+a"(result) : : "memory", "r8", "r9", "r10", "r11");
           return isWell(result);

@@ -8,8 +8,7 @@ public:
     /// A block whose bytes are not compressed.
     void stored(const QByteArray &bytes, bool isLast = false)
     {
-        bits(isLast ? 1 : 0, 1);
-        bits(0, 2);
+        begin(0, isLast);
         while (m_count > 0)
             bits(0, 1);
         const auto size = static_cast<quint32>(bytes.size());
@@ -19,11 +18,7 @@ public:
     }
 
     /// Starts a block of literals and matches with the fixed Huffman codes.
-    void beginFixed(bool isLast = false)
-    {
-        bits(isLast ? 1 : 0, 1);
-        bits(1, 2);
-    }
+    void beginFixed(bool isLast = false) { begin(1, isLast); }
 
     void literals(const QByteArray &bytes)
     {
@@ -48,8 +43,7 @@ public:
     /// An empty block with dynamic Huffman codes.
     void emptyDynamic(bool isLast = false)
     {
-        bits(isLast ? 1 : 0, 1);
-        bits(2, 2);
+        begin(2, isLast);
         bits(0, 5); // 257 codes for literals and lengths
         bits(0, 5); // one for distances
         bits(18 - 4, 4);
@@ -74,6 +68,12 @@ public:
     }
 
 private:
+    void begin(quint32 type, bool isLast)
+    {
+        bits(isLast ? 1 : 0, 1);
+        bits(type, 2);
+    }
+
     /// Numbers are written lowest bit first, codes highest bit first.
     void bits(quint32 value, int count)
     {
