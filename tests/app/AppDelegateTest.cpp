@@ -68,14 +68,14 @@ private Q_SLOTS:
         QCOMPARE(running.ended, 0);
     }
 
-    void whoKeepsPlayingKeepsTheGameAndTheWindow_data()
+    void keepPlayingLeavesTheGameAndTheWindow_data()
     {
         QTest::addColumn<bool>("byKey");
         QTest::newRow("Keep Playing is clicked") << false;
         QTest::newRow("Escape is pressed") << true;
     }
 
-    void whoKeepsPlayingKeepsTheGameAndTheWindow()
+    void keepPlayingLeavesTheGameAndTheWindow()
     {
         QFETCH(const bool, byKey);
         Running running(Running::game);
@@ -94,14 +94,14 @@ private Q_SLOTS:
         QVERIFY(running.asks());
     }
 
-    void whoQuitsStopsTheGameAndEnds_data()
+    void quitStopsTheGameAndEnds_data()
     {
         QTest::addColumn<bool>("byKey");
         QTest::newRow("Quit is clicked") << false;
         QTest::newRow("Return is pressed") << true;
     }
 
-    void whoQuitsStopsTheGameAndEnds()
+    void quitStopsTheGameAndEnds()
     {
         QFETCH(const bool, byKey);
         Running running(Running::game);
@@ -141,7 +141,7 @@ private Q_SLOTS:
         QVERIFY(Player::scratch().isEmpty());
     }
 
-    void aGameThatIgnoresTheRequestDoesNotHoldTheLauncher()
+    void aGameThatIgnoresTheRequestDoesNotHoldUpTheLauncher()
     {
         Running running(Running::stubbornGame);
         running.close();

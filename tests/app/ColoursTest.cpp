@@ -57,7 +57,7 @@ private Q_SLOTS:
         QCOMPARE(Colours::readable(Qt::red, Qt::white, 21), QColor(Qt::black));
     }
 
-    void aDarkDesktopGetsALighterRed()
+    void aDarkDesktopHasALighterRed()
     {
         const QColor dark = Colours::failure(Look::dark());
         QCOMPARE_GT(dark.lightness(), Colours::failure(Look::light()).lightness());

@@ -107,7 +107,7 @@ private Q_SLOTS:
         QVERIFY(std::clock() - start < 5 * CLOCKS_PER_SEC);
     }
 
-    void linesThatAreTooMuchForOneTurnComeInTheNext()
+    void linesThatAreTooMuchForOneTurnAreAddedInTheNext()
     {
         QStringList all;
         for (int line = 0; line < 30; ++line)

@@ -341,7 +341,7 @@ private Q_SLOTS:
         QVERIFY(shown.copied() == shown.log.lines->first());
     }
 
-    void aHiddenViewDoesNoWorkAndTakesUpTheLogWhenItIsShown()
+    void aHiddenViewDoesNoWorkAndCatchesUpWhenItIsShown()
     {
         Shown shown;
         shown.append(u"seen"_s);

@@ -75,7 +75,7 @@ private Q_SLOTS:
         QVERIFY(stage.texts().contains(hint));
     }
 
-    void whileAnInstallRunsThePlayButtonGivesWayToTheProgress()
+    void theProgressReplacesThePlayButtonWhileAnInstallRuns()
     {
         Stage stage(Stage::usual);
         stage.model.stepText = u"the step"_s;

@@ -114,7 +114,7 @@ private Q_SLOTS:
                       u"is not level"_s);
             }
         }
-        QCOMPARE(faults, QStringList());
+        QCOMPARE(faults.join(u'\n'), QString());
     }
 
     void nothingIsClippedAtTheSides_data()
