@@ -105,6 +105,9 @@ private Q_SLOTS:
         const Look::Font desktop(points);
         Stage stage;
         QCOMPARE(faults(*stage.openSettings()), QString());
+        // The names of the choices stay on one line, beside their choice or above it.
+        for (const TextLabel *name : Stage::labels(*stage.front()).mid(1, 2))
+            QCOMPARE_LT(name->height(), 2 * name->minimumSizeHint().height());
         stage.click(Button::done);
         QCOMPARE(faults(*stage.openAbout()), QString());
     }
