@@ -20,6 +20,9 @@ struct ProjectInfo;
 /// Chooses, installs and finds engine builds, and has them import the game. Owned by the model. The static
 /// queries, `spec` to `executable`, have no side effects and may be called on any thread; the rest is for the
 /// main thread unless stated otherwise.
+///
+/// Defined in four files: the queries in EngineManager.cpp, `install` in EngineInstall.cpp, `importProject`
+/// in ProjectImport.cpp, `sha512` in Sha512.cpp.
 class EngineManager final {
 public:
     explicit EngineManager(TransferRules rules = {});
@@ -28,8 +31,8 @@ public:
     static EngineSpec spec(const ProjectInfo &info);
     /// Where the build is unpacked: "Engine/4.3-mono". Not created here.
     static QString folder(const EngineSpec &spec);
-    /// The path of the marker file, which exists once this copy of the game was imported with the build:
-    /// "Game/.imported-4.3".
+    /// The path (not a URL) of the marker file, which exists once this copy of the game was imported with the
+    /// build: "Game/.imported-4.3".
     static QString markerURL(const EngineSpec &spec);
     /// The path of the build's program; no value when it is not installed. Reads the disk.
     static std::optional<QString> executable(const EngineSpec &spec);

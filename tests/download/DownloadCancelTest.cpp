@@ -52,9 +52,9 @@ private Q_SLOTS:
     void aCancelFromTheProgressReportIsHeard()
     {
         std::stop_source stop;
-        const auto download
-            = std::make_shared<FileDownloader>(m_scene->server.serve(m_scene->path, flood), m_scene->destination,
-                                     [&stop](DownloadProgress) { stop.request_stop(); });
+        const auto download = std::make_shared<FileDownloader>(
+            m_scene->server.serve(m_scene->path, flood), m_scene->destination,
+            [&stop](DownloadProgress) { stop.request_stop(); });
         QVERIFY(Tasks::failure<CancellationError>(download->start(stop.get_token())));
         QCOMPARE(m_scene->files(), QStringList());
     }

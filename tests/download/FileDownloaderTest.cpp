@@ -8,6 +8,7 @@
 
 #include <QTest>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <sys/resource.h>
@@ -130,13 +131,31 @@ private Q_SLOTS:
         QVERIFY(m_scene->events.constFirst().bytesPerSecond > 0);
     }
 
+    void theSpeedFallsToNothingInAStandstill()
+    {
+        const auto download = m_scene->downloader(HttpReply::head(200, { "Content-Length: 2000" })
+                                                      .send(QByteArray(1000, 'x'))
+                                                      .pause(2500ms)
+                                                      .send(QByteArray(1000, 'y')));
+        Tasks::finish(download->start());
+        const QList<DownloadProgress> &events = m_scene->events;
+        const auto isStandstill = [](const DownloadProgress &event) {
+            return event.received == 1000 && event.bytesPerSecond == 0;
+        };
+        const auto isMoving = [](const DownloadProgress &event) { return event.bytesPerSecond > 0; };
+        const auto moving = std::find_if(events.begin(), events.end(), isMoving);
+        QVERIFY(std::any_of(moving, events.end(), isStandstill));
+        QCOMPARE(events.last().received, 2000);
+    }
+
     void progressIsReportedOnOneOtherThread()
     {
         QSet<QThread *> threads;
         const QUrl url = m_scene->server.serve(m_scene->path, someBytes(500'000));
-        Tasks::finish(std::make_shared<FileDownloader>(url, m_scene->destination, [&threads](DownloadProgress) {
-                          threads.insert(QThread::currentThread());
-                      })->start());
+        Tasks::finish(
+            std::make_shared<FileDownloader>(url, m_scene->destination, [&threads](DownloadProgress) {
+                threads.insert(QThread::currentThread());
+            })->start());
         QCOMPARE(threads.size(), 1);
         QVERIFY(!threads.contains(QThread::currentThread()));
     }
@@ -188,8 +207,8 @@ private Q_SLOTS:
         const QUrl url = m_scene->server.url(m_scene->path);
         QVERIFY(OrdinaryUser::run([url] {
             const ThreadLimit none;
-            const auto error
-                = Tasks::failure<AppError>(std::make_shared<FileDownloader>(url, u"file"_s, nullptr)->start());
+            const auto error = Tasks::failure<AppError>(
+                std::make_shared<FileDownloader>(url, u"file"_s, nullptr)->start());
             return error
                 && error->errorDescription().endsWith(TransferError::couldNotBegin().errorDescription());
         }));
@@ -209,8 +228,9 @@ private Q_SLOTS:
         QFETCH(int, code);
         m_scene->folder.write(u"file"_s, "x");
         const QUrl url = m_scene->server.serve(m_scene->path, newFile);
-        verifyFileError(std::make_shared<FileDownloader>(url, m_scene->folder.filePath(place), nullptr)->start(),
-                        u"created"_s, code);
+        verifyFileError(
+            std::make_shared<FileDownloader>(url, m_scene->folder.filePath(place), nullptr)->start(),
+            u"created"_s, code);
     }
 
     void aFolderThatVanishesBeforeTheMoveIsAFileError()
