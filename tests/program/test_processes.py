@@ -67,7 +67,7 @@ class Processes(LauncherCase):
                 time.sleep(delay)
                 self.assertTrue(all(map(is_alive, unpackers)))
                 self.kill()
-                wait_for(lambda: not any(map(is_alive, unpackers)), 1)
+                wait_for(lambda: not any(map(is_alive, unpackers)), 0.5)
                 self.assertFalse((self.root / "Engine").exists() and any((self.root / "Engine").iterdir()))
                 shutil.rmtree(self.root)
 

@@ -173,7 +173,7 @@ class Start(LauncherCase):
         self.assertIn("display", self.printed())
 
     def test_the_local_launcher_takes_exactly_one_address(self):
-        for arguments in ([], ["a", "b"], ["not an address"], ["127.0.0.1:80"], ["file:///tmp"],
+        for arguments in ([], ["http://127.0.0.1:80"] * 2, ["not an address"], ["127.0.0.1:80"], ["file:///tmp"],
                           ["http://127.0.0.1:80/path"], ["http://"], ["http://127.0.0.1:80?a"], [""]):
             with self.subTest(arguments):
                 ended = subprocess.run([PROGRAMS / "vantor-platformer-local", *arguments], env=self.environment,
