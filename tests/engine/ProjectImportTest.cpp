@@ -158,8 +158,8 @@ private:
     /// Returns the path of a shell script that stands in for the engine. Its "$4" is the project folder.
     QString engine(const QByteArray &commands) const { return shellScript(*m_home, u"engine"_s, commands); }
 
-    QCoro::Task<bool> start(const EngineSpec &spec, const QString &executable,
-                            const std::shared_ptr<ProcessController> &controller)
+    QCoro::Task<bool> start(EngineSpec spec, QString executable,
+                            std::shared_ptr<ProcessController> controller)
     {
         return m_engines.importProject(spec, executable, m_project, m_log.get(), controller);
     }
