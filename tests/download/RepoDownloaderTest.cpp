@@ -298,13 +298,13 @@ private Q_SLOTS:
 private:
     void serveWholeGame() { m_server->serve(path, wholeGame().bytes()); }
 
-    QCoro::Task<QString> install(const std::stop_token &stop = {})
+    QCoro::Task<QString> install(std::stop_token stop = {})
     {
         return m_repository->install(&*m_log, nullptr, stop);
     }
 
     /// Updates an old game. Returns once the server holds back the new one, until its release.
-    QCoro::Task<QString> installUpToTheDownload(const std::stop_token &stop = {})
+    QCoro::Task<QString> installUpToTheDownload(std::stop_token stop = {})
     {
         writeOldGame(*m_home);
         m_server->serve(path, HttpReply::head(200).stall().send(wholeGame().bytes()));
