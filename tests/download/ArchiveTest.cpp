@@ -175,7 +175,7 @@ private:
         return u"Could not unpack game.zip (ditto exit code %1)."_s.arg(status);
     }
 
-    QCoro::Task<> unzip(const std::stop_token &stop = {})
+    QCoro::Task<> unzip(std::stop_token stop = {})
     {
         return Archive::unzip(zipFile(), destination(), &*m_log, stop);
     }
