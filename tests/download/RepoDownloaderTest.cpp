@@ -283,14 +283,20 @@ private Q_SLOTS:
         verifyOldGame();
     }
 
-    void aCancelOutsideADownloadDoesNothing()
+    void aCancelAfterTheDownloadEndsTheInstallationToo()
     {
         serveWholeGame();
-        m_repository->cancel();
         auto task = install();
         waitForTheFileWithoutTurningTheEventLoop();
         m_repository->cancel();
-        QCOMPARE(Tasks::finish(std::move(task)), Paths::gameFolder());
+        QVERIFY(Tasks::failure<CancellationError>(std::move(task)));
+    }
+
+    void aCancelOutsideAnInstallationDoesNothing()
+    {
+        serveWholeGame();
+        m_repository->cancel();
+        QCOMPARE(finish(), Paths::gameFolder());
         m_repository->cancel();
         QCOMPARE(finish(), Paths::gameFolder());
     }
