@@ -16,7 +16,7 @@ QString ScratchFolder::filePath(const QString &name) const { return m_path + u'/
 QCoro::Task<QString> inScratchFolder(std::function<QCoro::Task<QString>(QString)> work)
 {
     const ScratchFolder scratch; // removes what cannot be removed below
-    const QString folder = scratch.path();
+    const QString &folder = scratch.path();
     QString result;
     std::exception_ptr error;
     try {
