@@ -96,7 +96,8 @@ private Q_SLOTS:
         const qint64 size = ScriptedHost::gameArchive().size();
         AppModel &model = player.startModel();
         QStringList details;
-        connect(&model, &Observable::willChange, this, [&] {
+        const QObject watcher; // destroyed before what it captures
+        connect(&model, &Observable::willChange, &watcher, [&] {
             if (!model.progressDetail->isEmpty())
                 details << model.progressDetail;
         });
@@ -126,7 +127,8 @@ private Q_SLOTS:
         bool hasTurned = false;
         std::optional<bool> hadTurned;
         // willChange comes before a line is stored, so the last stored line is the one before it.
-        connect(&model.log, &Observable::willChange, this, [&] {
+        const QObject watcher; // destroyed before what it captures
+        connect(&model.log, &Observable::willChange, &watcher, [&] {
             const QString before = model.log.lines->value(model.log.lines->size() - 1);
             if (before == log.at(4))
                 QMetaObject::invokeMethod(
@@ -177,7 +179,8 @@ private Q_SLOTS:
         Player player;
         AppModel &model = player.start();
         std::optional<bool> existed;
-        connect(&model.log, &Observable::willChange, this, [&] {
+        const QObject watcher; // destroyed before what it captures
+        connect(&model.log, &Observable::willChange, &watcher, [&] {
             // The second line is about to be stored.
             if (model.log.lines->size() == 1)
                 existed = QFileInfo(Player::scratch().value(0) + u"/extract"_s).isDir();
@@ -211,7 +214,8 @@ private Q_SLOTS:
         Player player;
         player.startHost();
         AppModel &model = player.startInstalled();
-        connect(&model.log, &Observable::willChange, this, [&] {
+        const QObject watcher; // destroyed before what it captures
+        connect(&model.log, &Observable::willChange, &watcher, [&] {
             // The update's last line is about to be stored; only its scratch folder is still to be removed.
             if (model.isWorking()
                 && model.log.lines->value(model.log.lines->size() - 1) == Texts::unpackingGame)
