@@ -86,7 +86,7 @@ private Q_SLOTS:
         // The timer ends once the check has begun, and before its result arrives: both need the event loop.
         connect(m_log.get(), &Observable::willChange, this, [this] {
             if (!m_log->lines->isEmpty() && m_log->lines->last().startsWith(downloading))
-                QTimer::singleShot(0, this, [this] { doToArchive(writeTheSame); });
+                QTimer::singleShot(0, this, [] { doToArchive(writeTheSame); });
         });
         QCOMPARE(failure(), doesNotMatch);
         QCOMPARE(log().last(), checking);

@@ -6,6 +6,7 @@
 #include <QTest>
 
 #include <atomic>
+#include <mutex>
 
 #include <netdb.h>
 
@@ -35,17 +36,35 @@ void release()
     released = false;
 }
 
-/// The proxies in the desktop's settings. If empty, the lookup blocks, as for a script on a silent server.
-QList<QNetworkProxy> proxies;
+/// The proxies in the desktop's settings. If there are none, the lookup blocks, as for a script on a silent
+/// server. Thread-safe.
+class Proxies final {
+public:
+    void set(const QList<QNetworkProxy> &proxies)
+    {
+        const std::lock_guard guard(m_lock);
+        m_proxies = proxies;
+    }
+    QList<QNetworkProxy> get()
+    {
+        const std::lock_guard guard(m_lock);
+        return m_proxies;
+    }
+
+private:
+    std::mutex m_lock;
+    QList<QNetworkProxy> m_proxies;
+} proxies;
 
 }
 
 // These two replace the functions of Qt and of the system in this whole program.
 QList<QNetworkProxy> QNetworkProxyFactory::systemProxyForQuery(const QNetworkProxyQuery &)
 {
-    if (proxies.isEmpty())
+    const QList<QNetworkProxy> known = proxies.get();
+    if (known.isEmpty())
         block();
-    return proxies;
+    return known;
 }
 
 extern "C" int getaddrinfo(const char *, const char *, const addrinfo *, addrinfo **)
@@ -61,7 +80,7 @@ class LookupTest final : public QObject {
 private Q_SLOTS:
     void cleanup()
     {
-        proxies.clear();
+        proxies.set({});
         release();
     }
 
@@ -85,8 +104,10 @@ private Q_SLOTS:
     void theFirstProxyThatCarriesHttpIsTaken()
     {
         QFETCH(const QList<QNetworkProxy::ProxyType>, types);
+        QList<QNetworkProxy> known;
         for (const QNetworkProxy::ProxyType type : types)
-            proxies.append(QNetworkProxy(type, u"proxy"_s, static_cast<quint16>(proxies.size() + 1)));
+            known.append(QNetworkProxy(type, u"proxy"_s, static_cast<quint16>(known.size() + 1)));
+        proxies.set(known);
         QTEST(SystemProxy::forUrl(m_url).address, "address");
     }
 
@@ -95,7 +116,7 @@ private Q_SLOTS:
     void aLookupThatNeverEndsTimesOut()
     {
         QFETCH(QList<QNetworkProxy>, known);
-        proxies = known;
+        proxies.set(known);
         QElapsedTimer time;
         time.start();
         QCOMPARE(failure(m_url, impatient()), TransferError::timedOut().errorDescription());
@@ -108,7 +129,7 @@ private Q_SLOTS:
     void aStopDuringALookupEndsTheTransferAtOnce()
     {
         QFETCH(QList<QNetworkProxy>, known);
-        proxies = known;
+        proxies.set(known);
         std::stop_source stop;
         auto task = fetchData(m_url, plenty, stop.get_token());
         QTRY_COMPARE(waiting, 1);
