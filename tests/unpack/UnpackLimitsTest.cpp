@@ -92,8 +92,8 @@ Run run(const QStringList &arguments, const QString &file, const Prepare &prepar
 void letWritesTakeNothing()
 {
     scmp_filter_ctx filter = seccomp_init(SCMP_ACT_ALLOW);
-    if (seccomp_rule_add(filter, SCMP_ACT_ERRNO(0), SCMP_SYS(write), 1, SCMP_A0(SCMP_CMP_GT, STDERR_FILENO))
-            != 0
+    const scmp_arg_cmp beyondStreams { .arg = 0, .op = SCMP_CMP_GT, .datum_a = STDERR_FILENO, .datum_b = 0 };
+    if (seccomp_rule_add_array(filter, SCMP_ACT_ERRNO(0), SCMP_SYS(write), 1, &beyondStreams) != 0
         || seccomp_load(filter) != 0)
         ::_exit(126);
 }
