@@ -2,5 +2,5 @@
 
 #include <string>
 
-/// The system's words for the errno value `code`: "No space left on device". Any thread.
+/// The system's English words for the errno value `code`: "No space left on device". Any thread.
 std::string errnoText(int code);
