@@ -11,8 +11,6 @@ ScratchFolder::ScratchFolder()
 
 ScratchFolder::~ScratchFolder() { FileOperations::removeTreeIfPossible(m_path); }
 
-QString ScratchFolder::filePath(const QString &name) const { return m_path + u'/' + name; }
-
 QCoro::Task<QString> inScratchFolder(std::function<QCoro::Task<QString>(QString)> work)
 {
     const ScratchFolder scratch; // removes what cannot be removed below

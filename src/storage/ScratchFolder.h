@@ -17,8 +17,6 @@ public:
     ScratchFolder &operator=(const ScratchFolder &) = delete;
 
     const QString &path() const { return m_path; }
-    /// The path of `name` directly in the folder.
-    QString filePath(const QString &name) const;
 
 private:
     QString m_path;
