@@ -38,7 +38,7 @@ void checkLinks(const ArchiveFile &file, const ZipDirectory &directory, MemberTr
     MemberNames names(file);
     const auto refuse = [&](const ZipLink &link, const char *how) {
         throw UnpackError("The archive cannot be trusted: the link "
-                          + quoted(names.of(directory.members[link.member])) + " leads " + how + ".");
+                          + inQuotes(names.of(directory.members[link.member])) + " leads " + how + ".");
     };
     for (const ZipLink &link : directory.links) {
         for (const MemberTree::Node node : link.nodes) {

@@ -25,7 +25,7 @@ void writeAll(int output, Bytes bytes, const std::string &name)
         if (count < 0 && errno == EINTR)
             continue;
         if (count <= 0)
-            throw UnpackError(quoted(name) + " could not be written: "
+            throw UnpackError(inQuotes(name) + " could not be written: "
                               + (count < 0 ? errnoText(errno) : "the disk took nothing of it") + ".");
         bytes = bytes.subspan(static_cast<std::size_t>(count));
     }

@@ -23,7 +23,7 @@ constexpr int openFolder = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 [[noreturn]] void fail(const std::string &name, const std::string &action)
 {
     const int code = errno;
-    throw UnpackError(quoted(name) + " could not be " + action + ": " + errnoText(code) + ".");
+    throw UnpackError(inQuotes(name) + " could not be " + action + ": " + errnoText(code) + ".");
 }
 
 void setTime(int file, const std::string &name, std::time_t modified)
@@ -72,7 +72,7 @@ FileDescriptor openEmptyFolder(const std::string &path)
     if (!names)
         fail(path, "listed");
     if (!names->empty())
-        throw UnpackError(quoted(path) + " is not an empty folder.");
+        throw UnpackError(inQuotes(path) + " is not an empty folder.");
     return folder;
 }
 

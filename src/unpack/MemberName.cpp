@@ -42,7 +42,7 @@ bool hasControlCharacters(const std::string &name)
 
 [[noreturn]] void refuse(const std::string &name, const std::string &reason)
 {
-    throw UnpackError("The archive cannot be trusted: the name " + quoted(name) + " " + reason + ".");
+    throw UnpackError("The archive cannot be trusted: the name " + inQuotes(name) + " " + reason + ".");
 }
 
 /// All rules for names that do not depend on the character set.
@@ -109,10 +109,10 @@ void checkLinkTarget(const std::string &link, const std::string &target)
     };
     if (target.empty() || target.size() > longestName || (!isAscii(target) && !decoded(target))
         || hasControlCharacters(target) || std::ranges::any_of(partsOf(target), isDisguised))
-        throw UnpackError("The archive cannot be trusted: the link " + quoted(link)
+        throw UnpackError("The archive cannot be trusted: the link " + inQuotes(link)
                           + " leads to no proper path.");
     if (target.front() == '/')
-        throw UnpackError("The archive cannot be trusted: the link " + quoted(link)
+        throw UnpackError("The archive cannot be trusted: the link " + inQuotes(link)
                           + " leads out of the folder.");
 }
 
@@ -134,7 +134,7 @@ std::string comparisonKey(const std::string &part)
     return normal.toUpper().toCaseFolded().normalized(QString::NormalizationForm_D).toStdString();
 }
 
-std::string quoted(const std::string &name)
+std::string inQuotes(const std::string &name)
 {
     constexpr qsizetype longestShown = 120;
     QString text = QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size()));

@@ -28,4 +28,4 @@ void checkLinkTarget(const std::string &link, const std::string &target);
 std::string comparisonKey(const std::string &part);
 
 /// `name` in quotation marks, shortened and made printable to fit one line of a log.
-std::string quoted(const std::string &name);
+std::string inQuotes(const std::string &name);

@@ -77,5 +77,5 @@ void MemberReader::finish()
 
 void MemberReader::refuse(const std::string &how) const
 {
-    throw UnpackError("The archive is damaged: " + quoted(m_name) + " " + how + ".");
+    throw UnpackError("The archive is damaged: " + inQuotes(m_name) + " " + how + ".");
 }

@@ -30,13 +30,13 @@ MemberTree::Node MemberTree::add(const std::string &name, ZipMember::Kind kind)
         node = insert(node, parts[index], ZipMember::Kind::Folder, name.substr(0, length - 1));
         if (m_entries[node].kind != ZipMember::Kind::Folder)
             throw UnpackError("The archive cannot be trusted: something lies below "
-                              + quoted(name.substr(0, length - 1)) + ", which is no folder.");
+                              + inQuotes(name.substr(0, length - 1)) + ", which is no folder.");
     }
 
     node = insert(node, parts.back(), kind, name);
     Entry &entry = m_entries[node];
     if (entry.isListed || entry.kind != kind)
-        throw UnpackError("The archive cannot be trusted: " + quoted(name) + " is in it twice.");
+        throw UnpackError("The archive cannot be trusted: " + inQuotes(name) + " is in it twice.");
     entry.isListed = true;
     return node;
 }
@@ -55,7 +55,7 @@ MemberTree::Node MemberTree::insert(Node parent, const std::string &part, ZipMem
         m_entries.push_back({ spelling, parent, kind, false });
     }
     if (m_entries[child->second].spelling != spelling)
-        throw UnpackError("The archive cannot be trusted: " + quoted(name)
+        throw UnpackError("The archive cannot be trusted: " + inQuotes(name)
                           + " and another name in it are the same to some file systems.");
     return child->second;
 }

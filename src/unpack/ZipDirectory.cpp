@@ -21,16 +21,16 @@ constexpr std::uint16_t knownFlags = effortFlags | ZipHeader::sizesFollow | ZipH
 
 [[noreturn]] void distrust(const ZipHeader &header, const std::string &reason)
 {
-    throw UnpackError("The archive cannot be trusted: " + quoted(header.name) + " " + reason + ".");
+    throw UnpackError("The archive cannot be trusted: " + inQuotes(header.name) + " " + reason + ".");
 }
 
 void checkFeatures(const ZipHeader &header)
 {
     if ((header.flags & encryptionFlags) != 0)
-        throw UnpackError("The archive is encrypted: " + quoted(header.name)
+        throw UnpackError("The archive is encrypted: " + inQuotes(header.name)
                           + " cannot be read without a password.");
     if ((header.flags & ~knownFlags) != 0 || (header.method != stored && header.method != deflated))
-        throw UnpackError("The archive is packed in an unusual way: " + quoted(header.name)
+        throw UnpackError("The archive is packed in an unusual way: " + inQuotes(header.name)
                           + " cannot be unpacked.");
     if (header.method == stored && header.packedSize != header.size)
         distrust(header, "has two sizes");
@@ -63,7 +63,7 @@ void checkWhatFollows(ArchiveWindow &window, const ZipHeader &header, ArchivePar
     const bool hasSignature = between.size == 16 || between.size == 24;
     const bool isLarge = between.size == 20 || between.size == 24;
     if ((header.flags & ZipHeader::sizesFollow) == 0 || (!hasSignature && !isLarge && between.size != 12))
-        throw UnpackError("The archive cannot be trusted: something is hidden behind " + quoted(header.name)
+        throw UnpackError("The archive cannot be trusted: something is hidden behind " + inQuotes(header.name)
                           + ".");
     ByteReader reader(window.bytes(between));
     if (hasSignature && reader.u32() != signature)
@@ -265,6 +265,6 @@ std::string MemberNames::of(const ZipMember &member)
     const ArchivePart rest { member.header, m_file.size() - member.header };
     std::string name = withoutSlash(readDirectoryHeader(m_window, rest).name);
     if (nameHash(name) != member.nameHash)
-        throw UnpackError("The archive is damaged: " + quoted(name) + " is not what it was.");
+        throw UnpackError("The archive is damaged: " + inQuotes(name) + " is not what it was.");
     return name;
 }

@@ -75,7 +75,7 @@ std::string unicodeName(Bytes field, const std::string &storedName)
     const unsigned version = reader.take(1).front();
     const auto crcOfStoredName = reader.u32();
     if (version != 1 || crcOfStoredName != zipChecksum(bytesOf(storedName)))
-        throw UnpackError("The archive cannot be trusted: it gives " + quoted(storedName) + " two names.");
+        throw UnpackError("The archive cannot be trusted: it gives " + inQuotes(storedName) + " two names.");
     return reader.text(reader.left());
 }
 
