@@ -45,11 +45,6 @@ public:
         qInstallMessageHandler(m_handlerBefore);
         QApplication::setApplicationName(QStringLiteral("vantor-platformer"));
         QGuiApplication::setDesktopFileName(QStringLiteral(APPLICATION_ID));
-        QIcon icon;
-        for (const int size : { 16, 24, 32, 48, 64, 128, 256 })
-            // Without the format's name Qt loads every image plugin, only to use its built-in decoder.
-            icon.addPixmap(QPixmap(QStringLiteral(":/icons/vantor-platformer-%1.png").arg(size), "PNG"));
-        QApplication::setWindowIcon(icon);
     }
 
 private:
@@ -57,6 +52,44 @@ private:
     char *m_arguments[2];
     QtMessageHandler m_handlerBefore;
     QApplication m_application;
+};
+
+void setWindowIcon()
+{
+    QIcon icon;
+    for (const int size : { 16, 24, 32, 48, 64, 128, 256 })
+        // Without the format's name Qt loads every image plugin, only to use its built-in decoder.
+        icon.addPixmap(QPixmap(QStringLiteral(":/icons/vantor-platformer-%1.png").arg(size), "PNG"));
+    QApplication::setWindowIcon(icon);
+}
+
+/// Gives the windows their icon after the first of them was painted, or when it is shown minimised: to decode
+/// the pictures takes as long as most of what we do before. The desktop has the same icon from our menu
+/// entry.
+class IconAfterPaint final : public QObject {
+public:
+    explicit IconAfterPaint(QWidget &window)
+        : QObject(&window)
+    {
+        window.installEventFilter(this);
+    }
+
+protected:
+    bool eventFilter(QObject *window, QEvent *event) override
+    {
+        if (event->type() == QEvent::Paint || event->type() == QEvent::WindowStateChange) {
+            window->removeEventFilter(this);
+            // After this event, and after what it drew was sent to the screen.
+            QMetaObject::invokeMethod(
+                this,
+                [this] {
+                    setWindowIcon();
+                    deleteLater();
+                },
+                Qt::QueuedConnection);
+        }
+        return false;
+    }
 };
 
 void bringForwardWith(const QByteArray &activationToken, QWidget &window)
@@ -71,6 +104,7 @@ void bringForwardWith(const QByteArray &activationToken, QWidget &window)
 void say(const QString &sentence)
 {
     std::fprintf(stderr, "%s\n", qPrintable(sentence));
+    setWindowIcon();
     QMessageBox box(QMessageBox::Warning, QStringLiteral("2D Platformer"), sentence, QMessageBox::Ok);
     box.exec(); // gate: allowed, because there is no window and no event loop yet
 }
@@ -92,6 +126,7 @@ int showWindow(SingleInstance &instance)
     QObject::connect(&delegate, &AppDelegate::quitting, &instance, &SingleInstance::stopAnswering);
     QObject::connect(&signalsOfTheSystem, &TerminationSignals::received, &delegate, &AppDelegate::quitAtOnce);
 
+    new IconAfterPaint(window);
     window.show();
     const int status = QApplication::exec();
     // Work that has not stopped by now still uses the model (an engine that ignores the request to end) or

@@ -102,7 +102,6 @@ LogText::LogText(QWidget *parent)
     setFrameShape(QFrame::NoFrame);
     setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setFont(TypeScale::fixedWidth());
     document()->setDocumentMargin(0);
     setViewportMargins(padding, padding, padding, padding);
 
@@ -118,6 +117,8 @@ LogText::LogText(QWidget *parent)
 
 bool LogText::showLines(const QStringList &lines)
 {
+    if (!lines.isEmpty())
+        ensurePolished(); // its font decides how high it will be
     const int position = verticalScrollBar()->value();
     const qsizetype dropped = droppedLines(m_shown, lines);
     const qsizetype kept = m_shown.size() - dropped;
@@ -170,6 +171,14 @@ void LogText::growUpTo(int lines)
 }
 
 QSize LogText::minimumSizeHint() const { return { 1, fontMetrics().lineSpacing() }; }
+
+bool LogText::event(QEvent *event)
+{
+    // Only once it is needed: finding and loading the font would delay the window's first picture.
+    if (event->type() == QEvent::Polish)
+        setFont(TypeScale::fixedWidth());
+    return QPlainTextEdit::event(event);
+}
 
 void LogText::resizeEvent(QResizeEvent *event)
 {
@@ -253,7 +262,7 @@ void LogText::dropLines(qsizetype count)
 
 void LogText::fitHeight()
 {
-    if (m_mostLines == 0)
+    if (m_mostLines == 0 || !testAttribute(Qt::WA_WState_Polished))
         return;
     const QTextBlock first = document()->begin();
     const double lineHeight = document()->documentLayout()->blockBoundingRect(first).height()

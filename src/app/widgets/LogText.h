@@ -29,6 +29,7 @@ public:
     QSize minimumSizeHint() const override;
 
 protected:
+    bool event(QEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     QMimeData *createMimeDataFromSelection() const override;
 
