@@ -27,6 +27,7 @@ int main(int argc, char **argv)
     report("milliseconds", stopwatch.milliseconds());
     report("gap", static_cast<double>(strain.longestGap()));
     report("memory", static_cast<double>(strain.memoryGrowth()) / 1e6);
+    report("peak", static_cast<double>(Strain::peakMemory()) / 1e6);
     std::fflush(stdout);
     std::_Exit(arrived ? 0 : 1);
 }

@@ -70,7 +70,10 @@ public:
     }
 
     /// The peak growth of memory since construction, in bytes. 0 if the system does not report it.
-    qint64 memoryGrowth() const { return std::max<qint64>(0, memory("VmHWM:") - m_memoryBefore); }
+    qint64 memoryGrowth() const { return std::max<qint64>(0, peakMemory() - m_memoryBefore); }
+
+    /// This process's peak memory since construction, in bytes. 0 if the system does not report it.
+    static qint64 peakMemory() { return memory("VmHWM:"); }
 
     /// False under sanitizers: they delay freeing memory and slow everything down, which distorts both.
     static constexpr bool isMeasurable()
