@@ -12,6 +12,7 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 # On in our development presets. Off by default, since others build releases with compilers that we have not tried.
 option(WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
 set(SANITIZERS "" CACHE STRING "Sanitizers to build with, as in -fsanitize=: address,undefined or thread")
+option(PRECOMPILED_HEADERS "Parse what nearly every file includes only once. Hides missing includes" OFF)
 option(COVERAGE "Count which lines and branches run, for tools/coverage" OFF)
 
 add_library(common_options INTERFACE)
@@ -44,6 +45,15 @@ if(SANITIZERS)
     if(CMAKE_CXX_COMPILER_ID MATCHES "Clang" AND SANITIZERS MATCHES "undefined")
         # Clang 14 reports every call of a coroutine's resume function as a call through a wrong function type.
         target_compile_options(common_options INTERFACE -fno-sanitize=function)
+    endif()
+endif()
+
+# The linker of LLVM takes a third of the time of GNU's, and most of what we link is tests.
+include(CheckLinkerFlag)
+if(CMAKE_BUILD_TYPE STREQUAL "Debug" AND NOT APPLE)
+    check_linker_flag(CXX -fuse-ld=lld HAS_LLD)
+    if(HAS_LLD)
+        target_link_options(common_options INTERFACE -fuse-ld=lld)
     endif()
 endif()
 

@@ -1,3 +1,5 @@
+include(PrecompiledHeaders)
+
 # A room is one folder under src/ and one static library. USES lists the rooms and libraries whose headers it may include,
 # and nothing else is on its include path: a header of another room does not compile, not even one that a room in the list
 # uses itself.
@@ -8,6 +10,9 @@ function(add_room name)
     add_library(${name} STATIC ${ROOM_SOURCES})
     target_include_directories(${name} PUBLIC "${CMAKE_CURRENT_SOURCE_DIR}")
     target_link_libraries(${name} PRIVATE ${ROOM_USES} common_options)
+    if(ROOM_USES MATCHES "Qt6::")
+        use_precompiled_headers(${name})
+    endif()
     set_target_properties(${name} PROPERTIES ROOM_USES "${ROOM_USES}")
 endfunction()
 
@@ -47,6 +52,7 @@ function(add_subject_test name)
     add_executable(${name} ${name}.cpp ${SUBJECT_SOURCES})
     link_with_all(${name} ${SUBJECT_USES} async platform)
     target_link_libraries(${name} PRIVATE test_support Qt6::Test)
+    use_precompiled_headers(${name})
     if(SUBJECT_RESOURCES)
         add_dependencies(${name} ${SUBJECT_RESOURCES})
     endif()

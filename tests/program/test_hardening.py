@@ -35,7 +35,7 @@ class Hardening(unittest.TestCase):
 
     def test_data_cannot_be_run(self):
         def check(program):
-            segments = re.findall(r"^ *(GNU_STACK|LOAD) .* ([R ][W ][E ]) +0x\w+$",
+            segments = re.findall(r"^ *(GNU_STACK|LOAD) .* ([R ][W ][E ]) +(?:0x)?\w+$",
                                   read(program, "--program-headers"), re.MULTILINE)
             self.assertIn("GNU_STACK", [kind for kind, _ in segments])
             for _, rights in segments:
