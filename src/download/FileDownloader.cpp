@@ -21,13 +21,19 @@ AppError worded(const TransferError &error)
 /// The file while it arrives. The transfer's thread only.
 class Arrival final {
 public:
-    Arrival(QUrl url, const QString &destination, std::function<void(DownloadProgress)> onProgress,
+    Arrival(QUrl url, const QString &destination, FileDownloader::Callbacks callbacks,
             const SpeedMeter &speed)
         : m_url(std::move(url))
-        , m_onProgress(std::move(onProgress))
+        , m_callbacks(std::move(callbacks))
         , m_part(destination)
         , m_speed(speed)
     {
+    }
+
+    void didReceiveAnswer(const HttpAnswer &answer)
+    {
+        if (m_callbacks.onExpectedSize)
+            m_callbacks.onExpectedSize(answer.length > 0 ? answer.length : -1);
     }
 
     void didWriteData(QByteArrayView chunk, qint64 totalBytesExpectedToWrite)
@@ -37,8 +43,8 @@ public:
         m_received += chunk.size();
         const double speed = m_speed.measure(SpeedMeter::Clock::now(), m_received);
         const qint64 total = totalBytesExpectedToWrite > 0 ? totalBytesExpectedToWrite : -1;
-        if (m_onProgress)
-            m_onProgress({ m_received, total, speed });
+        if (m_callbacks.onProgress)
+            m_callbacks.onProgress({ m_received, total, speed });
     }
 
     /// Moves the file into place or deletes it. Returns the error for the player, null for none.
@@ -70,7 +76,7 @@ private:
     }
 
     const QUrl m_url;
-    const std::function<void(DownloadProgress)> m_onProgress;
+    const FileDownloader::Callbacks m_callbacks;
     PartFile m_part;
     SpeedMeter m_speed;
     qint64 m_received = 0;
@@ -78,12 +84,18 @@ private:
 
 }
 
-FileDownloader::FileDownloader(QUrl url, QString destination,
-                               std::function<void(DownloadProgress)> onProgress, TransferRules rules)
+FileDownloader::FileDownloader(QUrl url, QString destination, Callbacks callbacks, TransferRules rules)
     : m_url(std::move(url))
     , m_destination(std::move(destination))
-    , m_onProgress(std::move(onProgress))
+    , m_callbacks(std::move(callbacks))
     , m_rules(std::move(rules))
+{
+}
+
+FileDownloader::FileDownloader(QUrl url, QString destination,
+                               std::function<void(DownloadProgress)> onProgress, TransferRules rules)
+    : FileDownloader(std::move(url), std::move(destination),
+                     Callbacks { .onProgress = std::move(onProgress) }, std::move(rules))
 {
 }
 
@@ -96,14 +108,15 @@ QCoro::Task<QString> FileDownloader::start(std::stop_token stop)
     throwIfCancelled(cancelled);
 
     const QString destination = m_destination;
-    Arrival arrival(m_url, destination, m_onProgress, m_speed);
+    Arrival arrival(m_url, destination, m_callbacks, m_speed);
     const Completion<std::exception_ptr> completion;
     const auto onBody
         = [&arrival](QByteArrayView chunk, qint64 total) { arrival.didWriteData(chunk, total); };
     const auto onEnd = [&arrival, completion](const HttpTransfer::Ending &ending) {
         postToMainThread([completion, error = arrival.didComplete(ending)] { completion.settle(error); });
     };
-    HttpTransfer transfer({ m_url, m_rules }, onBody, onEnd);
+    const auto onAnswer = [&arrival](const HttpAnswer &answer) { arrival.didReceiveAnswer(answer); };
+    HttpTransfer transfer({ m_url, m_rules }, onBody, onEnd, onAnswer);
     const std::stop_callback onCancel(cancelled, [&transfer] { transfer.cancel(); });
     try {
         transfer.start();

@@ -15,15 +15,27 @@
 /// the destination after a complete and successful response. Need not outlive the task that `start` returns.
 class FileDownloader final {
 public:
-    /// `onProgress`, which may be empty, is called on the transfer's thread for every chunk written, and
-    /// about once a second while nothing arrives. An existing file at `destination` will be replaced. Fetches
-    /// nothing yet.
+    /// Called on the transfer's thread. Each may be empty.
+    struct Callbacks {
+        /// For every chunk written, and about once a second while nothing arrives.
+        std::function<void(DownloadProgress)> onProgress = nullptr;
+        /// Once for each try, as soon as the header is in and before a byte is written: the size of the whole
+        /// file in bytes, -1 when the server announced none. Not for an answer outside 200-299. May throw to
+        /// end the download; what it throws reaches the caller of `start` unchanged.
+        std::function<void(qint64 size)> onExpectedSize = nullptr;
+        /// Once for each retry, before it begins: one line for the log that says where and when.
+        std::function<void(const QString &line)> onRetry = nullptr;
+    };
+
+    /// An existing file at `destination` will be replaced. Fetches nothing yet.
+    FileDownloader(QUrl url, QString destination, Callbacks callbacks, TransferRules rules = {});
+    /// With `onProgress`, which may be empty, as the only callback.
     FileDownloader(QUrl url, QString destination, std::function<void(DownloadProgress)> onProgress,
                    TransferRules rules = {});
 
     /// Returns the destination once the file is there. Throws AppError for an error status or a failed
     /// transfer, FileError when the file cannot be written or moved, CancellationError after `cancel` or when
-    /// `stop` is requested. Call once, on the main thread; resumes there.
+    /// `stop` is requested, and what `onExpectedSize` throws. Call once, on the main thread; resumes there.
     QCoro::Task<QString> start(std::stop_token stop = {});
 
     /// Cancels the download, even before its start. Any thread.
@@ -32,7 +44,7 @@ public:
 private:
     const QUrl m_url;
     const QString m_destination;
-    const std::function<void(DownloadProgress)> m_onProgress;
+    const Callbacks m_callbacks;
     const TransferRules m_rules;
     const SpeedMeter m_speed { SpeedMeter::Clock::now() }; // the first interval begins with this object
     std::stop_source m_stop;

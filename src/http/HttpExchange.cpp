@@ -28,12 +28,14 @@ StallWatch::Clock::time_point now() { return StallWatch::Clock::now(); }
 }
 
 HttpExchange::HttpExchange(const CurlLibrary &curl, CURLM *multi, const HttpTransfer::Request &request,
-                           const std::atomic<bool> &cancelled, const HttpTransfer::OnBody &onBody)
+                           const std::atomic<bool> &cancelled, const HttpTransfer::OnAnswer &onAnswer,
+                           const HttpTransfer::OnBody &onBody)
     : m_curl(curl)
     , m_multi(multi)
     , m_easy(m_curl.curl_easy_init())
     , m_request(request)
     , m_cancelled(cancelled)
+    , m_onAnswer(onAnswer)
     , m_onBody(onBody)
     , m_watch(now(), request.rules.silence, request.rules.slowestBytesPerSecond)
 {
@@ -237,6 +239,8 @@ void HttpExchange::takeEndOfHead()
     m_total = length;
     if (m_isLengthBeyondNumbers || m_total > m_request.rules.largestBody)
         throw TransferError::tooLarge();
+    if (m_onAnswer)
+        m_onAnswer({ m_answer.status, m_total });
 }
 
 void HttpExchange::takePiece(QByteArrayView piece)

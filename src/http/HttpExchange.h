@@ -23,13 +23,14 @@ public:
 
     /// All arguments must outlive the exchange. To cancel, another thread sets `cancelled` and wakes `multi`.
     HttpExchange(const CurlLibrary &curl, CURLM *multi, const HttpTransfer::Request &request,
-                 const std::atomic<bool> &cancelled, const HttpTransfer::OnBody &onBody);
+                 const std::atomic<bool> &cancelled, const HttpTransfer::OnAnswer &onAnswer,
+                 const HttpTransfer::OnBody &onBody);
     ~HttpExchange();
     HttpExchange(const HttpExchange &) = delete;
     HttpExchange &operator=(const HttpExchange &) = delete;
 
     /// Requests `url`. Returns when the body is complete, or right after the header when the status is not
-    /// within 200-299. Throws TransferError, CancellationError, or what `onBody` throws.
+    /// within 200-299. Throws TransferError, CancellationError, or what `onAnswer` or `onBody` throws.
     Answer perform(const QByteArray &url);
 
 private:
@@ -51,6 +52,7 @@ private:
     CURL *m_easy;
     const HttpTransfer::Request &m_request;
     const std::atomic<bool> &m_cancelled;
+    const HttpTransfer::OnAnswer &m_onAnswer;
     const HttpTransfer::OnBody &m_onBody;
     StallWatch m_watch;
     char m_detail[CURL_ERROR_SIZE] = {};

@@ -69,6 +69,7 @@ QByteArray redirected(const QByteArray &from, const QByteArray &location)
 
 struct HttpTransfer::Private {
     Request request;
+    OnAnswer onAnswer;
     OnBody onBody;
     OnEnd onEnd;
     Multi multi;
@@ -92,7 +93,7 @@ struct HttpTransfer::Private {
         if ((scheme != "http"_L1 && scheme != "https"_L1) || request.url.host().isEmpty())
             throw TransferError::fromCurl(CURLE_URL_MALFORMAT, {});
         QByteArray url = request.url.toEncoded(QUrl::RemoveUserInfo | QUrl::RemoveFragment);
-        HttpExchange exchange(*CurlLibrary::loaded(), multi.get(), request, cancelled, onBody);
+        HttpExchange exchange(*CurlLibrary::loaded(), multi.get(), request, cancelled, onAnswer, onBody);
         for (int followed = 0;; ++followed) {
             const HttpExchange::Answer answer = exchange.perform(url);
             if (!isRedirect(answer))
@@ -104,10 +105,11 @@ struct HttpTransfer::Private {
     }
 };
 
-HttpTransfer::HttpTransfer(Request request, OnBody onBody, OnEnd onEnd)
+HttpTransfer::HttpTransfer(Request request, OnBody onBody, OnEnd onEnd, OnAnswer onAnswer)
     : m_private(std::make_unique<Private>())
 {
     m_private->request = std::move(request);
+    m_private->onAnswer = std::move(onAnswer);
     m_private->onBody = std::move(onBody);
     m_private->onEnd = std::move(onEnd);
     const CurlLibrary *const curl = CurlLibrary::loaded();

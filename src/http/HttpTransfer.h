@@ -1,5 +1,6 @@
 #pragma once
 
+#include "HttpAnswer.h"
 #include "TransferRules.h"
 
 #include <QByteArrayView>
@@ -19,12 +20,15 @@ public:
     };
 
     /// How a transfer ended: with the final status after a complete body, or with an error, which is a
-    /// TransferError, a CancellationError, or what `onBody` threw.
+    /// TransferError, a CancellationError, or what `onAnswer` or `onBody` threw.
     struct Ending {
         int status = 0;
         std::exception_ptr error = nullptr;
     };
 
+    /// Receives the header of a response within 200-299, once and before its body. Called on the transfer's
+    /// thread. Throwing ends the transfer.
+    using OnAnswer = std::function<void(const HttpAnswer &answer)>;
     /// Receives a chunk of the body of a response within 200-299; also called about once a second, with an
     /// empty chunk, while none arrives. `total` is the size that the server announced, -1 when it announced
     /// none. Called on the transfer's thread. Throwing ends the transfer.
@@ -33,7 +37,8 @@ public:
     /// thread. Must not throw.
     using OnEnd = std::function<void(Ending ending)>;
 
-    HttpTransfer(Request request, OnBody onBody, OnEnd onEnd);
+    /// `onAnswer` may be empty.
+    HttpTransfer(Request request, OnBody onBody, OnEnd onEnd, OnAnswer onAnswer = {});
     /// Cancels and joins the thread, which takes a moment at most. Must not run on the transfer's thread.
     ~HttpTransfer();
     HttpTransfer(const HttpTransfer &) = delete;
