@@ -62,6 +62,8 @@ std::optional<CurlLibrary> CurlLibrary::load(const char *name)
     functions.find(library.curl_multi_remove_handle, "curl_multi_remove_handle");
     functions.find(library.curl_multi_setopt, "curl_multi_setopt");
     functions.find(library.curl_multi_wakeup, "curl_multi_wakeup");
+    functions.find(library.curl_slist_append, "curl_slist_append");
+    functions.find(library.curl_slist_free_all, "curl_slist_free_all");
     functions.find(library.curl_url, "curl_url");
     functions.find(library.curl_url_cleanup, "curl_url_cleanup");
     functions.find(library.curl_url_get, "curl_url_get");

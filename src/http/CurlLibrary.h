@@ -23,6 +23,8 @@ struct CurlLibrary {
     decltype(&::curl_multi_remove_handle) curl_multi_remove_handle = nullptr;
     decltype(&::curl_multi_setopt) curl_multi_setopt = nullptr;
     decltype(&::curl_multi_wakeup) curl_multi_wakeup = nullptr;
+    decltype(&::curl_slist_append) curl_slist_append = nullptr;
+    decltype(&::curl_slist_free_all) curl_slist_free_all = nullptr;
     decltype(&::curl_url) curl_url = nullptr;
     decltype(&::curl_url_cleanup) curl_url_cleanup = nullptr;
     decltype(&::curl_url_get) curl_url_get = nullptr;

@@ -43,6 +43,11 @@ HttpExchange::HttpExchange(const CurlLibrary &curl, CURLM *multi, const HttpTran
         throw TransferError::couldNotBegin();
 }
 
+void HttpExchange::HeadersCleanup::operator()(curl_slist *headers) const
+{
+    CurlLibrary::loaded()->curl_slist_free_all(headers);
+}
+
 HttpExchange::~HttpExchange() { m_curl.curl_easy_cleanup(m_easy); }
 
 void HttpExchange::setOptions(const QByteArray &url)
@@ -85,11 +90,31 @@ void HttpExchange::setOptions(const QByteArray &url)
     // A name lookup cannot be interrupted: ending a transfer abandons its thread instead of joining it.
     set(CURLOPT_QUICK_EXIT, 1L);
 
+    setRange();
+
     set(CURLOPT_ERRORBUFFER, m_detail);
     set(CURLOPT_HEADERFUNCTION, &HttpExchange::onHeaderLine);
     set(CURLOPT_HEADERDATA, static_cast<void *>(this));
     set(CURLOPT_WRITEFUNCTION, &HttpExchange::onPiece);
     set(CURLOPT_WRITEDATA, static_cast<void *>(this));
+}
+
+/// Asks for part of the file with plain headers: libcurl's own option for that would end the transfer with
+/// errors of its own, instead of leaving it to us what to do with another answer.
+void HttpExchange::setRange()
+{
+    if (!m_request.range || m_headers)
+        return; // kept for every redirect
+    const auto add = [this](const QByteArray &header) {
+        curl_slist *const longer = m_curl.curl_slist_append(m_headers.get(), header.constData());
+        if (!longer)
+            throw TransferError::couldNotBegin();
+        static_cast<void>(m_headers.release());
+        m_headers.reset(longer);
+    };
+    add("Range: bytes=" + QByteArray::number(m_request.range->firstByte) + '-');
+    add("If-Range: " + m_request.range->validator);
+    m_curl.curl_easy_setopt(m_easy, CURLOPT_HTTPHEADER, m_headers.get());
 }
 
 HttpExchange::Answer HttpExchange::perform(const QByteArray &url)
@@ -110,7 +135,7 @@ HttpExchange::Answer HttpExchange::perform(const QByteArray &url)
     if (code != CURLE_OK && !m_isComplete)
         throw failure(code);
     // libcurl reports success for a connection that ends inside the header.
-    if (m_answer.status == 0)
+    if (m_answer.status() == 0)
         throw TransferError::fromCurl(CURLE_PARTIAL_FILE, {});
     return m_answer;
 }
@@ -145,7 +170,7 @@ CURLcode HttpExchange::drive()
             return *code;
         if (m_cancelled)
             throw CancellationError();
-        if (m_answer.status != 0 && now() - m_lastReport >= longestSilence)
+        if (m_answer.status() != 0 && now() - m_lastReport >= longestSilence)
             report({});
         const auto left = ceil<milliseconds>(m_watch.deadline() - now());
         if (left <= milliseconds::zero())
@@ -200,27 +225,30 @@ size_t HttpExchange::onPiece(char *bytes, size_t size, size_t count, void *excha
 
 void HttpExchange::takeHeaderLine(QByteArrayView line)
 {
-    const auto hasName = [line](QByteArrayView name) {
-        return line.first(std::min(line.size(), name.size())).compare(name, Qt::CaseInsensitive) == 0;
-    };
-    constexpr QByteArrayView locationName("location:");
-    constexpr QByteArrayView lengthName("content-length:");
     m_headerBytes += line.size();
     if (m_headerBytes > longestHeaders)
         throw TransferError::notUnderstood();
     // Trailers after the body arrive here too; they must not be read as another header.
-    if (m_answer.status != 0)
+    if (m_answer.status() != 0)
         return;
     if (line.startsWith("HTTP/")) {
         m_answer = {};
         m_isLengthBeyondNumbers = false;
-    } else if (hasName(locationName)) {
-        m_answer.location = line.sliced(locationName.size()).trimmed().toByteArray();
-    } else if (hasName(lengthName)) {
-        m_isLengthBeyondNumbers = isBeyondNumbers(line.sliced(lengthName.size()).trimmed());
     } else if (line.trimmed().isEmpty()) {
         takeEndOfHead();
+    } else if (const auto colon = line.indexOf(':'); colon >= 0) {
+        takeField(line.first(colon).toByteArray().toLower(), line.sliced(colon + 1).trimmed());
     }
+}
+
+void HttpExchange::takeField(QByteArrayView name, QByteArrayView value)
+{
+    if (name == "location")
+        m_answer.location = value.toByteArray();
+    else if (name == "content-length")
+        m_isLengthBeyondNumbers = isBeyondNumbers(value);
+    else
+        m_answer.head.takeField(name, value);
 }
 
 void HttpExchange::takeEndOfHead()
@@ -229,18 +257,26 @@ void HttpExchange::takeEndOfHead()
     m_curl.curl_easy_getinfo(m_easy, CURLINFO_RESPONSE_CODE, &status);
     if (status < 200)
         return; // an interim response: another header follows
-    m_answer.status = static_cast<int>(status);
+    m_answer.head.status = static_cast<int>(status);
     m_isComplete = !m_answer.isGood();
     if (m_isComplete)
         return;
     m_lastReport = now();
     curl_off_t length = -1;
     m_curl.curl_easy_getinfo(m_easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
-    m_total = length;
-    if (m_isLengthBeyondNumbers || m_total > m_request.rules.largestBody)
+    m_answer.head.length = length;
+    if (m_isLengthBeyondNumbers || length > m_request.rules.largestBody - firstByte())
         throw TransferError::tooLarge();
     if (m_onAnswer)
-        m_onAnswer({ m_answer.status, m_total });
+        m_onAnswer(m_answer.head);
+}
+
+/// Where in the file the body begins. The limit for a file holds for the whole, however many transfers it
+/// takes.
+qint64 HttpExchange::firstByte() const
+{
+    constexpr int partialContent = 206;
+    return m_request.range && m_answer.status() == partialContent ? m_request.range->firstByte : 0;
 }
 
 void HttpExchange::takePiece(QByteArrayView piece)
@@ -248,7 +284,7 @@ void HttpExchange::takePiece(QByteArrayView piece)
     if (m_cancelled)
         throw CancellationError();
     m_received += piece.size();
-    if (m_received > m_request.rules.largestBody)
+    if (m_received > m_request.rules.largestBody - firstByte())
         throw TransferError::tooLarge();
     m_watch.received(now(), m_received);
     report(piece);
@@ -257,5 +293,5 @@ void HttpExchange::takePiece(QByteArrayView piece)
 void HttpExchange::report(QByteArrayView piece)
 {
     m_lastReport = now();
-    m_onBody(piece, m_total);
+    m_onBody(piece, m_answer.head.length);
 }

@@ -15,10 +15,11 @@ struct SystemProxy;
 class HttpExchange final {
 public:
     struct Answer {
-        int status = 0;
+        HttpAnswer head;
         QByteArray location;
 
-        bool isGood() const { return status >= 200 && status <= 299; }
+        int status() const { return head.status; }
+        bool isGood() const { return status() >= 200 && status() <= 299; }
     };
 
     /// All arguments must outlive the exchange. To cancel, another thread sets `cancelled` and wakes `multi`.
@@ -34,7 +35,13 @@ public:
     Answer perform(const QByteArray &url);
 
 private:
+    struct HeadersCleanup {
+        void operator()(curl_slist *headers) const;
+    };
+    using Headers = std::unique_ptr<curl_slist, HeadersCleanup>;
+
     void setOptions(const QByteArray &url);
+    void setRange();
     SystemProxy proxyFor(const QUrl &url) const;
     CURLcode drive();
     std::optional<CURLcode> result() const;
@@ -43,13 +50,16 @@ private:
     static size_t onHeaderLine(char *bytes, size_t size, size_t count, void *exchange);
     static size_t onPiece(char *bytes, size_t size, size_t count, void *exchange);
     void takeHeaderLine(QByteArrayView line);
+    void takeField(QByteArrayView name, QByteArrayView value);
     void takeEndOfHead();
     void takePiece(QByteArrayView piece);
     void report(QByteArrayView piece);
+    qint64 firstByte() const;
 
     const CurlLibrary &m_curl;
     CURLM *m_multi;
     CURL *m_easy;
+    Headers m_headers;
     const HttpTransfer::Request &m_request;
     const std::atomic<bool> &m_cancelled;
     const HttpTransfer::OnAnswer &m_onAnswer;
@@ -64,5 +74,4 @@ private:
     StallWatch::Clock::time_point m_lastReport; // when m_onBody was last called
     qint64 m_headerBytes = 0;
     qint64 m_received = 0;
-    qint64 m_total = -1;
 };

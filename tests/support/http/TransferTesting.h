@@ -21,10 +21,19 @@ inline void withoutProxies()
         qunsetenv(name);
 }
 
+/// The usual limits, with hardly a pause before a broken download is taken up again.
+inline TransferRules withoutPauses()
+{
+    TransferRules rules;
+    for (std::chrono::milliseconds &pause : rules.pauses)
+        pause = std::chrono::milliseconds(1);
+    return rules;
+}
+
 /// Short limits, so that a test with a silent server ends soon.
 inline TransferRules impatient()
 {
-    TransferRules rules;
+    TransferRules rules = withoutPauses();
     rules.connect = rules.silence = std::chrono::milliseconds(250);
     return rules;
 }
