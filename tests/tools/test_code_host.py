@@ -59,15 +59,18 @@ class CodeHostCase(unittest.TestCase):
             if stream:
                 stream.close()
 
-    def ask(self, path, method="GET"):
-        """The response and its body. Starts the host if the test has not."""
+    def ask(self, path, method="GET", **headers):
+        """The response and its body, as much of it as arrives. Starts the host if the test has not."""
         if not self.port:
             self.start()
         connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=20)
         with contextlib.closing(connection):
-            connection.request(method, path)
+            connection.request(method, path, headers={name.replace("_", "-"): value for name, value in headers.items()})
             response = connection.getresponse()
-            return response, response.read()
+            try:
+                return response, response.read()
+            except http.client.IncompleteRead as cut:
+                return response, cut.partial
 
     def fetch(self, path):
         """The body of the response for `path`, following one redirect."""
@@ -221,6 +224,103 @@ class ReleaseFiles(CodeHostCase):
         self.start("--engine-version", "4.6")
         self.fetch(release("4.6", "SHA512-SUMS.txt"))
         self.assertEqual(self.ask(release("4.5", "SHA512-SUMS.txt"))[0].status, 404)
+
+
+class Ranges(CodeHostCase):
+    FILE = "/stored-release-files/4.6-stable/Godot_v4.6-stable_macos.universal.zip"
+
+    def setUp(self):
+        super().setUp()
+        self.engine.write_bytes(os.urandom(500))
+
+    def whole(self):
+        response, body = self.ask(self.FILE)
+        self.assertEqual(response.status, 200)
+        self.assertRegex(response.getheader("ETag"), r'\A"[0-9a-f]+"\Z')
+        return response.getheader("ETag"), body
+
+    def test_a_part_is_sent_to_who_has_the_right_tag(self):
+        tag, whole = self.whole()
+        for condition in ({}, {"If_Range": tag}):
+            response, body = self.ask(self.FILE, Range="bytes=100-", **condition)
+            self.assertEqual((response.status, body), (206, whole[100:]))
+            self.assertEqual(response.getheader("Content-Range"), f"bytes 100-{len(whole) - 1}/{len(whole)}")
+            self.assertEqual(response.getheader("ETag"), tag)
+        response, body = self.ask(self.FILE, Range="bytes=100-199")
+        self.assertEqual((response.status, body), (206, whole[100:200]))
+
+    def test_the_whole_is_sent_to_who_has_another_tag(self):
+        tag, whole = self.whole()
+        for other in ('"other"', "W/" + tag):
+            response, body = self.ask(self.FILE, Range="bytes=100-", If_Range=other)
+            self.assertEqual((response.status, body), (200, whole))
+            self.assertIsNone(response.getheader("Content-Range"))
+
+    def test_a_part_beyond_the_end_is_refused(self):
+        size = len(self.whole()[1])
+        response, _ = self.ask(self.FILE, Range=f"bytes={size}-")
+        self.assertEqual((response.status, response.getheader("Content-Range")), (416, f"bytes */{size}"))
+
+    def test_the_game_has_neither_tag_nor_ranges(self):
+        response, body = self.ask(ARCHIVE, Range="bytes=10-")
+        self.assertEqual(response.status, 200)
+        self.assertIsNone(response.getheader("ETag"))
+        self.assertIsNone(zipfile.ZipFile(io.BytesIO(body)).testzip())
+
+    def test_a_range_can_be_answered_in_every_wrong_way(self):
+        tag, whole = self.whole()
+        length = len(whole)
+        right = (206, tag, f"bytes 100-{length - 1}/{length}", whole[100:])
+        for answer, expected in {"new-tag": (200, '"new"', None, whole),
+                                 "other-tag": (right[0], '"other"', *right[2:]),
+                                 "other-length": (*right[:2], f"bytes 100-{length - 1}/{length + 1}", right[3]),
+                                 "other-place": (*right[:2], f"bytes 101-{length - 1}/{length}", whole[101:]),
+                                 "whole": (200, tag, None, whole)}.items():
+            with self.subTest(answer):
+                self.start("--answer-ranges-with", answer)
+                self.assertEqual(self.whole(), (tag, whole))
+                response, body = self.ask(self.FILE, Range="bytes=100-", If_Range=tag)
+                self.assertEqual((response.status, response.getheader("ETag"), response.getheader("Content-Range"), body),
+                                 expected)
+        for answer, status, later in (("416", 416, None), ("503", 503, None), ("503-retry-after", 503, "1")):
+            with self.subTest(answer):
+                self.start("--answer-ranges-with", answer)
+                response, _ = self.ask(self.FILE, Range="bytes=100-", If_Range=tag)
+                self.assertEqual((response.status, response.getheader("Retry-After")), (status, later))
+
+    def test_archives_are_cut_where_it_was_asked_for_and_the_list_is_not(self):
+        self.start("--cut", "100,300")
+        self.fetch(release("4.6", "SHA512-SUMS.txt"))
+        self.assertEqual(len(self.ask(self.FILE)[1]), 100)
+        self.assertEqual(len(self.ask(self.FILE, Range="bytes=100-")[1]), 200)
+        tag, whole = self.whole()
+        self.assertGreater(len(whole), 500)
+
+    def test_places_that_were_passed_are_left_out(self):
+        self.start("--cut", "100,300,400")
+        self.assertEqual(len(self.ask(self.FILE, Range="bytes=300-")[1]), 100)
+
+    def test_every_archive_can_be_cut(self):
+        self.start("--cut-every", "100")
+        for first in (0, 100, 200):
+            self.assertEqual(len(self.ask(self.FILE, Range=f"bytes={first}-")[1]), 100)
+        self.assertEqual(len(self.ask(ARCHIVE)[1]), 100)
+
+    def test_a_stall_leaves_the_connection_open(self):
+        self.start("--cut", "100", "--stall")
+        connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=0.5)
+        with contextlib.closing(connection):
+            connection.request("GET", self.FILE)
+            response = connection.getresponse()
+            self.assertEqual(len(response.read(100)), 100)
+            with self.assertRaises(TimeoutError):
+                response.read(1)
+
+    def test_an_address_can_be_made_to_expire(self):
+        self.start("--one-time-addresses")
+        location = self.ask(release("4.6", "SHA512-SUMS.txt"))[0].getheader("Location")
+        self.assertEqual([self.ask(location)[0].status for _ in range(2)], [200, 403])
+        self.fetch(release("4.6", "SHA512-SUMS.txt"))
 
 
 class TheProgram(CodeHostCase):
