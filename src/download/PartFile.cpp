@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <utility>
@@ -41,6 +42,22 @@ void PartFile::write(QByteArrayView bytes)
         else if (errno != EINTR)
             throw FileError(m_destination, QStringLiteral("written"), errno);
     }
+}
+
+void PartFile::beginAgain()
+{
+    if (!m_file.isOpen())
+        return;
+    if (::ftruncate(m_file.get(), 0) != 0 || ::lseek(m_file.get(), 0, SEEK_SET) != 0)
+        throw FileError(m_destination, QStringLiteral("written"), errno);
+}
+
+qint64 PartFile::size() const
+{
+    if (!m_file.isOpen())
+        return 0;
+    struct stat info = {};
+    return ::fstat(m_file.get(), &info) == 0 ? static_cast<qint64>(info.st_size) : -1;
 }
 
 void PartFile::moveIntoPlace()

@@ -17,6 +17,12 @@ public:
     /// Appends `bytes`. Throws FileError.
     void write(QByteArrayView bytes);
 
+    /// Throws away what was written. The next write is the first again. Throws FileError.
+    void beginAgain();
+
+    /// The file's size in bytes, 0 before the first write; -1 if it cannot be determined.
+    qint64 size() const;
+
     /// Replaces whatever is at the destination with the file. Throws FileError.
     void moveIntoPlace();
 

@@ -46,7 +46,9 @@ QCoro::Task<QString> RepoDownloader::installFrom(QString scratch, LogStore *log,
     const QUrl url = zipURL();
     log->append(u"Downloading the game from "_s + url.toString(QUrl::FullyEncoded));
     const QString zipFile = scratch + u'/' + DiskNames::gameArchive;
-    FileDownloader downloader(url, zipFile, onProgress, m_rules);
+    FileDownloader::Callbacks callbacks { .onProgress = onProgress };
+    callbacks.onRetry = [log](const QString &line) { log->append(line); };
+    FileDownloader downloader(url, zipFile, callbacks, m_rules);
     co_await downloader.start(stop);
     throwIfCancelled(stop);
 

@@ -10,13 +10,15 @@ class SpeedMeter final {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// The first interval starts at `now`.
-    explicit SpeedMeter(Clock::time_point now)
+    /// The first interval starts at `now`, with `totalBytes` there already.
+    explicit SpeedMeter(Clock::time_point now, qint64 totalBytes = 0)
         : m_lastTime(now)
+        , m_lastBytes(totalBytes)
     {
     }
 
-    /// Returns bytes per second, 0 until the first interval is over. `totalBytes` counts from the start.
+    /// Returns bytes per second, 0 until the first interval is over. `totalBytes` counts from the file's
+    /// beginning.
     double measure(Clock::time_point now, qint64 totalBytes)
     {
         const std::chrono::duration<double> elapsed = now - m_lastTime;
@@ -32,6 +34,6 @@ private:
     static constexpr std::chrono::milliseconds shortestInterval { 500 };
 
     Clock::time_point m_lastTime;
-    qint64 m_lastBytes = 0;
+    qint64 m_lastBytes;
     double m_speed = 0;
 };

@@ -60,7 +60,7 @@ private Q_SLOTS:
         m_home.emplace();
         m_server.emplace();
         m_log.emplace();
-        m_repository.emplace();
+        m_repository.emplace(withoutPauses());
         CodeHost::setAddress(m_server->address());
     }
 
@@ -186,15 +186,26 @@ private Q_SLOTS:
         QFETCH(HttpReply, reply);
         QFETCH(QString, reason);
         writeOldGame(*m_home);
-        m_server->serve(path, { reply, HttpReply::ok(wholeGame().bytes()) });
+        m_server->serve(path, reply);
         const auto error = Tasks::failure<AppError>(install());
         QVERIFY(error);
         QVERIFY2(error->errorDescription().contains(reason), error->what());
         verifyOldGame();
         QCOMPARE(filesIn(Paths::root()), QStringList({ u"Game"_s, u"Temp"_s }));
         QVERIFY(!QFile::exists(m_home->dataHome() + u"/outside"_s));
+        serveWholeGame();
         QCOMPARE(finish(), Paths::gameFolder());
         QCOMPARE(read(u"project.godot"_s), "new");
+    }
+
+    void aLostConnectionIsALineInTheLogAndNoFailure()
+    {
+        const HttpReply half = HttpReply::head(200, { "Content-Length: 1000" }).send("PK");
+        m_server->serve(path, { half, HttpReply::ok(wholeGame().bytes()) });
+        QCOMPARE(finish(), Paths::gameFolder());
+        QCOMPARE(m_log->lines->at(1),
+                 u"The connection was lost at 2 bytes; trying again in 1 second, from the beginning."_s);
+        QCOMPARE(m_log->lines->size(), 4);
     }
 
     void aScratchFolderThatCannotBeMadeIsAFileError()

@@ -33,6 +33,13 @@ private Q_SLOTS:
         for (const Measurement &at : measurements)
             QCOMPARE(meter.measure(start + std::chrono::milliseconds(at.time), at.totalBytes), at.speed);
     }
+
+    void whatIsThereAtTheStartIsNoSpeed()
+    {
+        const SpeedMeter::Clock::time_point start = SpeedMeter::Clock::now();
+        SpeedMeter meter(start, 1'000'000);
+        QCOMPARE(meter.measure(start + std::chrono::seconds(1), 1'000'500), 500.0);
+    }
 };
 
 QTEST_GUILESS_MAIN(SpeedMeterTest)

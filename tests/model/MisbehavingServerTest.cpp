@@ -193,7 +193,7 @@ private Q_SLOTS:
         Player player;
         ScriptedHost host(player);
         const auto stranger = serverFor(misbehaviour.connection);
-        TransferRules rules;
+        TransferRules rules = TransferTesting::withoutPauses();
         rules.largestBody = ceiling;
         rules.trustedAuthorities = m_authority.certificate();
         if (misbehaviour.sound == Sound::Silent)
