@@ -87,40 +87,56 @@ QCoro::Task<QString> EngineManager::installFrom(EngineSpec spec, QUrl archiveURL
                                                 std::stop_token stop)
 {
     const QString archive = scratch + u'/' + spec.fileName();
-    auto fetching = fetchArchive(spec, archiveURL, sumsURL, archive, log, onProgress, stop);
-    const QString checksum = co_await fetching;
-    auto placing = verifyAndUnpack(spec, archive, checksum, scratch, log, stop);
-    const QString program = co_await placing;
-    co_return program;
-}
-
-/// Downloads the build's archive to `archive` and returns the checksum that it must have.
-QCoro::Task<QString> EngineManager::fetchArchive(EngineSpec spec, QUrl archiveURL, QUrl sumsURL,
-                                                 QString archive, LogStore *log,
-                                                 std::function<void(DownloadProgress)> onProgress,
-                                                 std::stop_token stop)
-{
     log->append(QStringLiteral("Looking up the official checksum for ") + spec.fileName());
     auto lookup = expectedChecksum(sumsURL, spec.fileName(), stop, m_rules);
     const QString checksum = co_await lookup;
 
     log->append(QStringLiteral("Downloading ") + spec.displayName() + QStringLiteral(" from ")
                 + archiveURL.toString(QUrl::FullyEncoded));
-    FileDownloader downloader(archiveURL, archive, onProgress, m_rules);
-    co_await downloader.start(stop);
-    throwIfCancelled(stop);
-    co_return checksum;
+    auto fetching = fetchArchive(archiveURL, archive, log, onProgress, stop);
+    const bool wasResumed = co_await fetching;
+    auto verifying = verified(archive, checksum, log, stop);
+    std::shared_ptr<HeldFile> held = co_await verifying;
+    if (!held && wasResumed) {
+        log->append(QStringLiteral(
+            "The resumed download did not match its official checksum; downloading it again from the beginning."));
+        FileOperations::removeTree(archive);
+        auto fetchingAgain = fetchArchive(archiveURL, archive, log, onProgress, stop);
+        co_await fetchingAgain;
+        auto verifyingAgain = verified(archive, checksum, log, stop);
+        held = co_await verifyingAgain;
+    }
+    if (!held)
+        throw doesNotMatch();
+    log->append(QStringLiteral("Checksum matches"));
+
+    auto unpacking = unpackVerified(spec, held, scratch, log, stop);
+    const QString program = co_await unpacking;
+    co_return program;
 }
 
-/// Verifies and installs the build in `archive`, and returns the path of its program.
-QCoro::Task<QString> EngineManager::verifyAndUnpack(EngineSpec spec, QString archive, QString checksum,
-                                                    QString scratch, LogStore *log, std::stop_token stop)
+/// Downloads `archiveURL` to `archive`. Returns whether it came in more than one transfer.
+QCoro::Task<bool> EngineManager::fetchArchive(QUrl archiveURL, QString archive, LogStore *log,
+                                              std::function<void(DownloadProgress)> onProgress,
+                                              std::stop_token stop)
+{
+    FileDownloader::Callbacks callbacks { .onProgress = onProgress };
+    callbacks.onRetry = [log](const QString &line) { log->append(line); };
+    FileDownloader downloader(archiveURL, archive, callbacks, m_rules);
+    co_await downloader.start(stop);
+    throwIfCancelled(stop);
+    co_return downloader.wasResumed();
+}
+
+/// Returns the file `archive`, held open from before it was hashed, so that what was hashed is what is
+/// unpacked. Null if it does not have `checksum`.
+QCoro::Task<std::shared_ptr<HeldFile>> EngineManager::verified(QString archive, QString checksum,
+                                                               LogStore *log, std::stop_token stop)
 {
     log->append(QStringLiteral("Checking the download against the official SHA-512 checksum"));
-    // Held open from here on, so that what is hashed is what is unpacked.
-    const HeldFile held(archive);
-    const QString heldPath = held.path();
-    const auto pause = held.timeUntilChangesShow();
+    const auto held = std::make_shared<HeldFile>(archive);
+    const QString heldPath = held->path();
+    const auto pause = held->timeUntilChangesShow();
     auto hash = [archive, heldPath, pause, stop] {
         std::this_thread::sleep_for(pause);
         try {
@@ -130,19 +146,25 @@ QCoro::Task<QString> EngineManager::verifyAndUnpack(EngineSpec spec, QString arc
         }
     };
     const QString computed = co_await runInBackground(std::move(hash));
-    if (computed.toLower() != checksum.toLower() || !held.isUntouched())
-        throw doesNotMatch();
-    log->append(QStringLiteral("Checksum matches"));
+    if (computed.toLower() != checksum.toLower() || !held->isUntouched())
+        co_return std::shared_ptr<HeldFile>();
+    co_return held;
+}
 
+/// Unpacks and installs the build in the archive `held`, and returns the path of its program.
+QCoro::Task<QString> EngineManager::unpackVerified(EngineSpec spec, std::shared_ptr<HeldFile> held,
+                                                   QString scratch, LogStore *log, std::stop_token stop)
+{
     const QString target = folder(spec);
     makeRoom(target, scratch + u'/' + DiskNames::previousEngine);
     log->append(QStringLiteral("Unpacking the engine"));
     const QString unpacked = scratch + u'/' + DiskNames::unpackedEngine;
     FileOperations::createFolder(unpacked);
     const QString name = spec.fileName();
+    const QString heldPath = held->path();
     co_await Archive::unzip(heldPath, unpacked, log, stop, name);
     // It may have been modified after the check, or while it was unpacked.
-    if (!held.isUntouched())
+    if (!held->isUntouched())
         throw doesNotMatch();
     FileOperations::move(unpacked, target);
 

@@ -13,6 +13,7 @@
 #include <optional>
 #include <stop_token>
 
+class HeldFile;
 class LogStore;
 class ProcessController;
 struct ProjectInfo;
@@ -65,11 +66,12 @@ private:
     QCoro::Task<QString> installFrom(EngineSpec spec, QUrl archiveURL, QUrl sumsURL, QString scratch,
                                      LogStore *log, std::function<void(DownloadProgress)> onProgress,
                                      std::stop_token stop);
-    QCoro::Task<QString> fetchArchive(EngineSpec spec, QUrl archiveURL, QUrl sumsURL, QString archive,
-                                      LogStore *log, std::function<void(DownloadProgress)> onProgress,
-                                      std::stop_token stop);
-    QCoro::Task<QString> verifyAndUnpack(EngineSpec spec, QString archive, QString checksum, QString scratch,
-                                         LogStore *log, std::stop_token stop);
+    QCoro::Task<bool> fetchArchive(QUrl archiveURL, QString archive, LogStore *log,
+                                   std::function<void(DownloadProgress)> onProgress, std::stop_token stop);
+    static QCoro::Task<std::shared_ptr<HeldFile>> verified(QString archive, QString checksum, LogStore *log,
+                                                           std::stop_token stop);
+    QCoro::Task<QString> unpackVerified(EngineSpec spec, std::shared_ptr<HeldFile> held, QString scratch,
+                                        LogStore *log, std::stop_token stop);
 
     const TransferRules m_rules;
     std::stop_source m_stop; // of the latest installation
