@@ -1,4 +1,5 @@
-// Downloads one file over HTTP to the disk, as the launcher downloads archives.
+// Downloads one file over HTTP to the disk, as the launcher downloads archives. A third argument replaces the
+// pauses after lost connections, in milliseconds.
 
 #include "FileDownloader.h"
 #include "Stopwatch.h"
@@ -6,13 +7,18 @@
 
 #include <QCoreApplication>
 
+#include <algorithm>
+
 int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
-    if (argc != 3)
+    if (argc != 3 && argc != 4)
         return 2;
+    TransferRules rules;
+    if (argc == 4)
+        std::ranges::fill(rules.pauses, std::chrono::milliseconds(QByteArray(argv[3]).toInt()));
     const auto downloader = std::make_shared<FileDownloader>(
-        QUrl(QString::fromLocal8Bit(argv[1])), QFile::decodeName(argv[2]), [](DownloadProgress) {});
+        QUrl(QString::fromLocal8Bit(argv[1])), QFile::decodeName(argv[2]), [](DownloadProgress) {}, rules);
     const Stopwatch stopwatch;
     double milliseconds = 0;
     const auto download

@@ -11,6 +11,7 @@ import time
 from pathlib import Path
 
 import materials
+from cut_host import CutHost
 from file_host import FileHost
 from screen import Screen
 from table import Row, Table, alternate
@@ -220,6 +221,28 @@ class Bench:
             self.table.add(Row(f"download 400 MB: {what}", "ms", [pair[index] for pair in ours_both],
                                [pair[index] for pair in theirs_both], "curl -o", 1.1))
 
+    def resume(self):
+        """Downloading over a connection that is cut"""
+        host = CutHost(materials.noughts(self.folder / "noughts-400", 400_000_000), 25_000_000)
+
+        # Nobody waits between two connections: our pauses are zero, and curl is started again at once. Its own --retry
+        # throws away what has arrived, also with -C -.
+        def ours():
+            with self.scratch() as folder:
+                return figures(run(self.program("DownloadFile"), host.address, f"{folder}/file", "0"))["milliseconds"]
+
+        def theirs():
+            with self.scratch() as folder:
+                times = run("sh", "-c", "for try in $(seq 20); do "
+                            f"curl -sfo {folder}/file -C - -w '%{{time_total}}\n' {host.address} && exit; done; exit 1")
+                return sum(map(float, times.split())) * 1e3      # without the starts of the program
+
+        ours_both, theirs_both = alternate(self.runs, lambda: host.count(ours), lambda: host.count(theirs))
+        host.close()
+        for index, what, unit, goal in ((0, "time", "ms", 1.2), (1, "bytes sent", "MB", 1.1)):
+            self.table.add(Row(f"download 400 MB, cut every 25 MB: {what}", unit, [pair[index] for pair in ours_both],
+                               [pair[index] for pair in theirs_both], "curl -C -, again and again", goal))
+
     def hash(self):
         """SHA-512"""
         file = materials.noughts(self.folder / "noughts-400", 400_000_000)
@@ -362,7 +385,7 @@ class Bench:
             self.table.add(Row(f"{what}: memory", "MB", peaks, [pair[1] for pair in smalls], "a tenth", 1.1))
 
 
-SUBJECTS = ("start", "memory", "play", "install", "download", "hash", "unpack", "lines", "quiet", "size", "read", "log",
+SUBJECTS = ("start", "memory", "play", "install", "download", "resume", "hash", "unpack", "lines", "quiet", "size", "read", "log",
             "growth")
 # The middle of the button, in pixels from the top of the window. A press that starts nothing is reported.
 PLAY_BUTTON = 362
