@@ -37,15 +37,23 @@ function(link_with_all target)
     target_link_libraries(${target} PRIVATE ${all} common_options)
 endfunction()
 
+# ./test lets CTest have two processors for each real one: a test takes both, or one if it mostly waits.
+function(share_processors test waits)
+    if(NOT waits)
+        set_tests_properties(${test} PROPERTIES PROCESSORS 2)
+    endif()
+endfunction()
+
 # A test program for one subject. It may run for TIMEOUT seconds (60 by default), draws off-screen and uses the fonts in
 # tests/fonts. A program that cannot test anything here (no engine available) says why and exits with status 77.
 #
 #   add_subject_test(LineSplitterTest USES process)
 #
-# LABELS and ENVIRONMENT are passed to CTest. RESOURCES names helper programs that must be built before the test runs.
+# WAITS is for a program that mostly waits, for a server that is silent, say: it takes half a processor. A program with a
+# longer TIMEOUT starts earlier. LABELS and ENVIRONMENT are passed to CTest. RESOURCES names helper programs that must be built before the test runs.
 # A program labelled "long" runs only with ctest -C Long, which ./test --long uses.
 function(add_subject_test name)
-    cmake_parse_arguments(SUBJECT "" "TIMEOUT" "USES;SOURCES;LABELS;ENVIRONMENT;RESOURCES" ${ARGN})
+    cmake_parse_arguments(SUBJECT "WAITS" "TIMEOUT" "USES;SOURCES;LABELS;ENVIRONMENT;RESOURCES" ${ARGN})
     if(NOT SUBJECT_TIMEOUT)
         set(SUBJECT_TIMEOUT 60)
     endif()
@@ -64,8 +72,10 @@ function(add_subject_test name)
     # The developer's own settings for Qt's scaling and style must not affect the tests.
     set(desktops_words QT_SCALE_FACTOR QT_SCREEN_SCALE_FACTORS QT_FONT_DPI QT_STYLE_OVERRIDE QT_QPA_PLATFORMTHEME)
     list(TRANSFORM desktops_words APPEND "=unset:" OUTPUT_VARIABLE without_desktop)
+    share_processors(${name} ${SUBJECT_WAITS})
     set_tests_properties(${name} PROPERTIES
         TIMEOUT ${SUBJECT_TIMEOUT}
+        COST ${SUBJECT_TIMEOUT}
         SKIP_RETURN_CODE 77
         LABELS "${SUBJECT_LABELS}"
         ENVIRONMENT "QT_QPA_PLATFORM=offscreen;${FONT_ENVIRONMENT};${SUBJECT_ENVIRONMENT}"
