@@ -1,41 +1,43 @@
 #include "FreeSpace.h"
 
+#include "AppError.h"
+#include "DiskRoom.h"
+#include "FileSizeText.h"
+
 #include <QFile>
 #include <QFileInfo>
 
-#include <sys/statvfs.h>
-
+#include <algorithm>
 #include <cerrno>
 #include <limits>
 
-namespace {
-
-bool ask(const QString &path, struct statvfs &answer)
-{
-    int result = -1;
-    do {
-        result = ::statvfs(QFile::encodeName(path).constData(), &answer);
-    } while (result != 0 && errno == EINTR);
-    return result == 0;
-}
-
-}
-
 std::optional<qint64> FreeSpace::bytes(const QString &path)
 {
+    constexpr std::uint64_t most = std::numeric_limits<qint64>::max();
+
     QString folder = QFileInfo(path).absoluteFilePath();
-    struct statvfs answer = {};
-    while (!ask(folder, answer)) {
+    for (;;) {
+        const QByteArray name = QFile::encodeName(folder);
+        DiskRoom room;
+        const int error = diskRoom(name.constData(), room);
+        if (error == 0)
+            return static_cast<qint64>(std::min(room.free, most));
         const QString above = QFileInfo(folder).absolutePath();
-        if ((errno != ENOENT && errno != ENOTDIR) || above == folder)
+        if ((error != ENOENT && error != ENOTDIR) || above == folder)
             return std::nullopt;
         folder = above;
     }
-    // Some network and FUSE file systems report no blocks at all: they do not know.
-    if (answer.f_blocks == 0 || answer.f_frsize == 0)
-        return std::nullopt;
-    const auto most = static_cast<unsigned long long>(std::numeric_limits<qint64>::max());
-    const unsigned long long blocks = answer.f_bavail;
-    return blocks > most / answer.f_frsize ? std::numeric_limits<qint64>::max()
-                                           : static_cast<qint64>(blocks * answer.f_frsize);
+}
+
+void FreeSpace::require(qint64 needed, const QString &path, const QString &thing)
+{
+    const std::optional<qint64> free = bytes(path);
+    if (free && *free < needed)
+        throw AppError::message(notEnough(thing, needed, *free));
+}
+
+QString FreeSpace::notEnough(const QString &thing, qint64 needed, qint64 free)
+{
+    return QStringLiteral("There is not enough space for %1: about %2 are needed and %3 are free.")
+        .arg(thing, fileSizeText(needed), fileSizeText(free));
 }
