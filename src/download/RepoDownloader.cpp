@@ -46,7 +46,9 @@ QCoro::Task<QString> RepoDownloader::installFrom(QString scratch, LogStore *log,
     const QUrl url = zipURL();
     log->append(u"Downloading the game from "_s + url.toString(QUrl::FullyEncoded));
     const QString zipFile = scratch + u'/' + DiskNames::gameArchive;
+    const QString thing = u"the game"_s;
     FileDownloader::Callbacks callbacks { .onProgress = onProgress };
+    callbacks.onExpectedSize = [zipFile, thing](qint64 size) { Archive::requireRoom(size, zipFile, thing); };
     callbacks.onRetry = [log](const QString &line) { log->append(line); };
     FileDownloader downloader(url, zipFile, callbacks, m_rules);
     co_await downloader.start(stop);
@@ -55,7 +57,8 @@ QCoro::Task<QString> RepoDownloader::installFrom(QString scratch, LogStore *log,
     const QString extract = scratch + u'/' + DiskNames::unpackedGame;
     FileOperations::createFolder(extract);
     log->append(u"Unpacking the game"_s);
-    co_await Archive::unzip(zipFile, extract, log, stop);
+    const QString zipName; // that of the file
+    co_await Archive::unzip(zipFile, extract, log, stop, zipName, thing);
 
     const auto project = ProjectInspector::findProjectRoot(extract);
     if (!project)

@@ -93,7 +93,7 @@ QCoro::Task<QString> EngineManager::installFrom(EngineSpec spec, QUrl archiveURL
 
     log->append(QStringLiteral("Downloading ") + spec.displayName() + QStringLiteral(" from ")
                 + archiveURL.toString(QUrl::FullyEncoded));
-    auto fetching = fetchArchive(archiveURL, archive, log, onProgress, stop);
+    auto fetching = fetchArchive(spec, archiveURL, archive, log, onProgress, stop);
     const bool wasResumed = co_await fetching;
     auto verifying = verified(archive, checksum, log, stop);
     std::shared_ptr<HeldFile> held = co_await verifying;
@@ -101,7 +101,7 @@ QCoro::Task<QString> EngineManager::installFrom(EngineSpec spec, QUrl archiveURL
         log->append(QStringLiteral(
             "The resumed download did not match its official checksum; downloading it again from the beginning."));
         FileOperations::removeTree(archive);
-        auto fetchingAgain = fetchArchive(archiveURL, archive, log, onProgress, stop);
+        auto fetchingAgain = fetchArchive(spec, archiveURL, archive, log, onProgress, stop);
         co_await fetchingAgain;
         auto verifyingAgain = verified(archive, checksum, log, stop);
         held = co_await verifyingAgain;
@@ -115,12 +115,14 @@ QCoro::Task<QString> EngineManager::installFrom(EngineSpec spec, QUrl archiveURL
     co_return program;
 }
 
-/// Downloads `archiveURL` to `archive`. Returns whether it came in more than one transfer.
-QCoro::Task<bool> EngineManager::fetchArchive(QUrl archiveURL, QString archive, LogStore *log,
-                                              std::function<void(DownloadProgress)> onProgress,
+/// Downloads the build's archive from `archiveURL` to `archive`. Returns whether it came in more than one transfer.
+QCoro::Task<bool> EngineManager::fetchArchive(EngineSpec spec, QUrl archiveURL, QString archive,
+                                              LogStore *log, std::function<void(DownloadProgress)> onProgress,
                                               std::stop_token stop)
 {
     FileDownloader::Callbacks callbacks { .onProgress = onProgress };
+    callbacks.onExpectedSize
+        = [archive, thing = spec.displayName()](qint64 size) { Archive::requireRoom(size, archive, thing); };
     callbacks.onRetry = [log](const QString &line) { log->append(line); };
     FileDownloader downloader(archiveURL, archive, callbacks, m_rules);
     co_await downloader.start(stop);
@@ -161,8 +163,9 @@ QCoro::Task<QString> EngineManager::unpackVerified(EngineSpec spec, std::shared_
     const QString unpacked = scratch + u'/' + DiskNames::unpackedEngine;
     FileOperations::createFolder(unpacked);
     const QString name = spec.fileName();
+    const QString thing = spec.displayName();
     const QString heldPath = held->path();
-    co_await Archive::unzip(heldPath, unpacked, log, stop, name);
+    co_await Archive::unzip(heldPath, unpacked, log, stop, name, thing);
     // It may have been modified after the check, or while it was unpacked.
     if (!held->isUntouched())
         throw doesNotMatch();

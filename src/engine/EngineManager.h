@@ -66,7 +66,7 @@ private:
     QCoro::Task<QString> installFrom(EngineSpec spec, QUrl archiveURL, QUrl sumsURL, QString scratch,
                                      LogStore *log, std::function<void(DownloadProgress)> onProgress,
                                      std::stop_token stop);
-    QCoro::Task<bool> fetchArchive(QUrl archiveURL, QString archive, LogStore *log,
+    QCoro::Task<bool> fetchArchive(EngineSpec spec, QUrl archiveURL, QString archive, LogStore *log,
                                    std::function<void(DownloadProgress)> onProgress, std::stop_token stop);
     static QCoro::Task<std::shared_ptr<HeldFile>> verified(QString archive, QString checksum, LogStore *log,
                                                            std::stop_token stop);

@@ -17,8 +17,9 @@ struct Desktop {
     /// The program that unpacks zip archives with the arguments `-x -k ARCHIVE FOLDER`. "/usr/bin/ditto" on
     /// macOS; on Linux our own, beside the launcher or in its libexec folder.
     QString unpackTool;
-    /// Our own program, which refuses an archive that cannot be trusted before `unpackTool` runs; its
-    /// arguments are `--check ARCHIVE`. Empty where it is the unpack tool, since that always checks.
+    /// Our own program, which refuses an archive that cannot be trusted or does not fit on the disk before
+    /// `unpackTool` runs; its arguments are `--check ARCHIVE --into FOLDER`. Empty where it is the unpack
+    /// tool, since that always checks.
     QString archiveCheckTool;
     /// The program that clears the download-quarantine attribute. Empty where files carry no such flag.
     QString quarantineTool;

@@ -3,6 +3,7 @@
 #include "MemberName.h"
 #include "MemberReader.h"
 #include "Parallel.h"
+#include "RoomCheck.h"
 
 #include <memory>
 
@@ -97,9 +98,10 @@ ZipDirectory readContents(const ArchiveFile &file, const ZipLimits &limits)
     return directory;
 }
 
-void checkArchive(const ArchiveFile &file)
+void checkArchive(const ArchiveFile &file, const std::optional<DiskRoom> &room)
 {
     const ZipDirectory directory = readContents(file);
+    requireRoom(directory, room);
     inParallel(directory.members.size(), [&file, &directory] {
         return [check = std::make_unique<FileCheck>(file, directory.members)](std::size_t index) {
             (*check)(index);

@@ -1,7 +1,10 @@
 #pragma once
 
 #include "ArchiveFile.h"
+#include "DiskRoom.h"
 #include "ZipDirectory.h"
+
+#include <optional>
 
 /// Reads and checks all of an archive except its files' data: the directory, the headers and where links
 /// lead. Every link that it returns has its target. Writes nothing. Throws UnpackError for an archive that
@@ -9,5 +12,6 @@
 ZipDirectory readContents(const ArchiveFile &file, const ZipLimits &limits = {});
 
 /// Checks the whole archive and writes nothing: does what readContents does, and requires the data of every
-/// file to have the declared length and checksum. Throws UnpackError.
-void checkArchive(const ArchiveFile &file);
+/// file to have the declared length and checksum. Throws UnpackError, or NoRoomError when the files do not
+/// fit into `room`.
+void checkArchive(const ArchiveFile &file, const std::optional<DiskRoom> &room = std::nullopt);

@@ -6,6 +6,7 @@
 #include "MemberName.h"
 #include "MemberReader.h"
 #include "Parallel.h"
+#include "RoomCheck.h"
 #include "WriteBehind.h"
 
 #include <cerrno>
@@ -118,9 +119,10 @@ void makeLinksAndSetTimes(const ArchiveFile &archive, const ZipDirectory &direct
 
 }
 
-void unpack(const ArchiveFile &archive, int folder)
+void unpack(const ArchiveFile &archive, int folder, const std::optional<DiskRoom> &room)
 {
     const ZipDirectory directory = readContents(archive);
+    requireRoom(directory, room);
     try {
         makeFolders(archive, directory.members, folder);
         writeFiles(archive, directory.members, folder);

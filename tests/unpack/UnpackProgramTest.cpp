@@ -43,7 +43,7 @@ private Q_SLOTS:
         QCOMPARE(result.status, 1);
         QCOMPARE(result.problems,
                  QStringLiteral("usage: vantor-unpack -x -k ARCHIVE FOLDER\n"
-                                "       vantor-unpack --check ARCHIVE\n"));
+                                "       vantor-unpack --check ARCHIVE [--into FOLDER]\n"));
     }
 
     void anArchiveIsUnpackedWithoutAWord()
