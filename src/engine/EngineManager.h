@@ -2,6 +2,7 @@
 
 #include "DownloadProgress.h"
 #include "EngineSpec.h"
+#include "ImportPatience.h"
 #include "TransferRules.h"
 
 #include <QCoro/QCoroTask>
@@ -48,10 +49,12 @@ public:
     void cancel() { m_stop.request_stop(); }
 
     /// Has the engine import the project's files without a window, in at most two passes. Returns whether
-    /// imported files exist afterwards, and if so writes the import marker. Never throws. `controller` may be
-    /// cancelled meanwhile.
+    /// imported files exist afterwards, and if so writes the import marker. Ends an engine that has imported
+    /// everything and does not end by itself, after `patience`. Never throws. `controller` may be cancelled
+    /// meanwhile.
     QCoro::Task<bool> importProject(EngineSpec spec, QString executable, QString project, LogStore *log,
-                                    std::shared_ptr<ProcessController> controller);
+                                    std::shared_ptr<ProcessController> controller,
+                                    ImportPatience patience = {});
 
     /// Fetches the checksum list at `sumsURL` and returns its hash for `fileName`, letter case unchanged.
     /// Throws AppError, TransferError or CancellationError.

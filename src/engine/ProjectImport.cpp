@@ -2,6 +2,7 @@
 
 #include "FileError.h"
 #include "FileOperations.h"
+#include "ImportWatch.h"
 #include "LogStore.h"
 #include "ProcessController.h"
 
@@ -40,7 +41,8 @@ void leaveMarker(const EngineSpec &spec)
 }
 
 QCoro::Task<bool> EngineManager::importProject(EngineSpec spec, QString executable, QString project,
-                                               LogStore *log, std::shared_ptr<ProcessController> controller)
+                                               LogStore *log, std::shared_ptr<ProcessController> controller,
+                                               ImportPatience patience)
 {
     constexpr int mostPasses = 2;
 
@@ -50,7 +52,9 @@ QCoro::Task<bool> EngineManager::importProject(EngineSpec spec, QString executab
         if (controller->isCancelled())
             co_return false;
         log->append(QStringLiteral("First-time setup, pass %1: godot ").arg(pass) + arguments.join(u' '));
-        const qint32 status = co_await controller->run(executable, arguments, appendToLog);
+        const ImportWatch watch(project, controller, log, patience);
+        const auto onLine = watch.watching(appendToLog);
+        const qint32 status = co_await controller->run(executable, arguments, onLine);
         if (status != 0)
             log->append(QStringLiteral("Setup pass ended with exit code ") + QString::number(status));
         if (hasImportedFiles(spec, project)) {

@@ -80,6 +80,14 @@ void ProcessController::cancel()
         process->terminate();
 }
 
+bool ProcessController::terminate()
+{
+    const auto process = admitted();
+    if (process)
+        process->terminate();
+    return process != nullptr;
+}
+
 void ProcessController::kill()
 {
     if (const auto process = admitted())

@@ -36,6 +36,10 @@ public:
     /// Asks the child to end (SIGTERM), or prevents its launch. Never blocks. Any thread.
     void cancel();
 
+    /// Asks the child to end (SIGTERM) without cancelling: another run may follow. Returns whether there is a
+    /// child. Never blocks. Any thread.
+    bool terminate();
+
     /// Kills a child that was asked to end and does not (SIGKILL). Does nothing before the launch or after
     /// the end. Never blocks. Any thread.
     void kill();

@@ -72,6 +72,13 @@ int FolderWalk::inspect(const QByteArray &name, struct stat &status) const
     return resultOf(::fstatat(m_folder.get(), name.constData(), &status, AT_SYMLINK_NOFOLLOW));
 }
 
+int FolderWalk::openFile(const QByteArray &name, FileDescriptor &file) const
+{
+    constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+    file = FileDescriptor(::openat(m_folder.get(), name.constData(), flags));
+    return file.isOpen() ? 0 : errno;
+}
+
 int FolderWalk::removeFile(const QByteArray &name) const
 {
     return resultOf(::unlinkat(m_folder.get(), name.constData(), 0));

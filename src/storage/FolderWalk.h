@@ -36,6 +36,9 @@ public:
     int list(QList<QByteArray> &names) const;
     /// Gets the status of the entry `name` without following a symbolic link.
     int inspect(const QByteArray &name, struct stat &status) const;
+    /// Opens the entry `name` for reading into `file`, without following a symbolic link or waiting for the
+    /// other end of a pipe.
+    int openFile(const QByteArray &name, FileDescriptor &file) const;
     /// Removes the entry `name`, which is not a folder.
     int removeFile(const QByteArray &name) const;
     /// Removes the empty folder `name`.
