@@ -115,7 +115,8 @@ QCoro::Task<QString> EngineManager::installFrom(EngineSpec spec, QUrl archiveURL
     co_return program;
 }
 
-/// Downloads the build's archive from `archiveURL` to `archive`. Returns whether it came in more than one transfer.
+/// Downloads the build's archive from `archiveURL` to `archive`. Returns whether it came in more than one
+/// transfer.
 QCoro::Task<bool> EngineManager::fetchArchive(EngineSpec spec, QUrl archiveURL, QString archive,
                                               LogStore *log, std::function<void(DownloadProgress)> onProgress,
                                               std::stop_token stop)
