@@ -1,9 +1,7 @@
 #include "Controls.h"
 
 #include "GameFolder.h"
-#include "Table.h"
-
-#include <QTest>
+#include "Rows.h"
 
 using namespace Qt::StringLiterals;
 using Files = GameFolder::Files;
@@ -26,7 +24,11 @@ class ControlsTest final : public QObject {
 private Q_SLOTS:
     void theReadmesListComesFromTheSectionsAboutTheControls_data()
     {
-        const auto row = table<QByteArray, QByteArray>("readme", "items");
+        const auto row = rows([](const QByteArray &readme, const QByteArray &items) {
+            const GameFolder game;
+            QCOMPARE(controlsList(readme, game.path()),
+                     (ControlsList { QString::fromUtf8(items).split(u'|'), true }));
+        });
         row("any level", "###### Controls\n- a\n", "a");
         row("any letter case", "# GAME CONTROLS\n- a\n", "a");
         row("controller", "# With a Controller\n- a\n", "a");
@@ -48,34 +50,26 @@ private Q_SLOTS:
         row("carriage returns", "# Controls\r\n\r\n- a\r\n- b\r\n", "a|b");
         row("a subheading closes it", "# Controls\n## Keyboard\n- a\n# Controls 2\n- b\n", "b");
     }
-
-    void theReadmesListComesFromTheSectionsAboutTheControls()
-    {
-        QFETCH(QByteArray, readme);
-        QFETCH(QByteArray, items);
-        const GameFolder game;
-        QCOMPARE(controlsList(readme, game.path()),
-                 (ControlsList { QString::fromUtf8(items).split(u'|'), true }));
-    }
+    void theReadmesListComesFromTheSectionsAboutTheControls() { runRow(); }
 
     void withoutAListInTheReadmeTheScriptsAreSearched_data()
     {
-        const auto row = table<QByteArray>("readme");
+        const auto row = rows([](const QByteArray &readme) {
+            const GameFolder game { { "player.gd", "ui_up" } };
+            QCOMPARE(controlsList(readme, game.path()), (ControlsList { { first, jump, last }, false }));
+        });
         row("no README", "");
         row("a list of something else", "# Game\n- not a control\n");
         row("numbered items", "## How to play\n1. Jump\n2. Run\n");
     }
-
-    void withoutAListInTheReadmeTheScriptsAreSearched()
-    {
-        QFETCH(QByteArray, readme);
-        const GameFolder game { { "player.gd", "ui_up" } };
-        QCOMPARE(controlsList(readme, game.path()), (ControlsList { { first, jump, last }, false }));
-    }
+    void withoutAListInTheReadmeTheScriptsAreSearched() { runRow(); }
 
     void scriptsRevealThatTheGameMovesAndJumps_data()
     {
-        const auto row = table<Files, QStringList>("files", "lines");
+        const auto row = rows([](const Files &files, const QStringList &lines) {
+            const GameFolder game(files);
+            QCOMPARE(controlsOf(game.path()), QStringList { first } + lines + QStringList { last });
+        });
         row("no script", {}, {});
         row("both, in two scripts",
             { { "a.gd", "if Input.is_action_just_pressed(\"ui_up\"):\n" },
@@ -95,14 +89,7 @@ private Q_SLOTS:
              { "a.GD", "a.gdc", "agd", "a.gd.txt", ".a.gd", ".gd", ".godot/cache.gd", "a/.hidden/x.gd" })
             row(("not " + QByteArray(name)).constData(), { { name, "ui_up" } }, {});
     }
-
-    void scriptsRevealThatTheGameMovesAndJumps()
-    {
-        QFETCH(Files, files);
-        QFETCH(QStringList, lines);
-        const GameFolder game(files);
-        QCOMPARE(controlsOf(game.path()), QStringList { first } + lines + QStringList { last });
-    }
+    void scriptsRevealThatTheGameMovesAndJumps() { runRow(); }
 
     void aMissingFolderHasNoScripts()
     {
@@ -115,14 +102,6 @@ private Q_SLOTS:
         const GameFolder game { { "elsewhere/a.gd", "ui_up" } };
         game.link("game/more", game.path("elsewhere"));
         QCOMPARE(controlsOf(game.path("game")), (QStringList { first, last }));
-    }
-
-    void aScriptThatCannotBeReadCountsAsEmpty()
-    {
-        const GameFolder game;
-        game.link("dangling.gd", u"nowhere"_s);
-        game.link("device.gd", u"/dev/zero"_s);
-        QCOMPARE(controlsOf(game.path()), (QStringList { first, last }));
     }
 
     void twoHundredAndOneScriptsAreReadAndNoMore()

@@ -3,8 +3,6 @@
 #include "GameFolder.h"
 #include "OrdinaryUser.h"
 
-#include <QTest>
-
 #include <map>
 
 using namespace Qt::StringLiterals;
@@ -23,13 +21,13 @@ private Q_SLOTS:
     }
     void cleanup() { m_folder.reset(); }
 
-    void onlyAFolderItselfIsOne() { QCOMPARE(kinds(), expected()); }
+    void onlyAFolderItselfIsOne() { QCOMPARE(kinds(), expected); }
 
     void theKindOfAnEntryIsKnownWithoutAskingForIt()
     {
         // Without search permission on the folder, stat() fails for what is in it.
-        QCOMPARE(::chmod(QFile::encodeName(m_folder->path()).constData(), 0744), 0);
-        QVERIFY(OrdinaryUser::run([this] { return kinds() == expected(); }));
+        m_folder->setMode("", 0744);
+        QVERIFY(OrdinaryUser::run([this] { return kinds() == expected; }));
     }
 
     void whatIsNoFolderCannotBeListed()
@@ -40,15 +38,11 @@ private Q_SLOTS:
 
 private:
     using Kinds = std::map<QString, bool>;
-
-    static Kinds expected()
-    {
-        return { { u"folder"_s, true },
-                 { u"file"_s, false },
-                 { u"link to folder"_s, false },
-                 { u"link to file"_s, false },
-                 { u"link to nothing"_s, false } };
-    }
+    const Kinds expected { { u"folder"_s, true },
+                           { u"file"_s, false },
+                           { u"link to folder"_s, false },
+                           { u"link to file"_s, false },
+                           { u"link to nothing"_s, false } };
 
     Kinds kinds() const
     {

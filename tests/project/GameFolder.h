@@ -39,8 +39,11 @@ public:
 
     void makePipe(QAnyStringView name) const
     {
-        check(::mkfifo(QFile::encodeName(path(name)).constData(), 0600) == 0, name);
+        check(::mkfifo(m_home.bytes(name.toString()).constData(), 0600) == 0, name);
     }
+
+    void setMode(QAnyStringView name, mode_t mode) const { m_home.setMode(name.toString(), mode); }
+    mode_t mode(QAnyStringView name) const { return m_home.mode(name.toString()); }
 
     /// The names of what lies directly in the folder, in listing order.
     QStringList listed() const

@@ -3,9 +3,9 @@
 #include "Controls.h"
 #include "GameFolder.h"
 #include "LicenseInfo.h"
-#include "Table.h"
+#include "Rows.h"
 
-#include <QTest>
+#include <QRandomGenerator>
 
 using namespace Qt::StringLiterals;
 using Make = std::function<void(const GameFolder &game, const char *name)>;
@@ -67,51 +67,55 @@ private Q_SLOTS:
         }
     }
 
-    void aProjectFileThatCannotBeReadHasTheDefaults_data()
+    void aFileThatCannotBeReadCountsAsEmpty_data()
     {
-        const auto row = table<Make>("make");
+        const auto row = rows([](const Make &make) {
+            const GameFolder game;
+            for (const char *name : { "project.godot", "README", "LICENSE", "a.gd" })
+                make(game, name);
+            const ProjectInfo info = inspect(game.path());
+            QCOMPARE(info.name, ProjectInfo().name);
+            QCOMPARE(info.configVersion, 0);
+            QCOMPARE(info.blurb, ProjectInfo().name);
+            QCOMPARE(LicenseInfo({ info.licenseName, info.author }), LicenseInfo::parse({}));
+            QCOMPARE(info.controls, controlsList({}, game.path("missing")).controls);
+        });
+        const auto text = [](const QByteArray &content) {
+            return [content](const GameFolder &game, const char *name) { game.write(name, content); };
+        };
         const auto linkTo = [](const QString &target) {
             return [target](const GameFolder &game, const char *name) { game.link(name, target); };
         };
-        row("not UTF-8", [](const GameFolder &game, const char *name) {
-            game.write(name, "config_version=5\nconfig/name=\"Caf\xe9\"\n");
-        });
+        QByteArray noise(5'000'000, Qt::Uninitialized);
+        QRandomGenerator(1).generate(noise.begin(), noise.end());
+        row("random bytes", text(noise));
+        row("not UTF-8", text("config_version=5\nconfig/name=\"Caf\xe9\"\n# Hi\nCopyright Jane\nui_up\n"));
         row("a folder", &GameFolder::makeFolder);
         row("a pipe", &GameFolder::makePipe);
         row("a dangling link", linkTo(u"nowhere"_s));
-        row("a link to itself", linkTo(u"project.godot"_s));
+        row("a link to itself",
+            [](const GameFolder &game, const char *name) { game.link(name, QString::fromLatin1(name)); });
         row("a device", linkTo(u"/dev/zero"_s));
     }
+    void aFileThatCannotBeReadCountsAsEmpty() { runRow(); }
 
-    void aProjectFileThatCannotBeReadHasTheDefaults()
-    {
-        QFETCH(Make, make);
-        const GameFolder game;
-        make(game, "project.godot");
-        const ProjectInfo info = inspect(game.path());
-        QCOMPARE(info.name, ProjectInfo().name);
-        QCOMPARE(info.configVersion, 0);
-        QCOMPARE(info.blurb, ProjectInfo().name);
-    }
-
-    void theRootIsKeptAsGiven()
-    {
-        const GameFolder game { { "project.godot", "config_version=5\n" } };
-        const QString root = game.path() + u"/./"_s;
-        const ProjectInfo info = inspect(root);
-        QCOMPARE(info.root, root);
-        QCOMPARE(info.configVersion, 5);
-    }
-
-    void theNameIsTheBlurbsFallback()
+    void theRootIsKeptAsGivenAndTheNameIsTheBlurbsFallback()
     {
         const GameFolder game { { "project.godot", "config/name=\"Hopper\"\n" }, { "README", "short\n" } };
-        QCOMPARE(inspect(game.path()).blurb, u"Hopper"_s);
+        const QString root = game.path() + u"/./"_s;
+        QCOMPARE(inspect(root).root, root);
+        QCOMPARE(inspect(root).blurb, u"Hopper"_s);
     }
 
     void aFeatureOrAFileOfTheDotNetToolsDecidesForCSharp_data()
     {
-        const auto row = table<QString, QByteArray, bool>("name", "features", "isCSharp");
+        const auto row = rows([](const QString &name, const QByteArray &features, bool isCSharp) {
+            const GameFolder game { { "project.godot",
+                                      "config/features=PackedStringArray(" + features + ")\n" } };
+            game.write(name, "");
+            QCOMPARE(inspect(game.path()).isCSharp, isCSharp);
+            QCOMPARE(ProjectInspector::inspectForEngine(game.path()).isCSharp, isCSharp);
+        });
         row("the feature, without such a file", u"icon.svg"_s, "\"4.2\", \"C#\", \"Forward Plus\"", true);
         row("other features", u"icon.svg"_s, "\"4.2\", \"c#\", \"C# \"", false);
         for (const QString &name :
@@ -121,17 +125,7 @@ private Q_SLOTS:
              { u"Game.SLN"_s, u"Game.csproj.old"_s, u"sln"_s, u"src/Game.csproj"_s, u"Player.cs"_s })
             row(qPrintable(u"not "_s + name), name, "", false);
     }
-
-    void aFeatureOrAFileOfTheDotNetToolsDecidesForCSharp()
-    {
-        QFETCH(QString, name);
-        QFETCH(QByteArray, features);
-        const GameFolder game { { "project.godot",
-                                  "config/features=PackedStringArray(" + features + ")\n" } };
-        game.write(name, "");
-        QTEST(inspect(game.path()).isCSharp, "isCSharp");
-        QTEST(ProjectInspector::inspectForEngine(game.path()).isCSharp, "isCSharp");
-    }
+    void aFeatureOrAFileOfTheDotNetToolsDecidesForCSharp() { runRow(); }
 
     void aFileFromAnotherSystemIsRead()
     {

@@ -3,9 +3,7 @@
 #include "FileError.h"
 #include "GameFolder.h"
 #include "ProjectInspector.h"
-#include "Table.h"
-
-#include <QTest>
+#include "Rows.h"
 
 #include <cerrno>
 
@@ -27,7 +25,10 @@ class MouseAsTouchTest final : public QObject {
 private Q_SLOTS:
     void theEditIsExact_data()
     {
-        const auto row = table<QByteArray, QByteArray>("before", "after");
+        const auto row = rows([](const QByteArray &before, const QByteArray &after) {
+            QCOMPARE(withMouseAsTouch(before), after);
+            QCOMPARE(withMouseAsTouch(after), std::nullopt);
+        });
         row("right after the section's header", "[input_devices]\npointing/other=true\n",
             "[input_devices]\n\npointing/emulate_touch_from_mouse=true\npointing/other=true\n");
         row("no section, no final line break", "config_version=4",
@@ -49,14 +50,7 @@ private Q_SLOTS:
         row("the name of the setting in another letter case", "Emulate_Touch_From_Mouse\n",
             "Emulate_Touch_From_Mouse\n" + section);
     }
-
-    void theEditIsExact()
-    {
-        QFETCH(QByteArray, before);
-        QFETCH(QByteArray, after);
-        QCOMPARE(withMouseAsTouch(before), after);
-        QCOMPARE(withMouseAsTouch(after), std::nullopt);
-    }
+    void theEditIsExact() { runRow(); }
 
     void aTextThatNamesTheSettingIsLeftAlone()
     {
@@ -69,7 +63,16 @@ private Q_SLOTS:
 
     void theFileIsEditedOnceAndTheLogSaysSo_data()
     {
-        const auto row = table<QByteArray, QByteArray>("before", "after");
+        const auto row = rows([](const QByteArray &before, const QByteArray &after) {
+            const GameFolder game { { "project.godot", before } };
+            game.setMode("project.godot", 0640);
+            QCOMPARE(enableMouseAsTouch(game.path()), enabled);
+            QCOMPARE(game.content("project.godot"), after);
+            QCOMPARE(enableMouseAsTouch(game.path()), std::nullopt);
+            QCOMPARE(game.content("project.godot"), after);
+            QCOMPARE(game.listed(), QStringList(u"project.godot"_s));
+            QCOMPARE(game.mode("project.godot"), mode_t { 0640 });
+        });
         const QByteArray mark = "\xef\xbb\xbf[input_devices]";
         const QByteArray anyBytes = QByteArrayLiteral(
             "a\0b\r\r\n\t\xc3\xbc\xf0\x9f\x8e\xae\xe2\x80\xa8\xef\xbf\xbd\xef\xbb\xbf[input_devices]");
@@ -77,17 +80,7 @@ private Q_SLOTS:
         row("a byte order mark stays", mark + "\n", mark + setting + "\n");
         row("all other bytes stay", anyBytes + "\r\n\x01\x7f", anyBytes + setting + "\r\n\x01\x7f");
     }
-
-    void theFileIsEditedOnceAndTheLogSaysSo()
-    {
-        QFETCH(QByteArray, before);
-        const GameFolder game { { "project.godot", before } };
-        QCOMPARE(enableMouseAsTouch(game.path()), enabled);
-        QTEST(game.content("project.godot"), "after");
-        QCOMPARE(enableMouseAsTouch(game.path()), std::nullopt);
-        QTEST(game.content("project.godot"), "after");
-        QCOMPARE(game.listed(), QStringList(u"project.godot"_s));
-    }
+    void theFileIsEditedOnceAndTheLogSaysSo() { runRow(); }
 
     void aFileThatDecidesTheSettingOrIsNotUtf8IsLeftAloneWithoutAWord()
     {
@@ -128,17 +121,6 @@ private Q_SLOTS:
         QCOMPARE(enableMouseAsTouch(home.path("game")), enabled);
         QCOMPARE(home.content("outside"), QByteArray("config_version=4\n"));
         QVERIFY(home.content("game/project.godot").contains(setting));
-    }
-
-    void thePermissionsStay()
-    {
-        const GameFolder game { { "project.godot", "a" } };
-        const QByteArray file = QFile::encodeName(game.path("project.godot"));
-        QCOMPARE(::chmod(file.constData(), 0640), 0);
-        enableMouseAsTouch(game.path());
-        struct stat status = {};
-        QCOMPARE(::stat(file.constData(), &status), 0);
-        QCOMPARE(status.st_mode & 0777U, 0640U);
     }
 };
 

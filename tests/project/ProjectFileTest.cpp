@@ -1,8 +1,6 @@
 #include "ProjectFile.h"
 
-#include "Table.h"
-
-#include <QTest>
+#include "Rows.h"
 
 #include <limits>
 
@@ -14,7 +12,13 @@ class ProjectFileTest final : public QObject {
 private Q_SLOTS:
     void everyKeyIsReadFromItsLines_data()
     {
-        const auto row = table<QByteArray, ProjectFile>("text", "expected");
+        const auto row = rows([](const QByteArray &text, const ProjectFile &expected) {
+            const ProjectFile file = ProjectFile::parse(text);
+            QCOMPARE(file.name, expected.name);
+            QCOMPARE(file.configVersion, expected.configVersion);
+            QCOMPARE(file.features, expected.features);
+            QCOMPARE(file.mainScene, expected.mainScene);
+        });
         const auto named = [](const QString &name) { return ProjectFile { name, 0, {}, {} }; };
         const auto tagged = [](const QStringList &features) {
             return ProjectFile { u"Vantor"_s, 0, features, {} };
@@ -36,8 +40,8 @@ private Q_SLOTS:
         row("blanks around a line do not matter",
             "\t config_version=5 \t\n  config/name= \"A\" ; a comment\n", { u"A"_s, 5, {}, {} });
         for (const char *end : { "\r\n", "\r", "\v", "\f", "\u0085", "\u2028", "\u2029", "\n" })
-            QTest::addRow("lines that end in %s", QByteArray(end).toHex().constData()) << "config_version=5"
-                    + QByteArray(end) + "config/name=\"A\"" + end << ProjectFile { u"A"_s, 5, {}, {} };
+            row(("lines that end in " + QByteArray(end).toHex()).constData(),
+                QByteArray("config_version=5") + end + "config/name=\"A\"" + end, { u"A"_s, 5, {}, {} });
         row("a version that is no number keeps the one before",
             "config_version=5\nconfig_version=abc\nconfig_version=\nconfig_version=9223372036854775808",
             { u"Vantor"_s, 5, {}, {} });
@@ -67,21 +71,13 @@ private Q_SLOTS:
                "CONFIG_VERSION=5", "run/main_scene =\"A\"", "config/features =(\"A\")" })
             row(qPrintable(u"no key in "_s + QLatin1StringView(line)), line, named(u"Vantor"_s));
     }
-
-    void everyKeyIsReadFromItsLines()
-    {
-        QFETCH(QByteArray, text);
-        QFETCH(ProjectFile, expected);
-        const ProjectFile file = ProjectFile::parse(text);
-        QCOMPARE(file.name, expected.name);
-        QCOMPARE(file.configVersion, expected.configVersion);
-        QCOMPARE(file.features, expected.features);
-        QCOMPARE(file.mainScene, expected.mainScene);
-    }
+    void everyKeyIsReadFromItsLines() { runRow(); }
 
     void theVersionIsAnOptionalSignAndDigitsOnly_data()
     {
-        const auto row = table<QByteArray, qint64>("value", "version");
+        const auto row = rows([](const QByteArray &value, qint64 version) {
+            QCOMPARE(ProjectFile::parse("config_version=" + value).configVersion, version);
+        });
         row("5", "5", 5);
         row("plus", "+5", 5);
         row("minus", "-5", -5);
@@ -93,16 +89,12 @@ private Q_SLOTS:
                                    "+ 5", "5 ; five", "5.0", "0x5", "\"5\"", "\u0665", "\uff15", "5,000" })
             row(("“" + QByteArray(value) + "” is not a version").constData(), value, 0);
     }
-
-    void theVersionIsAnOptionalSignAndDigitsOnly()
-    {
-        QFETCH(QByteArray, value);
-        QTEST(ProjectFile::parse("config_version=" + value).configVersion, "version");
-    }
+    void theVersionIsAnOptionalSignAndDigitsOnly() { runRow(); }
 
     void quotedTextsAreThoseBetweenPairsOfQuotes_data()
     {
-        const auto row = table<QByteArray, QStringList>("line", "texts");
+        const auto row
+            = rows([](const QByteArray &line, const QStringList &texts) { QCOMPARE(quoted(line), texts); });
         row("no quotes", "a=b", {});
         row("empty line", "", {});
         row("one", "a=\"b\"", { u"b"_s });
@@ -114,12 +106,7 @@ private Q_SLOTS:
         row("a quote alone", "\"", {});
         row("escapes mean nothing", "\"a\\\"b\"", { u"a\\"_s });
     }
-
-    void quotedTextsAreThoseBetweenPairsOfQuotes()
-    {
-        QFETCH(QByteArray, line);
-        QTEST(quoted(line), "texts");
-    }
+    void quotedTextsAreThoseBetweenPairsOfQuotes() { runRow(); }
 
     void quotedStopsAtTheMostThatIsAskedFor()
     {

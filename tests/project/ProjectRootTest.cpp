@@ -1,11 +1,9 @@
 #include "ProjectInspector.h"
 
 #include "GameFolder.h"
-#include "Table.h"
+#include "Rows.h"
 
 #include <QElapsedTimer>
-#include <QTest>
-
 using namespace Qt::StringLiterals;
 using ProjectInspector::findProjectRoot;
 
@@ -15,7 +13,14 @@ class ProjectRootTest final : public QObject {
 private Q_SLOTS:
     void theShallowestProjectFileIsFound_data()
     {
-        const auto row = table<QStringList, QString>("files", "root"); // null: nothing is found
+        // A null root: nothing is found.
+        const auto row = rows([](const QStringList &files, const QString &root) {
+            const GameFolder archive;
+            for (const QString &file : files)
+                archive.write(file, "");
+            const auto found = findProjectRoot(archive.path());
+            QCOMPARE(found ? QDir(archive.path()).relativeFilePath(*found) : QString(), root);
+        });
         row("in the folder itself", { u"project.godot"_s }, u"."_s);
         row("the shallower of two", { u"top/addons/demo/project.godot"_s, u"top/project.godot"_s }, u"top"_s);
         // With so many folders, some deeper file is almost certainly listed before the shallow one.
@@ -33,17 +38,7 @@ private Q_SLOTS:
                                      u"project.godot.bak"_s, u"my-project.godot"_s, u"project"_s })
             row(qPrintable(u"not "_s + name), { name }, {});
     }
-
-    void theShallowestProjectFileIsFound()
-    {
-        QFETCH(QStringList, files);
-        QFETCH(QString, root);
-        const GameFolder archive;
-        for (const QString &file : files)
-            archive.write(file, "");
-        const auto found = findProjectRoot(archive.path());
-        QCOMPARE(found ? QDir(archive.path()).relativeFilePath(*found) : QString(), root);
-    }
+    void theShallowestProjectFileIsFound() { runRow(); }
 
     void aHiddenFolderAboveTheSearchedOneDoesNotMatter()
     {
@@ -100,11 +95,10 @@ private Q_SLOTS:
         const GameFolder archive { { "locked/project.godot", "" }, { "open/below/project.godot", "" } };
         archive.makePipe("pipe");
         archive.link("loop", u"loop"_s);
-        const QByteArray locked = QFile::encodeName(archive.path("locked"));
-        QCOMPARE(::chmod(locked.constData(), 0), 0);
+        archive.setMode("locked", 0);
         const bool permissionsCount = !QFileInfo(archive.path("locked")).isReadable();
         const auto found = findProjectRoot(archive.path());
-        QCOMPARE(::chmod(locked.constData(), 0700), 0);
+        archive.setMode("locked", 0700);
         // The superuser can read the locked folder, too.
         QCOMPARE(found, archive.path(permissionsCount ? "open/below" : "locked"));
     }

@@ -1,9 +1,7 @@
 #include "TextLines.h"
 
-#include "Table.h"
+#include "Rows.h"
 #include "TextFile.h"
-
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
@@ -50,7 +48,11 @@ private Q_SLOTS:
 
     void aLongLineIsCutBetweenTwoCharacters_data()
     {
-        const auto row = table<QByteArray, qsizetype>("line", "size");
+        const auto row = rows([](const QByteArray &line, qsizetype size) {
+            // Leading blanks do not count towards the length.
+            const QStringList lines = linesOf("a\n" + QByteArray(100'000, ' ') + line + "\nb");
+            QCOMPARE(lines, (QStringList { u"a"_s, QString::fromUtf8(line.first(size)), u"b"_s }));
+        });
         const qsizetype most = TextLines::longestLine;
         row("just short enough", QByteArray(most, 'x'), most);
         row("one byte more", QByteArray(most + 1, 'x'), most);
@@ -59,15 +61,7 @@ private Q_SLOTS:
         row("four bytes each, and one", "x" + QByteArray("\xf0\x9f\x8e\xae").repeated(most), most - 3);
         row("a blank at the cut", QByteArray(most - 1, 'x') + " xx", most - 1);
     }
-
-    void aLongLineIsCutBetweenTwoCharacters()
-    {
-        QFETCH(QByteArray, line);
-        QFETCH(qsizetype, size);
-        // Leading blanks do not count towards the length.
-        const QStringList lines = linesOf("a\n" + QByteArray(100'000, ' ') + line + "\nb");
-        QCOMPARE(lines, (QStringList { u"a"_s, QString::fromUtf8(line.first(size)), u"b"_s }));
-    }
+    void aLongLineIsCutBetweenTwoCharacters() { runRow(); }
 
     void theWalkEndsOnRequest()
     {
@@ -98,7 +92,9 @@ private Q_SLOTS:
 
     void markdownSignsAreRemovedOneKindAfterTheOther_data()
     {
-        const auto row = table<QByteArray, QString>("line", "clean");
+        const auto row = rows([](const QByteArray &line, const QString &clean) {
+            QCOMPARE(TextLines::withoutMarkdown(line), clean);
+        });
         row("plain", "Jump", u"Jump"_s);
         row("bold", "**Space**: jump", u"Space: jump"_s);
         row("bold with underscores", "__Space__: jump", u"Space: jump"_s);
@@ -115,12 +111,7 @@ private Q_SLOTS:
         row("a byte order mark stays", "\xef\xbb\xbfname", u"\ufeffname"_s);
         row("a byte order mark behind a sign stays", "# \xef\xbb\xbfname", u"\ufeffname"_s);
     }
-
-    void markdownSignsAreRemovedOneKindAfterTheOther()
-    {
-        QFETCH(QByteArray, line);
-        QTEST(TextLines::withoutMarkdown(line), "clean");
-    }
+    void markdownSignsAreRemovedOneKindAfterTheOther() { runRow(); }
 
 private:
     static QStringList linesOf(QByteArrayView text)

@@ -75,6 +75,17 @@ public:
     /// This process's peak memory since construction, in bytes. 0 if the system does not report it.
     static qint64 peakMemory() { return memory("VmHWM:"); }
 
+    /// What the system reports under `name` about this process's memory, in bytes. 0 if it does not.
+    static qint64 memory(const QByteArray &name)
+    {
+        QFile status(QStringLiteral("/proc/self/status"));
+        if (!status.open(QIODevice::ReadOnly))
+            return 0;
+        const QByteArray text = status.readAll();
+        const qsizetype at = text.indexOf(name);
+        return at < 0 ? 0 : text.mid(at + name.size()).trimmed().split(' ').first().toLongLong() * 1024;
+    }
+
     /// False under sanitizers: they delay freeing memory and slow everything down, which distorts both.
     static constexpr bool isMeasurable()
     {
@@ -118,16 +129,6 @@ private:
         m_longestGap = std::max(m_longestGap, m_sinceLast.elapsed());
         m_longestWork = std::max(m_longestWork, work() - m_workBefore);
         beginTurn();
-    }
-
-    static qint64 memory(const QByteArray &name)
-    {
-        QFile status(QStringLiteral("/proc/self/status"));
-        if (!status.open(QIODevice::ReadOnly))
-            return 0;
-        const QByteArray text = status.readAll();
-        const qsizetype at = text.indexOf(name);
-        return at < 0 ? 0 : text.mid(at + name.size()).trimmed().split(' ').first().toLongLong() * 1024;
     }
 
     qint64 m_memoryBefore = 0;
