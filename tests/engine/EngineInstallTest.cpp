@@ -1,7 +1,7 @@
 #include "CancellationError.h"
 #include "FileError.h"
 #include "InstallFixture.h"
-#include "Table.h"
+#include "Rows.h"
 
 using namespace Qt::StringLiterals;
 using System = Desktop::System;
@@ -24,7 +24,6 @@ private Q_SLOTS:
 
     void aBuildIsDownloadedVerifiedUnpackedAndFound()
     {
-        serve(linuxBuild());
         QCOMPARE(install(), inTarget(programName));
         QCOMPARE(log(),
                  QStringList({ lookingUp + m_spec.fileName(),
@@ -38,12 +37,11 @@ private Q_SLOTS:
     void aDotNetBuildIsFoundInItsFolder()
     {
         m_spec.isMono = true;
-        serve({ ZipEntry::folder("Godot_v4.3-stable_mono_linux_x86_64/"),
-                ZipEntry::program("Godot_v4.3-stable_mono_linux_x86_64/Godot_v4.3-stable_mono_linux.x86_64",
-                                  "x"),
-                ZipEntry::file("Godot_v4.3-stable_mono_linux_x86_64/GodotSharp/Api/a.dll", "x") });
-        QCOMPARE(install(),
-                 inTarget("Godot_v4.3-stable_mono_linux_x86_64/Godot_v4.3-stable_mono_linux.x86_64"));
+        const QByteArray folder = "Godot_v4.3-stable_mono_linux_x86_64/";
+        const QByteArray program = folder + "Godot_v4.3-stable_mono_linux.x86_64";
+        serve({ ZipEntry::folder(folder), ZipEntry::program(program, "x"),
+                ZipEntry::file(folder + "GodotSharp/Api/a.dll", "x") });
+        QCOMPARE(install(), inTarget(program.constData()));
         QVERIFY(log().at(1).startsWith(u"Downloading Godot 4.3 (.NET) from http://127.0.0.1:"_s));
     }
 
@@ -59,22 +57,19 @@ private Q_SLOTS:
 
     void aQuarantineThatCannotBeClearedIsNoFailure_data()
     {
-        const auto row = table<QByteArray, QString>("script", "lastLine");
-        row("cleared", QByteArray("exit 0"), clearing);
-        row("not cleared", QByteArray("exit 3"), u"xattr finished with code 3 (usually harmless)"_s);
-        row("no such tool", QByteArray(), u"xattr finished with code -1 (usually harmless)"_s);
+        const auto row = rows([this](const QByteArray &script, const QString &lastLine) {
+            const Desktop desktop = use(System::MacOS, script);
+            if (script.isNull())
+                QVERIFY(QFile::remove(desktop.quarantineTool));
+            serve(macOSBuild());
+            QVERIFY(!install().isEmpty());
+            QCOMPARE(log().last(), lastLine);
+        });
+        row("cleared", "exit 0", clearing);
+        row("not cleared", "exit 3", u"xattr finished with code 3 (usually harmless)"_s);
+        row("no such tool", {}, u"xattr finished with code -1 (usually harmless)"_s);
     }
-
-    void aQuarantineThatCannotBeClearedIsNoFailure()
-    {
-        QFETCH(QByteArray, script);
-        const Desktop desktop = use(System::MacOS, script);
-        if (script.isNull())
-            QVERIFY(QFile::remove(desktop.quarantineTool));
-        serve(macOSBuild());
-        QVERIFY(!install().isEmpty());
-        QTEST(log().last(), "lastLine");
-    }
+    void aQuarantineThatCannotBeClearedIsNoFailure() { runRow(); }
 
     void theListMayHaveMarksAndUpperCase()
     {
@@ -86,69 +81,53 @@ private Q_SLOTS:
 
     void withoutAChecksumNothingIsDownloaded_data()
     {
-        const auto row = table<HttpReply>("list");
+        const auto row = rows([this](const HttpReply &list) {
+            m_server->serve(listPath(), list);
+            const QString sentence
+                = failureOf(EngineManager::expectedChecksum(m_server->url(listPath()), m_spec.fileName()));
+            QVERIFY(!sentence.isEmpty());
+            QCOMPARE(failure(), sentence);
+            QCOMPARE(m_server->requestCount(archivePath()), 0);
+            QCOMPARE(log(), QStringList(lookingUp + m_spec.fileName()));
+            nothingIsInstalled();
+        });
         row("no entry", HttpReply::ok("0000  other.zip\n"));
         row("no list", HttpReply::status(404));
         row("half a list", breakingOff());
     }
-
-    void withoutAChecksumNothingIsDownloaded()
-    {
-        QFETCH(HttpReply, list);
-        serve(linuxBuild());
-        m_server->serve(listPath(), list);
-        const QString sentence
-            = failureOf(EngineManager::expectedChecksum(m_server->url(listPath()), m_spec.fileName()));
-        QVERIFY(!sentence.isEmpty());
-        QCOMPARE(failure(), sentence);
-        QCOMPARE(m_server->requestCount(archivePath()), 0);
-        QCOMPARE(log(), QStringList(lookingUp + m_spec.fileName()));
-        nothingIsInstalled();
-    }
+    void withoutAChecksumNothingIsDownloaded() { runRow(); }
 
     void anArchiveThatDoesNotArriveIsAFailure_data()
     {
-        const auto row = table<HttpReply>("archive");
+        const auto row = rows([this](const HttpReply &archive) {
+            m_server->serve(archivePath(), archive);
+            QVERIFY(!failure().isEmpty());
+            QVERIFY(log().at(1).startsWith(downloading));
+            QVERIFY(!log().contains(checking));
+            nothingIsInstalled();
+            m_engines->cancel(); // affects only the finished download
+
+            serve(linuxBuild());
+            QVERIFY(!install().isEmpty());
+        });
         row("not there", HttpReply::status(404));
         row("breaks off", breakingOff());
     }
-
-    void anArchiveThatDoesNotArriveIsAFailure()
-    {
-        QFETCH(HttpReply, archive);
-        serve(linuxBuild());
-        m_server->serve(archivePath(), archive);
-        QVERIFY(!failure().isEmpty());
-        QVERIFY(log().at(1).startsWith(downloading));
-        QVERIFY(!log().contains(checking));
-        nothingIsInstalled();
-        m_engines->cancel(); // affects only the finished download
-
-        serve(linuxBuild());
-        QVERIFY(!install().isEmpty());
-    }
+    void anArchiveThatDoesNotArriveIsAFailure() { runRow(); }
 
     void anotherArchiveThanTheListedOneIsThrownAway()
     {
-        serve(linuxBuild());
         m_server->serve(archivePath(), macOSBuild().bytes());
         QCOMPARE(failure(), doesNotMatch);
         QCOMPARE(log().last(), checking);
         nothingIsInstalled();
-    }
-
-    void anotherArchiveLeavesTheBuildThatIsThere()
-    {
         put(u"/Godot_v4.3-stable_linux.x86_64"_s);
-        serve(linuxBuild());
-        m_server->serve(archivePath(), "something else");
         QCOMPARE(failure(), doesNotMatch);
         QCOMPARE(installedProgram(), QByteArray("before"));
     }
 
     void whatIsInTheBuildsPlaceIsReplacedWhole()
     {
-        serve(linuxBuild());
         put({}); // a file
         QVERIFY(!install().isEmpty());
         const QString left = put(u"/left over"_s);
@@ -160,9 +139,7 @@ private Q_SLOTS:
     void aLinkInTheBuildsPlaceIsReplacedAndNotFollowed()
     {
         const QDir elsewhere = QFileInfo(m_home->write(u"elsewhere/kept"_s, "content")).dir();
-        QDir().mkpath(Paths::engineFolder());
-        QVERIFY(QFile::link(elsewhere.path(), target()));
-        serve(linuxBuild());
+        m_home->link(target(), elsewhere.path());
         QVERIFY(!install().isEmpty());
         QVERIFY(!QFileInfo(target()).isSymLink());
         QCOMPARE(elsewhere.entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList(u"kept"_s));
@@ -170,8 +147,14 @@ private Q_SLOTS:
 
     void whatCannotBeUnpackedOrStartedIsNotKept_data()
     {
-        const auto row
-            = table<ZipBuilder, QByteArray, QString, QString>("build", "tool", "sentence", "lastLine");
+        const auto row = rows([this](const ZipBuilder &build, const QByteArray &tool, const QString &sentence,
+                                     const QString &lastLine) {
+            useUnpackScript(tool);
+            serve(build);
+            QCOMPARE(failure(), sentence);
+            QCOMPARE(log().last(), lastLine);
+            nothingIsInstalled();
+        });
         const auto couldNotUnpack
             = u"Could not unpack Godot_v4.3-stable_linux.x86_64.zip (ditto exit code %1)."_s;
         ZipBuilder damaged = linuxBuild();
@@ -183,48 +166,34 @@ private Q_SLOTS:
         row("a build without a program", ZipBuilder { ZipEntry::file("readme.txt", "no program") }, "UNPACK",
             u"The engine was unpacked but no Godot program was found inside it."_s, clearing);
     }
-
-    void whatCannotBeUnpackedOrStartedIsNotKept()
-    {
-        QFETCH(ZipBuilder, build);
-        QFETCH(QByteArray, tool);
-        useUnpackScript(tool);
-        serve(build);
-        QTEST(failure(), "sentence");
-        QTEST(log().last(), "lastLine");
-        nothingIsInstalled();
-    }
+    void whatCannotBeUnpackedOrStartedIsNotKept() { runRow(); }
 
     void whileItIsUnpackedTheBuildDoesNotLookInstalled()
     {
         useUnpackScript("ls \"" + QFile::encodeName(Paths::engineFolder()) + "\"; exec UNPACK");
         put(u"/left over"_s);
-        serve(linuxBuild());
         QVERIFY(!install().isEmpty());
         QCOMPARE(log().mid(log().indexOf(unpacking)), QStringList({ unpacking, clearing }));
     }
 
     void theDownloadCanBeCancelled_data()
     {
-        const auto row = table<bool>("byStop");
+        const auto row = rows([this](bool byStop) {
+            m_server->serve(archivePath(),
+                            HttpReply::head(200, { "Content-Length: 1000" }).send("abc").stall());
+            auto task = start();
+            QTRY_VERIFY(m_progress > 0);
+            if (byStop)
+                m_stop.request_stop();
+            else
+                m_engines->cancel();
+            QVERIFY(Tasks::failure<CancellationError>(std::move(task)));
+            nothingIsInstalled();
+        });
         row("by cancel", false);
         row("by a stop", true);
     }
-
-    void theDownloadCanBeCancelled()
-    {
-        QFETCH(bool, byStop);
-        serve(linuxBuild());
-        m_server->serve(archivePath(), HttpReply::head(200, { "Content-Length: 1000" }).send("abc").stall());
-        auto task = start();
-        QTRY_VERIFY(m_progress > 0);
-        if (byStop)
-            m_stop.request_stop();
-        else
-            m_engines->cancel();
-        QVERIFY(Tasks::failure<CancellationError>(std::move(task)));
-        nothingIsInstalled();
-    }
+    void theDownloadCanBeCancelled() { runRow(); }
 
     void aStopEndsTheLookUp()
     {
@@ -241,7 +210,6 @@ private Q_SLOTS:
     void cancelWithoutADownloadDoesNothing()
     {
         m_engines->cancel();
-        serve(linuxBuild());
         QVERIFY(!install().isEmpty());
         m_engines->cancel();
         QVERIFY(!install().isEmpty());
@@ -257,20 +225,16 @@ private Q_SLOTS:
 
     void aFolderThatCannotBeMadeIsTheSystemsError_data()
     {
-        const auto row = table<QString, QString>("folder", "lastLine");
+        const auto row = rows([this](const QString &folder, const QString &lastLine) {
+            m_home->write(u"data/Vantor Platformer/"_s + folder, "a file");
+            QVERIFY(Tasks::failure<FileError>(start()));
+            QCOMPARE(log().isEmpty() ? QString() : log().last(), lastLine);
+            nothingIsLeftInTemp();
+        });
         row("of the download", u"Temp"_s, {});
         row("of the engines", u"Engine"_s, matches);
     }
-
-    void aFolderThatCannotBeMadeIsTheSystemsError()
-    {
-        QFETCH(QString, folder);
-        m_home->write(u"data/Vantor Platformer/"_s + folder, "a file");
-        serve(linuxBuild());
-        QVERIFY(Tasks::failure<FileError>(start()));
-        QTEST(log().isEmpty() ? QString() : log().last(), "lastLine");
-        nothingIsLeftInTemp();
-    }
+    void aFolderThatCannotBeMadeIsTheSystemsError() { runRow(); }
 
 private:
     static ZipBuilder macOSBuild()

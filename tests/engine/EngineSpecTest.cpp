@@ -4,8 +4,8 @@
 #include "Desktop.h"
 #include "Paths.h"
 #include "ProjectInfo.h"
+#include "Rows.h"
 #include "ShellScript.h"
-#include "Table.h"
 #include "TestHome.h"
 
 using namespace Qt::StringLiterals;
@@ -38,7 +38,10 @@ private Q_SLOTS:
 
     void theFirstFeatureThatIsAVersionIsTaken_data()
     {
-        const auto row = table<QStringList, QString>("features", "version");
+        const auto row = rows([](const QStringList &features, const QString &version) {
+            QCOMPARE(specFor(5, features), (EngineSpec { 4, version, false }));
+            QCOMPARE(specFor(6, features), (EngineSpec { 4, version, false }));
+        });
         const QString newest = u"4.7.2"_s;
         row("no feature", {}, newest);
         row("in front of another feature", { u"4.3"_s, u"Mobile"_s }, u"4.3"_s);
@@ -52,14 +55,7 @@ private Q_SLOTS:
                                      u"4.99999999999999999999"_s, u"4.3-beta1"_s, u"4.3/../.."_s })
             row(qPrintable(u"“%1” is not a version"_s.arg(text)), { text }, newest);
     }
-
-    void theFirstFeatureThatIsAVersionIsTaken()
-    {
-        QFETCH(QStringList, features);
-        QFETCH(QString, version);
-        QCOMPARE(specFor(5, features), (EngineSpec { 4, version, false }));
-        QCOMPARE(specFor(6, features), (EngineSpec { 4, version, false }));
-    }
+    void theFirstFeatureThatIsAVersionIsTaken() { runRow(); }
 
     void aProjectInCSharpNeedsTheDotNetBuild()
     {

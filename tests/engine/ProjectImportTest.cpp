@@ -4,8 +4,8 @@
 #include "LogStore.h"
 #include "Paths.h"
 #include "ProcessController.h"
+#include "Rows.h"
 #include "ShellScript.h"
-#include "Table.h"
 #include "Tasks.h"
 #include "TestHome.h"
 
@@ -30,20 +30,21 @@ class ProjectImportTest final : public QObject {
 private Q_SLOTS:
     void init()
     {
-        m_home = std::make_unique<TestHome>();
-        m_log = std::make_unique<LogStore>();
-        m_project = Paths::gameFolder();
-        QDir().mkpath(m_project);
+        m_scene = std::make_unique<Scene>();
+        QDir().mkpath(Paths::gameFolder());
     }
-    void cleanup()
-    {
-        m_log.reset();
-        m_home.reset();
-    }
+    void cleanup() { m_scene.reset(); }
 
     void anImportCountsByWhatItLeaves_data()
     {
-        const auto row = table<EngineSpec, QByteArray, QStringList>("spec", "script", "lines");
+        const auto row
+            = rows([this](const EngineSpec &spec, const QByteArray &script, const QStringList &lines) {
+                  FileOperations::writeAtomically(EngineManager::markerURL(spec), "an earlier import");
+                  QVERIFY(import(spec, script));
+                  QCOMPARE(log(), QStringList(firstPass + argumentsOf(spec)) + lines);
+                  QCOMPARE(marker(spec), QByteArray("ok"));
+                  QCOMPARE(home().read(EngineManager::markerURL(line4)) == "ok", spec == line4);
+              });
         row("one pass is enough", line4, "mkdir \"$4\"/.godot", {});
         row("the engine's lines are logged unchanged", line4,
             "echo '  [ 16% ] first  '; echo 'ERROR: x' >&2; mkdir \"$4\"/.godot",
@@ -54,39 +55,25 @@ private Q_SLOTS:
         row("the .NET build has a marker of its own", mono, "mkdir \"$4\"/.godot", {});
         row("the older line", line3, "mkdir \"$4\"/.import && touch \"$4\"/.import/.hidden", {});
     }
-
-    void anImportCountsByWhatItLeaves()
-    {
-        QFETCH(EngineSpec, spec);
-        QFETCH(QByteArray, script);
-        QFETCH(QStringList, lines);
-        QVERIFY(import(spec, script));
-        QCOMPARE(log(), QStringList(firstPass + argumentsOf(spec)) + lines);
-        QCOMPARE(marker(spec), QByteArray("ok"));
-        QCOMPARE(m_home->read(EngineManager::markerURL(line4)) == "ok", spec == line4);
-    }
+    void anImportCountsByWhatItLeaves() { runRow(); }
 
     void aPassThatLeavesNothingIsRepeatedOnce_data()
     {
-        const auto row = table<EngineSpec, QByteArray>("spec", "script");
+        const auto row = rows([this](const EngineSpec &spec, const QByteArray &script) {
+            QVERIFY(!import(spec, script + "; echo \"$*\" >> \"$HOME/calls\""));
+            const QString arguments = argumentsOf(spec);
+            QCOMPARE(log(),
+                     QStringList({ firstPass + arguments, nothingImported,
+                                   u"First-time setup, pass 2: godot "_s + arguments, nothingImported }));
+            QCOMPARE(home().read(u"calls"_s), (arguments + u'\n').repeated(2).toUtf8());
+            QVERIFY(!QFileInfo::exists(EngineManager::markerURL(spec)));
+        });
         row("an engine that ends well", line4, ":");
         row("an empty folder of the older line", line3, "mkdir -p \"$4\"/.import");
         row("a file in place of the older line's folder", line3, "touch \"$4\"/.import");
         row("the newer folder with the older line", line3, "mkdir -p \"$4\"/.godot; touch \"$4\"/.godot/x");
     }
-
-    void aPassThatLeavesNothingIsRepeatedOnce()
-    {
-        QFETCH(EngineSpec, spec);
-        QFETCH(QByteArray, script);
-        QVERIFY(!import(spec, script + "; echo \"$*\" >> \"$HOME/calls\""));
-        const QString arguments = argumentsOf(spec);
-        QCOMPARE(log(),
-                 QStringList({ firstPass + arguments, nothingImported,
-                               u"First-time setup, pass 2: godot "_s + arguments, nothingImported }));
-        QCOMPARE(m_home->read(u"calls"_s), (arguments + u'\n').repeated(2).toUtf8());
-        QVERIFY(!QFileInfo::exists(EngineManager::markerURL(spec)));
-    }
+    void aPassThatLeavesNothingIsRepeatedOnce() { runRow(); }
 
     void theSecondPassMayLeaveThem()
     {
@@ -98,7 +85,7 @@ private Q_SLOTS:
 
     void anEngineThatCannotBeStartedImportsNothing()
     {
-        QVERIFY(!run(line4, m_home->filePath(u"no-engine"_s)));
+        QVERIFY(!Tasks::finish(start(line4, home().filePath(u"no-engine"_s))));
         QCOMPARE(log().filter(endedWith(-1)).size(), 2);
         QCOMPARE(log().filter(nothingImported).size(), 2);
         QVERIFY(!QFileInfo::exists(EngineManager::markerURL(line4)));
@@ -106,40 +93,27 @@ private Q_SLOTS:
 
     void aCancelledControllerRunsAndLogsNothing()
     {
-        const auto controller = ProcessController::create();
-        controller->cancel();
-        QVERIFY(!Tasks::finish(start(line4, engine("touch \"$HOME/ran\"; mkdir \"$4\"/.godot"), controller)));
+        m_scene->controller->cancel();
+        QVERIFY(!import(line4, "touch \"$HOME/ran\"; mkdir \"$4\"/.godot"));
         QCOMPARE(log(), QStringList());
-        QVERIFY(!QFileInfo::exists(m_home->filePath(u"ran"_s)));
+        QVERIFY(!QFileInfo::exists(home().filePath(u"ran"_s)));
     }
 
     void aCancelEndsThePassAndThereIsNoSecond_data()
     {
-        const auto row = table<QByteArray, QStringList>("script", "lines");
+        const auto row = rows([this](const QByteArray &script, const QStringList &lines) {
+            auto task = start(line4, engine(script + "; touch \"$HOME/ran\"; exec sleep 60"));
+            QTRY_VERIFY(QFileInfo::exists(home().filePath(u"ran"_s)));
+            m_scene->controller->cancel();
+            const bool isImported = !lines.contains(nothingImported);
+            QCOMPARE(Tasks::finish(std::move(task)), isImported);
+            QCOMPARE(log(), QStringList(firstPass + argumentsOf(line4)) + lines);
+            QCOMPARE(marker(line4) == "ok", isImported);
+        });
         row("nothing imported", ":", { endedWith(15), nothingImported });
         row("what was imported counts", "mkdir \"$4\"/.godot", { endedWith(15) });
     }
-
-    void aCancelEndsThePassAndThereIsNoSecond()
-    {
-        QFETCH(QByteArray, script);
-        QFETCH(QStringList, lines);
-        const auto controller = ProcessController::create();
-        auto task = start(line4, engine(script + "; touch \"$HOME/ran\"; exec sleep 60"), controller);
-        QTRY_VERIFY(QFileInfo::exists(m_home->filePath(u"ran"_s)));
-        controller->cancel();
-        const bool isImported = !lines.contains(nothingImported);
-        QCOMPARE(Tasks::finish(std::move(task)), isImported);
-        QCOMPARE(log(), QStringList(firstPass + argumentsOf(line4)) + lines);
-        QCOMPARE(marker(line4) == "ok", isImported);
-    }
-
-    void anEarlierMarkerIsReplaced()
-    {
-        FileOperations::writeAtomically(EngineManager::markerURL(line4), "something longer");
-        QVERIFY(import(line4, "mkdir \"$4\"/.godot"));
-        QCOMPARE(marker(line4), QByteArray("ok"));
-    }
+    void aCancelEndsThePassAndThereIsNoSecond() { runRow(); }
 
     void aMarkerThatCannotBeWrittenIsIgnored()
     {
@@ -149,36 +123,38 @@ private Q_SLOTS:
     }
 
 private:
-    QString argumentsOf(const EngineSpec &spec) const
+    struct Scene {
+        TestHome home;
+        LogStore log;
+        EngineManager engines;
+        const std::shared_ptr<ProcessController> controller = ProcessController::create();
+    };
+
+    static QString argumentsOf(const EngineSpec &spec)
     {
         const QString first = spec.major < 4 ? u"--no-window --editor"_s : u"--headless --import"_s;
-        return first + u" --path "_s + m_project + u" --quit"_s;
+        return first + u" --path "_s + Paths::gameFolder() + u" --quit"_s;
     }
 
     /// Returns the path of a shell script that stands in for the engine. Its "$4" is the project folder.
-    QString engine(const QByteArray &commands) const { return shellScript(*m_home, u"engine"_s, commands); }
+    QString engine(const QByteArray &commands) const { return shellScript(home(), u"engine"_s, commands); }
 
-    QCoro::Task<bool> start(EngineSpec spec, QString executable,
-                            std::shared_ptr<ProcessController> controller)
+    QCoro::Task<bool> start(EngineSpec spec, QString executable) const
     {
-        return m_engines.importProject(spec, executable, m_project, m_log.get(), controller);
+        return m_scene->engines.importProject(spec, executable, Paths::gameFolder(), &m_scene->log,
+                                              m_scene->controller);
     }
 
-    bool run(const EngineSpec &spec, const QString &executable)
+    bool import(const EngineSpec &spec, const QByteArray &commands) const
     {
-        return Tasks::finish(start(spec, executable, ProcessController::create()));
+        return Tasks::finish(start(spec, engine(commands)));
     }
 
-    bool import(const EngineSpec &spec, const QByteArray &commands) { return run(spec, engine(commands)); }
+    const TestHome &home() const { return m_scene->home; }
+    QStringList log() const { return m_scene->log.lines; }
+    QByteArray marker(const EngineSpec &spec) const { return home().read(EngineManager::markerURL(spec)); }
 
-    QStringList log() const { return m_log->lines; }
-
-    QByteArray marker(const EngineSpec &spec) const { return m_home->read(EngineManager::markerURL(spec)); }
-
-    std::unique_ptr<TestHome> m_home;
-    std::unique_ptr<LogStore> m_log;
-    EngineManager m_engines;
-    QString m_project;
+    std::unique_ptr<Scene> m_scene;
 };
 
 QTEST_GUILESS_MAIN(ProjectImportTest)

@@ -2,7 +2,7 @@
 
 #include "CancellationError.h"
 #include "FileError.h"
-#include "Table.h"
+#include "Rows.h"
 #include "TestHome.h"
 
 #include <QCryptographicHash>
@@ -15,7 +15,10 @@ class Sha512Test final : public QObject {
 private Q_SLOTS:
     void aFileHasTheHashOfItsContent_data()
     {
-        const auto row = table<QByteArray, QByteArray>("content", "hash");
+        const auto row = rows([](const QByteArray &content, const QByteArray &hash) {
+            const TestHome home;
+            QCOMPARE(EngineManager::sha512(home.write(u"file"_s, content)).toLatin1(), hash);
+        });
         row("a known text", "abc",
             "ddaf35a193617abacc417349ae20413112e6fa4e89a97ea20a9eeee64b55d39a"
             "2192992a274fc1a836ba3c23a3feebbd454d4423643ce80e2a9ac94fa54ca49f");
@@ -29,13 +32,7 @@ private Q_SLOTS:
                 QCryptographicHash::hash(content, QCryptographicHash::Sha512).toHex());
         }
     }
-
-    void aFileHasTheHashOfItsContent()
-    {
-        QFETCH(QByteArray, content);
-        const TestHome home;
-        QTEST(EngineManager::sha512(home.write(u"file"_s, content)).toLatin1(), "hash");
-    }
+    void aFileHasTheHashOfItsContent() { runRow(); }
 
     void whatCannotBeReadIsTheSystemsError()
     {

@@ -1,5 +1,5 @@
 #include "InstallFixture.h"
-#include "Table.h"
+#include "Rows.h"
 
 #include <QProcess>
 #include <QTimer>
@@ -30,21 +30,27 @@ private Q_SLOTS:
     void init()
     {
         begin();
-        serve(linuxBuild());
         // It has the same size, so that only its content tells it apart.
         m_home->write(u"evil.zip"_s, linuxBuild("#!/bin/ev\n").bytes());
     }
     void cleanup() { end(); }
 
-    void anArchiveThatNobodyTouchesIsInstalled()
-    {
-        QCOMPARE(failure(), QString());
-        QCOMPARE(installedProgram(), "#!/bin/sh\n");
-    }
-
     void anArchiveThatIsExchangedIsNeverInstalled_data()
     {
-        const auto row = table<QString, QByteArray, QString>("lastLine", "deed", "sentence");
+        const auto row
+            = rows([this](const QString &lastLine, const QByteArray &deed, const QString &sentence) {
+                  bool done = false;
+                  // willChange comes before a line is stored: this is the line after `lastLine`.
+                  connect(m_log.get(), &Observable::willChange, this, [this, &done, lastLine, deed] {
+                      if (done || m_log->lines->isEmpty() || !m_log->lines->last().startsWith(lastLine))
+                          return;
+                      done = true;
+                      doToArchive(deed);
+                  });
+                  QCOMPARE(failure(), sentence);
+                  QVERIFY(done);
+                  nothingIsInstalled();
+              });
         const QByteArray replace = "mv ~/evil.zip $archive";
         const QByteArray overwrite = "cat ~/evil.zip > $archive";
         const QByteArray link = "ln -sf ~/evil.zip $archive";
@@ -63,23 +69,7 @@ private Q_SLOTS:
         row("written anew after the check", matches, writeTheSame, doesNotMatch);
         row("removed after the check", matches, "rm $archive", doesNotMatch);
     }
-
-    void anArchiveThatIsExchangedIsNeverInstalled()
-    {
-        QFETCH(QString, lastLine);
-        QFETCH(QByteArray, deed);
-        bool done = false;
-        // willChange comes before a line is stored: this is the line after `lastLine`.
-        connect(m_log.get(), &Observable::willChange, this, [this, &done, lastLine, deed] {
-            if (done || m_log->lines->isEmpty() || !m_log->lines->last().startsWith(lastLine))
-                return;
-            done = true;
-            doToArchive(deed);
-        });
-        QTEST(failure(), "sentence");
-        QVERIFY(done);
-        nothingIsInstalled();
-    }
+    void anArchiveThatIsExchangedIsNeverInstalled() { runRow(); }
 
     void anArchiveThatIsWrittenAnewDuringTheCheckDoesNotMatch()
     {
@@ -95,7 +85,11 @@ private Q_SLOTS:
 
     void anArchiveThatIsExchangedWhileItIsUnpackedIsNeverInstalled_data()
     {
-        const auto row = table<QByteArray>("tool");
+        const auto row = rows([this](const QByteArray &tool) {
+            useUnpackScript(onArchive(tool));
+            QCOMPARE(failure(), doesNotMatch);
+            nothingIsInstalled();
+        });
         row("replaced", "mv ~/evil.zip $archive; UNPACK");
         row("replaced and put back",
             "mv $archive ~/good.zip; cp ~/evil.zip $archive; UNPACK; mv ~/good.zip $archive");
@@ -104,14 +98,7 @@ private Q_SLOTS:
             "cp $archive ~/good.zip; cat ~/evil.zip > $archive; UNPACK; cat ~/good.zip > $archive");
         row("overwritten at the end", "UNPACK; cat ~/evil.zip > $archive");
     }
-
-    void anArchiveThatIsExchangedWhileItIsUnpackedIsNeverInstalled()
-    {
-        QFETCH(QByteArray, tool);
-        useUnpackScript(onArchive(tool));
-        QCOMPARE(failure(), doesNotMatch);
-        nothingIsInstalled();
-    }
+    void anArchiveThatIsExchangedWhileItIsUnpackedIsNeverInstalled() { runRow(); }
 
     /// The checked file itself never changes here, so it is the one that must be installed.
     void aFolderThatIsExchangedBringsNoOtherArchiveIn()
