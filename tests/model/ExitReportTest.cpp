@@ -1,6 +1,6 @@
 #include "ExitReport.h"
 
-#include <QTest>
+#include "Rows.h"
 
 using namespace Qt::StringLiterals;
 
@@ -10,18 +10,20 @@ class ExitReportTest final : public QObject {
 private Q_SLOTS:
     void theReportOfARunIsWordedForThePlayer_data()
     {
-        QTest::addColumn<qint32>("status");
-        QTest::addColumn<double>("seconds");
-        QTest::addColumn<QString>("failure"); // empty: the game closed normally
-
-        const auto early
-            = [](const char *name, qint32 status, double seconds, const QString &shown) {
-                  QTest::newRow(name)
-                      << status << seconds
-                      << u"The game closed after only %1 (exit code %2), so it did not start properly. "
-                         "These are the last lines of its log:"_s.arg(shown)
-                             .arg(status);
-              };
+        // A null failure: there is none.
+        const auto row = rows([](qint32 status, double seconds, const QString &failure) {
+            const ExitReport report
+                = exitReport({ .status = status, .seconds = seconds, .stoppedByUser = false });
+            QCOMPARE(report.failure.value_or(QString()), failure);
+            QCOMPARE(report.logLine.value_or(QString()),
+                     failure.isEmpty() ? u"Game closed normally."_s : QString());
+        });
+        const auto early = [row](const char *name, qint32 status, double seconds, const QString &shown) {
+            row(name, status, seconds,
+                u"The game closed after only %1 (exit code %2), so it did not start properly. "
+                "These are the last lines of its log:"_s.arg(shown)
+                    .arg(status));
+        };
         early("status 1 after 2.4 seconds", 1, 2.4, u"2 seconds"_s);
         early("9.6 seconds are early and are rounded to 10", 0, 9.6, u"10 seconds"_s);
         early("9.999 seconds are early", 0, 9.999, u"10 seconds"_s);
@@ -35,23 +37,12 @@ private Q_SLOTS:
 
         const QString error = u"The game stopped with an error (exit code %1) after %2 seconds. "
                               "These are the last lines of its log:"_s;
-        QTest::newRow("status 3 after 10 seconds is an error") << 3 << 10.0 << error.arg(3).arg(10);
-        QTest::newRow("a negative status after a long run") << -6 << 61.5 << error.arg(-6).arg(62);
-        QTest::newRow("status 0 after 10 seconds is a normal close") << 0 << 10.0 << QString();
-        QTest::newRow("status 0 after an hour is a normal close") << 0 << 3600.0 << QString();
+        row("status 3 after 10 seconds is an error", 3, 10.0, error.arg(3).arg(10));
+        row("a negative status after a long run", -6, 61.5, error.arg(-6).arg(62));
+        row("status 0 after 10 seconds is a normal close", 0, 10.0, {});
+        row("status 0 after an hour is a normal close", 0, 3600.0, {});
     }
-
-    void theReportOfARunIsWordedForThePlayer()
-    {
-        QFETCH(qint32, status);
-        QFETCH(double, seconds);
-        QFETCH(QString, failure);
-        const ExitReport report
-            = exitReport({ .status = status, .seconds = seconds, .stoppedByUser = false });
-        QCOMPARE(report.failure.value_or(QString()), failure);
-        QCOMPARE(report.logLine.value_or(QString()),
-                 failure.isEmpty() ? u"Game closed normally."_s : QString());
-    }
+    void theReportOfARunIsWordedForThePlayer() { runRow(); }
 
     void aRunThatTheUserStoppedIsNeverAFailure()
     {

@@ -1,7 +1,8 @@
 #include "SaveFolder.h"
 
+#include "Rows.h"
+
 #include <QDir>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
@@ -11,11 +12,14 @@ class SaveFolderTest final : public QObject {
 private Q_SLOTS:
     void theGamesOwnFolderComesFirstAndNeverLeadsOutOfTheDataFolder_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("folder");
-        const auto row = [](const char *name, const QString &game, const QString &folder) {
-            QTest::newRow(name) << game << folder;
-        };
+        const auto row = rows([](const QString &name, const QString &folder) {
+            const QStringList candidates = saveFolderCandidates(u"/data/Godot"_s, name);
+            QCOMPARE(candidates,
+                     QStringList({ u"/data/Godot/app_userdata/"_s + folder, u"/data/Godot/app_userdata"_s,
+                                   u"/data/Godot"_s }));
+            QCOMPARE(QDir::cleanPath(candidates.first()), candidates.first());
+            QVERIFY(!folder.contains(u'/'));
+        });
         row("a name", u"My Game"_s, u"My Game"_s);
         row("what folders may not contain becomes hyphens", u"Who? Me: a/b"_s, u"Who- Me- a-b"_s);
         row("blanks at the ends are no part of it", u" \t My Game \n"_s, u"My Game"_s);
@@ -34,37 +38,23 @@ private Q_SLOTS:
         row("half a character", half + half, half + half);
         row("very long", QString(100'000, u'/'), QString(100'000, u'-'));
     }
-
-    void theGamesOwnFolderComesFirstAndNeverLeadsOutOfTheDataFolder()
-    {
-        QFETCH(QString, name);
-        QFETCH(QString, folder);
-        const QStringList candidates = saveFolderCandidates(u"/data/Godot"_s, name);
-        QCOMPARE(candidates,
-                 QStringList({ u"/data/Godot/app_userdata/"_s + folder, u"/data/Godot/app_userdata"_s,
-                               u"/data/Godot"_s }));
-        QCOMPARE(QDir::cleanPath(candidates.first()), candidates.first());
-        QVERIFY(!folder.contains(u'/'));
-    }
+    void theGamesOwnFolderComesFirstAndNeverLeadsOutOfTheDataFolder() { runRow(); }
 
     void aNameThatIsNoFoldersNameHasNoFolderOfItsOwn_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::newRow("empty") << QString();
-        QTest::newRow("blanks") << u" \t "_s;
-        QTest::newRow("the folder itself") << u"."_s;
-        QTest::newRow("its parent") << u".."_s;
-        QTest::newRow("its parent in blanks") << u" .. "_s;
-        QTest::newRow("a NUL") << u"\0"_s;
-        QTest::newRow("its parent, cut off by a NUL") << u"..\0x"_s;
-        QTest::newRow("a NUL within") << u"a\0b"_s;
+        const auto row = rows([](const QString &name) {
+            QCOMPARE(saveFolderCandidates(u"/d"_s, name), QStringList({ u"/d/app_userdata"_s, u"/d"_s }));
+        });
+        row("empty", {});
+        row("blanks", u" \t "_s);
+        row("the folder itself", u"."_s);
+        row("its parent", u".."_s);
+        row("its parent in blanks", u" .. "_s);
+        row("a NUL", u"\0"_s);
+        row("its parent, cut off by a NUL", u"..\0x"_s);
+        row("a NUL within", u"a\0b"_s);
     }
-
-    void aNameThatIsNoFoldersNameHasNoFolderOfItsOwn()
-    {
-        QFETCH(QString, name);
-        QCOMPARE(saveFolderCandidates(u"/d"_s, name), QStringList({ u"/d/app_userdata"_s, u"/d"_s }));
-    }
+    void aNameThatIsNoFoldersNameHasNoFolderOfItsOwn() { runRow(); }
 };
 
 QTEST_GUILESS_MAIN(SaveFolderTest)
