@@ -2,10 +2,9 @@
 // model. ENGINE_LINE in the environment selects the engine line and the sample game: 3 or 4.
 
 #include "Player.h"
+#include "Rows.h"
 #include "Texts.h"
 #include "VirtualDisplay.h"
-
-#include <QTest>
 
 #include <cstdio>
 
@@ -81,28 +80,24 @@ private Q_SLOTS:
 
     void aGameThatEndsByItselfTooSoonFailsInTheTwoExactSentences_data()
     {
-        QTest::addColumn<int>("status");
-        QTest::addColumn<int>("seconds");
-        QTest::newRow("status 1 after two seconds") << 1 << 2;
-        QTest::newRow("status 0 after three seconds") << 0 << 3;
-    }
+        const auto row = rows([this](int status, int seconds) {
+            letTheGameEnd(status, seconds);
+            AppModel &model = *m_player->model;
+            QVERIFY(m_player->playToFailure());
+            // The engine's own start-up adds to the game's time.
+            QStringList sentences;
+            for (double time = seconds; time < 10; time += 0.5)
+                sentences << Texts::closedEarly(time, status);
+            const QString sentence = *model.failureMessage.get();
+            QVERIFY2(sentences.contains(sentence), qPrintable(sentence));
+            QVERIFY(model.failureLines->contains(u"The end of the test game."_s));
 
-    void aGameThatEndsByItselfTooSoonFailsInTheTwoExactSentences()
-    {
-        QFETCH(int, status);
-        QFETCH(int, seconds);
-        letTheGameEnd(status, seconds);
-        AppModel &model = *m_player->model;
-        QVERIFY(m_player->playToFailure());
-        // The engine's own start-up adds to the game's time.
-        QStringList sentences;
-        for (double time = seconds; time < 10; time += 0.5)
-            sentences << Texts::closedEarly(time, status);
-        QVERIFY2(sentences.contains(*model.failureMessage.get()), qPrintable(*model.failureMessage.get()));
-        QVERIFY(model.failureLines->contains(u"The end of the test game."_s));
-
-        QVERIFY(m_player->playToRunning());
+            QVERIFY(m_player->playToRunning());
+        });
+        row("status 1 after two seconds", 1, 2);
+        row("status 0 after three seconds", 0, 3);
     }
+    void aGameThatEndsByItselfTooSoonFailsInTheTwoExactSentences() { runRow(); }
 
     void updateKeepsTheSaveDropsTheMarkerAndReinstallAndRemovalEndWhereTheyShould()
     {
@@ -114,8 +109,7 @@ private Q_SLOTS:
         const QString marker = EngineManager::markerURL(EngineManager::spec(*model.info.get()));
         QVERIFY(QFileInfo::exists(marker));
 
-        model.updateGame();
-        QVERIFY(m_player->waitUntilIdle());
+        QVERIFY(m_player->complete(&AppModel::updateGame));
         QCOMPARE(model.notice.get(), std::optional(Texts::updated));
         QVERIFY(!QFileInfo::exists(marker));
         QVERIFY(QFileInfo::exists(save));
@@ -128,9 +122,8 @@ private Q_SLOTS:
         QCOMPARE(model.state.get(), AppState::ready());
 
         model.removeEverything();
-        QVERIFY(!QFileInfo::exists(Paths::root()));
+        m_player->verifyRemoved();
         QVERIFY(QFileInfo::exists(save));
-        QCOMPARE(model.notice.get(), std::optional(Texts::removed));
     }
 
     void cancelInEachStepLeavesNothingAndTheNextPlayCompletes()
@@ -176,13 +169,8 @@ private:
 
     void cancelAndVerify() const
     {
-        const AppModel &model = *m_player->model;
         m_player->model->cancel();
-        QVERIFY(m_player->waitUntilIdle());
-        QCOMPARE(model.log.lines->last(), Texts::cancelled);
-        QVERIFY(!model.failureMessage.get());
-        QCOMPARE(model.state.get(), AppState::notDownloaded());
-        QCOMPARE(Player::scratch(), QStringList());
+        m_player->verifyCancelled();
     }
 
     /// The path of the game's save below the engine's data folder, or an empty string.
@@ -196,16 +184,14 @@ private:
     /// Makes the repository's copy of the game end itself with `status` after `seconds`.
     void letTheGameEnd(int status, int seconds) const
     {
-        const bool is3 = engineLine() == u"3"_s;
-        const QByteArray wait = is3 ? "yield(get_tree().create_timer(%1), \"timeout\")"
-                                    : "await get_tree().create_timer(%1).timeout";
-        m_player->writeGame(u"the_end.gd"_s,
-                            "extends Node\nfunc _ready():\n\t"
-                                + QByteArray(wait).replace("%1", QByteArray::number(seconds))
-                                + "\n\tprint(\"The end of the test game.\")\n\tget_tree().quit("
-                                + QByteArray::number(status) + ")\n");
+        const QString wait = engineLine() == u"3"_s ? u"yield(get_tree().create_timer(%1), \"timeout\")"_s
+                                                    : u"await get_tree().create_timer(%1).timeout"_s;
+        const QString script = u"extends Node\nfunc _ready():\n\t%1\n\tprint(\"The end of the test game.\")\n"
+                               "\tget_tree().quit(%2)\n"_s.arg(wait.arg(seconds))
+                                   .arg(status);
+        m_player->writeGame(u"the_end.gd"_s, script.toUtf8());
         m_player->writeGame(u"project.godot"_s,
-                            Player::contentOf(m_player->repository() + u"/project.godot"_s)
+                            m_player->home.read(m_player->repository() + u"/project.godot"_s)
                                 + "\n[autoload]\n\nTheEnd=\"*res://the_end.gd\"\n");
     }
 

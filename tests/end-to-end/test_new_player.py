@@ -32,10 +32,8 @@ class NewPlayer(LauncherCase):
 
     def game_command(self):
         """The command line of the running game."""
-        def find():
-            return next((command for command in children_of(self.launcher.pid).values()
-                         if "--path" in command and ("--windowed" in command or "--fullscreen" in command)), None)
-        return wait_for(find)
+        return wait_for(lambda: next((command for command in children_of(self.launcher.pid).values()
+                                      if re.search("--path .*--(windowed|fullscreen)", command)), None))
 
     def stop(self):
         """Presses Stop until the game has ended: a press that comes before the engine is ready has no effect."""
@@ -47,6 +45,10 @@ class NewPlayer(LauncherCase):
             return False
         wait_for(ended)
         self.assertEqual(children_of(self.launcher.pid), {})
+
+    def size(self):
+        """The choice of the window's size."""
+        return wait_for(lambda: self.driver.find("1280x720", "combo box"))
 
     def removal_button(self):
         """The button that names a size."""
@@ -90,7 +92,7 @@ class NewPlayer(LauncherCase):
 
         # Full screen: the size cannot be chosen, is kept, and is not passed on.
         self.press("Settings…")
-        size = wait_for(lambda: self.driver.find("1280x720", "combo box"))
+        size = self.size()
         self.assertTrue(size.is_enabled)
         self.press("Fullscreen")
         wait_for(lambda: not size.is_enabled)
@@ -101,7 +103,7 @@ class NewPlayer(LauncherCase):
         self.assertRegex(self.game_command(), r"--path .*/Game --fullscreen $")
         self.stop()
         self.press("Settings…")
-        size = wait_for(lambda: self.driver.find("1280x720", "combo box"))
+        size = self.size()
         self.assertFalse(size.is_enabled)
         self.press("Windowed")
         wait_for(lambda: size.is_enabled)

@@ -2,15 +2,12 @@
 // full sentence, "Temp" is left empty, what was installed stays, and the next Play works.
 
 #include "Readme.h"
+#include "Rows.h"
 #include "ScriptedHost.h"
+#include "SmallDisk.h"
 #include "Texts.h"
 
 #include <QRandomGenerator>
-#include <QTest>
-
-#if defined(Q_OS_LINUX)
-#include <sys/mount.h>
-#endif
 
 using namespace Qt::StringLiterals;
 
@@ -28,35 +25,6 @@ QByteArray noise(qsizetype count)
     return bytes;
 }
 
-/// Mounts a small file system on a folder for as long as this object lives. Needs root.
-class SmallDisk final {
-public:
-    SmallDisk(const QString &folder, const char *options)
-        : m_folder(QFile::encodeName(folder))
-    {
-        QDir().mkpath(folder);
-#if defined(Q_OS_LINUX)
-        m_mounted = ::mount("tmpfs", m_folder.constData(), "tmpfs", 0, options) == 0;
-#else
-        Q_UNUSED(options)
-#endif
-    }
-    ~SmallDisk()
-    {
-#if defined(Q_OS_LINUX)
-        if (m_mounted)
-            ::umount2(m_folder.constData(), MNT_DETACH);
-#endif
-    }
-    Q_DISABLE_COPY_MOVE(SmallDisk)
-
-    bool isMounted() const { return m_mounted; }
-
-private:
-    QByteArray m_folder;
-    bool m_mounted = false;
-};
-
 }
 
 class BadInputTest final : public QObject {
@@ -65,29 +33,39 @@ class BadInputTest final : public QObject {
 private Q_SLOTS:
     void init()
     {
-        m_player = std::make_unique<Player>();
-        m_host = std::make_unique<ScriptedHost>(*m_player);
+        m_scene = std::make_unique<Scene>();
+        m_player = &m_scene->player;
+        m_host = &m_scene->host;
         m_player->startModel();
     }
-
-    void cleanup()
-    {
-        m_player.reset();
-        m_host.reset();
-    }
+    void cleanup() { m_scene.reset(); }
 
     // What else a server may do is in MisbehavingServerTest; what follows a failure is here.
     void aBadAnswerForTheGame_data()
     {
-        QTest::addColumn<HttpReply>("reply");
-        QTest::addColumn<QString>("sentence");
+        const auto row = rows([this](const HttpReply &reply, const QString &sentence) {
+            AppModel &model = *m_player->model;
+            m_host->server.serve(ScriptedHost::gamePath(), reply);
+            model.play();
+            m_player->verifyFailure(sentence);
+            QVERIFY(!QFileInfo::exists(Paths::gameFolder()));
+            QCOMPARE(model.stepText.get(), Texts::steps().first());
+
+            m_host->serveGame(ScriptedHost::gameArchive());
+            QVERIFY(m_player->install());
+
+            // The same reply to an update: the installed game stays and can be played.
+            m_host->server.serve(ScriptedHost::gamePath(), reply);
+            model.updateGame();
+            m_player->verifyFailure(sentence);
+            Diary diary(model);
+            QVERIFY(m_player->playToRunning());
+            QCOMPARE(diary.steps(), Texts::steps().last(1));
+        });
         const QByteArray whole = ScriptedHost::gameArchive();
         const ZipEntry project = ZipEntry::file("Vantor-master/project.godot", ScriptedHost::project());
         const QString badArchive = exactly(Texts::notUnpacked);
         const QString noProject = exactly(Texts::noProject);
-        const auto row = [](const char *name, const HttpReply &reply, const QString &sentence) {
-            QTest::newRow(name) << reply << sentence;
-        };
         const auto archive = [&row](const char *name, const ZipBuilder &content, const QString &sentence) {
             row(name, HttpReply::ok(content.bytes()), sentence);
         };
@@ -107,80 +85,36 @@ private Q_SLOTS:
         wrongChecksum.crc = wrongChecksum.localCrc = 1;
         archive("an archive with a damaged entry", { wrongChecksum }, badArchive);
     }
-
-    void aBadAnswerForTheGame()
-    {
-        QFETCH(HttpReply, reply);
-        QFETCH(QString, sentence);
-        AppModel &model = *m_player->model;
-        m_host->server.serve(ScriptedHost::gamePath(), reply);
-        model.play();
-        m_player->verifyFailure(sentence);
-        QVERIFY(!QFileInfo::exists(Paths::gameFolder()));
-        QCOMPARE(model.stepText.get(), Texts::steps().first());
-
-        m_host->serveGame(ScriptedHost::gameArchive());
-        QVERIFY(m_player->install());
-
-        // The same reply to an update: the installed game stays and can be played.
-        m_host->server.serve(ScriptedHost::gamePath(), reply);
-        model.updateGame();
-        m_player->verifyFailure(sentence);
-        Diary diary(model);
-        QVERIFY(m_player->playToRunning());
-        QCOMPARE(diary.steps(), Texts::steps().last(1));
-    }
+    void aBadAnswerForTheGame() { runRow(); }
 
     void aBadAnswerForTheEngine_data()
     {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<HttpReply>("reply");
-        QTest::addColumn<QString>("sentence");
-        const QByteArray name = ScriptedHost::engine().fileName().toUtf8();
-        const auto list = [](const char *row, const HttpReply &reply, const QString &sentence) {
-            QTest::newRow(row) << ScriptedHost::listPath() << reply << sentence;
-        };
-        const auto engine = [](const char *row, const HttpReply &reply, const QString &sentence) {
-            QTest::newRow(row) << ScriptedHost::enginePath() << reply << sentence;
-        };
+        const auto row = rows([this](const QString &path, const HttpReply &reply, const QString &sentence) {
+            m_host->server.serve(path, reply);
+            m_player->model->play();
+            m_player->verifyFailure(sentence);
+            QCOMPARE(m_player->model->stepText.get(), Texts::steps().at(1));
+            QVERIFY(!QFileInfo::exists(EngineManager::folder(ScriptedHost::engine())));
+            QVERIFY(Player::hasInstalled(u"project.godot"_s));
+
+            m_host->serveEngine(m_host->engineArchive());
+            Diary diary(*m_player->model);
+            QVERIFY(m_player->playToRunning());
+            QCOMPARE(diary.steps(), Texts::steps().last(3));
+        });
+        const QString list = ScriptedHost::listPath();
+        const QString archive = ScriptedHost::enginePath();
+        const QString name = ScriptedHost::engine().fileName();
         const QByteArray hash(128, 'a');
-        list("no list", HttpReply::status(404), exactly(Texts::noList(404)));
-        list("another build's list", HttpReply::ok(hash + "  Godot_v4.6-stable_win64.exe.zip\n"),
-             exactly(Texts::notListed(ScriptedHost::engine().fileName())));
-        list("another hash", HttpReply::ok(hash + "  " + name + '\n'), exactly(Texts::noMatch));
-        engine("another archive", HttpReply::ok(ZipBuilder { ZipEntry::program(name, "evil") }.bytes()),
-               exactly(Texts::noMatch));
-        engine("an archive cut short", HttpReply::head(200, { "Content-Length: 100000" }).send("PK"),
-               anyDownloadFailure);
+        row("no list", list, HttpReply::status(404), exactly(Texts::noList(404)));
+        row("another build's list", list, HttpReply::ok(hash + "  Godot_v4.6-stable_win64.exe.zip\n"),
+            exactly(Texts::notListed(name)));
+        row("another hash", list, HttpReply::ok(hash + "  " + name.toUtf8() + '\n'), exactly(Texts::noMatch));
+        row("another archive", archive, HttpReply::ok("evil"), exactly(Texts::noMatch));
+        row("an archive cut short", archive, HttpReply::head(200, { "Content-Length: 100000" }).send("PK"),
+            anyDownloadFailure);
     }
-
-    void aBadAnswerForTheEngine()
-    {
-        QFETCH(QString, path);
-        QFETCH(HttpReply, reply);
-        QFETCH(QString, sentence);
-        m_host->server.serve(path, reply);
-        m_player->model->play();
-        m_player->verifyFailure(sentence);
-        QCOMPARE(m_player->model->stepText.get(), Texts::steps().at(1));
-        QVERIFY(!QFileInfo::exists(EngineManager::folder(ScriptedHost::engine())));
-        QVERIFY(Player::hasInstalled(u"project.godot"_s));
-
-        m_host->serveEngine(m_host->engineArchive());
-        Diary diary(*m_player->model);
-        QVERIFY(m_player->playToRunning());
-        QCOMPARE(diary.steps(), Texts::steps().last(3));
-    }
-
-    void anEngineArchiveWithoutAnEngineSaysSo()
-    {
-        m_host->serveEngine(ZipBuilder { ZipEntry::file("README.txt", "no engine here") }.bytes());
-        m_player->model->play();
-        m_player->verifyFailure(
-            exactly(u"The engine was unpacked but no Godot program was found inside it."_s));
-        m_host->serveEngine(m_host->engineArchive());
-        QVERIFY(m_player->playToRunning());
-    }
+    void aBadAnswerForTheEngine() { runRow(); }
 
     void aProjectFileOfRandomBytesIsReadAsOneWithoutFacts()
     {
@@ -191,26 +125,21 @@ private Q_SLOTS:
         QCOMPARE(m_player->model->info.get()->name, u"Vantor"_s);
     }
 
-    void aProjectFileOf50MegabytesPlays()
+    void aProjectFileOf50MegabytesAndAReadmeOf10OnOneLineAreReadAndCut()
     {
         const QByteArray comment = "; a comment that goes on and on, line after line, for no reason at all\n";
-        m_host->serveGame(ScriptedHost::gameArchive(
-            {}, "mkdir .godot", ScriptedHost::project() + comment.repeated(50'000'000 / comment.size())));
+        const QByteArray project = ScriptedHost::project() + comment.repeated(50'000'000 / comment.size());
+        const QByteArray readme = QByteArray("word ").repeated(2'000'000);
+        m_host->serveGame(ScriptedHost::gameArchive({ ZipEntry::file("Vantor-master/README.md", readme) },
+                                                    "mkdir .godot", project));
         QVERIFY(m_player->playToRunning());
         QCOMPARE(m_player->model->info.get()->name, u"Hill Run"_s);
-    }
-
-    void aReadmeOf10MegabytesOnOneLinePlaysAndIsCut()
-    {
-        m_host->serveGame(ScriptedHost::gameArchive(
-            { ZipEntry::file("Vantor-master/README.md", QByteArray("word ").repeated(2'000'000)) }));
-        QVERIFY(m_player->playToRunning());
         QCOMPARE(m_player->model->info.get()->blurb.size(), longestParagraph);
     }
 
     void aFullDiskIsOneSentenceAndWhatWasThereStaysPlayable()
     {
-        const SmallDisk disk(m_player->home.dataHome(), "size=1m");
+        const SmallDisk disk(m_player->home.dataHome());
         if (!disk.isMounted())
             QSKIP("Only root may mount the small disk that this needs.");
         QVERIFY(m_player->install());
@@ -234,20 +163,18 @@ private Q_SLOTS:
 
     void aGameFolderFullOfLinksIsReplacedAndRemovedWithoutTouchingWhatTheyLeadTo()
     {
-        const QString treasure = m_player->home.write(u"treasure/letter.txt"_s, "dear");
-        const QString treasury = QFileInfo(treasure).path();
-        const auto plantLinks = [&] {
+        const TestHome &home = m_player->home;
+        const QString treasure = home.write(u"treasure/letter.txt"_s, "dear");
+        const auto plantLinks = [&home, &treasure] {
             const QString game = Paths::gameFolder();
-            QVERIFY(QDir().mkpath(game + u"/deep/er"_s));
             for (const QString &place : { u"/home"_s, u"/deep/home"_s, u"/deep/er/home"_s })
-                QVERIFY(QFile::link(treasury, game + place));
-            QVERIFY(QFile::link(game, game + u"/deep/itself"_s));
-            QVERIFY(QFile::link(treasure, game + u"/letter"_s));
+                home.link(game + place, QFileInfo(treasure).path());
+            home.link(game + u"/deep/itself"_s, game);
+            home.link(game + u"/letter"_s, treasure);
         };
         QVERIFY(m_player->install());
         plantLinks();
-        m_player->model->updateGame();
-        QVERIFY(m_player->waitUntilIdle());
+        QVERIFY(m_player->complete(&AppModel::updateGame));
         QVERIFY(!Player::hasInstalled(u"deep"_s));
         QVERIFY(QFileInfo::exists(treasure));
         plantLinks();
@@ -257,8 +184,9 @@ private Q_SLOTS:
     }
 
 private:
-    std::unique_ptr<Player> m_player;
-    std::unique_ptr<ScriptedHost> m_host;
+    std::unique_ptr<Scene> m_scene;
+    Player *m_player = nullptr;
+    ScriptedHost *m_host = nullptr;
 };
 
 QTEST_GUILESS_MAIN(BadInputTest)

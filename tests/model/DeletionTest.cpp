@@ -2,10 +2,9 @@
 // symbolic link points to.
 
 #include "AppError.h"
+#include "Rows.h"
 #include "ScriptedHost.h"
 #include "SymlinkGuard.h"
-
-#include <QTest>
 
 #include <span>
 
@@ -13,34 +12,16 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-using Action = void (AppModel::*)();
+const std::pair<const char *, Player::Action> actions[] = { { "play", &AppModel::play },
+                                                            { "update", &AppModel::updateGame },
+                                                            { "reinstall", &AppModel::reinstall },
+                                                            { "remove", &AppModel::removeEverything } };
 
-const std::pair<const char *, Action> actions[] = { { "play", &AppModel::play },
-                                                    { "update", &AppModel::updateGame },
-                                                    { "reinstall", &AppModel::reinstall },
-                                                    { "remove", &AppModel::removeEverything } };
-
-/// All files in `folder`, each with its content.
-QStringList contentsOf(const QString &folder)
-{
-    QStringList found;
-    QDirIterator entries(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
-    while (entries.hasNext()) {
-        const QString file = entries.next();
-        found << file + u' ' + QString::fromUtf8(Player::contentOf(file));
-    }
-    found.sort();
-    return found;
-}
-
-/// Another folder of the player's, with files that are named like the launcher's own.
-QString writePrecious(const Player &player)
-{
-    for (const char *name : { "diary", "Game/diary", "Engine/diary", "Temp/diary", "Godot v4/diary",
-                              "levels/diary", ".imported-4.6", "import.sh" })
-        player.home.write(u"precious/"_s + QLatin1StringView(name), "1");
-    return player.home.filePath(u"precious"_s);
-}
+/// Another folder of the player's, and its files, which are named like the launcher's own.
+const QString precious = u"precious"_s;
+const QStringList preciousFiles
+    = { u".imported-4.6"_s, u"Engine/diary"_s, u"Game/diary"_s, u"Godot v4/diary"_s,
+        u"Temp/diary"_s,    u"diary"_s,        u"import.sh"_s,  u"levels/diary"_s };
 
 }
 
@@ -48,54 +29,48 @@ class DeletionTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void init()
+    {
+        m_scene = std::make_unique<Scene>();
+        for (const QString &file : preciousFiles)
+            home().write(precious + u'/' + file, "1");
+    }
+    void cleanup() { m_scene.reset(); }
+
     void whatALinkLeadsToSurvives_data()
     {
-        QTest::addColumn<QString>("place");
-        QTest::addColumn<Action>("action");
+        const auto row = rows([this](const QString &place, const Player::Action &action) {
+            Player &player = m_scene->player;
+            AppModel &model = player.startInstalled();
+            const QString link = Paths::root() + u'/' + place;
+            QDir(link).removeRecursively();
+            home().link(link, home().filePath(precious));
+
+            action(model);
+            QVERIFY(player.waitFor([&] { return !model.isWorking(); }));
+            QVERIFY(player.stopGame());
+            QVERIFY(player.waitUntilIdle());
+            verifyKept(); // an engine that was started through the link may have added files
+
+            model.removeEverything();
+            QVERIFY(!QFileInfo::exists(Paths::root()));
+            QVERIFY(player.playToRunning());
+            QVERIFY(player.stopGame());
+            verifyKept();
+        });
         for (const char *place : { "Temp", "Engine", "Game", "Engine/4.6", "Game/levels",
                                    "Game/levels/deeper", "Temp/LEFT/extract", "beside" }) {
             for (const auto &[name, action] : std::span(actions).subspan(1))
-                QTest::addRow("%s, link at %s", name, place) << QString::fromLatin1(place) << action;
+                row((QByteArray(name) + ", link at " + place).constData(), QString::fromLatin1(place),
+                    action);
         }
     }
-
-    void whatALinkLeadsToSurvives()
-    {
-        QFETCH(QString, place);
-        QFETCH(Action, action);
-        Player player;
-        const ScriptedHost host(player);
-        AppModel &model = player.startInstalled();
-        const QString precious = writePrecious(player);
-        const QStringList before = contentsOf(precious);
-        const QString link = Paths::root() + u'/' + place;
-        QDir(link).removeRecursively();
-        QVERIFY(QDir().mkpath(QFileInfo(link).path()));
-        QVERIFY(QFile::link(precious, link));
-
-        (model.*action)();
-        QVERIFY(player.waitFor([&] { return !model.isWorking(); }));
-        QVERIFY(player.stopGame());
-        QVERIFY(player.waitUntilIdle());
-        // Every file is still there, unchanged. An engine that was started through the link may have added
-        // files.
-        verifyKept(before, precious);
-
-        model.removeEverything();
-        QVERIFY(!QFileInfo::exists(Paths::root()));
-        QVERIFY(player.playToRunning());
-        QVERIFY(player.stopGame());
-        verifyKept(before, precious);
-    }
+    void whatALinkLeadsToSurvives() { runRow(); }
 
     void aLauncherFolderThatIsALinkIsNamedAndItsTargetKept()
     {
-        Player player;
-        const ScriptedHost host(player);
-        const QString precious = writePrecious(player);
-        const QStringList before = contentsOf(precious);
-        QVERIFY(QDir().mkpath(player.home.dataHome()));
-        QVERIFY(QFile::link(precious, Paths::root()));
+        const QStringList before = home().tree(precious);
+        home().link(Paths::root(), home().filePath(precious));
         QString sentence;
         try {
             SymlinkGuard::requireNoLinks();
@@ -104,52 +79,50 @@ private Q_SLOTS:
         }
         QVERIFY(!sentence.isEmpty());
 
-        AppModel &model = player.startModel();
+        AppModel &model = m_scene->player.startModel();
         for (const auto &[name, action] : std::span(actions).first(3)) {
-            (model.*action)();
-            QVERIFY(player.waitUntilIdle());
+            QVERIFY(m_scene->player.complete(action));
             QCOMPARE(model.failureMessage.get(), std::optional(sentence));
-            QCOMPARE(contentsOf(precious), before);
+            QCOMPARE(home().tree(precious), before);
         }
         model.removeEverything();
-        QCOMPARE(contentsOf(precious), before);
-        QVERIFY(player.playToRunning());
-        QVERIFY(player.stopGame());
-        QCOMPARE(contentsOf(precious), before);
+        QCOMPARE(home().tree(precious), before);
+        QVERIFY(m_scene->player.playToRunning());
+        QVERIFY(m_scene->player.stopGame());
+        QCOMPARE(home().tree(precious), before);
+        verifyKept();
     }
 
     void aLauncherFolderThatIsMissingIsMadeAnew_data()
     {
-        QTest::addColumn<Action>("action");
+        const auto row = rows([this](const Player::Action &action) {
+            Player &player = m_scene->player;
+            AppModel &model = player.startInstalled();
+            Player::deleteOwn({}); // by the player, while the launcher runs
+
+            action(model);
+            QVERIFY(player.waitFor([&] { return !model.isWorking(); }));
+            QVERIFY(!model.failureMessage.get());
+            QVERIFY(model.runner.isRunning || player.playToRunning());
+            QVERIFY(player.stopGame());
+            QVERIFY(player.waitUntilIdle());
+            QCOMPARE(model.state.get(), AppState::ready());
+        });
         for (const auto &[name, action] : actions)
-            QTest::newRow(name) << action;
+            row(name, action);
     }
-
-    void aLauncherFolderThatIsMissingIsMadeAnew()
-    {
-        QFETCH(Action, action);
-        Player player;
-        const ScriptedHost host(player);
-        AppModel &model = player.startInstalled();
-        QVERIFY(QDir(Paths::root()).removeRecursively()); // by the player, while the launcher runs
-
-        (model.*action)();
-        QVERIFY(player.waitFor([&] { return !model.isWorking(); }));
-        QVERIFY(!model.failureMessage.get());
-        if (!model.runner.isRunning)
-            QVERIFY(player.playToRunning());
-        QVERIFY(player.stopGame());
-        QVERIFY(player.waitUntilIdle());
-        QCOMPARE(model.state.get(), AppState::ready());
-    }
+    void aLauncherFolderThatIsMissingIsMadeAnew() { runRow(); }
 
 private:
-    static void verifyKept(const QStringList &files, const QString &folder)
+    const TestHome &home() const { return m_scene->player.home; }
+
+    void verifyKept() const
     {
-        const QStringList now = contentsOf(folder);
-        for (const QString &file : files)
-            QVERIFY2(now.contains(file), qPrintable(file));
+        for (const QString &file : preciousFiles)
+            QCOMPARE(home().read(precious + u'/' + file), QByteArray("1"));
     }
+
+    std::unique_ptr<Scene> m_scene;
 };
 
 QTEST_GUILESS_MAIN(DeletionTest)

@@ -1,10 +1,8 @@
 // Details of the model's actions: each is one line of code whose loss no other test would notice.
 
-#include "Player.h"
+#include "Rows.h"
 #include "ScriptedHost.h"
 #include "Texts.h"
-
-#include <QTest>
 
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -35,46 +33,28 @@ extern "C" int renameat2(int fromFolder, const char *from, int toFolder, const c
 class FlowDetailsTest final : public QObject {
     Q_OBJECT
 
-    using Verb = void (AppModel::*)();
-
 private Q_SLOTS:
-    void aPlayThatIsCancelledWithAllInPlaceStartsNothing()
-    {
-        Player player;
-        AppModel &model = player.startInstalled();
-        model.play();
-        model.cancel();
-        QTRY_VERIFY(!model.isWorking());
-        QVERIFY(!model.runner.isRunning);
-        QCOMPARE(model.log.lines.get(), QStringList({ Texts::cancelled }));
-        QCOMPARE(model.state.get(), AppState::ready());
-    }
-
     void theNextActionClearsWhatWasShown_data()
     {
-        QTest::addColumn<Verb>("verb");
-        QTest::newRow("play") << Verb(&AppModel::play);
-        QTest::newRow("update") << Verb(&AppModel::updateGame);
-        QTest::newRow("reinstall") << Verb(&AppModel::reinstall);
-        QTest::newRow("remove") << Verb(&AppModel::removeEverything);
+        const auto row = rows([](const Player::Action &action, const std::optional<QString> &notice) {
+            Player player;
+            AppModel &model = player.startInstalled();
+            model.notice = u"Something happened."_s;
+            model.log.append(u"a line"_s);
+            player.showFailure();
+            action(model);
+            QCOMPARE(model.notice.get(), notice);
+            QVERIFY(!model.failureMessage.get());
+            QVERIFY(model.failureLines->isEmpty());
+            QVERIFY(model.log.lines->isEmpty());
+            QCOMPARE(model.state.get(), AppState::notDownloaded());
+        });
+        row("play", &AppModel::play, {});
+        row("update", &AppModel::updateGame, {});
+        row("reinstall", &AppModel::reinstall, {});
+        row("remove", &AppModel::removeEverything, Texts::removed);
     }
-
-    void theNextActionClearsWhatWasShown()
-    {
-        QFETCH(Verb, verb);
-        Player player;
-        AppModel &model = player.startInstalled();
-        model.notice = u"Something happened."_s;
-        model.log.append(u"a line"_s);
-        player.showFailure();
-        (model.*verb)();
-        QCOMPARE(model.notice.get(),
-                 verb == &AppModel::removeEverything ? std::optional(Texts::removed) : std::nullopt);
-        QVERIFY(!model.failureMessage.get());
-        QVERIFY(model.failureLines->isEmpty());
-        QVERIFY(model.log.lines->isEmpty());
-        QCOMPARE(model.state.get(), AppState::notDownloaded());
-    }
+    void theNextActionClearsWhatWasShown() { runRow(); }
 
     void aFailureClearsTheProgress()
     {
@@ -115,7 +95,7 @@ private Q_SLOTS:
         model.play();
         QTRY_VERIFY(model.log.lines->contains(u"waiting"_s));
         model.cancel();
-        QVERIFY(player.waitUntilIdle());
+        player.verifyCancelled();
         QCOMPARE(model.log.lines->last(2), QStringList({ Texts::nothingImported, Texts::cancelled }));
     }
 
@@ -140,7 +120,7 @@ private Q_SLOTS:
         QCOMPARE(hadTurned, std::optional(true));
     }
 
-    void theStateIsWorkedOutFromTheFactsThatAreKnown()
+    void theStateIsWorkedOutFromTheFactsThatAreKnownAndADeletedGameHasNone()
     {
         Player player;
         AppModel &model = player.startInstalled();
@@ -149,29 +129,23 @@ private Q_SLOTS:
         model.info = wantsAnotherEngine;
         model.refreshState();
         QCOMPARE(model.state.get(), AppState::notDownloaded());
+        Player::deleteOwn(u"Game"_s);
+        model.loadInfo();
+        QVERIFY(!model.info.get());
     }
 
-    void theStateIsWorkedOutAgainOnceTheFactsAreRead()
-    {
-        Player player;
-        player.putInPlace();
-        const QString marker = u".imported-4.6"_s;
-        QVERIFY(QFile::remove(Paths::gameFolder() + u'/' + marker));
-        AppModel &model = player.startModel();
-        QCOMPARE(model.state.get(), AppState::notDownloaded());
-        player.writeInstalled(marker, {});
-        QTRY_VERIFY(model.info.get());
-        QCOMPARE(model.state.get(), AppState::ready());
-    }
-
-    void theFactsOfADeletedGameAreForgotten()
+    void anImportMarkerThatLeadsNowhereIsNone()
     {
         Player player;
         AppModel &model = player.startInstalled();
-        QVERIFY(model.info.get());
-        QVERIFY(QDir(Paths::gameFolder()).removeRecursively());
-        model.loadInfo();
-        QVERIFY(!model.info.get());
+        const QString marker = EngineManager::markerURL(ScriptedHost::engine());
+        QVERIFY(QFile::remove(marker));
+        player.home.link(marker, u"unplugged"_s);
+        model.refreshState();
+        QCOMPARE(model.state.get(), AppState::notDownloaded());
+        QVERIFY(player.install()); // imports again
+        QVERIFY(model.log.lines->contains(u"imported"_s));
+        QVERIFY(!QFileInfo(marker).isSymLink());
     }
 
     void theFolderExistsWhenTheLogSaysThatTheGameIsUnpacked()
@@ -183,7 +157,7 @@ private Q_SLOTS:
         connect(&model.log, &Observable::willChange, &watcher, [&] {
             // The second line is about to be stored.
             if (model.log.lines->size() == 1)
-                existed = QFileInfo(Player::scratch().value(0) + u"/extract"_s).isDir();
+                existed = QDir(Paths::tempFolder()).exists(Player::scratch().value(0) + u"/extract"_s);
         });
         model.play();
         QTRY_VERIFY(model.log.lines->size() >= 2);
@@ -200,8 +174,7 @@ private Q_SLOTS:
             if (place == Paths::gameFolder())
                 QFile::remove(place + u"/project.godot"_s);
         };
-        model.play();
-        const bool isIdle = player.waitUntilIdle();
+        const bool isIdle = player.complete(&AppModel::play);
         onRenamed = nullptr;
         QVERIFY(isIdle);
         QCOMPARE(model.failureMessage.get(),
@@ -221,12 +194,9 @@ private Q_SLOTS:
                 && model.log.lines->value(model.log.lines->size() - 1) == Texts::unpackingGame)
                 QMetaObject::invokeMethod(&model, &AppModel::removeEverything, Qt::QueuedConnection);
         });
-        model.updateGame();
-        QVERIFY(player.waitUntilIdle());
-        QCOMPARE(model.notice.get(), std::optional(Texts::removed));
+        QVERIFY(player.complete(&AppModel::updateGame));
         QCOMPARE(model.log.lines.get(), QStringList({ Texts::cancelled }));
-        QCOMPARE(model.state.get(), AppState::notDownloaded());
-        QVERIFY(!QFileInfo::exists(Paths::root()));
+        player.verifyRemoved();
     }
 };
 

@@ -1,7 +1,7 @@
 #include "Player.h"
+#include "Rows.h"
 #include "Texts.h"
 
-#include <QTest>
 #include <QTimer>
 
 using namespace Qt::StringLiterals;
@@ -12,29 +12,25 @@ class GameLaunchTest final : public QObject {
 private Q_SLOTS:
     void theSettingsReachTheEnginesCommandLine_data()
     {
-        QTest::addColumn<bool>("fullscreen");
-        QTest::addColumn<QString>("resolution");
-        QTest::addColumn<QString>("arguments");
-        QTest::newRow("nothing stored") << false << QString() << u"--windowed"_s;
-        QTest::newRow("default") << false << u"default"_s << u"--windowed"_s;
-        QTest::newRow("a size") << false << u"1600x900"_s << u"--windowed --resolution 1600x900"_s;
-        QTest::newRow("full screen leaves the size out") << true << u"1600x900"_s << u"--fullscreen"_s;
+        const auto row = rows([](bool fullscreen, const QString &resolution, const QString &arguments) {
+            Player player;
+            AppModel &model = player.startInstalled();
+            if (fullscreen)
+                player.preferences.setFullscreen(true);
+            if (!resolution.isEmpty())
+                player.preferences.setResolution(resolution);
+            QVERIFY(player.playToRunning());
+            QTRY_COMPARE(model.log.lines->last(),
+                         u"playing --path %1 %2"_s.arg(Paths::gameFolder(), arguments));
+            // A game of the 4.x line is not edited.
+            const QByteArray project = player.home.read(Paths::gameFolder() + u"/project.godot"_s);
+            QVERIFY(project.contains("config_version=5") && !project.contains("emulate_touch_from_mouse"));
+        });
+        row("nothing stored", false, {}, u"--windowed"_s);
+        row("a size", false, u"1600x900"_s, u"--windowed --resolution 1600x900"_s);
+        row("full screen leaves the size out", true, u"1600x900"_s, u"--fullscreen"_s);
     }
-
-    void theSettingsReachTheEnginesCommandLine()
-    {
-        QFETCH(bool, fullscreen);
-        QFETCH(QString, resolution);
-        QFETCH(QString, arguments);
-        Player player;
-        AppModel &model = player.startInstalled();
-        if (fullscreen)
-            player.preferences.setFullscreen(true);
-        if (!resolution.isEmpty())
-            player.preferences.setResolution(resolution);
-        QVERIFY(player.playToRunning());
-        QTRY_COMPARE(model.log.lines->last(), u"playing --path %1 %2"_s.arg(Paths::gameFolder(), arguments));
-    }
+    void theSettingsReachTheEnginesCommandLine() { runRow(); }
 
     void startingBecomesPlayingAfterFourSecondsWhichCancelDoesNotTouch()
     {
@@ -83,27 +79,23 @@ private Q_SLOTS:
 
     void aStoppedGameIsNoFailure_data()
     {
-        QTest::addColumn<std::function<void(AppModel &)>>("stop");
-        using Stop = std::function<void(AppModel &)>;
-        QTest::newRow("with Stop") << Stop([](AppModel &model) { model.runner.stop(); });
-        QTest::newRow("by quitting") << Stop([](AppModel &model) { model.stopForQuit(); });
+        const auto row = rows([](const Player::Action &stop) {
+            Player player;
+            AppModel &model = player.startInstalled();
+            QVERIFY(player.playToRunning());
+            QTRY_VERIFY(model.log.lines->last().startsWith(u"playing"_s));
+            stop(model);
+            QTRY_VERIFY(!model.runner.isRunning);
+            QCOMPARE(model.log.lines->last(), Texts::stopped());
+            stop(model); // nothing runs any more
+            QCOMPARE(model.state.get(), AppState::ready());
+            QVERIFY(model.stepText->isEmpty());
+            QVERIFY(!model.failureMessage.get());
+        });
+        row("with Stop", [](AppModel &model) { model.runner.stop(); });
+        row("by quitting", &AppModel::stopForQuit);
     }
-
-    void aStoppedGameIsNoFailure()
-    {
-        QFETCH(const std::function<void(AppModel &)>, stop);
-        Player player;
-        AppModel &model = player.startInstalled();
-        QVERIFY(player.playToRunning());
-        QTRY_VERIFY(model.log.lines->last().startsWith(u"playing"_s));
-        stop(model);
-        QTRY_VERIFY(!model.runner.isRunning);
-        QCOMPARE(model.log.lines->last(), Texts::stopped());
-        stop(model); // nothing runs any more
-        QCOMPARE(model.state.get(), AppState::ready());
-        QVERIFY(model.stepText->isEmpty());
-        QVERIFY(!model.failureMessage.get());
-    }
+    void aStoppedGameIsNoFailure() { runRow(); }
 
     void aGameOfThe3LineHasItsProjectFileEditedBeforeEveryStart()
     {
@@ -119,15 +111,6 @@ private Q_SLOTS:
         QVERIFY(player.stopGame());
         QVERIFY(player.playToRunning());
         QVERIFY(!model.log.lines->contains(edited)); // the edit is already there
-    }
-
-    void aGameOfThe4LineIsNotEdited()
-    {
-        Player player;
-        player.startInstalled();
-        QVERIFY(player.playToRunning());
-        QVERIFY(!Player::contentOf(Paths::gameFolder() + u"/project.godot"_s)
-                     .contains("emulate_touch_from_mouse"));
     }
 };
 

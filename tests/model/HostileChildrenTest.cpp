@@ -3,11 +3,11 @@
 
 #include "Children.h"
 #include "Player.h"
+#include "Rows.h"
 #include "Strain.h"
 #include "Texts.h"
 
 #include <QElapsedTimer>
-#include <QTest>
 
 #include <csignal>
 
@@ -21,6 +21,9 @@ QByteArray flood(const char *what, qint64 number)
     return QFile::encodeName(Children::program(u"child-flood"_s)) + ' ' + what + ' '
         + QByteArray::number(number);
 }
+
+/// An import that ignores the request to end.
+const QByteArray stubborn = "trap '' TERM; mkdir -p .godot; echo ready; while :; do sleep 0.05; done";
 
 QStringList numbers(qint64 from, qint64 end)
 {
@@ -89,56 +92,47 @@ private Q_SLOTS:
         QVERIFY(m_player.waitUntilIdle());
     }
 
-    void aGameIsReportedExactlyWhateverItDoes_data() { addScripts(); }
-    void aGameIsReportedExactlyWhateverItDoes()
+    void aGameIsReportedExactlyWhateverItDoes_data()
     {
-        QFETCH(QByteArray, script);
-        QFETCH(int, seconds);
-        QFETCH(int, code);
-        QFETCH(QStringList, output);
-        m_player.writeInstalled(u"play.sh"_s, script);
-        Watch watch;
-        playToTheEnd(watch);
-        m_player.verifyFailure(QRegularExpression::escape(Texts::closedEarly(seconds, code)));
-        QCOMPARE(model().log.lines->mid(1), output);
-        QVERIFY(model().stepText->isEmpty());
-        endGrandchild();
-        watch.verify();
+        addScripts([this](const QByteArray &script, int code, const QStringList &output, int seconds) {
+            m_player.writeInstalled(u"play.sh"_s, script);
+            Watch watch;
+            playToTheEnd(watch);
+            m_player.verifyFailure(QRegularExpression::escape(Texts::closedEarly(seconds, code)));
+            QCOMPARE(model().log.lines->mid(1), output);
+            QVERIFY(model().stepText->isEmpty());
+            endGrandchild();
+            watch.verify();
+        });
     }
+    void aGameIsReportedExactlyWhateverItDoes() { runRow(); }
 
     void aFloodIsReportedAndKeptInOrder_data()
     {
-        QTest::addColumn<QByteArray>("flood");
-        QTest::addColumn<bool>("fromImport");
-        QTest::addColumn<qint64>("lines"); // none: one line without an end
+        const auto row = rows([this](const QByteArray &flood, bool fromImport, qint64 lines) {
+            if (fromImport)
+                importWith("mkdir -p .godot; " + flood + "; exit 4");
+            m_player.writeInstalled(u"play.sh"_s, fromImport ? "exit 3" : flood + "; exit 3");
+            Watch watch;
+            playToTheEnd(watch, 10min);
+            m_player.verifyFailure(ended(3));
+            QStringList log = model().log.lines;
+            if (fromImport) {
+                QCOMPARE(log.takeLast(), Texts::starting(spec()));
+                QCOMPARE(log.takeLast(), Texts::passEnded(4));
+            }
+            if (lines > 0)
+                QCOMPARE(log, numbers(lines - LogStore::maxLines + (fromImport ? 2 : 0), lines));
+            watch.verify();
+        });
         const QByteArray lines = flood("lines", Strain::manyLines());
         const QByteArray bytes = flood("bytes", Strain::manyBytes());
-        QTest::newRow("lines from a game") << lines << false << Strain::manyLines();
-        QTest::newRow("a game that never ends its line") << bytes << false << qint64(0);
-        QTest::newRow("lines from an import") << lines << true << Strain::manyLines();
-        QTest::newRow("an import that never ends its line") << bytes << true << qint64(0);
+        row("lines from a game", lines, false, Strain::manyLines());
+        row("a game that never ends its line", bytes, false, 0);
+        row("lines from an import", lines, true, Strain::manyLines());
+        row("an import that never ends its line", bytes, true, 0);
     }
-
-    void aFloodIsReportedAndKeptInOrder()
-    {
-        QFETCH(QByteArray, flood);
-        QFETCH(bool, fromImport);
-        QFETCH(qint64, lines);
-        if (fromImport)
-            importWith("mkdir -p .godot; " + flood + "; exit 4");
-        m_player.writeInstalled(u"play.sh"_s, fromImport ? "exit 3" : flood + "; exit 3");
-        Watch watch;
-        playToTheEnd(watch, 10min);
-        m_player.verifyFailure(ended(3));
-        QStringList log = model().log.lines;
-        if (fromImport) {
-            QCOMPARE(log.takeLast(), Texts::starting(spec()));
-            QCOMPARE(log.takeLast(), Texts::passEnded(4));
-        }
-        if (lines > 0)
-            QCOMPARE(log, numbers(lines - LogStore::maxLines + (fromImport ? 2 : 0), lines));
-        watch.verify();
-    }
+    void aFloodIsReportedAndKeptInOrder() { runRow(); }
 
     void fiftyGamesLeaveNoDescriptorAndNoZombie()
     {
@@ -164,40 +158,40 @@ private Q_SLOTS:
         QVERIFY(watch.strain.runUntil([&] { return sinceStop.hasExpired(6000) || m_player.isIdle(); }));
         QVERIFY(model().runner.isRunning);
         m_player.writeInstalled(u"go"_s, {});
-        QVERIFY(watch.strain.runUntil([this] { return m_player.isIdle(); }));
+        waitUntilIdle(watch);
         QCOMPARE(model().log.lines->last(2), QStringList({ u"saved"_s, Texts::stopped() }));
         QCOMPARE(model().state.get(), AppState::ready());
         watch.verify();
     }
 
-    void anImportIsLoggedExactlyWhateverItDoes_data() { addScripts(); }
-    void anImportIsLoggedExactlyWhateverItDoes()
+    void anImportIsLoggedExactlyWhateverItDoes_data()
     {
-        QFETCH(QByteArray, script);
-        QFETCH(int, code);
-        QFETCH(QStringList, output);
-        importWith("mkdir -p .godot; " + script);
-        Watch watch;
-        playToTheGame(watch);
-        QStringList expected = QStringList(Texts::importPass(1)) + output;
-        if (code != 0)
-            expected << Texts::passEnded(code);
-        expected << Texts::starting(spec());
-        QCOMPARE(model().log.lines->first(std::min(expected.size(), model().log.lines->size())), expected);
-        endGrandchild();
-        QVERIFY(m_player.stopGame());
-        watch.verify();
+        addScripts([this](const QByteArray &script, int code, const QStringList &output, int) {
+            importWith("mkdir -p .godot; " + script);
+            Watch watch;
+            playToTheGame(watch);
+            QStringList expected = QStringList(Texts::importPass(1)) + output;
+            if (code != 0)
+                expected << Texts::passEnded(code);
+            expected << Texts::starting(spec());
+            const QStringList log = model().log.lines;
+            QCOMPARE(log.first(std::min(expected.size(), log.size())), expected);
+            endGrandchild();
+            QVERIFY(m_player.stopGame());
+            watch.verify();
+        });
     }
+    void anImportIsLoggedExactlyWhateverItDoes() { runRow(); }
 
     void anImportThatIgnoresTheRequestToEndIsEndedSoonAfterCancel()
     {
-        importWith("trap '' TERM; mkdir -p .godot; echo ready; while :; do sleep 0.05; done");
+        importWith(stubborn);
         Watch watch;
         playUntilReady(watch);
         QElapsedTimer sinceCancel;
         sinceCancel.start();
         model().cancel();
-        QVERIFY(watch.strain.runUntil([this] { return m_player.isIdle(); }));
+        waitUntilIdle(watch);
         QVERIFY(sinceCancel.elapsed() >= 4500); // it gets time to end cleanly
         QVERIFY(sinceCancel.elapsed() < 7000);
         QCOMPARE(model().log.lines->last(2), QStringList({ Texts::passEnded(SIGKILL), Texts::cancelled }));
@@ -208,41 +202,33 @@ private Q_SLOTS:
 
     void anEngineThatCannotBeStartedIsLoggedAndReportedExactly_data()
     {
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<QString>("reason");
+        const auto row = rows([this](const QByteArray &content, const QString &reason) {
+            importWith("mkdir -p .godot\n");
+            const QByteArray sound = m_player.home.read(engine());
+            m_player.home.write(engine(), content); // it stays a program
+            Watch watch;
+            playToTheEnd(watch);
+            m_player.home.write(engine(), sound);
+
+            const QString line = u"Could not start %1: %2"_s.arg(spec().fileName().chopped(4), reason);
+            const QStringList pass { line, Texts::passEnded(-1), Texts::nothingImported };
+            QCOMPARE(model().log.lines.get(),
+                     QStringList(Texts::importPass(1)) + pass + QStringList(Texts::importPass(2)) + pass
+                         + QStringList({ Texts::startsAnyway, Texts::starting(spec()), line }));
+            m_player.verifyFailure(QRegularExpression::escape(Texts::closedEarly(0, -1)));
+            watch.verify();
+        });
         // The ELF header of a program for another kind of machine: 64-bit SPARC.
         QByteArray otherMachine("\x7f"
                                 "ELF\x02\x02\x01",
                                 7);
         otherMachine.append(9, '\0').append("\x00\x02\x00\x2b\x00\x00\x00\x01", 8).append(40, '\0');
-        const auto row = [](const char *name, const QByteArray &content, const QString &reason) {
-            QTest::newRow(name) << content << reason;
-        };
         row("missing interpreter", "#!/no/such/interpreter\n", u"No such file or directory"_s);
         row("wrong architecture", otherMachine, u"Exec format error"_s);
         row("cut off", otherMachine.first(4), u"Exec format error"_s);
         row("empty", {}, u"Exec format error"_s);
     }
-
-    void anEngineThatCannotBeStartedIsLoggedAndReportedExactly()
-    {
-        QFETCH(QByteArray, content);
-        QFETCH(QString, reason);
-        importWith("mkdir -p .godot\n");
-        const QByteArray sound = Player::contentOf(engine());
-        writeEngine(content);
-        Watch watch;
-        playToTheEnd(watch);
-        writeEngine(sound);
-
-        const QString line = u"Could not start %1: %2"_s.arg(spec().fileName().chopped(4), reason);
-        const QStringList pass { line, Texts::passEnded(-1), Texts::nothingImported };
-        QCOMPARE(model().log.lines.get(),
-                 QStringList(Texts::importPass(1)) + pass + QStringList(Texts::importPass(2)) + pass
-                     + QStringList({ Texts::startsAnyway, Texts::starting(spec()), line }));
-        m_player.verifyFailure(QRegularExpression::escape(Texts::closedEarly(0, -1)));
-        watch.verify();
-    }
+    void anEngineThatCannotBeStartedIsLoggedAndReportedExactly() { runRow(); }
 
     void anEngineThatIsNoProgramAnyMoreIsInstalledAgain()
     {
@@ -259,13 +245,13 @@ private Q_SLOTS:
     // The last one: no action starts after quitting.
     void anImportThatIgnoresTheRequestToEndIsEndedAtOnceWithTheLauncher()
     {
-        importWith("trap '' TERM; mkdir -p .godot; echo ready; while :; do sleep 0.05; done");
+        importWith(stubborn);
         Watch watch;
         playUntilReady(watch);
         QElapsedTimer sinceEnd;
         sinceEnd.start();
         const auto quitting = model().prepareToQuit();
-        QVERIFY(watch.strain.runUntil([this] { return m_player.isIdle(); }));
+        waitUntilIdle(watch);
         QVERIFY(sinceEnd.elapsed() < 900); // quitting waits only briefly
         QTRY_VERIFY(quitting.isReady());
         QCOMPARE(model().log.lines->last(), Texts::cancelled);
@@ -273,23 +259,21 @@ private Q_SLOTS:
     }
 
 private:
-    /// What a game or an import may do: a script, how long it takes, its exit status and its lines.
-    static void addScripts()
+    /// Adds what a game or an import may do, to be checked with its exit status, its lines and how many
+    /// seconds it takes.
+    template <typename Check> static void addScripts(Check check)
     {
-        QTest::addColumn<QByteArray>("script");
-        QTest::addColumn<int>("seconds");
-        QTest::addColumn<int>("code");
-        QTest::addColumn<QStringList>("output");
-        const auto row = [](const QByteArray &name, const QByteArray &script, int code,
-                            const QStringList &output = { u"word"_s }, int seconds = 0) {
-            QTest::newRow(name.constData()) << script << seconds << code << output;
-        };
+        const auto add = rows(check);
+        const auto row = [add](const char *name, const QByteArray &script, int code,
+                               const QStringList &output = { u"word"_s },
+                               int seconds = 0) { add(name, script, code, output, seconds); };
         row("exits 0", "echo word", 0);
         row("exits 137 after an error message", "echo word >&2; exit 137", 137);
         row("exits 255", "echo word; exit 255", 255);
         for (const int number : { SIGSEGV, SIGABRT, SIGKILL, SIGTERM, SIGPIPE }) {
             const QByteArray text = QByteArray::number(number);
-            row("is ended by signal " + text, "ulimit -c 0; echo word; kill -" + text + " $$", number);
+            row(("is ended by signal " + text).constData(), "ulimit -c 0; echo word; kill -" + text + " $$",
+                number);
         }
         row("leaves a grandchild that holds its output",
             "sleep 60 & echo $! >grandchild; printf word; exit 5", 5);
@@ -309,14 +293,6 @@ private:
     EngineSpec spec() const { return EngineManager::spec(*model().info.get()); }
     QString engine() const { return EngineManager::folder(spec()) + u'/' + spec().fileName().chopped(4); }
 
-    /// Replaces the content of the engine's program, which stays a program.
-    void writeEngine(const QByteArray &content) const
-    {
-        QFile file(engine());
-        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        QCOMPARE(file.write(content), content.size());
-    }
-
     /// Makes the next Play import, with the shell script `script`.
     void importWith(const QByteArray &script) const
     {
@@ -328,13 +304,17 @@ private:
     void playToTheEnd(Watch &watch, std::chrono::milliseconds limit = 30s) const
     {
         model().play();
+        waitUntilIdle(watch, limit);
+    }
+    void waitUntilIdle(Watch &watch, std::chrono::milliseconds limit = 30s) const
+    {
         QVERIFY(watch.strain.runUntil([this] { return m_player.isIdle(); }, limit));
     }
     /// Imports the game if necessary, starts it and leaves it running.
-    void playToTheGame(Watch &watch, std::chrono::milliseconds limit = 30s) const
+    void playToTheGame(Watch &watch) const
     {
         model().play();
-        QVERIFY(watch.strain.runUntil([this] { return model().runner.isRunning.get(); }, limit));
+        QVERIFY(watch.strain.runUntil([this] { return model().runner.isRunning.get(); }));
     }
     /// Plays until the script has printed "ready".
     void playUntilReady(Watch &watch) const
@@ -344,12 +324,12 @@ private:
     }
 
     /// Ends the grandchild that a script left, if it did.
-    static void endGrandchild()
+    void endGrandchild() const
     {
         const QString file = Paths::gameFolder() + u"/grandchild"_s;
         if (!QFile::exists(file))
             return;
-        const pid_t grandchild = Player::contentOf(file).trimmed().toInt();
+        const pid_t grandchild = m_player.home.read(file).trimmed().toInt();
         QVERIFY(grandchild > 1);
         QCOMPARE(::kill(grandchild, SIGKILL), 0); // it was alive
         QFile::remove(file);

@@ -5,12 +5,10 @@
 #include "FileOperations.h"
 #include "Leftovers.h"
 #include "Player.h"
+#include "Rows.h"
 #include "Strain.h"
 
-#include <QTest>
-
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -23,36 +21,29 @@ private Q_SLOTS:
 
     void theWindowAnswersMeanwhile_data()
     {
-        QTest::addColumn<QString>("action");
-        for (const char *action : { "reinstall", "remove everything", "start after a crash" })
-            QTest::newRow(action) << QString::fromLatin1(action);
-    }
-
-    void theWindowAnswersMeanwhile()
-    {
-        QFETCH(QString, action);
-        Player player;
-        player.loseHost(); // so the reinstallation fails at the download
-        AppModel &model = player.startModel();
-        const QString many
-            = (action.startsWith(u"start"_s) ? Paths::tempFolder() : Paths::gameFolder()) + u"/extract"_s;
-        fill(many);
-        bool isGone = false;
-        Strain strain;
-        QTimer::singleShot(0, &model, [&] {
-            if (action == u"reinstall"_s)
-                model.reinstall();
-            else if (action == u"remove everything"_s)
-                model.removeEverything();
-            else
-                Leftovers::beginToClear();
-            isGone = !FileOperations::exists(many);
+        const auto row = rows([](const Player::Action &action, bool isInTemp) {
+            Player player;
+            player.loseHost(); // so the reinstallation fails at the download
+            AppModel &model = player.startModel();
+            const QString many = (isInTemp ? Paths::tempFolder() : Paths::gameFolder()) + u"/extract"_s;
+            fill(many);
+            bool isGone = false;
+            Strain strain;
+            QTimer::singleShot(0, &model, [&] {
+                action(model);
+                isGone = !FileOperations::exists(many);
+            });
+            const auto isOver = [&] { return isGone && !model.isWorking() && !isAnythingAside(); };
+            QVERIFY(strain.runUntil(isOver, std::chrono::minutes(2)));
+            qInfo("%d files, longest gap %lld ms", fileCount(), static_cast<long long>(strain.longestGap()));
+            QVERIFY2(strain.keptItsTurns(longestGap), QByteArray::number(strain.longestGap()).constData());
         });
-        const auto isOver = [&] { return isGone && !model.isWorking() && !isAnythingAside(); };
-        QVERIFY(strain.runUntil(isOver, std::chrono::minutes(2)));
-        qInfo("%d files, longest gap %lld ms", fileCount(), static_cast<long long>(strain.longestGap()));
-        QVERIFY2(strain.keptItsTurns(longestGap), QByteArray::number(strain.longestGap()).constData());
+        row("reinstall", &AppModel::reinstall, false);
+        row("remove everything", &AppModel::removeEverything, false);
+        row(
+            "start after a crash", [](AppModel &) { Leftovers::beginToClear(); }, true);
     }
+    void theWindowAnswersMeanwhile() { runRow(); }
 
 private:
     /// The longest pause allowed, in milliseconds; stricter than in other tests.

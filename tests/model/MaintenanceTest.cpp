@@ -1,8 +1,7 @@
 #include "DirectorySize.h"
 #include "Player.h"
+#include "Rows.h"
 #include "Texts.h"
-
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
@@ -24,8 +23,7 @@ private Q_SLOTS:
         player.showFailure(); // a failure from before makes no difference
 
         Diary diary(model);
-        model.updateGame();
-        QVERIFY(player.waitUntilIdle());
+        QVERIFY(player.complete(&AppModel::updateGame));
         QCOMPARE(diary.steps(), QStringList({ u"Updating the game (your save files are kept)"_s }));
         QVERIFY(diary.states().contains(AppState::downloading(u"the game"_s)));
         QCOMPARE(model.notice.get(), std::optional(Texts::updated));
@@ -46,8 +44,7 @@ private Q_SLOTS:
         player.writeGame(u".imported-4.6"_s, "ok");
         player.startHost();
         AppModel &model = player.startInstalled();
-        model.updateGame();
-        QVERIFY(player.waitUntilIdle());
+        QVERIFY(player.complete(&AppModel::updateGame));
         QCOMPARE(model.state.get(), AppState::ready());
         QCOMPARE(model.notice.get(), std::optional(Texts::updated));
     }
@@ -63,22 +60,6 @@ private Q_SLOTS:
         QVERIFY(model.stepText->isEmpty());
         QVERIFY(!model.notice.get());
         QVERIFY(player.playToRunning());
-    }
-
-    void aCancelledUpdateSaysSoAndTheGameIsReadyAsBefore()
-    {
-        Player player;
-        player.startHost({ u"--slow"_s, u"300"_s });
-        AppModel &model = player.startInstalled();
-        model.updateGame();
-        QTRY_VERIFY(!model.progressDetail->isEmpty());
-        model.cancel();
-        QVERIFY(player.waitUntilIdle());
-        QCOMPARE(model.log.lines->last(), Texts::cancelled);
-        QCOMPARE(model.state.get(), AppState::ready());
-        QVERIFY(!model.notice.get());
-        QVERIFY(!model.failureMessage.get());
-        QCOMPARE(Player::scratch(), QStringList());
     }
 
     void everyActionIsRefusedWhileTheGameRuns()
@@ -138,23 +119,9 @@ private Q_SLOTS:
         model.removeEverything();
         QVERIFY(QFileInfo::exists(save));
         QVERIFY(model.log.lines->isEmpty());
-        verifyRemoved(player);
+        player.verifyRemoved();
         QCOMPARE(model.freeableBytes.get(), 5);
         QVERIFY(player.playToRunning());
-    }
-
-    void removeEverythingDuringADownloadCancelsItAndItsLineComesAfterwards()
-    {
-        Player player;
-        AppModel &model = player.start({ u"--slow"_s, u"300"_s });
-        model.play();
-        QTRY_VERIFY(!model.progressDetail->isEmpty());
-        model.removeEverything();
-        QVERIFY(model.log.lines->isEmpty());
-        QCOMPARE(model.state.get(), AppState::notDownloaded());
-        QVERIFY(player.waitUntilIdle());
-        QCOMPARE(model.log.lines.get(), QStringList({ Texts::cancelled }));
-        verifyRemoved(player);
     }
 
     void whatWasReadOfARemovedGameIsDropped()
@@ -187,52 +154,7 @@ private Q_SLOTS:
         }));
         model.removeEverything();
         QVERIFY(player.waitUntilIdle());
-        verifyRemoved(player);
-    }
-
-    void removeEverythingDuringTheImportLeavesNothingOfWhatTheEngineStillWrites()
-    {
-        Player player;
-        player.writeGame(
-            u"import.sh"_s,
-            "trap 'mkdir -p \"$project/.godot\"; exit 0' TERM; echo waiting; while :; do sleep 0.05; done\n");
-        AppModel &model = player.start();
-        model.play();
-        QTRY_VERIFY(model.log.lines->contains(u"waiting"_s));
-        model.removeEverything();
-        QVERIFY(player.waitUntilIdle());
-        verifyRemoved(player);
-    }
-
-    void quittingStopsADownloadAtOnceAndNothingStartsAfterwards()
-    {
-        Player player;
-        AppModel &model = player.start({ u"--slow"_s, u"300"_s });
-        model.play();
-        QTRY_VERIFY(!model.progressDetail->isEmpty());
-        const auto quitting = model.prepareToQuit();
-        QTRY_VERIFY(quitting.isReady());
-        QVERIFY(!model.isWorking());
-        QCOMPARE(Player::scratch(), QStringList());
-        model.play();
-        QVERIFY(!model.isWorking());
-    }
-
-    void quittingStopsTheUnpackTool()
-    {
-        Player player;
-        player.startHost();
-        // An unpack tool so slow that it certainly still runs when the launcher quits.
-        player.useUnpackTool("#!/bin/sh\necho unpacking; exec sleep 60\n");
-        AppModel &model = player.startModel();
-        model.play();
-        QTRY_VERIFY(model.log.lines->contains(u"unpacking"_s));
-        const auto quitting = model.prepareToQuit();
-        QTRY_VERIFY(quitting.isReady());
-        QVERIFY(!model.isWorking());
-        QVERIFY(!model.failureMessage.get());
-        QCOMPARE(Player::scratch(), QStringList());
-        QCOMPARE(player.startModel().state.get(), AppState::notDownloaded());
+        player.verifyRemoved();
     }
 
     void quittingWithNothingRunningIsOverAtOnce()
@@ -254,7 +176,12 @@ private Q_SLOTS:
     void revealShowsTheLaunchersFolderOrSaysThatThereIsNone()
     {
         Player player;
+        const QString link = player.home.link(Paths::root(), u"unplugged"_s);
         AppModel &model = player.startModel();
+        model.revealInFinder();
+        QCOMPARE(model.notice.get(), std::optional(Texts::nothingDownloaded));
+        model.notice = std::nullopt;
+        QVERIFY(QFile::remove(link));
         model.revealInFinder();
         QCOMPARE(model.notice.get(), std::optional(Texts::nothingDownloaded));
         QVERIFY(player.workspace.revealed.isEmpty());
@@ -263,83 +190,71 @@ private Q_SLOTS:
         QCOMPARE(player.workspace.revealed, QStringList({ Paths::root() }));
     }
 
-    void showSavesOpensTheFirstFolderThatExists()
+    void showSavesOpensTheNearestFolderThatExists_data()
     {
-        Player player;
-        AppModel &model = player.startModel();
-        model.showSaves();
-        QCOMPARE(model.notice.get(), std::optional(Texts::noSaves));
-        QVERIFY(player.workspace.opened.isEmpty());
-
-        // The project facts were never read, so the default name is used.
-        for (const char *folder : { "", "/app_userdata", "/app_userdata/Vantor", "/app_userdata/Hill Run" }) {
-            const QString path = player.home.filePath(u"data/Godot"_s + QLatin1StringView(folder));
-            QVERIFY(QDir().mkpath(path));
-            if (path.endsWith(u"Run"_s)) {
+        // A null folder: there is none.
+        const auto row = rows([](const QString &folder, const QString &link, const QString &opened) {
+            Player player;
+            AppModel &model = player.startModel();
+            QVERIFY(QDir().mkpath(player.home.filePath(folder)));
+            if (!link.isEmpty())
+                player.home.link(link, player.home.filePath(u"disk"_s));
+            if (opened.endsWith(u"Hill Run"_s)) {
                 ProjectInfo info;
                 info.name = u"Hill Run"_s;
                 model.info = info;
             }
             model.showSaves();
-            QCOMPARE(player.workspace.opened.last(), path);
-        }
+            QCOMPARE(player.workspace.opened.value(0),
+                     opened.isNull() ? opened : player.home.filePath(opened));
+            QCOMPARE(model.notice.get(), opened.isNull() ? std::optional(Texts::noSaves) : std::nullopt);
+        });
+        const QString godot = u"data/Godot"_s;
+        const QString saves = godot + u"/app_userdata"_s;
+        const QString unnamed = saves + u"/Vantor"_s;
+        row("nothing", {}, {}, {});
+        row("the engine's folder", godot, {}, godot);
+        row("all games' saves", saves, {}, saves);
+        row("those of a game whose facts were not read", unnamed, {}, unnamed);
+        row("those of a game with a name", saves + u"/Hill Run"_s, {}, saves + u"/Hill Run"_s);
+        row("the engine's folder on a disk that is not there", {}, godot, {});
+        row("all games' saves on a disk that is not there", {}, saves, godot);
+        row("the game's saves on a disk that is not there", {}, unnamed, saves);
+        row("the game's saves on another disk", u"disk"_s, unnamed, unnamed);
     }
+    void showSavesOpensTheNearestFolderThatExists() { runRow(); }
 
     void aDesktopThatOpensNothingIsNamedInASentence_data()
     {
-        QTest::addColumn<std::function<void(AppModel &)>>("press");
-        QTest::addColumn<QString>("what");
-        using Press = std::function<void(AppModel &)>;
-        QTest::newRow("reveal") << Press([](AppModel &model) { model.revealInFinder(); })
-                                << u"folder \u201c%1/Vantor Platformer\u201d"_s;
-        QTest::newRow("saves") << Press([](AppModel &model) { model.showSaves(); })
-                               << u"folder \u201c%1/Godot\u201d"_s;
-        QTest::newRow("page") << Press([](AppModel &model) {
-            model.browse(QUrl(u"https://example.org/a page"_s));
-        }) << u"page \u201chttps://example.org/a page\u201d"_s;
+        const auto row = rows([](const Player::Action &press, const QString &what) {
+            Player player;
+            player.workspace.opensNothing = true;
+            AppModel &model = player.startModel();
+            const QString data = player.home.dataHome();
+            QVERIFY(QDir().mkpath(Paths::root()) && QDir().mkpath(data + u"/Godot"_s));
+            press(model);
+            QVERIFY(!model.notice->has_value());
+            QTRY_COMPARE(model.notice.get(),
+                         std::optional(u"Nothing on this desktop could open the %1."_s.arg(what).replace(
+                             u"%1"_s, data)));
+        });
+        row("reveal", &AppModel::revealInFinder, u"folder \u201c%1/Vantor Platformer\u201d"_s);
+        row("saves", &AppModel::showSaves, u"folder \u201c%1/Godot\u201d"_s);
+        row(
+            "page", [](AppModel &model) { model.browse(QUrl(u"https://example.org/a page"_s)); },
+            u"page \u201chttps://example.org/a page\u201d"_s);
     }
-
-    void aDesktopThatOpensNothingIsNamedInASentence()
-    {
-        QFETCH(const std::function<void(AppModel &)>, press);
-        QFETCH(QString, what);
-        Player player;
-        player.workspace.opensNothing = true;
-        AppModel &model = player.startModel();
-        const QString data = player.home.dataHome();
-        QVERIFY(QDir().mkpath(Paths::root()) && QDir().mkpath(data + u"/Godot"_s));
-        press(model);
-        QVERIFY(!model.notice->has_value());
-        QTRY_COMPARE(
-            model.notice.get(),
-            std::optional(u"Nothing on this desktop could open the %1."_s.arg(what).replace(u"%1"_s, data)));
-    }
+    void aDesktopThatOpensNothingIsNamedInASentence() { runRow(); }
 
     void copyPutsTheMessageAndTheLinesOnThePasteboard()
     {
         Player player;
         AppModel &model = player.startModel();
+        model.copyFailure(); // without a failure
         model.failureMessage = u"It failed."_s;
         model.failureLines = QStringList({ u"one"_s, u"two"_s, u"three"_s });
         model.copyFailure();
-        QCOMPARE(player.pasteboard.texts.last(), u"It failed.\none\ntwo\nthree"_s);
-    }
-
-    void copyWithoutAFailurePutsASingleLineFeedThere()
-    {
-        Player player;
-        player.startModel().copyFailure();
-        QCOMPARE(player.pasteboard.texts, QStringList({ u"\n"_s }));
-    }
-
-private:
-    static void verifyRemoved(const Player &player)
-    {
-        QVERIFY(!QFileInfo::exists(Paths::root()));
-        QVERIFY(!player.model->info.get());
-        QVERIFY(!player.model->failureMessage.get());
-        QCOMPARE(player.model->state.get(), AppState::notDownloaded());
-        QCOMPARE(player.model->notice.get(), std::optional(Texts::removed));
+        QCOMPARE(player.pasteboard.texts, QStringList({ u"\n"_s, u"It failed.\none\ntwo\nthree"_s }));
     }
 };
 

@@ -1,6 +1,7 @@
 // Whatever a server does during one of the three transfers: the player reads one sentence within bounded
 // time, "Temp" is left empty, and what was installed stays unchanged.
 
+#include "Rows.h"
 #include "ScriptedHost.h"
 #include "Texts.h"
 #include "TransferTesting.h"
@@ -60,15 +61,15 @@ QList<Misbehaviour> allMisbehaviours()
     const auto silent = [&broken](const char *name, const HttpReply &reply) {
         broken(name, reply, timedOut, Sound::Silent);
     };
-    const auto refused = [&all, &engineArchive](const char *name, int status, const QByteArray &body = {}) {
+    const auto refused = [&](const char *name, int status, const QByteArray &body = {}) {
         all.append({ name, HttpReply::status(status, body), Texts::refused(status), Texts::noList(status),
                      Texts::refused(status, engineArchive) });
     };
-    const auto useless = [&all, &engineArchive](const char *name, const HttpReply &reply,
-                                                Connection connection = Connection::Plain) {
-        all.append({ name, reply, Texts::notUnpacked, Texts::notListed(engineArchive), Texts::noMatch,
-                     Sound::Loud, connection });
-    };
+    const auto useless
+        = [&](const char *name, const HttpReply &reply, Connection connection = Connection::Plain) {
+              all.append({ name, reply, Texts::notUnpacked, Texts::notListed(engineArchive), Texts::noMatch,
+                           Sound::Loud, connection });
+          };
 
     silent("silence before the header", HttpReply().stall());
     silent("silence in the header", HttpReply().send("HTTP/1.1 200 OK\r\nContent-Le").stall());
@@ -164,8 +165,6 @@ enum class Transfer { FirstGame, Update, List, Engine };
 
 }
 
-Q_DECLARE_METATYPE(Misbehaviour)
-
 class MisbehavingServerTest final : public QObject {
     Q_OBJECT
 
@@ -174,101 +173,85 @@ private Q_SLOTS:
 
     void whatDoesNotArriveIsOneSentenceAndLeavesWhatIsThere_data()
     {
-        QTest::addColumn<Transfer>("transfer");
-        QTest::addColumn<Misbehaviour>("misbehaviour");
-        const std::pair<const char *, Transfer> transfers[] = { { "the first game", Transfer::FirstGame },
-                                                                { "an update", Transfer::Update },
-                                                                { "the list", Transfer::List },
-                                                                { "the engine", Transfer::Engine } };
-        for (const auto &[name, transfer] : transfers) {
-            for (const Misbehaviour &each : allMisbehaviours())
-                QTest::addRow("%s: %s", name, each.name) << transfer << each;
+        const auto row = rows([this](Transfer transfer, const QString &path, const QString &sentence,
+                                     const Misbehaviour &misbehaviour) {
+            Player player;
+            ScriptedHost host(player);
+            const auto stranger = serverFor(misbehaviour.connection);
+            TransferRules rules = TransferTesting::withoutPauses();
+            rules.largestBody = ceiling;
+            rules.trustedAuthorities = m_authority.certificate();
+            if (misbehaviour.sound == Sound::Silent)
+                rules.silence = 150ms;
+            AppModel &model = player.startModel(rules);
+
+            // A server with TLS is reached by a redirect, like the files of the real host.
+            stranger->serve(path, misbehaviour.reply);
+            host.server.serve(path,
+                              misbehaviour.connection == Connection::Plain
+                                  ? misbehaviour.reply
+                                  : HttpReply::redirect(stranger->url(path).toEncoded()));
+
+            // A game with content that none of the archives has.
+            const QByteArray level = "the player's level";
+            if (transfer != Transfer::FirstGame) {
+                player.writeInstalled(u"level.tscn"_s, level);
+                player.writeInstalled(u"project.godot"_s, ScriptedHost::project());
+            }
+
+            QElapsedTimer time;
+            time.start();
+            QVERIFY(player.complete(transfer == Transfer::Update ? &AppModel::updateGame : &AppModel::play));
+            QVERIFY2(time.elapsed() < longest, QByteArray::number(time.elapsed()).constData());
+            QString pattern = QRegularExpression::escape(sentence);
+            pattern.replace(QRegularExpression::escape(u"…"_s), u"[^()\\n]+"_s);
+            if (misbehaviour.mayCountAsLost)
+                pattern += u"|(?:Download failed: )?"_s + QRegularExpression::escape(lost);
+            player.verifyFailure(pattern);
+            QTRY_COMPARE(host.server.openConnections() + stranger->openConnections(), 0);
+
+            const QDir game(Paths::gameFolder());
+            if (transfer == Transfer::FirstGame) {
+                QVERIFY(!game.exists());
+            } else {
+                QCOMPARE(player.home.list(game.path()), QStringList({ u"level.tscn"_s, u"project.godot"_s }));
+                QCOMPARE(player.home.read(game.filePath(u"level.tscn"_s)), level);
+                QCOMPARE(player.home.read(game.filePath(u"project.godot"_s)), ScriptedHost::project());
+            }
+            QVERIFY(!QFileInfo::exists(Paths::engineFolder()));
+            if (transfer == Transfer::List)
+                QCOMPARE(host.server.requestCount(ScriptedHost::enginePath()), 0);
+            if (sentence != Texts::notUnpacked)
+                QVERIFY(!model.log.lines->contains(Texts::unpackingGame));
+            QVERIFY(!model.log.lines->contains(Texts::unpackingEngine));
+        });
+        const QString game = ScriptedHost::gamePath();
+        for (const Misbehaviour &each : allMisbehaviours()) {
+            const auto add = [&](const char *transferName, Transfer transfer, const QString &path,
+                                 const QString &sentence) {
+                row((transferName + QByteArray(each.name)).constData(), transfer, path, sentence, each);
+            };
+            add("the first game: ", Transfer::FirstGame, game, each.forGame);
+            add("an update: ", Transfer::Update, game, each.forGame);
+            add("the list: ", Transfer::List, ScriptedHost::listPath(), each.forList);
+            add("the engine: ", Transfer::Engine, ScriptedHost::enginePath(), each.forEngine);
         }
     }
-
-    void whatDoesNotArriveIsOneSentenceAndLeavesWhatIsThere()
-    {
-        QFETCH(Transfer, transfer);
-        QFETCH(Misbehaviour, misbehaviour);
-        Player player;
-        ScriptedHost host(player);
-        const auto stranger = serverFor(misbehaviour.connection);
-        TransferRules rules = TransferTesting::withoutPauses();
-        rules.largestBody = ceiling;
-        rules.trustedAuthorities = m_authority.certificate();
-        if (misbehaviour.sound == Sound::Silent)
-            rules.silence = 150ms;
-        AppModel &model = player.startModel(rules);
-
-        // A server with TLS is reached by a redirect, like the files of the real host.
-        const QString path = transfer == Transfer::List ? ScriptedHost::listPath()
-            : transfer == Transfer::Engine              ? ScriptedHost::enginePath()
-                                                        : ScriptedHost::gamePath();
-        stranger->serve(path, misbehaviour.reply);
-        host.server.serve(path,
-                          misbehaviour.connection == Connection::Plain
-                              ? misbehaviour.reply
-                              : HttpReply::redirect(stranger->url(path).toEncoded()));
-
-        // A game with content that none of the archives has.
-        const QByteArray level = "the player's level";
-        if (transfer != Transfer::FirstGame) {
-            player.writeInstalled(u"level.tscn"_s, level);
-            player.writeInstalled(u"project.godot"_s, ScriptedHost::project());
-        }
-
-        QElapsedTimer time;
-        time.start();
-        if (transfer == Transfer::Update)
-            model.updateGame();
-        else
-            model.play();
-        QVERIFY(player.waitUntilIdle());
-        QVERIFY2(time.elapsed() < longest, QByteArray::number(time.elapsed()).constData());
-        const QString sentence = transfer == Transfer::List ? misbehaviour.forList
-            : transfer == Transfer::Engine                  ? misbehaviour.forEngine
-                                                            : misbehaviour.forGame;
-        QString pattern = QRegularExpression::escape(sentence);
-        pattern.replace(QRegularExpression::escape(u"…"_s), u"[^()\\n]+"_s);
-        if (misbehaviour.mayCountAsLost)
-            pattern += u"|(?:Download failed: )?"_s + QRegularExpression::escape(lost);
-        player.verifyFailure(pattern);
-        QTRY_COMPARE(host.server.openConnections() + stranger->openConnections(), 0);
-
-        const QDir game(Paths::gameFolder());
-        if (transfer == Transfer::FirstGame) {
-            QVERIFY(!game.exists());
-        } else {
-            QCOMPARE(game.entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name),
-                     QStringList({ u"level.tscn"_s, u"project.godot"_s }));
-            QCOMPARE(Player::contentOf(game.filePath(u"level.tscn"_s)), level);
-            QCOMPARE(Player::contentOf(game.filePath(u"project.godot"_s)), ScriptedHost::project());
-        }
-        QVERIFY(!QFileInfo::exists(Paths::engineFolder()));
-        if (transfer == Transfer::List)
-            QCOMPARE(host.server.requestCount(ScriptedHost::enginePath()), 0);
-        if (sentence != Texts::notUnpacked)
-            QVERIFY(!model.log.lines->contains(Texts::unpackingGame));
-        QVERIFY(!model.log.lines->contains(Texts::unpackingEngine));
-    }
+    void whatDoesNotArriveIsOneSentenceAndLeavesWhatIsThere() { runRow(); }
 
 private:
     std::unique_ptr<HttpServer> serverFor(Connection connection) const
     {
-        switch (connection) {
-        case Connection::Plain:
-            break;
-        case Connection::Secure:
-            return std::make_unique<HttpServer>(m_authority.issue());
-        case Connection::SelfSigned:
-            return std::make_unique<HttpServer>(TestAuthority::selfSigned());
-        case Connection::Expired:
-            return std::make_unique<HttpServer>(
-                m_authority.issue("localhost", TestAuthority::Validity::Expired));
-        case Connection::OfAnotherHost:
-            return std::make_unique<HttpServer>(m_authority.issue("elsewhere.invalid"));
-        }
-        return std::make_unique<HttpServer>();
+        TestIdentity identity;
+        if (connection == Connection::Secure)
+            identity = m_authority.issue();
+        else if (connection == Connection::SelfSigned)
+            identity = TestAuthority::selfSigned();
+        else if (connection == Connection::Expired)
+            identity = m_authority.issue("localhost", TestAuthority::Validity::Expired);
+        else if (connection == Connection::OfAnotherHost)
+            identity = m_authority.issue("elsewhere.invalid");
+        return std::make_unique<HttpServer>(identity);
     }
 
     static constexpr qint64 longest = 10'000; // milliseconds; generous, for busy machines

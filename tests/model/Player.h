@@ -8,13 +8,13 @@
 #include "Pasteboard.h"
 #include "Paths.h"
 #include "Preferences.h"
-#include "ProcessController.h"
 #include "ProjectInspector.h"
+#include "ShellScript.h"
 #include "TestHome.h"
+#include "Texts.h"
 #include "TransferRules.h"
 #include "Workspace.h"
 
-#include <QDirIterator>
 #include <QRegularExpression>
 #include <QTest>
 
@@ -24,19 +24,12 @@
 
 /// Records what the file browser and the web browser were asked to open.
 class RecordedWorkspace final : public Workspace {
+    using OnFailure = std::function<void()>;
+
 public:
-    void reveal(const QString &folder, std::function<void()> onFailure) override
-    {
-        record(revealed, folder, onFailure);
-    }
-    void open(const QString &folder, std::function<void()> onFailure) override
-    {
-        record(opened, folder, onFailure);
-    }
-    void browse(const QUrl &page, std::function<void()> onFailure) override
-    {
-        record(browsed, page, onFailure);
-    }
+    void reveal(const QString &folder, OnFailure fail) override { record(revealed, folder, fail); }
+    void open(const QString &folder, OnFailure fail) override { record(opened, folder, fail); }
+    void browse(const QUrl &page, OnFailure fail) override { record(browsed, page, fail); }
 
     QStringList revealed;
     QStringList opened;
@@ -46,11 +39,11 @@ public:
 
 private:
     template <typename Place>
-    void record(QList<Place> &places, const Place &place, const std::function<void()> &onFailure) const
+    void record(QList<Place> &places, const Place &place, const OnFailure &fail) const
     {
         places << place;
         if (opensNothing)
-            QMetaObject::invokeMethod(QCoreApplication::instance(), onFailure, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(QCoreApplication::instance(), fail, Qt::QueuedConnection);
     }
 };
 
@@ -73,20 +66,12 @@ public:
         connect(&model, &Observable::willChange, this, [this] { look(); });
     }
 
-    QStringList steps()
-    {
-        look();
-        return m_steps;
-    }
-    QList<AppState> states()
-    {
-        look();
-        return m_states;
-    }
+    QStringList steps() { return look().m_steps; }
+    QList<AppState> states() { return look().m_states; }
     const QList<std::optional<double>> &fractions() const { return m_fractions; }
 
 private:
-    void look()
+    const Diary &look()
     {
         if (!m_model.stepText->isEmpty() && (m_steps.isEmpty() || m_steps.last() != m_model.stepText.get()))
             m_steps << m_model.stepText;
@@ -96,6 +81,7 @@ private:
         }
         if (!m_model.progressDetail->isEmpty())
             m_fractions << m_model.progress;
+        return *this;
     }
 
     AppModel &m_model;
@@ -111,6 +97,8 @@ private:
 /// project's folder.
 class Player final {
 public:
+    using Action = std::function<void(AppModel &)>;
+
     explicit Player(const QByteArray &features = "\"4.6\"", const QByteArray &configVersion = "5")
     {
         writeGame(QStringLiteral("project.godot"),
@@ -121,15 +109,13 @@ public:
         writeGame(QStringLiteral("import.sh"),
                   "mkdir -p .godot .import; touch .import/picture; echo imported\n");
         writeGame(QStringLiteral("play.sh"), "echo playing \"$@\"; exec sleep 60\n");
-        engine = writeProgram(QStringLiteral("standing-engine"), R"(#!/bin/sh
-for argument; do
+        engine = shellScript(home, QStringLiteral("standing-engine"), R"(for argument; do
     [ "$previous" = --path ] && project=$argument
     case $argument in --import|--no-window) import=yes;; esac
     previous=$argument
 done
 cd "$project" || exit 9
-if [ "$import" ]; then . ./import.sh; else . ./play.sh; fi
-)");
+if [ "$import" ]; then . ./import.sh; else . ./play.sh; fi)");
     }
 
     /// With a copy of the folder `game`, a real engine, and the time that the engine may take for a step.
@@ -137,8 +123,7 @@ if [ "$import" ]; then . ./import.sh; else . ./play.sh; fi
         : engine(std::move(realEngine))
         , patience(forAStep)
     {
-        std::filesystem::copy(game.toStdString(), repository().toStdString(),
-                              std::filesystem::copy_options::recursive);
+        copy(game, repository());
     }
 
     ~Player()
@@ -155,8 +140,7 @@ if [ "$import" ]; then . ./import.sh; else . ./play.sh; fi
             QCoreApplication::processEvents();
         }
         CodeHost::setAddress(CodeHost::official());
-        if (m_usesOwnTool)
-            Desktop::use(std::nullopt);
+        Desktop::use(std::nullopt);
     }
 
     Player(const Player &) = delete;
@@ -174,25 +158,15 @@ if [ "$import" ]; then . ./import.sh; else . ./play.sh; fi
     /// Writes a file of the installed game.
     void writeInstalled(const QString &name, const QByteArray &content) const
     {
-        home.write(QDir(home.path()).relativeFilePath(Paths::gameFolder() + u'/' + name), content);
+        home.write(Paths::gameFolder() + u'/' + name, content);
     }
 
-    /// Writes a program in the home and returns its path.
-    QString writeProgram(const QString &name, const QByteArray &content) const
-    {
-        const QString file = home.write(name, content);
-        if (!QFile::setPermissions(file, QFile::permissions(file) | QFileDevice::ExeOwner))
-            qFatal("%s cannot be made a program.", qPrintable(file));
-        return file;
-    }
-
-    /// Makes the launcher unpack with the script `tool` for as long as this object lives.
-    void useUnpackTool(const QByteArray &tool)
+    /// Makes the launcher unpack with a shell script, at most for as long as this object lives.
+    void useUnpackTool(const QByteArray &commands) const
     {
         Desktop desktop = Desktop::current();
-        desktop.unpackTool = writeProgram(QStringLiteral("unpack"), tool);
+        desktop.unpackTool = shellScript(home, QStringLiteral("unpack"), commands);
         Desktop::use(desktop);
-        m_usesOwnTool = true;
     }
 
     /// Starts a new code host, with further `options` of tools/code-host.
@@ -218,9 +192,9 @@ if [ "$import" ]; then . ./import.sh; else . ./play.sh; fi
     }
 
     /// Starts a code host and a model.
-    AppModel &start(const QStringList &hostOptions = {})
+    AppModel &start()
     {
-        startHost(hostOptions);
+        startHost();
         return startModel();
     }
 
@@ -228,14 +202,9 @@ if [ "$import" ]; then . ./import.sh; else . ./play.sh; fi
     void putInPlace() const
     {
         const EngineSpec spec = EngineManager::spec(ProjectInspector::inspectForEngine(repository()));
-        const auto copy = [](const QString &from, const QString &to) {
-            if (!QDir().mkpath(QFileInfo(to).path()) || !QFile::copy(from, to))
-                qFatal("%s could not be copied.", qPrintable(from));
-        };
+        QDir().mkpath(EngineManager::folder(spec));
         copy(engine, EngineManager::folder(spec) + u'/' + spec.fileName().chopped(4));
-        const QStringList files = QDir(repository()).entryList(QDir::Files);
-        for (const QString &file : files)
-            copy(repository() + u'/' + file, Paths::gameFolder() + u'/' + file);
+        copy(repository(), Paths::gameFolder());
         writeInstalled(QFileInfo(EngineManager::markerURL(spec)).fileName(), "ok");
     }
 
@@ -267,6 +236,13 @@ if [ "$import" ]; then . ./import.sh; else . ./play.sh; fi
     {
         model->play();
         return waitFor([this] { return hasFailed(); });
+    }
+
+    /// Starts `action` and waits until neither it nor a game runs.
+    bool complete(const Action &action)
+    {
+        action(*model);
+        return waitUntilIdle();
     }
 
     /// Presses Stop until the game has ended, and waits until the state has settled. Once is not enough: Stop
@@ -312,28 +288,43 @@ if [ "$import" ]; then . ./import.sh; else . ./play.sh; fi
         QCOMPARE(scratch(), QStringList());
     }
 
+    /// Verifies that the action ends because it was cancelled, in `state`, and that no scratch is left.
+    void verifyCancelled(const AppState &state = AppState::notDownloaded()) const
+    {
+        QVERIFY(waitUntilIdle());
+        QCOMPARE(model->log.lines->last(), Texts::cancelled);
+        QCOMPARE(model->state.get(), state);
+        QVERIFY(!model->failureMessage.get());
+        QCOMPARE(scratch(), QStringList());
+    }
+
+    /// Verifies that nothing of the launcher's is left, and that the window says so.
+    void verifyRemoved() const
+    {
+        QVERIFY(!QFileInfo::exists(Paths::root()));
+        QVERIFY(!model->info.get());
+        QVERIFY(!model->failureMessage.get());
+        QCOMPARE(model->state.get(), AppState::notDownloaded());
+        QCOMPARE(model->notice.get(), std::optional(Texts::removed));
+    }
+
     /// Everything under "Temp", hidden files too.
     static QStringList scratch()
     {
-        QStringList found;
-        QDirIterator entries(Paths::tempFolder(), QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
-        while (entries.hasNext())
-            found << entries.next();
-        return found;
+        return QDir(Paths::tempFolder()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+    }
+
+    /// Deletes a file or folder of the launcher's own, as the player may.
+    static void deleteOwn(const QString &name)
+    {
+        if (std::filesystem::remove_all((Paths::root() + u'/' + name).toStdString()) == 0)
+            qFatal("There is no %s to delete.", qPrintable(name));
     }
 
     /// Whether a file or folder of the installed game exists.
     static bool hasInstalled(const QString &name)
     {
         return QFileInfo::exists(Paths::gameFolder() + u'/' + name);
-    }
-
-    static QByteArray contentOf(const QString &path)
-    {
-        QFile file(path);
-        if (!file.open(QIODevice::ReadOnly))
-            qFatal("%s cannot be read.", qPrintable(path));
-        return file.readAll();
     }
 
     TestHome home;
@@ -346,5 +337,8 @@ if [ "$import" ]; then . ./import.sh; else . ./play.sh; fi
     std::unique_ptr<AppModel> model;
 
 private:
-    bool m_usesOwnTool = false;
+    static void copy(const QString &from, const QString &to)
+    {
+        std::filesystem::copy(from.toStdString(), to.toStdString(), std::filesystem::copy_options::recursive);
+    }
 };

@@ -52,7 +52,10 @@ private Q_SLOTS:
             ++cancels;
             ++cancelledIn[model.log.lines->isEmpty() ? QString()
                                                      : model.log.lines->last().section(u' ', 0, 1)];
-            const qint64 took = cancel(player);
+            time.start();
+            model.cancel();
+            QVERIFY(player.waitFor([&] { return !model.isWorking(); }));
+            const qint64 took = time.elapsed();
             slowest = std::max(slowest, took);
             const QString how = u"cancelled after %1 ms, took %2 ms, log: %3"_s.arg(moment).arg(took).arg(
                 model.log.lines->join(u'\n'));
@@ -72,48 +75,11 @@ private Q_SLOTS:
         QVERIFY(player.playToRunning());
     }
 
-    void aCancelDoesNotWaitForTheUnpacking_data()
-    {
-        QTest::addColumn<QString>("line");
-        QTest::newRow("of the game") << Texts::unpackingGame;
-        QTest::newRow("of the engine") << Texts::unpackingEngine;
-    }
-
-    void aCancelDoesNotWaitForTheUnpacking()
-    {
-        QFETCH(QString, line);
-        Player player;
-        const ScriptedHost host(player);
-        AppModel &model = player.startModel();
-        if (line == Texts::unpackingEngine)
-            player.writeInstalled(u"project.godot"_s, ScriptedHost::project());
-        player.useUnpackTool("#!/bin/sh\necho half > $4/half; touch ~/unpacking; exec sleep 60\n");
-
-        model.play();
-        QTRY_VERIFY(QFileInfo::exists(player.home.filePath(u"unpacking"_s)));
-        const qint64 took = cancel(player);
-        QVERIFY2(took <= mostTime, QByteArray::number(took).constData());
-        QCOMPARE(model.log.lines->mid(model.log.lines->indexOf(line)),
-                 QStringList({ line, Texts::cancelled }));
-        QCOMPARE(Player::scratch(), QStringList());
-        QVERIFY(!QFileInfo::exists(EngineManager::folder(ScriptedHost::engine())));
-    }
-
 private:
     static constexpr int levels = 40;
     static constexpr qint64 bigFile = 4'000'000;
     /// Milliseconds that a cancellation may take; sanitizers slow everything down.
     static constexpr qint64 mostTime = Strain::isMeasurable() ? 500 : 2000;
-
-    /// Presses Cancel, and returns how many milliseconds the action took to end.
-    static qint64 cancel(const Player &player)
-    {
-        QElapsedTimer time;
-        time.start();
-        player.model->cancel();
-        player.waitFor([&] { return !player.model->isWorking(); });
-        return time.elapsed();
-    }
 
     /// Makes every phase take a while: header, body, hashing, unpacking, importing.
     static void serveSlowly(ScriptedHost &host)
@@ -152,7 +118,7 @@ private:
         const QString game = Paths::gameFolder();
         const QString engine = EngineManager::folder(ScriptedHost::engine());
         const bool gameIsFine = !QFileInfo::exists(game)
-            || (QFileInfo::exists(game + u"/project.godot"_s)
+            || (Player::hasInstalled(u"project.godot"_s)
                 && QDir(game).entryList({ u"level*"_s }).size() == levels);
         const bool engineIsFine = !QFileInfo::exists(engine)
             || (EngineManager::executable(ScriptedHost::engine())

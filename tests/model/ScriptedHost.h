@@ -13,7 +13,7 @@
 class ScriptedHost final {
 public:
     explicit ScriptedHost(const Player &player)
-        : engineProgram(Player::contentOf(player.engine))
+        : engineProgram(player.home.read(player.engine))
     {
         CodeHost::setAddress(server.address());
         serveGame(gameArchive());
@@ -71,4 +71,10 @@ public:
 
 private:
     const QByteArray engineProgram;
+};
+
+/// A player whose code host a test scripts.
+struct Scene {
+    Player player;
+    ScriptedHost host { player };
 };

@@ -73,6 +73,15 @@ inline QStringList steps(const EngineSpec &spec = { 4, u"4.6"_s, false })
              u"Step 4 of 4: starting the game"_s };
 }
 
+/// Those of them that have these numbers.
+inline QStringList onlySteps(const QList<int> &numbers)
+{
+    QStringList lines;
+    for (const int number : numbers)
+        lines << steps().at(number - 1);
+    return lines;
+}
+
 /// The launcher's own lines in the log of a first Play.
 inline QStringList firstLog(const EngineSpec &spec)
 {
