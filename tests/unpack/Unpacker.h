@@ -12,7 +12,20 @@ struct Unpacked {
     int status = -1;
     QString problems;
     QString output;
+
+    bool operator==(const Unpacked &) const = default;
 };
+
+/// Describes `result` in a failed comparison.
+inline char *toString(const Unpacked &result)
+{
+    return qstrdup(qPrintable(QStringLiteral("%1 after “%2%3”")
+                                  .arg(QString::number(result.status), result.problems, result.output)));
+}
+
+/// A run that succeeded without a word, and one that failed with this line.
+inline const Unpacked success { 0, {}, {} };
+inline Unpacked problem(const QString &line) { return { 1, line + QLatin1Char('\n'), {} }; }
 
 /// Runs the unpack program in a home of its own, with an archive and a folder to unpack into.
 class Unpacker final {
