@@ -1,35 +1,19 @@
 #include "DeflateStream.h"
+#include "Table.h"
 #include "Unpacker.h"
-
-#include <functional>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-using Change = std::function<void(ZipEntry &)>;
-
 const QString untrusted = u"The archive cannot be trusted: "_s;
 const QString damaged = u"The archive is damaged: "_s;
 const QString unusual = u"The archive is packed in an unusual way: “second” cannot be unpacked."_s;
 
-ZipEntry file(const QByteArray &name) { return ZipEntry::file(name, "content of " + name); }
+QByteArray contentOf(const QByteArray &name) { return "content of " + name; }
+ZipEntry file(const QByteArray &name) { return ZipEntry::file(name, contentOf(name)); }
 
 ZipBuilder sound() { return { file("first"), file("second") }; }
-
-/// A sound archive whose second member is changed.
-ZipBuilder with(const Change &change)
-{
-    ZipBuilder builder = sound();
-    change(builder.entries.last());
-    return builder;
-}
-
-ZipEntry changed(ZipEntry entry, const Change &change)
-{
-    change(entry);
-    return entry;
-}
 
 /// The file with a second name, in Info-ZIP's Unicode path field.
 ZipEntry withUnicodeName(ZipEntry entry, const QByteArray &name)
@@ -78,11 +62,21 @@ struct Rows {
     }
     void archive(const QByteArray &what, const ZipBuilder &builder) const { bytes(what, builder.bytes()); }
     void entry(const QByteArray &what, const ZipEntry &entry) const { archive(what, { entry }); }
-    void second(const QByteArray &what, const Change &change) const { archive(what, with(change)); }
-    void whole(const QByteArray &what, const std::function<void(ZipBuilder &)> &change) const
+    /// The sound archive with another second member, which keeps its name and content unless it has others.
+    void second(const QByteArray &what, ZipEntry entry) const
+    {
+        if (entry.name.isEmpty())
+            entry.name = "second";
+        if (entry.content.isEmpty())
+            entry.content = contentOf(entry.name);
+        archive(what, { file("first"), entry });
+    }
+    /// The sound archive with one field changed.
+    template <typename Field, typename Value>
+    void whole(const QByteArray &what, Field ZipBuilder::*field, const Value &value) const
     {
         ZipBuilder builder = sound();
-        change(builder);
+        builder.*field = value;
         archive(what, builder);
     }
 };
@@ -96,8 +90,7 @@ class HostileArchivesTest final : public QObject {
 private Q_SLOTS:
     void archivesThatNoToolMakesAreRefused_data()
     {
-        QTest::addColumn<QByteArray>("archive");
-        QTest::addColumn<QString>("reason");
+        table<QByteArray, QString>("archive", "reason");
         addNames();
         addMembersThatCannotStandBesideEachOther();
         addLinks();
@@ -140,7 +133,6 @@ private Q_SLOTS:
         const QString problems = refuses(ZipBuilder { file("\x1b[31m\x07\nred\xff") }.bytes(), untrusted);
         for (const QChar character : problems.trimmed())
             QVERIFY(character.isPrint());
-        QCOMPARE(problems.count(u'\n'), 1);
     }
 
 private:
@@ -175,9 +167,7 @@ private:
         row("a long part", QByteArray(256, 'a'));
         row("a long name", QByteArray("abcdefghi/").repeated(103) + "evil");
         row("not UTF-8", "a\xff");
-        row("UTF-8 in too long a form",
-            "..\xc0\xaf"
-            "evil");
+        row("UTF-8 in too long a form", "..\xc0\xafpasswd");
         row("half a character", "a\xc3");
         row("a surrogate", "a\xed\xa0\x80");
         row("the parent to HFS+", "a/.\xe2\x80\x8d./evil");
@@ -195,18 +185,13 @@ private:
         files("in another letter case beyond ASCII", "\xc3\xa4", "\xc3\x84");
         files("in another normal form", "\xc3\xa4", "a\xcc\x88");
         files("letters that fold to one", "K", "\xe2\x84\xaa");
-        files("a letter that folds to two",
-              "stra\xc3\x9f"
-              "e",
-              "STRASSE");
+        files("a letter that folds to two", "straße", "STRASSE");
         files("in another letter case and normal form", "\xc3\x84", "a\xcc\x88");
         files("folders in another normal form", "\xc3\xa4/a", "a\xcc\x88/b");
         files("folders in another letter case", "Data/a", "data/b");
         files("below a file", "a", "a/b");
         files("a file where others lie", "a/b", "a");
-        files("with a character that HFS+ ignores", "Readme",
-              "Read\xe2\x80\x8c"
-              "me");
+        files("with a character that HFS+ ignores", "Readme", "Read\u200cme");
         files("with a byte order mark, which HFS+ ignores", "\xef\xbb\xbfReadme", "Readme");
         both.archive("a folder twice", { ZipEntry::folder("a/"), ZipEntry::folder("a/") });
         both.archive("a folder as a member and in a name", { ZipEntry::folder("Data/"), file("data/b") });
@@ -243,7 +228,11 @@ private:
         rows.archive("through another link",
                      { ZipEntry::link("deep/down/a", "../.."), ZipEntry::link("b", "deep/down/a/../x") });
         rows.archive("in a circle", { ZipEntry::link("a", "b"), ZipEntry::link("b", "a") });
-        rows.entry("packed", changed(ZipEntry::link("a", "../../../../../../../../../../etc"), pack));
+        rows.entry("packed",
+                   { .name = "a",
+                     .content = "../../../../../../../../../../etc",
+                     .method = ZipEntry::deflated,
+                     .mode = 0120777 });
         rows.entry("in pieces", linkInPieces("a", "abc", "/../../../../../etc/passwd"));
         rows.archive("where only some readers make it",
                      { withUnicodeName(ZipEntry::link("a", "../b"), "deep/a"), file("b") });
@@ -258,10 +247,8 @@ private:
     {
         const auto row = [](const char *what, quint32 mode) {
             for (const quint8 system : std::initializer_list<quint8> { 3, 0, 19 }) { // Unix, DOS, macOS
-                Rows { "a type, from system " + QByteArray::number(system), untrusted }.archive(
-                    what,
-                    { file("first"),
-                      { .name = "second", .content = "x", .mode = mode, .writersSystem = system } });
+                Rows { "a type, from system " + QByteArray::number(system), untrusted }.second(
+                    what, { .mode = mode, .writersSystem = system });
             }
         };
         row("a FIFO", 0010644);
@@ -279,133 +266,116 @@ private:
     static void addContradictions()
     {
         const Rows rows { "headers", untrusted };
-        rows.second("another name", [](ZipEntry &entry) { entry.localName = "evil"; });
-        rows.second("a name of another length", [](ZipEntry &entry) { entry.localName = "../evil"; });
-        rows.second("other flags", [](ZipEntry &entry) { entry.localFlags = 0; });
-        rows.second("another method", [](ZipEntry &entry) { entry.localMethod = ZipEntry::deflated; });
-        rows.second("another checksum", [](ZipEntry &entry) { entry.localCrc = 1; });
-        rows.second("another size", [](ZipEntry &entry) { entry.localSize = 1; });
-        rows.second("another packed size", [](ZipEntry &entry) { entry.localPackedSize = 1; });
-        rows.second("two sizes of what is not packed", [](ZipEntry &entry) { entry.size = 1; });
-        rows.second("no size in front and none behind", [](ZipEntry &entry) { entry.localSize = 0; });
+        rows.second("another name", { .localName = "evil" });
+        rows.second("a name of another length", { .localName = "../evil" });
+        rows.second("other flags", { .localFlags = 0 });
+        rows.second("another method", { .localMethod = ZipEntry::deflated });
+        rows.second("another checksum", { .localCrc = 1 });
+        rows.second("another size", { .localSize = 1 });
+        rows.second("another packed size", { .localPackedSize = 1 });
+        rows.second("two sizes of what is not packed", { .size = 1 });
+        rows.second("no size in front and none behind", { .localSize = 0 });
         rows.second("another name in the Unicode field in front of the data",
-                    [](ZipEntry &entry) { entry.localExtra = ZipBuilder::unicodeName(entry.name, "evil"); });
-        rows.second("a Unicode field for another name", [](ZipEntry &entry) {
-            entry.extra = entry.localExtra = ZipBuilder::unicodeName("another", "evil");
-        });
-        rows.second("a Unicode name that leads out",
-                    [](ZipEntry &entry) { entry = withUnicodeName(entry, "../evil"); });
-        const auto stored = [rows](const char *what, const QByteArray &name) {
-            rows.archive(what, { file("first"), withUnicodeName(file(name), "good.txt") });
+                    { .localExtra = ZipBuilder::unicodeName("second", "evil") });
+        const QByteArray unicode = ZipBuilder::unicodeName("another", "evil");
+        rows.second("a Unicode field for another name", { .extra = unicode, .localExtra = unicode });
+        const auto names = [rows](const char *what, const QByteArray &stored, const QByteArray &other) {
+            rows.second(what, withUnicodeName(file(stored), other));
         };
-        stored("a stored name that leads out", "../evil.txt");
-        stored("a stored name that is absolute", "/evil.txt");
-        stored("a stored name with a backslash", "..\\evil.txt");
-        stored("a stored name of a folder for a file", "evil/");
-        rows.second("a file that DOS takes for a folder",
-                    [](ZipEntry &entry) { entry.attributes = quint32(0100644) << 16 | 0x10; });
-        rows.second("a field twice", [](ZipEntry &entry) {
-            entry.extra = ZipBuilder::field(1, ZipBuilder::u64(1)) + ZipBuilder::field(1, ZipBuilder::u64(2));
-        });
-        rows.second("an empty file with a checksum", [](ZipEntry &entry) {
-            entry.content.clear();
-            entry.crc = 1;
-        });
+        names("a Unicode name that leads out", "second", "../evil");
+        names("a stored name that leads out", "../evil.txt", "good.txt");
+        names("a stored name that is absolute", "/evil.txt", "good.txt");
+        names("a stored name with a backslash", "..\\evil.txt", "good.txt");
+        names("a stored name of a folder for a file", "evil/", "good.txt");
+        rows.second("a file that DOS takes for a folder", { .attributes = quint32(0100644) << 16 | 0x10 });
+        const auto sizes = [](quint64 size) { return ZipBuilder::field(1, ZipBuilder::u64(size)); };
+        rows.second("a field twice", { .extra = sizes(1) + sizes(2) });
+        rows.archive("an empty file with a checksum", { file("first"), { .name = "second", .crc = 1 } });
     }
 
     static void addHiddenBytes()
     {
         const Rows rows { "hidden bytes and overlaps" };
-        rows.second("between two members", [](ZipEntry &entry) { entry.before = "hidden"; });
-        rows.second("behind a member", [](ZipEntry &entry) { entry.after = "hidden"; });
-        rows.second("behind a member, as long as sizes would be",
-                    [](ZipEntry &entry) { entry.after = QByteArray(16, 'x'); });
-        rows.second("sizes that follow and are others", [](ZipEntry &entry) {
-            entry.flags |= 8;
-            entry.after = ZipBuilder::descriptor("other content", entry.content.size());
-        });
-        rows.second("sizes that follow with more behind them", [](ZipEntry &entry) {
-            entry.flags |= 8;
-            entry.after = ZipBuilder::descriptor(entry.content, entry.content.size()) + "x";
-        });
-        rows.second("sizes that should follow and do not", [](ZipEntry &entry) { entry.flags |= 8; });
-        rows.second("a member on top of the first", [](ZipEntry &entry) { entry.offset = 0; });
-        rows.second("a member inside the first", [](ZipEntry &entry) { entry.offset = 4; });
-        rows.second("a member that reaches into what follows", [](ZipEntry &entry) {
-            entry.size = entry.packedSize = static_cast<quint32>(entry.content.size()) + 40;
-        });
-        rows.second("a member that ends early", [](ZipEntry &entry) { entry.size = entry.packedSize = 1; });
-        rows.second("a member behind the end", [](ZipEntry &entry) { entry.offset = 0x7fffffff; });
-        rows.second("a member on another disk", [](ZipEntry &entry) { entry.disk = 1; });
-        rows.second("an extra field that is cut off",
-                    [](ZipEntry &entry) { entry.extra = QByteArray("\1\0\xff\0", 4); });
-        rows.second("a large size that is missing", [](ZipEntry &entry) { entry.size = 0xffffffff; });
+        rows.second("between two members", { .before = "hidden" });
+        rows.second("behind a member", { .after = "hidden" });
+        rows.second("behind a member, as long as sizes would be", { .after = QByteArray(16, 'x') });
+        const QByteArray content = contentOf("second");
+        const auto follow = [rows](const char *what, const QByteArray &after) {
+            rows.second(what, { .flags = 1 << 11 | 1 << 3, .after = after });
+        };
+        follow("sizes that follow and are others", ZipBuilder::descriptor("other content", content.size()));
+        follow("sizes that follow with more behind them",
+               ZipBuilder::descriptor(content, content.size()) + "x");
+        follow("sizes that should follow and do not", {});
+        rows.second("a member on top of the first", { .offset = 0 });
+        rows.second("a member inside the first", { .offset = 4 });
+        rows.second("a member behind the end", { .offset = 0x7fffffff });
+        const auto both = [rows](const char *what, quint32 size) {
+            rows.second(what, { .size = size, .packedSize = size });
+        };
+        both("a member that reaches into what follows", static_cast<quint32>(content.size()) + 40);
+        both("a member that ends early", 1);
+        rows.second("a member on another disk", { .disk = 1 });
+        rows.second("an extra field that is cut off", { .extra = QByteArray("\1\0\xff\0", 4) });
+        rows.second("a large size that is missing", { .size = 0xffffffff });
 
         const QByteArray end = ZipBuilder().bytes();
         const QByteArray other = ZipBuilder { file("evil") }.bytes();
         const auto inFront = [rows](const char *what, const QByteArray &bytes) {
-            rows.whole(what, [bytes](ZipBuilder &builder) { builder.entries.first().before = bytes; });
+            ZipEntry first = file("first");
+            first.before = bytes;
+            rows.archive(what, { first, file("second") });
         };
         inFront("in front of everything", "#!/bin/sh\n");
         inFront("an end in front of everything", end);
         inFront("another archive in front", other);
-        const auto bytes = [rows](const char *what, QByteArray ZipBuilder::*place, const QByteArray &hidden) {
-            rows.whole(what, [place, hidden](ZipBuilder &builder) { builder.*place = hidden; });
-        };
-        bytes("in front of the directory", &ZipBuilder::beforeDirectory, "hidden");
-        bytes("a member that is not listed", &ZipBuilder::beforeDirectory, QByteArray("PK\3\4", 4));
-        bytes("behind the directory", &ZipBuilder::afterDirectory, "hidden");
-        bytes("an end behind the directory", &ZipBuilder::afterDirectory, end);
-        bytes("behind the end", &ZipBuilder::afterEnd, "hidden");
-        bytes("another archive behind", &ZipBuilder::afterEnd, other);
-        bytes("an end in the comment", &ZipBuilder::comment, end);
-        bytes("an end in the comment that does not reach the end", &ZipBuilder::comment, end + "x");
-        bytes("another archive in the comment", &ZipBuilder::comment, other);
+        rows.whole("in front of the directory", &ZipBuilder::beforeDirectory, "hidden");
+        rows.whole("a member that is not listed", &ZipBuilder::beforeDirectory, QByteArray("PK\3\4", 4));
+        rows.whole("behind the directory", &ZipBuilder::afterDirectory, "hidden");
+        rows.whole("an end behind the directory", &ZipBuilder::afterDirectory, end);
+        rows.whole("behind the end", &ZipBuilder::afterEnd, "hidden");
+        rows.whole("another archive behind", &ZipBuilder::afterEnd, other);
+        rows.whole("an end in the comment", &ZipBuilder::comment, end);
+        rows.whole("an end in the comment that does not reach the end", &ZipBuilder::comment, end + "x");
+        rows.whole("another archive in the comment", &ZipBuilder::comment, other);
 
-        rows.whole("one member fewer than there are", [](ZipBuilder &builder) { builder.count = 1; });
-        rows.whole("one member more than there are", [](ZipBuilder &builder) { builder.count = 3; });
-        rows.whole("two counts", [](ZipBuilder &builder) { builder.countOnDisk = 1; });
-        rows.whole("a directory elsewhere", [](ZipBuilder &builder) { builder.directoryOffset = 0; });
-        rows.whole("a directory far away", [](ZipBuilder &builder) { builder.directoryOffset = 0x7fffffff; });
-        rows.whole("a shorter directory", [](ZipBuilder &builder) { builder.directorySize = 10; });
-        rows.whole("a longer directory", [](ZipBuilder &builder) { builder.directorySize = 0x7fffffff; });
-        rows.whole("a comment that is longer than the file",
-                   [](ZipBuilder &builder) { builder.commentSize = 9; });
-        rows.whole("several disks", [](ZipBuilder &builder) { builder.disk = 1; });
+        rows.whole("one member fewer than there are", &ZipBuilder::count, 1);
+        rows.whole("one member more than there are", &ZipBuilder::count, 3);
+        rows.whole("two counts", &ZipBuilder::countOnDisk, 1);
+        rows.whole("a directory elsewhere", &ZipBuilder::directoryOffset, 0);
+        rows.whole("a directory far away", &ZipBuilder::directoryOffset, 0x7fffffff);
+        rows.whole("a shorter directory", &ZipBuilder::directorySize, 10);
+        rows.whole("a longer directory", &ZipBuilder::directorySize, 0x7fffffff);
+        rows.whole("a comment that is longer than the file", &ZipBuilder::commentSize, 9);
+        rows.whole("several disks", &ZipBuilder::disk, quint16(1));
 
-        using Field = std::optional<quint64> ZipBuilder::*;
-        const auto large = [rows](const char *what, Field field, quint64 value) {
-            rows.whole(what, [field, value](ZipBuilder &builder) {
-                builder.isLarge = true;
-                builder.*field = value;
-            });
+        const auto large = [rows](const char *what, auto field, auto value) {
+            ZipBuilder builder = sound();
+            builder.isLarge = true;
+            builder.*field = value;
+            rows.archive(what, builder);
         };
         large("another count in the large end", &ZipBuilder::largeCount, 1);
         large("a huge count", &ZipBuilder::largeCount, ~0ULL);
         large("a large end elsewhere", &ZipBuilder::largePosition, 0);
         large("a large end beyond everything", &ZipBuilder::largePosition, ~0ULL);
         large("a large directory beyond everything", &ZipBuilder::largeDirectoryOffset, ~0ULL);
-        rows.whole("ends that contradict each other", [](ZipBuilder &builder) {
-            builder.isLarge = true;
-            builder.count = 1;
-        });
+        large("ends that contradict each other", &ZipBuilder::count, 1);
     }
 
     static void addFeatures()
     {
         const auto flags = [](const char *what, const QString &reason, quint16 value) {
-            Rows { "flags", reason }.second(what, [value](ZipEntry &entry) { entry.flags = value; });
+            Rows { "flags", reason }.second(what, { .flags = value });
         };
         const QString encrypted = u"The archive is encrypted: “second” cannot be read without a password."_s;
         flags("encrypted in the old way", encrypted, 1);
         flags("encrypted in the strong way", encrypted, 1 | 1 << 6);
         flags("an encrypted directory", encrypted, 1 << 13);
         flags("an unknown one", unusual, 1 << 5);
-        for (const int method : { 1, 6, 9, 12, 14, 20, 93, 95, 98, 99, 65535 }) {
-            Rows { "a method", unusual }.second(QByteArray::number(method), [method](ZipEntry &entry) {
-                entry.method = static_cast<quint16>(method);
-            });
-        }
+        for (const quint16 method :
+             std::initializer_list<quint16> { 1, 6, 9, 12, 14, 20, 93, 95, 98, 99, 65535 })
+            Rows { "a method", unusual }.second(QByteArray::number(method), { .method = method });
     }
 
     static void addWhatIsNoArchive()
@@ -421,18 +391,18 @@ private:
 
     static void addGrowth()
     {
+        const QByteArray zeros(64 * 1024 * 1024, '\0');
         Rows { "a bomb", untrusted + u"it would grow beyond all measure."_s }.entry(
-            "in full", changed(ZipEntry::file("bomb", QByteArray(64 * 1024 * 1024, '\0')), pack));
+            "in full", { .name = "bomb", .content = zeros, .method = ZipEntry::deflated });
+        const QByteArray size = ZipBuilder::u64(9'000'000'000);
         Rows { "a bomb", u"The archive holds more than can be unpacked."_s }.second(
-            "by its headers", [](ZipEntry &entry) {
-                pack(entry);
-                entry.size = entry.localSize = 0xffffffff;
-                entry.extra = ZipBuilder::field(1, ZipBuilder::u64(9'000'000'000));
-                entry.localExtra = ZipBuilder::field(1, ZipBuilder::u64(9'000'000'000) + ZipBuilder::u64(0));
-            });
+            "by its headers",
+            { .method = ZipEntry::deflated,
+              .size = 0xffffffff,
+              .localSize = 0xffffffff,
+              .extra = ZipBuilder::field(1, size),
+              .localExtra = ZipBuilder::field(1, size + ZipBuilder::u64(0)) });
     }
-
-    static void pack(ZipEntry &entry) { entry.method = ZipEntry::deflated; }
 
     /// Checks that the archive is refused with one line that contains `reason`, and that nothing was written
     /// anywhere. Returns the line.
@@ -444,13 +414,11 @@ private:
         const Unpacked result = Unpacker::run(unpacker.unpacking());
         [&] {
             QCOMPARE(result.status, 1);
+            QCOMPARE(result.output, QString());
             QVERIFY2(result.problems.contains(reason), qPrintable(result.problems));
             QVERIFY2(result.problems.endsWith(u".\n"_s), qPrintable(result.problems));
             QCOMPARE(result.problems.count(u'\n'), 1);
-            QCOMPARE(result.output, QString());
-            QCOMPARE(
-                unpacker.everything(),
-                (QStringList { u"a"_s, u"a/b"_s, u"a/b/c"_s, u"a/b/c/archive.zip"_s, u"a/b/c/folder"_s }));
+            QCOMPARE(unpacker.home().tree().join(u' '), u"a a/b a/b/c a/b/c/archive.zip a/b/c/folder"_s);
         }();
         return result.problems;
     }
