@@ -86,6 +86,18 @@ public:
         return at < 0 ? 0 : text.mid(at + name.size()).trimmed().split(' ').first().toLongLong() * 1024;
     }
 
+    /// What the system reports about a process's memory under `name`, in bytes: "VmHWM:" is the peak since
+    /// its execve(). 0 if the system does not report it.
+    static qint64 memory(const QByteArray &name, const QString &process = QStringLiteral("self"))
+    {
+        QFile status(QStringLiteral("/proc/%1/status").arg(process));
+        if (!status.open(QIODevice::ReadOnly))
+            return 0;
+        const QByteArray text = status.readAll();
+        const qsizetype at = text.indexOf(name);
+        return at < 0 ? 0 : text.mid(at + name.size()).trimmed().split(' ').first().toLongLong() * 1024;
+    }
+
     /// False under sanitizers: they delay freeing memory and slow everything down, which distorts both.
     static constexpr bool isMeasurable()
     {

@@ -1,7 +1,10 @@
 #include "ArchiveCheck.h"
 #include "DeflateStream.h"
 #include "Strain.h"
+#include "Table.h"
 #include "Unpacker.h"
+
+#include <QTemporaryFile>
 
 #ifdef __linux__
 #include <seccomp.h>
@@ -30,30 +33,24 @@ struct Run {
 
 using Prepare = std::function<void()>;
 
-/// Peak memory of the process since its execve(), in bytes; 0 if unknown. The peak that wait4() reports also
-/// covers the time before: as much as the test itself uses.
-qint64 peakMemoryOf(pid_t process)
+/// Runs the program, and calls `prepare` in the child before execve().
+Run run(const QStringList &arguments, const Prepare &prepare)
 {
-    const QByteArray text = Unpacker::contentOf(u"/proc/%1/status"_s.arg(process));
-    const QByteArray name = "VmHWM:";
-    return text.mid(text.indexOf(name) + name.size()).trimmed().split(' ').first().toLongLong() * 1024;
-}
-
-/// Runs the program with its standard error going to `file`; calls `prepare` in the child before execve().
-Run run(const QStringList &arguments, const QString &file, const Prepare &prepare)
-{
-    QList<QByteArray> words { Unpacker::program().toLocal8Bit() };
+    QTemporaryFile problems;
+    if (!problems.open())
+        qFatal("There is no place for what the program prints.");
+    const QByteArray path = QFile::encodeName(problems.fileName());
+    QByteArrayList words { Unpacker::program().toLocal8Bit() };
     for (const QString &argument : arguments)
         words.append(argument.toLocal8Bit());
     std::vector<char *> pointers;
     for (QByteArray &word : words)
         pointers.push_back(word.data());
     pointers.push_back(nullptr);
-    const QByteArray path = file.toLocal8Bit();
 
     const pid_t child = ::fork();
     if (child == 0) {
-        ::dup2(::open(path.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600), STDERR_FILENO);
+        ::dup2(::open(path.constData(), O_WRONLY | O_CLOEXEC), STDERR_FILENO);
 #ifdef __linux__
         ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
 #endif
@@ -74,7 +71,8 @@ Run run(const QStringList &arguments, const QString &file, const Prepare &prepar
     while (::waitpid(child, &result.status, 0) == child && WIFSTOPPED(result.status)
            && result.status >> 8 != (SIGTRAP | PTRACE_EVENT_EXIT << 8))
         ::ptrace(PTRACE_CONT, child, nullptr, WSTOPSIG(result.status));
-    result.peakMemory = peakMemoryOf(child);
+    // wait4() reports a peak that covers the time before execve(), too: as much as the test itself uses.
+    result.peakMemory = Strain::memory("VmHWM:", QString::number(child));
     ::ptrace(PTRACE_CONT, child, nullptr, nullptr);
 #endif
     rusage usage = {};
@@ -83,7 +81,7 @@ Run run(const QStringList &arguments, const QString &file, const Prepare &prepar
         return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
     };
     result.processorSeconds = seconds(usage.ru_utime) + seconds(usage.ru_stime);
-    result.problems = QString::fromUtf8(Unpacker::contentOf(file));
+    result.problems = QString::fromUtf8(problems.readAll());
     return result;
 }
 
@@ -176,15 +174,13 @@ class UnpackLimitsTest final : public QObject {
 
 private Q_SLOTS:
     void init() { m_unpacker.emplace(); }
-    void cleanup() { m_unpacker.reset(); }
 
     void memoryGrowsWithTheNumberOfMembersOnly_data()
     {
-        QTest::addColumn<int>("members");
-        QTest::addColumn<Make>("make");
+        const auto archive = table<int, Make>("members", "make");
         using Number = const QByteArray &;
-        const auto row = [](const char *name, int count, const std::function<ZipEntry(Number)> &make) {
-            QTest::newRow(name) << count << numbered(count, make);
+        const auto row = [archive](const char *name, int count, const std::function<ZipEntry(Number)> &make) {
+            archive(name, count, numbered(count, make));
         };
         row("one", 1, file);
         row("as many as there may be", 199'000, file);
@@ -200,7 +196,7 @@ private Q_SLOTS:
             const QByteArray other = ZipBuilder::unicodeName(number, "u" + number);
             return ZipEntry { .name = number, .content = "x", .extra = other, .localExtra = other };
         });
-        QTest::newRow("that grows as far as it may") << 2 << Make(growing);
+        archive("that grows as far as it may", 2, growing);
     }
 
     void memoryGrowsWithTheNumberOfMembersOnly()
@@ -216,20 +212,19 @@ private Q_SLOTS:
 
     void anArchiveOfAMegabyteIsJudgedWithinASecond_data()
     {
-        QTest::addColumn<Make>("make");
-        const auto row = [](const char *name, const Make &make) { QTest::newRow(name) << make; };
+        const auto row = table<Make>("make");
         row("links along long ways", linksAlongLongWays);
         row("blocks that hold nothing", ofBlocks(200'000, stored));
         row("blocks that hold nothing but their codes", ofBlocks(90'000, dynamic));
         row("blocks that hold nothing, of a link", ofBlocks(90'000, dynamic, 0120777));
         row("as much growth as there may be", growing);
-        row("many members",
-            numbered(9'000, [](const QByteArray &number) { return ZipEntry::file(number, {}); }));
-        row("names of many parts", numbered(380, [](const QByteArray &number) {
-                return ZipEntry::file(number + QByteArray("/a").repeated(509), {});
+        const auto empty = [](const QByteArray &name) { return ZipEntry::file(name, {}); };
+        row("many members", numbered(9'000, empty));
+        row("names of many parts", numbered(380, [empty](const QByteArray &number) {
+                return empty(number + QByteArray("/a").repeated(509));
             }));
-        row("names of rare letters", numbered(450, [](const QByteArray &number) {
-                return ZipEntry::file(number + QByteArray("/\xe1\xbe\x82\xef\xad\x8f").repeated(140), {});
+        row("names of rare letters", numbered(450, [empty](const QByteArray &number) {
+                return empty(number + QByteArray("/\xe1\xbe\x82\xef\xad\x8f").repeated(140));
             }));
     }
 
@@ -246,10 +241,10 @@ private Q_SLOTS:
 
     void aFileThatGrowsBeyondTheSystemsLimitIsAProblem()
     {
-        const Run unpacked
-            = unpack({ file("game/first"), ZipEntry::file("game/a", QByteArray(2 * megabyte, 'x')) },
-                     [] { limit(RLIMIT_FSIZE, megabyte); });
-        QCOMPARE(unpacked.problems, u"“game/a” could not be written: File too large.\n"_s);
+        QCOMPARE(
+            problemsUnpacking({ file("game/first"), ZipEntry::file("game/a", QByteArray(2 * megabyte, 'x')) },
+                              [] { limit(RLIMIT_FSIZE, megabyte); }),
+            u"“game/a” could not be written: File too large.\n"_s);
         QVERIFY(m_unpacker->leftNothing());
     }
 
@@ -260,8 +255,8 @@ private Q_SLOTS:
 #else
         if (programsTakeMoreHere())
             QSKIP("A sanitizer writes into pipes of its own.");
-        const Run unpacked = unpack({ file("game/a") }, letWritesTakeNothing);
-        QCOMPARE(unpacked.problems, u"“game/a” could not be written: the disk took nothing of it.\n"_s);
+        QCOMPARE(problemsUnpacking({ file("game/a") }, letWritesTakeNothing),
+                 u"“game/a” could not be written: the disk took nothing of it.\n"_s);
         QVERIFY(m_unpacker->leftNothing());
 #endif
     }
@@ -288,13 +283,11 @@ private Q_SLOTS:
     {
         if (programsTakeMoreHere())
             QSKIP("A sanitizer opens pipes of its own.");
-        const QString kept = m_unpacker->home().write(u"folder/kept"_s, "before");
+        m_unpacker->home().write(u"folder/kept"_s, "before");
         // Enough for the standard streams, the archive and the folder, but not for listing it.
-        const Run unpacked = unpack({ file("game/a") }, [] { limit(RLIMIT_NOFILE, 5); });
-        QCOMPARE(unpacked.problems,
+        QCOMPARE(problemsUnpacking({ file("game/a") }, [] { limit(RLIMIT_NOFILE, 5); }),
                  u"“%1” could not be listed: Too many open files.\n"_s.arg(m_unpacker->folder()));
-        QVERIFY(QFileInfo::exists(kept));
-        QVERIFY(!QFileInfo::exists(m_unpacker->unpacked(u"game"_s)));
+        QCOMPARE(m_unpacker->home().list(u"folder"_s), QStringList(u"kept"_s));
     }
 
     void anArchiveThatIsShortenedWhileItIsReadIsAProblem()
@@ -311,7 +304,7 @@ private Q_SLOTS:
             } catch (const UnpackError &error) {
                 problem = error.what();
             }
-            QCOMPARE(problem, std::string("The archive is damaged: it has become shorter."));
+            QCOMPARE(problem, "The archive is damaged: it has become shorter.");
         }
     }
 
@@ -322,18 +315,16 @@ private:
         const QByteArray &archive, const Prepare &prepare = [] {}) const
     {
         m_unpacker->write(archive);
-        return run(m_unpacker->checking(), problems(), prepare);
+        return run(m_unpacker->checking(), prepare);
     }
 
-    Run unpack(const ZipBuilder &archive, const Prepare &prepare) const
+    QString problemsUnpacking(const ZipBuilder &archive, const Prepare &prepare) const
     {
         m_unpacker->write(archive.bytes());
-        const Run unpacked = run(m_unpacker->unpacking(), problems(), prepare);
+        const Run unpacked = run(m_unpacker->unpacking(), prepare);
         [&] { QVERIFY(WIFEXITED(unpacked.status)); }();
-        return unpacked;
+        return unpacked.problems;
     }
-
-    QString problems() const { return m_unpacker->home().filePath(u"problems"_s); }
 
     std::optional<Unpacker> m_unpacker;
 };
