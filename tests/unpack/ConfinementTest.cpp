@@ -1,6 +1,7 @@
 #include "Confinement.h"
 
 #include "ConfinementAttempts.h"
+#include "Table.h"
 #include "TestHome.h"
 
 #include <QCoreApplication>
@@ -80,22 +81,21 @@ private Q_SLOTS:
         m_home->write(u"archive"_s, "content");
         m_home->write(u"destination/own"_s, "of the destination");
         QVERIFY(QDir().mkdir(m_home->filePath(u"empty"_s)));
-        QVERIFY(QFile::link(u".."_s, m_home->filePath(u"destination/out"_s)));
+        m_home->link(u"destination/out"_s, u".."_s);
     }
-    void cleanup() { m_home.reset(); }
 
     void whatUnpackingDoesNotNeedIsRefused_data()
     {
-        QTest::addColumn<int>("by");
+        const auto row = table<Attempts::RefusedBy>("by");
         for (const Attempts::Attempt &attempt : Attempts::all) {
             if (attempt.refusedBy < Attempts::Needed)
-                QTest::newRow(attempt.what) << int(attempt.refusedBy);
+                row(attempt.what, attempt.refusedBy);
         }
     }
 
     void whatUnpackingDoesNotNeedIsRefused()
     {
-        QFETCH(int, by);
+        QFETCH(Attempts::RefusedBy, by);
         const QString what = QString::fromLatin1(QTest::currentDataTag());
         if (!hasLandlock() && by == Attempts::Files)
             QSKIP("This kernel has no Landlock.");
@@ -112,8 +112,7 @@ private Q_SLOTS:
 
     void whatUnpackingNeedsWorks_data()
     {
-        QTest::addColumn<QString>("what");
-        QTest::addColumn<QString>("with");
+        table<QString, QString>("what", "with");
         for (const char *with : { "all", "files", "calls", "neither" }) {
             for (const Attempts::Attempt &attempt : Attempts::all) {
                 if (attempt.refusedBy == Attempts::Needed)
@@ -134,13 +133,11 @@ private Q_SLOTS:
 
     void whatTheKernelLacksLeavesTheRestInForce_data()
     {
-        QTest::addColumn<QString>("with");
-        QTest::addColumn<bool>("files");
-        QTest::addColumn<bool>("calls");
-        QTest::newRow("nothing is missing") << u"all"_s << true << true;
-        QTest::newRow("no seccomp") << u"files"_s << true << false;
-        QTest::newRow("no Landlock") << u"calls"_s << false << true;
-        QTest::newRow("neither") << u"neither"_s << false << false;
+        const auto row = table<QString, bool, bool>("with", "files", "calls");
+        row("nothing is missing", u"all"_s, true, true);
+        row("no seccomp", u"files"_s, true, false);
+        row("no Landlock", u"calls"_s, false, true);
+        row("neither", u"neither"_s, false, false);
     }
 
     void whatTheKernelLacksLeavesTheRestInForce()
@@ -163,28 +160,23 @@ private Q_SLOTS:
         start(process, u"wait"_s, u"all"_s);
         QVERIFY(process.waitForReadyRead());
         const QString folder = u"/proc/%1/"_s.arg(process.processId());
-        const QByteArray status = contentOf(folder + u"status"_s);
+        const QByteArray status = m_home->read(folder + u"status"_s);
         QVERIFY(status.contains("NoNewPrivs:\t1\n"));
         QVERIFY(status.contains("Seccomp:\t2\n"));
-        QVERIFY(contentOf(folder + u"limits"_s).simplified().contains("core file size 0 0 "));
+        QVERIFY(m_home->read(folder + u"limits"_s).simplified().contains("core file size 0 0 "));
         process.closeWriteChannel();
         QVERIFY(process.waitForFinished());
         QCOMPARE(process.exitCode(), done);
     }
 
-    void aCrashSaysWhy_data()
-    {
-        QTest::addColumn<QByteArray>("message");
-        QTest::newRow("abort") << QByteArray("It aborts.");
-        QTest::newRow("let an exception go") << QByteArray("nobody catches it");
-    }
-
     void aCrashSaysWhy()
     {
-        QFETCH(QByteArray, message);
-        const Result result = attempt(QString::fromLatin1(QTest::currentDataTag()), u"all"_s);
-        QCOMPARE(result.status, -SIGABRT);
-        QVERIFY2(result.problems.contains(message), result.problems.constData());
+        const Result aborted = attempt(u"abort"_s, u"all"_s);
+        const Result thrown = attempt(u"let an exception go"_s, u"all"_s);
+        QCOMPARE(aborted.status, -SIGABRT);
+        QCOMPARE(thrown.status, -SIGABRT);
+        QVERIFY2(aborted.problems.contains("It aborts."), aborted.problems.constData());
+        QVERIFY2(thrown.problems.contains("nobody catches it"), thrown.problems.constData());
     }
 
     /// There, the numbers that the filter allows mean other calls.
@@ -203,12 +195,6 @@ private:
         QByteArray problems;
     };
 
-    static QByteArray contentOf(const QString &path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
-
     void start(QProcess &process, const QString &what, const QString &with) const
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -223,12 +209,9 @@ private:
         start(process, what, with);
         if (!process.waitForFinished())
             qFatal("The program did not end: %s", qPrintable(process.errorString()));
-        Result result;
-        result.status
-            = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -process.exitCode();
-        result.means = process.readAllStandardOutput();
-        result.problems = process.readAllStandardError();
-        return result;
+        const bool hasExited = process.exitStatus() == QProcess::NormalExit;
+        return { hasExited ? process.exitCode() : -process.exitCode(), process.readAllStandardOutput(),
+                 process.readAllStandardError() };
     }
 
     static bool hasLandlock()
