@@ -4,7 +4,6 @@
 #include "ZipBuilder.h"
 
 #include <QCoreApplication>
-#include <QDirIterator>
 #include <QProcess>
 
 /// What the unpack program printed, and its exit status; -1 if a signal ended it.
@@ -80,32 +79,9 @@ public:
 
     QString unpacked(const QString &name) const { return folder() + QLatin1Char('/') + name; }
 
-    /// The content of a file; empty if there is none.
-    static QByteArray contentOf(const QString &path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
-    QByteArray content(const QString &name) const { return contentOf(unpacked(name)); }
-
-    /// The path of everything in the home, relative to it and sorted.
-    QStringList everything() const
-    {
-        QStringList names;
-        QDirIterator entries(m_home.path(),
-                             QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                             QDirIterator::Subdirectories);
-        while (entries.hasNext())
-            names.append(QDir(m_home.path()).relativeFilePath(entries.next()));
-        names.sort();
-        return names;
-    }
-
+    QByteArray content(const QString &name) const { return m_home.read(unpacked(name)); }
     /// Whether unpacking left nothing in the folder.
-    bool leftNothing() const
-    {
-        return QDir(folder()).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
-    }
+    bool leftNothing() const { return m_home.list(folder()).isEmpty(); }
 
 private:
     TestHome m_home;
