@@ -3,13 +3,13 @@
 #include "ChildEnvironment.h"
 #include "Children.h"
 #include "Pipe.h"
-#include "Table.h"
 
 #include <QTest>
 
 #include <csignal>
 #include <memory>
 
+using namespace Children;
 using namespace Qt::StringLiterals;
 
 class ChildProcessTest final : public QObject {
@@ -25,17 +25,17 @@ private Q_SLOTS:
 
     void anEndedChildKeepsItsPidUntilItsOwnerDestroysIt()
     {
-        QCOMPARE(launch(u"/bin/sh"_s, { u"-c"_s, u"exit 3"_s }), 0);
+        QCOMPARE(launch(shellProgram, script(u"exit 3"_s)), 0);
         QCOMPARE(m_child->waitForEnd().status, 3);
-        QVERIFY(!Children::noneLeft());
+        QVERIFY(!noneLeft());
         m_child.reset();
-        QVERIFY(Children::noneLeft());
+        QVERIFY(noneLeft());
     }
 
     void aRequestToEndBeforeTheLaunchOrAfterTheEndDoesNothing()
     {
         m_child->terminate();
-        QCOMPARE(launch(u"/bin/true"_s), 0);
+        QCOMPARE(launch(trueProgram), 0);
         QCOMPARE(m_child->waitForEnd().status, 0);
         m_child->terminate();
         QCOMPARE(m_child->waitForEnd().status, 0);
@@ -43,10 +43,10 @@ private Q_SLOTS:
 
     void aChildThatCannotStartLeavesNothing()
     {
-        QCOMPARE(launch(u"/no/such/program"_s), ENOENT);
+        QCOMPARE(launch(missingProgram), ENOENT);
         m_child->terminate();
         m_child.reset();
-        QVERIFY(Children::noneLeft());
+        QVERIFY(noneLeft());
     }
 
     void aChildThatSomebodyElseReapedHasAnUnknownStatus()
@@ -57,36 +57,29 @@ private Q_SLOTS:
         const qint32 status = m_child->waitForEnd().status;
         std::signal(SIGCHLD, before);
         QCOMPARE(status, 255);
-        QVERIFY(Children::noneLeft());
+        QVERIFY(noneLeft());
         m_child->terminate(); // must do nothing: the pid may already be another process's
-    }
-
-    void aPipeNeverTakesThePlaceOfAStandardStream_data()
-    {
-        const auto row = table<int>("firstClosed");
-        row("all are closed", 0);
-        row("only standard input is open", 1);
-        row("only standard error is closed", 2);
     }
 
     void aPipeNeverTakesThePlaceOfAStandardStream()
     {
-        QFETCH(int, firstClosed);
-        Pipe pipe;
-        int error = 0;
-        bool areFree = true;
-        {
-            const Children::WithoutStandardStreams closed(firstClosed);
-            error = pipe.open();
-            for (int stream = firstClosed; stream < 3; ++stream)
-                areFree = areFree && ::fcntl(stream, F_GETFD) < 0;
-        }
-        QCOMPARE(error, 0);
-        QVERIFY(areFree);
-        for (const FileDescriptor *end : { &pipe.readEnd, &pipe.writeEnd }) {
-            QVERIFY(end->get() > 2);
-            QVERIFY((::fcntl(end->get(), F_GETFD) & FD_CLOEXEC) != 0);
-            QCOMPARE((::fcntl(end->get(), F_GETFL) & O_NONBLOCK) != 0, end == &pipe.readEnd);
+        for (const int firstClosed : { STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO }) {
+            Pipe pipe;
+            int error = 0;
+            bool areFree = true;
+            {
+                const WithoutStandardStreams closed(firstClosed);
+                error = pipe.open();
+                for (int stream = firstClosed; stream < 3; ++stream)
+                    areFree = areFree && ::fcntl(stream, F_GETFD) < 0;
+            }
+            QCOMPARE(error, 0);
+            QVERIFY(areFree);
+            for (const FileDescriptor *end : { &pipe.readEnd, &pipe.writeEnd }) {
+                QVERIFY(end->get() > 2);
+                QVERIFY((::fcntl(end->get(), F_GETFD) & FD_CLOEXEC) != 0);
+                QCOMPARE((::fcntl(end->get(), F_GETFL) & O_NONBLOCK) != 0, end == &pipe.readEnd);
+            }
         }
     }
 

@@ -5,6 +5,7 @@
 
 #include <QCoreApplication>
 #include <QEventLoop>
+#include <QTest>
 #include <QTimer>
 
 #include <fcntl.h>
@@ -23,6 +24,8 @@ namespace Children {
 using namespace Qt::StringLiterals;
 
 inline const QString shellProgram = u"/bin/sh"_s;
+inline const QString trueProgram = u"/bin/true"_s;
+inline const QString missingProgram = u"/no/such/program"_s;
 
 /// Scripts that print a line once they run. The first then runs until SIGTERM, the second until SIGKILL.
 inline const QString endless = u"echo ready; exec sleep 1000"_s;
@@ -34,55 +37,50 @@ inline QStringList script(const QString &text, const QString &parameter = u"sh"_
     return { u"-c"_s, text, parameter };
 }
 
-/// Collects lines. Thread-safe.
-class Lines final {
-public:
-    void add(const QString &line)
-    {
-        const std::lock_guard lock(m_lock);
-        m_lines.append(line);
-    }
-
-    QStringList all() const
-    {
-        const std::lock_guard lock(m_lock);
-        return m_lines;
-    }
-
-private:
-    mutable std::mutex m_lock;
-    QStringList m_lines;
-};
+/// Runs the event loop until `task` has ended and returns its result. Not Tasks::finish: it sleeps between
+/// two turns, which would hold up a flood.
+inline qint32 finish(QCoro::Task<qint32> task)
+{
+    QEventLoop loop;
+    std::optional<qint32> status;
+    const auto waiting
+        = [](QCoro::Task<qint32> run, QEventLoop *toQuit, std::optional<qint32> *into) -> QCoro::Task<> {
+        *into = co_await run;
+        toQuit->quit();
+    };
+    const auto waitingForIt = waiting(std::move(task), &loop, &status);
+    QTimer::singleShot(std::chrono::seconds(20), &loop, [] { qFatal("A run did not end."); });
+    if (!status)
+        loop.exec();
+    return *status;
+}
 
 /// A run that has begun. It may outlive this object.
 struct Child {
     explicit Child(const QString &program, const QStringList &arguments = {},
                    std::shared_ptr<ProcessController> runner = ProcessController::create())
         : controller(std::move(runner))
-        , task(controller->run(program, arguments, [to = kept](const QString &line) { to->add(line); }))
+        , task(controller->run(program, arguments, [to = kept](const QString &line) {
+            const std::lock_guard lock(to->lock);
+            to->lines.append(line);
+        }))
     {
     }
 
-    QStringList lines() const { return kept->all(); }
-
-    /// Waits until the run is over and returns its result. Not Tasks::finish: it sleeps between two turns.
-    qint32 status()
+    QStringList lines() const
     {
-        QEventLoop loop;
-        std::optional<qint32> status;
-        const auto waiting
-            = [](QCoro::Task<qint32> run, QEventLoop *toQuit, std::optional<qint32> *into) -> QCoro::Task<> {
-            *into = co_await run;
-            toQuit->quit();
-        };
-        const auto waitingForIt = waiting(std::move(task), &loop, &status);
-        QTimer::singleShot(std::chrono::seconds(20), &loop, [] { qFatal("A run did not end."); });
-        if (!status)
-            loop.exec();
-        return *status;
+        const std::lock_guard lock(kept->lock);
+        return kept->lines;
     }
 
-    std::shared_ptr<Lines> kept = std::make_shared<Lines>();
+    /// Waits until the run is over and returns its result.
+    qint32 status() { return finish(std::move(task)); }
+
+    struct Kept {
+        std::mutex lock;
+        QStringList lines; // guarded by lock
+    };
+    std::shared_ptr<Kept> kept = std::make_shared<Kept>();
     std::shared_ptr<ProcessController> controller;
     QCoro::Task<qint32> task;
 };
@@ -91,6 +89,15 @@ struct Child {
 inline Child startShell(const QString &text, const QString &parameter = u"sh"_s)
 {
     return Child(shellProgram, script(text, parameter));
+}
+
+/// The same, once it has printed its first line.
+inline Child startedShell(const QString &text, const QString &parameter = u"sh"_s)
+{
+    Child child = startShell(text, parameter);
+    if (!QTest::qWaitFor([&child] { return !child.lines().isEmpty(); }, 20'000))
+        qFatal("A script printed nothing.");
+    return child;
 }
 
 /// A run that is over.
@@ -182,14 +189,6 @@ inline QStringList openFiles()
     files.removeAll(u"anon_inode:[eventfd]"_s);
     files.sort();
     return files;
-}
-
-inline int openDescriptors()
-{
-    int count = 0;
-    for (int descriptor = 0; descriptor < 1024; ++descriptor)
-        count += fcntl(descriptor, F_GETFD) >= 0 ? 1 : 0;
-    return count;
 }
 
 }

@@ -4,8 +4,6 @@
 #include "Children.h"
 #include "LogStore.h"
 #include "Strain.h"
-#include "Table.h"
-#include "Tasks.h"
 
 #include <QTest>
 #include <QThread>
@@ -27,17 +25,12 @@ QCoro::Task<qint32> start(std::shared_ptr<ProcessController> controller, QString
     return controller->run(Children::program(u"child-flood"_s), arguments, onLine);
 }
 
-/// Runs `task` to its end and returns its result. Not Tasks::finish: it sleeps between two turns, which would
-/// hold up a flood.
+/// Runs `task` to its end and returns its result.
 qint32 finish(Strain &strain, QCoro::Task<qint32> task)
 {
-    std::optional<qint32> status;
-    const auto waiting
-        = [](QCoro::Task<qint32> run, std::optional<qint32> *into) -> QCoro::Task<> { *into = co_await run; };
-    const auto waitingForIt = waiting(std::move(task), &status);
-    if (!strain.runUntil([&status] { return status.has_value(); }, std::chrono::minutes(10)))
+    if (!strain.runUntil([&task] { return task.isReady(); }, std::chrono::minutes(10)))
         qFatal("A flood did not end.");
-    return *status;
+    return Children::finish(std::move(task));
 }
 
 /// Runs a flood to its end and verifies what it cost.
@@ -91,25 +84,20 @@ private Q_SLOTS:
         QCOMPARE(log.lines.get(), QStringList(LogStore::maxLines, u"y"_s));
     }
 
-    void everyByteOfAFloodWithoutALineEndArrives_data()
-    {
-        const auto row = table<QString, QChar>("what", "character");
-        row("letters", u"bytes"_s, u'x');
-        row("no text", u"invalid"_s, QChar::ReplacementCharacter);
-    }
-
     void everyByteOfAFloodWithoutALineEndArrives()
     {
-        QFETCH(QString, what);
-        QFETCH(QChar, character);
-        qint64 count = 0;
-        bool isWhole = true;
-        flood(what, Strain::manyBytes() / 10, [&](const QString &line) {
-            count += line.size();
-            isWhole = isWhole && line.startsWith(character) && line.endsWith(character);
-        });
-        QCOMPARE(count, Strain::manyBytes() / 10);
-        QVERIFY(isWhole);
+        using Flood = std::pair<QString, QChar>;
+        for (const auto &[what, character] :
+             { Flood(u"bytes"_s, u'x'), Flood(u"invalid"_s, QChar::ReplacementCharacter) }) {
+            qint64 count = 0;
+            bool isWhole = true;
+            flood(what, Strain::manyBytes() / 10, [&, byte = character](const QString &line) {
+                count += line.size();
+                isWhole = isWhole && line.startsWith(byte) && line.endsWith(byte);
+            });
+            QCOMPARE(count, Strain::manyBytes() / 10);
+            QVERIFY(isWhole);
+        }
     }
 
     void theLogStaysSmallInAFloodWithoutALineEnd()
@@ -144,19 +132,16 @@ private Q_SLOTS:
         const auto controller = ProcessController::create();
         auto task = start(controller, forever, [&](const QString &) { ++count; });
         // The event loop does not run here, so the reader stops after a few chunks.
-        const auto settles = [&count] {
-            for (int i = 0; i < 200; ++i) {
-                const int before = count;
-                QThread::msleep(50);
-                if (before > 0 && count == before)
-                    return true;
-            }
-            return false;
-        };
-        QVERIFY(settles());
+        int before = -1;
+        for (int i = 0; i < 200 && (before <= 0 || before != count); ++i) {
+            before = count;
+            QThread::msleep(50);
+        }
+        QCOMPARE(before, count);
+        QVERIFY(count > 0);
         QVERIFY(count <= 3 * 64 * 1024 / 10); // a chunk is at most what a pipe holds, a line has ten bytes
         controller->cancel();
-        QCOMPARE(Tasks::finish(std::move(task)), SIGTERM);
+        QCOMPARE(Children::finish(std::move(task)), SIGTERM);
     }
 };
 

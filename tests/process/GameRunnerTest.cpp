@@ -11,12 +11,10 @@
 #include <csignal>
 #include <memory>
 
+using namespace Children;
 using namespace Qt::StringLiterals;
 
 namespace {
-
-const QString missingGame = u"/no/such/game"_s;
-const QString trueProgram = u"/bin/true"_s;
 
 /// A game's status, and whether the launcher stopped it.
 using End = std::pair<qint32, bool>;
@@ -51,39 +49,34 @@ private Q_SLOTS:
     {
         QVERIFY(!m_runner->isRunning);
         QVERIFY(!m_runner->controller());
-        launchScript(Children::endless);
+        launchScript(endless);
         QVERIFY(m_runner->isRunning);
         QVERIFY(m_runner->controller());
         QVERIFY(m_exits.isEmpty());
-        QTRY_COMPARE(m_log->lines->size(), 2);
+        waitForOutput();
         m_runner->stop();
         QVERIFY(m_runner->isRunning);
         QCOMPARE(end(), End(SIGTERM, stopped));
     }
 
-    void theFirstLogLineSaysWhatIsStarted_data()
-    {
-        const auto row = table<QStringList, QString>("arguments", "line");
-        row("no arguments", {}, u"Starting the game: true "_s);
-        row("arguments", { u"--path"_s, u"/a b/c"_s, u"%1"_s },
-            u"Starting the game: true --path /a b/c %1"_s);
-    }
-
     void theFirstLogLineSaysWhatIsStarted()
     {
-        QFETCH(QStringList, arguments);
-        QFETCH(QString, line);
-        launch(trueProgram, arguments);
-        QCOMPARE(m_log->lines.get(), QStringList(line));
-        QVERIFY(waitForExit());
-        QCOMPARE(m_log->lines.get(), QStringList(line));
+        const auto isLogged = [this](const QStringList &arguments, const QString &line) {
+            init();
+            launch(trueProgram, arguments);
+            QCOMPARE(m_log->lines.get(), QStringList(line));
+            QCOMPARE(end(), End(0, byItself));
+            QCOMPARE(m_log->lines.get(), QStringList(line));
+        };
+        isLogged({}, u"Starting the game: true "_s);
+        isLogged({ u"--path"_s, u"/a b/c"_s, u"%1"_s }, u"Starting the game: true --path /a b/c %1"_s);
     }
 
     void theWholeOutputIsInTheLogWhenOnExitIsCalled()
     {
         QStringList linesThen;
         launchScript(u"echo error >&2; seq 2000; printf last"_s, [&] { linesThen = m_log->lines; });
-        QVERIFY(waitForExit());
+        QCOMPARE(end(), End(0, byItself));
         QCOMPARE(linesThen.size(), 2003);
         QCOMPARE(linesThen.at(1), u"error"_s);
         QCOMPARE(linesThen.last(), u"last"_s);
@@ -101,14 +94,14 @@ private Q_SLOTS:
     {
         connect(m_log.get(), &Observable::willChange, this, [] { QThread::msleep(200); });
         launch(trueProgram);
-        QVERIFY(waitForExit());
+        QCOMPARE(end(), End(0, byItself));
         QVERIFY(m_exits.first().seconds >= 0.2);
     }
 
     void aSecondLaunchWhileRunningIsIgnored()
     {
-        launchScript(Children::endless);
-        QTRY_COMPARE(m_log->lines->size(), 2);
+        launchScript(endless);
+        waitForOutput();
         const auto controller = m_runner->controller();
         bool isCalled = false;
         launchScript(u"echo second"_s, [&] { isCalled = true; });
@@ -122,9 +115,9 @@ private Q_SLOTS:
 
     void aGameThatCannotStartIsReported()
     {
-        launch(missingGame);
+        launch(missingProgram);
         QCOMPARE(end(), End(ProcessController::couldNotStart, byItself));
-        QCOMPARE(m_log->lines->mid(1), Children::run(missingGame).lines);
+        QCOMPARE(m_log->lines->mid(1), run(missingProgram).lines);
         QVERIFY(m_exits.first().seconds >= 0);
         QVERIFY(m_exits.first().seconds < 5);
     }
@@ -167,11 +160,10 @@ private Q_SLOTS:
     void aGameThatIgnoresTheRequestKeepsRunning()
     {
         const TestHome home;
-        launch(
-            Children::shellProgram,
-            Children::script(u"trap 'echo no' TERM; echo ready; while [ ! -e \"$0\" ]; do sleep 0.01; done"_s,
-                             home.filePath(u"go"_s)));
-        QTRY_COMPARE(m_log->lines->size(), 2);
+        const QString patient
+            = u"trap 'echo no' TERM; echo ready; while [ ! -e \"$0\" ]; do sleep 0.01; done"_s;
+        launch(shellProgram, script(patient, home.filePath(u"go"_s)));
+        waitForOutput();
         m_runner->stop();
         QTRY_COMPARE(m_log->lines->last(), u"no"_s);
         QVERIFY(m_runner->isRunning);
@@ -194,7 +186,7 @@ private Q_SLOTS:
     void theRunnerIsIdleWhenOnExitIsCalledWhichMayLaunchAgain()
     {
         bool wasIdle = false;
-        launch(missingGame, {}, [&] {
+        launch(missingProgram, {}, [&] {
             wasIdle = !m_runner->isRunning && !m_runner->controller();
             launchScript(u"exit 2"_s);
         });
@@ -208,14 +200,14 @@ private Q_SLOTS:
         QList<bool> before;
         connect(m_runner.get(), &Observable::willChange, this, [&] { before.append(m_runner->isRunning); });
         launch(trueProgram);
-        QVERIFY(waitForExit());
+        QCOMPARE(end(), End(0, byItself));
         QCOMPARE(before, QList<bool>({ false, true }));
     }
 
     void aRunnerThatIsDestroyedFirstCallsNobody()
     {
         launchScript(u"echo ready; exec sleep 0.2"_s);
-        QTRY_COMPARE(m_log->lines->size(), 2);
+        waitForOutput();
         const std::weak_ptr<ProcessController> controller = m_runner->controller();
         m_runner.reset();
         QTRY_VERIFY(controller.expired());
@@ -225,7 +217,7 @@ private Q_SLOTS:
     void aLogThatIsDestroyedFirstDoesNoHarm()
     {
         launchScript(u"echo ready; sleep 0.2; echo late; exit 3"_s);
-        QTRY_COMPARE(m_log->lines->size(), 2);
+        waitForOutput();
         m_log.reset();
         QCOMPARE(end(), End(3, byItself));
     }
@@ -245,18 +237,16 @@ private:
     void launchScript(
         const QString &text, const std::function<void()> &onExit = [] {})
     {
-        launch(Children::shellProgram, Children::script(text), onExit);
+        launch(shellProgram, script(text), onExit);
     }
 
-    bool waitForExit() const
-    {
-        return QTest::qWaitFor([this] { return !m_exits.isEmpty(); }, 20'000);
-    }
+    /// Waits until the game has printed its first line.
+    void waitForOutput() const { QTRY_COMPARE(m_log->lines->size(), 2); }
 
     /// Waits until an end was reported and returns the first.
     End end() const
     {
-        if (!waitForExit())
+        if (!QTest::qWaitFor([this] { return !m_exits.isEmpty(); }, 20'000))
             qFatal("The game's end was not reported.");
         return { m_exits.first().status, m_exits.first().stoppedByUser };
     }

@@ -1,5 +1,4 @@
 #include "Children.h"
-#include "Table.h"
 #include "TestHome.h"
 
 #include <QTest>
@@ -9,28 +8,21 @@
 #include <thread>
 #include <vector>
 
+using namespace Children;
 using namespace Qt::StringLiterals;
 
 class ProcessCancelTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void aControllerThatWasCancelledLaunchesNothing_data()
-    {
-        const auto row = table<QString>("program");
-        row("the shell", Children::shellProgram);
-        row("a missing program", u"/no/such/program"_s);
-    }
-
     void aControllerThatWasCancelledLaunchesNothing()
     {
-        QFETCH(QString, program);
         const TestHome home;
         const QString mark = home.filePath(u"launched"_s);
         const auto controller = ProcessController::create();
         controller->cancel();
-        for (int i = 0; i < 3; ++i) {
-            Children::Child child(program, Children::script(u": > \"$0\"; echo x"_s, mark), controller);
+        for (const QString &program : { shellProgram, shellProgram, u"/no/such/program"_s }) {
+            Child child(program, script(u": > \"$0\"; echo x"_s, mark), controller);
             QCOMPARE(child.status(), ProcessController::cancelledBeforeLaunch);
             QVERIFY(controller->isCancelled());
             QVERIFY(child.lines().isEmpty());
@@ -38,31 +30,23 @@ private Q_SLOTS:
         }
     }
 
-    void aCancelWhileTheChildRunsSendsItSigterm_data()
-    {
-        const auto row = table<int>("times");
-        row("once", 1);
-        row("twice", 2);
-    }
-
     void aCancelWhileTheChildRunsSendsItSigterm()
     {
-        QFETCH(int, times);
-        auto child = Children::startShell(Children::endless);
-        QTRY_COMPARE(child.lines(), QStringList(u"ready"_s));
-        QVERIFY(!child.controller->isCancelled());
-        for (int i = 0; i < times; ++i)
-            child.controller->cancel();
-        QVERIFY(child.controller->isCancelled());
-        QCOMPARE(child.status(), SIGTERM);
-        QVERIFY(Children::noneLeft());
+        for (const int times : { 1, 2 }) {
+            Child child = startedShell(endless);
+            QVERIFY(!child.controller->isCancelled());
+            for (int i = 0; i < times; ++i)
+                child.controller->cancel();
+            QVERIFY(child.controller->isCancelled());
+            QCOMPARE(child.status(), SIGTERM);
+            QVERIFY(noneLeft());
+        }
     }
 
     void aChildMayAnswerTheRequestInItsOwnWay()
     {
-        auto child = Children::startShell(
-            u"trap 'echo saving; exit 12' TERM; echo ready; while :; do sleep 0.01; done"_s);
-        QTRY_COMPARE(child.lines().size(), 1);
+        Child child
+            = startedShell(u"trap 'echo saving; exit 12' TERM; echo ready; while :; do sleep 0.01; done"_s);
         child.controller->cancel();
         QCOMPARE(child.status(), 12);
         QCOMPARE(child.lines(), QStringList({ u"ready"_s, u"saving"_s }));
@@ -71,10 +55,9 @@ private Q_SLOTS:
     void aChildThatIgnoresTheRequestRunsOn()
     {
         const TestHome home;
-        auto child = Children::startShell(
+        Child child = startedShell(
             u"trap '' TERM; echo ready; while [ ! -e \"$0\" ]; do sleep 0.01; done; echo end"_s,
             home.filePath(u"go"_s));
-        QTRY_COMPARE(child.lines().size(), 1);
         child.controller->cancel();
         home.write(u"go"_s, {});
         QCOMPARE(child.status(), 0);
@@ -84,12 +67,11 @@ private Q_SLOTS:
 
     void aChildThatIgnoresTheRequestCanBeKilled()
     {
-        auto child = Children::startShell(Children::stubborn);
-        QTRY_COMPARE(child.lines().size(), 1);
+        Child child = startedShell(stubborn);
         child.controller->cancel();
         child.controller->kill();
         QCOMPARE(child.status(), SIGKILL);
-        QVERIFY(Children::noneLeft());
+        QVERIFY(noneLeft());
     }
 
     void killingBeforeTheRunAndEndingAfterItDoNothing()
@@ -97,17 +79,17 @@ private Q_SLOTS:
         const auto controller = ProcessController::create();
         controller->kill();
         QVERIFY(!controller->isCancelled());
-        Children::Child child(Children::shellProgram, Children::script(u"exit 3"_s), controller);
+        Child child(shellProgram, script(u"exit 3"_s), controller);
         QCOMPARE(child.status(), 3);
         controller->kill();
         controller->cancel();
         QVERIFY(controller->isCancelled());
-        QVERIFY(Children::noneLeft());
+        QVERIFY(noneLeft());
     }
 
     void outputBeforeTheEndOfACancelledChildArrives()
     {
-        auto child = Children::startShell(u"seq 5000; printf unfinished; exec sleep 1000"_s);
+        Child child = startShell(u"seq 5000; printf unfinished; exec sleep 1000"_s);
         QTRY_COMPARE(child.lines().size(), 5000);
         child.controller->cancel();
         QCOMPARE(child.status(), SIGTERM);
@@ -118,7 +100,7 @@ private Q_SLOTS:
     {
         for (int round = 0; round < 150; ++round) {
             // The child ends by itself, because a cancel between the check and the launch has no effect.
-            auto child = Children::startShell(u"echo ready; exec sleep 0.01"_s);
+            Child child = startShell(u"echo ready; exec sleep 0.01"_s);
             std::thread canceller([controller = child.controller, round] {
                 std::this_thread::sleep_for(std::chrono::microseconds(round * 150));
                 controller->cancel();
@@ -128,14 +110,14 @@ private Q_SLOTS:
             QVERIFY2(status == 0 || status == SIGTERM || status == ProcessController::cancelledBeforeLaunch,
                      qPrintable(QString::number(status)));
             QVERIFY(status != ProcessController::cancelledBeforeLaunch || child.lines().isEmpty());
-            QVERIFY(Children::noneLeft());
+            QVERIFY(noneLeft());
         }
     }
 
     void manyThreadsMayCancelAtOnce()
     {
         for (int round = 0; round < 20; ++round) {
-            auto child = Children::startShell(u"exec sleep 0.01"_s);
+            Child child = startShell(u"exec sleep 0.01"_s);
             {
                 std::vector<std::jthread> cancellers;
                 for (int i = 0; i < 8; ++i) {
@@ -146,7 +128,7 @@ private Q_SLOTS:
                 }
                 child.status();
             }
-            QVERIFY(Children::noneLeft());
+            QVERIFY(noneLeft());
         }
     }
 };

@@ -3,7 +3,6 @@
 
 #include "Children.h"
 #include "GameRunner.h"
-#include "Table.h"
 
 #include <QTest>
 
@@ -19,6 +18,7 @@
 #include <future>
 #include <thread>
 
+using namespace Children;
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -74,35 +74,32 @@ class SystemCallsTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void theDurationOfAGameIsItsOwnWhenTheWallClockIsSet_data()
-    {
-        const auto row = table<qint64>("ahead");
-        row("a day back", -86'400);
-        row("a day forward", 86'400);
-    }
-
     void theDurationOfAGameIsItsOwnWhenTheWallClockIsSet()
     {
-        QFETCH(qint64, ahead);
-        LogStore log;
-        GameRunner runner;
-        std::optional<GameExit> exit;
-        runner.launch(u"/bin/sleep"_s, { u"0.3"_s }, log,
-                      [&exit](const GameExit &reported) { exit = reported; });
-        const time_t before = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
-        wallClockIsAhead = ahead;
-        const time_t after = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
-        const bool hasEnded = QTest::qWaitFor([&exit] { return exit.has_value(); }, 20'000);
-        wallClockIsAhead = 0;
-        QVERIFY(std::abs(after - before - ahead) < 60); // the clock was set
-        QVERIFY(hasEnded);
-        QVERIFY2(exit->seconds >= 0.3 && exit->seconds < 20, qPrintable(QString::number(exit->seconds)));
+        const auto now
+            = [] { return std::chrono::system_clock::to_time_t(std::chrono::system_clock::now()); };
+        constexpr time_t day = 86'400;
+        for (const time_t ahead : { -day, day }) {
+            LogStore log;
+            GameRunner runner;
+            std::optional<GameExit> exit;
+            runner.launch(u"/bin/sleep"_s, { u"0.3"_s }, log,
+                          [&exit](const GameExit &reported) { exit = reported; });
+            const time_t before = now();
+            wallClockIsAhead = ahead;
+            const time_t after = now();
+            const bool hasEnded = QTest::qWaitFor([&exit] { return exit.has_value(); }, 20'000);
+            wallClockIsAhead = 0;
+            QVERIFY(std::abs(after - before - ahead) < 60); // the clock was set
+            QVERIFY(hasEnded);
+            QVERIFY2(exit->seconds >= 0.3 && exit->seconds < 20, qPrintable(QString::number(exit->seconds)));
+        }
     }
 
     void theControllersLockIsNotHeldWhileAChildIsLaunchedOrSignalled()
     {
         watched = ProcessController::create();
-        Children::Child child(Children::shellProgram, Children::script(Children::stubborn), watched);
+        Child child(shellProgram, script(stubborn), watched);
         QTRY_COMPARE(child.lines().size(), 1);
         QCOMPARE(callsSeen, 1);
         // A cancel() during the launch has no effect, so it is repeated.
