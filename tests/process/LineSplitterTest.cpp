@@ -71,45 +71,36 @@ private Q_SLOTS:
 
     void linesArriveInOrder()
     {
-        QByteArray bytes;
-        QStringList expected;
-        for (int i = 0; i < 10'000; ++i) {
-            bytes += QByteArray::number(i) + '\n';
-            expected += QString::number(i);
-        }
-        m_splitter->feed(bytes);
-        QCOMPARE(m_lines, expected);
+        QStringList lines;
+        for (int i = 0; i < 10'000; ++i)
+            lines += QString::number(i);
+        const QByteArray bytes = lines.join(u'\n').toLatin1();
+        QCOMPARE(split(bytes, bytes.size()), lines);
     }
 
     void anEndlessLineIsCutIntoLongestLines()
     {
-        feedInChunks(QByteArray(10 * LineSplitter::longestLine + 1, 'x'), 32 * 1024);
-        QCOMPARE(m_lines, QStringList(10, QString(LineSplitter::longestLine, u'x')));
-        m_splitter->flush();
-        QCOMPARE(m_lines.mid(10), QStringList(u"x"_s));
+        const QStringList lines = split(QByteArray(10 * LineSplitter::longestLine + 1, 'x'), 32 * 1024);
+        QCOMPARE(lines, QStringList(10, QString(LineSplitter::longestLine, u'x')) + QStringList(u"x"_s));
     }
 
     void aCutNeverSplitsACharacter()
     {
         for (const qsizetype shift : { 0, 1, 2, 3 }) {
-            init();
             const QByteArray bytes
                 = QByteArray(shift, 'x') + QByteArray("😀").repeated(LineSplitter::longestLine / 2);
-            feedInChunks(bytes + '\n', 4099);
-            QVERIFY(m_lines.size() >= 2);
-            QCOMPARE(m_lines.join(QString()), QString::fromUtf8(bytes));
+            const QStringList lines = split(bytes + '\n', 4099);
+            QVERIFY(lines.size() >= 2);
+            QCOMPARE(lines.join(QString()), QString::fromUtf8(bytes));
         }
     }
 
     void anOverlongLineIsCutTheSameHoweverItArrives()
     {
         const QByteArray bytes = QByteArray("€😀x\xFF").repeated(500'000) + "\nend\n";
-        m_splitter->feed(bytes);
-        const QStringList whole = m_lines;
-        init();
-        feedInChunks(bytes, 30'011);
+        const QStringList whole = split(bytes, bytes.size());
         QVERIFY(whole.size() > 3);
-        QVERIFY(m_lines == whole);
+        QVERIFY(split(bytes, 30'011) == whole);
     }
 
     void theHandlerMayFeedTheSplitterAgain()
@@ -131,10 +122,7 @@ private Q_SLOTS:
             QByteArray bytes;
             for (int i = 0; i < 500; ++i)
                 bytes += alphabet.at(random.bounded(static_cast<int>(alphabet.size())));
-            init();
-            m_splitter->feed(bytes);
-            m_splitter->flush();
-            const QStringList whole = m_lines;
+            const QStringList whole = split(bytes, bytes.size());
             init();
             for (qsizetype at = 0; at < bytes.size();) {
                 const qsizetype size = 1 + random.bounded(20);
@@ -148,10 +136,14 @@ private Q_SLOTS:
     }
 
 private:
-    void feedInChunks(const QByteArray &bytes, qsizetype size)
+    /// The lines that a new splitter makes of `bytes` when they arrive in chunks of `size`.
+    QStringList split(const QByteArray &bytes, qsizetype size)
     {
+        init();
         for (qsizetype at = 0; at < bytes.size(); at += size)
             m_splitter->feed(bytes.mid(at, size));
+        m_splitter->flush();
+        return m_lines;
     }
 
     QStringList m_lines;
