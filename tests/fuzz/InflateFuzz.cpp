@@ -2,8 +2,8 @@
 // both refuse it. The first byte selects the sizes of the input and output pieces. Each piece ends where its
 // memory ends, so that a read or write one byte too far crashes the fuzzer.
 //
-// Ours accepts a few kinds of streams that zlib refuses, see `isHarmless`: their codes are incomplete, but
-// the stream never uses the bits that have no meaning. There is only one way to read such a stream, and
+// Ours accepts a few kinds of streams that zlib refuses, see `expectHarmless`: their codes are incomplete,
+// but the stream never uses the bits that have no meaning. There is only one way to read such a stream, and
 // zlib's output is the same as far as it goes. A file in an archive must also have the announced length and
 // checksum, so nobody can pack anything this way that ordinary streams could not hold.
 
@@ -32,25 +32,18 @@ constexpr std::size_t mostOutput = 160 * 1024;
 /// How far either inflater may have decoded beyond the output that it returned.
 constexpr std::size_t lookedAhead = 96 * 1024;
 
-/// Memory in front of a page that must not be touched.
-class EdgeMemory final {
-public:
-    explicit EdgeMemory(std::size_t size)
-    {
-        const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-        const std::size_t usable = (size + page - 1) / page * page;
-        void *memory
-            = mmap(nullptr, usable + page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        expect(memory != MAP_FAILED, "there is memory");
-        m_end = static_cast<unsigned char *>(memory) + usable;
-        expect(mprotect(m_end, page, PROT_NONE) == 0, "memory can have an edge");
-    }
-
-    std::span<unsigned char> last(std::size_t size) const { return { m_end - size, size }; }
-
-private:
-    unsigned char *m_end = nullptr; // kept to the end of the process
-};
+/// Returns the end of `size` new bytes, which is the beginning of a page that must not be touched. They are
+/// kept to the end of the process.
+unsigned char *endOfMemory(std::size_t size)
+{
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    const std::size_t usable = (size + page - 1) / page * page;
+    void *memory = mmap(nullptr, usable + page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    expect(memory != MAP_FAILED, "there is memory");
+    unsigned char *end = static_cast<unsigned char *>(memory) + usable;
+    expect(mprotect(end, page, PROT_NONE) == 0, "memory can have an edge");
+    return end;
+}
 
 /// Coverage counters that guide the fuzzer, which cannot see into zlib.
 #ifdef __linux__
@@ -72,8 +65,8 @@ enum class End {
 
 struct Outcome {
     End end = End::Refused;
-    Bytes output; ///< valid until the next call
-    std::string reason; ///< zlib's message, if it refused the stream
+    Bytes output {}; ///< valid until the next call
+    std::string reason {}; ///< zlib's message, if it refused the stream
 
     bool isTaken() const { return end != End::Broken && end != End::Refused; }
 };
@@ -114,49 +107,42 @@ Outcome withZlib(Bytes packed)
 /// Inflates in pieces of `inputSize` and `outputSize` bytes, each ending at the edge of its memory.
 Outcome withOurs(Inflater &inflater, Bytes packed, std::size_t inputSize, std::size_t outputSize)
 {
-    static const EdgeMemory input(mostInput);
-    static const EdgeMemory output(mostOutput);
+    static unsigned char *const inputEnd = endOfMemory(mostInput);
+    static unsigned char *const outputEnd = endOfMemory(mostOutput);
     static std::vector<unsigned char> whole(mostOutput);
 
     inflater.begin([&packed, inputSize] {
         const Bytes piece = packed.first(std::min(inputSize, packed.size()));
         packed = packed.subspan(piece.size());
-        const auto copy = input.last(piece.size());
-        std::copy(piece.begin(), piece.end(), copy.begin());
-        return Bytes(copy);
+        unsigned char *const copy = inputEnd - piece.size();
+        std::copy(piece.begin(), piece.end(), copy);
+        return Bytes(copy, piece.size());
     });
     std::size_t total = 0;
     bool goesOn = true;
     while (goesOn && total < mostOutput) {
-        const auto piece = output.last(std::min(outputSize, mostOutput - total));
+        const std::size_t size = std::min(outputSize, mostOutput - total);
+        const std::span piece(outputEnd - size, size);
         const std::size_t count = inflater.read(piece);
         std::memcpy(whole.data() + total, piece.data(), count);
         total += count;
         goesOn = count == piece.size();
     }
-    Outcome outcome;
-    outcome.output = Bytes(whole).first(total);
+    const Bytes unpacked = Bytes(whole).first(total);
     if (inflater.hasFailed())
-        outcome.end = End::Refused;
-    else if (goesOn)
-        outcome.end = End::Never;
-    else
-        outcome.end = inflater.isAtEnd() ? End::Exact : End::Early;
-    return outcome;
+        return { End::Refused, unpacked };
+    if (goesOn)
+        return { End::Never, unpacked };
+    return { inflater.isAtEnd() ? End::Exact : End::Early, unpacked };
 }
 
-/// Whether ours may accept what zlib refuses for this reason.
-bool isHarmless(const std::string &reason)
+/// Expects that ours may accept a stream that zlib refuses for this reason, which it prints once.
+void expectHarmless(const std::string &reason)
 {
     // zlib says this of incomplete and of over-subscribed codes. Ours refuses the over-subscribed, too.
     static const std::set<std::string> incomplete
         = { "invalid code lengths set", "invalid literal/lengths set", "invalid distances set" };
-    return incomplete.contains(reason);
-}
-
-/// Prints, once for each reason, that a stream was accepted that zlib refuses.
-void note(const std::string &reason)
-{
+    expect(incomplete.contains(reason), "what zlib refuses is refused", reason);
     static std::set<std::string> noted;
     if (noted.insert(reason).second)
         std::fprintf(stderr, "Taken, and refused by zlib: %s\n", reason.c_str());
@@ -169,23 +155,13 @@ void expectTheSame(const Outcome &ours, const Outcome &zlibs)
            zlibs.reason);
     if (ours.end == End::Never && zlibs.output.size() >= mostOutput)
         return; // the rest is not compared
-    switch (zlibs.end) {
-    case End::Exact:
-    case End::Early:
-    case End::Never:
+    if (zlibs.isTaken())
         expect(ours.end == zlibs.end && ours.output.size() == zlibs.output.size(),
                "what zlib takes is taken");
-        break;
-    case End::Broken:
+    else if (zlibs.end == End::Broken)
         expect(!ours.isTaken(), "what breaks off is refused");
-        break;
-    case End::Refused:
-        if (ours.isTaken()) {
-            note(zlibs.reason);
-            expect(isHarmless(zlibs.reason), "what zlib refuses is refused", zlibs.reason);
-        }
-        break;
-    }
+    else if (ours.isTaken())
+        expectHarmless(zlibs.reason);
 }
 
 }
@@ -204,12 +180,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     Inflater fresh;
     const Outcome inPieces = withOurs(fresh, packed, inputSize, outputSize);
     expectTheSame(inPieces, zlibs);
-    const End end = inPieces.end;
 
     static Inflater used; // by all earlier inputs
     const Outcome atOnce = withOurs(used, packed, mostInput, mostOutput);
     expectTheSame(atOnce, zlibs);
-    expect(end == atOnce.end || zlibs.output.size() >= mostOutput,
+    expect(inPieces.end == atOnce.end || zlibs.output.size() >= mostOutput,
            "pieces, and what was unpacked before, do not matter");
     return 0;
 }

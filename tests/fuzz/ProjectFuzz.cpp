@@ -56,12 +56,9 @@ void expectFacts(const ProjectInfo &info, const QByteArray &project)
     for (const QString &each : shown)
         expectShownText(each);
 
-    const QStringList candidates = saveFolderCandidates(QStringLiteral("/data/Godot"), info.name);
-    for (const QString &folder : candidates) {
-        const std::filesystem::path path(folder.toStdString());
-        const std::string plain = path.lexically_normal().string();
-        expect(plain == "/data/Godot" || plain.starts_with("/data/Godot/"), "saves are where saves are",
-               plain);
+    for (const QString &folder : saveFolderCandidates(QStringLiteral("/data/Godot"), info.name)) {
+        const std::string plain = std::filesystem::path(folder.toStdString()).lexically_normal().string();
+        expect((plain + '/').starts_with("/data/Godot/"), "saves are where saves are", plain);
     }
 }
 
@@ -96,9 +93,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const auto write = [&root](const char *name, const QByteArray &content) {
         writeFile(root / name, content.constData(), static_cast<std::size_t>(content.size()));
     };
-    write("README.md", takeSection(rest));
-    write("LICENSE", takeSection(rest));
-    write("a.gd", takeSection(rest));
+    for (const char *name : { "README.md", "LICENSE", "a.gd" })
+        write(name, takeSection(rest));
     write("project.godot", rest);
 
     const QString folder = QString::fromStdString(root.string());
