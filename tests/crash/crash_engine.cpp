@@ -1,59 +1,49 @@
 // Stands in for the engine where thousands of installations are interrupted: it starts in a millisecond,
 // imports a project by writing a few files, and runs a game until it is stopped.
 
+#include <algorithm>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
+#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <vector>
 
 #include <unistd.h>
 
 namespace {
 
-void writeFile(const std::filesystem::path &path)
+/// Returns the exit status.
+int import(const std::filesystem::path &folder)
 {
-    std::ofstream file(path);
-    file << "imported\n";
-    file.close();
-    if (!file)
-        std::exit(1);
-}
-
-void import(const std::filesystem::path &folder)
-{
-    std::filesystem::create_directories(folder / "imported");
-    writeFile(folder / "imported" / "picture.ctex");
-    writeFile(folder / "imported" / "sound.sample");
-    writeFile(folder / "whole");
+    try {
+        std::filesystem::create_directories(folder / "imported");
+        for (const char *name : { "imported/picture.ctex", "imported/sound.sample", "whole" }) {
+            std::ofstream file;
+            file.exceptions(std::ios::badbit | std::ios::failbit);
+            file.open(folder / name);
+            file << "imported\n";
+            file.close();
+        }
+    } catch (const std::exception &error) {
+        std::puts(error.what());
+        return 1;
+    }
+    return 0;
 }
 
 }
 
 int main(int argc, char **argv)
 {
-    std::string project;
-    std::string importFolder;
-    for (int index = 1; index < argc; ++index) {
-        if (std::strcmp(argv[index], "--path") == 0 && index + 1 < argc)
-            project = argv[index + 1];
-        else if (std::strcmp(argv[index], "--import") == 0)
-            importFolder = ".godot";
-        else if (std::strcmp(argv[index], "--no-window") == 0)
-            importFolder = ".import";
-    }
-    if (chdir(project.c_str()) != 0)
+    const std::vector<std::string> arguments(argv + 1, argv + argc);
+    const auto has = [&arguments](const char *option) { return std::ranges::count(arguments, option) > 0; };
+    if (!has("--path") || chdir((std::ranges::find(arguments, "--path") + 1)->c_str()) != 0)
         return 1;
-    if (!importFolder.empty()) {
-        try {
-            import(importFolder);
-        } catch (const std::filesystem::filesystem_error &error) {
-            std::puts(error.what());
-            return 1;
-        }
-        return 0;
-    }
+    if (has("--import"))
+        return import(".godot");
+    if (has("--no-window"))
+        return import(".import");
     std::puts("The game runs.");
     std::fflush(stdout);
     pause();

@@ -26,19 +26,16 @@
 #include <QCoreApplication>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QTimer>
+#include <QTest>
 
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-/// The time limit for anything, on a slow and busy machine.
-constexpr std::chrono::seconds longest { 60 };
 constexpr int statusOfHang = 3;
-/// The interval between checks for what is not announced.
-constexpr std::chrono::milliseconds betweenLooks { 10 };
 
 class NoWorkspace final : public Workspace {
 public:
@@ -54,34 +51,23 @@ public:
 
 template <typename Condition> void waitUntil(Condition isMet)
 {
-    QTimer limit;
-    QObject::connect(&limit, &QTimer::timeout, &limit, [] { std::_Exit(statusOfHang); });
-    limit.start(longest);
-    QTimer nextLook;
-    nextLook.start(betweenLooks);
-    while (!isMet())
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    constexpr int longest = 60'000; // milliseconds, on a slow and busy machine
+    if (!QTest::qWaitFor(isMet, longest))
+        std::_Exit(statusOfHang);
 }
 
 QString nameOf(const AppState &state)
 {
     switch (state.kind()) {
-    case AppState::Case::Downloading:
-        return QStringLiteral("downloading");
     case AppState::Case::Needs:
-        return QStringLiteral("needs");
+        return u"needs"_s;
     case AppState::Case::NotDownloaded:
-        return QStringLiteral("notDownloaded");
-    case AppState::Case::SettingUp:
-        return QStringLiteral("settingUp");
+        return u"notDownloaded"_s;
     case AppState::Case::Ready:
-        return QStringLiteral("ready");
-    case AppState::Case::Starting:
-        return QStringLiteral("starting");
-    case AppState::Case::Playing:
-        return QStringLiteral("playing");
+        return u"ready"_s;
+    default:
+        return u"working"_s;
     }
-    return {};
 }
 
 class CommandLine final {
@@ -89,20 +75,18 @@ public:
     /// Returns the exit status.
     int run(const QStringList &commands)
     {
+        const QHash<QString, void (AppModel::*)()> actions { { u"play"_s, &AppModel::play },
+                                                             { u"update"_s, &AppModel::updateGame },
+                                                             { u"reinstall"_s, &AppModel::reinstall },
+                                                             { u"remove"_s, &AppModel::removeEverything } };
         for (const QString &command : commands) {
             settle();
-            if (command == QLatin1StringView("look"))
+            if (command == u"look"_s)
                 look();
-            else if (command == QLatin1StringView("wait"))
+            else if (command == u"wait"_s)
                 std::getchar();
-            else if (command == QLatin1StringView("play"))
-                press(&AppModel::play);
-            else if (command == QLatin1StringView("update"))
-                press(&AppModel::updateGame);
-            else if (command == QLatin1StringView("reinstall"))
-                press(&AppModel::reinstall);
-            else if (command == QLatin1StringView("remove"))
-                press(&AppModel::removeEverything);
+            else if (const auto action = actions.value(command))
+                press(action);
             else
                 return EXIT_FAILURE;
         }
@@ -122,13 +106,13 @@ private:
 
     void look() const
     {
-        QJsonObject found { { QStringLiteral("state"), nameOf(m_model.state) } };
+        QJsonObject found { { u"state"_s, nameOf(m_model.state) } };
         if (const auto project = ProjectInspector::findProjectRoot(Paths::gameFolder())) {
             const EngineSpec spec = EngineManager::spec(ProjectInspector::inspect(*project));
-            found.insert(QStringLiteral("game"), *project);
-            found.insert(QStringLiteral("imported"), FileOperations::exists(EngineManager::markerURL(spec)));
+            found.insert(u"game"_s, *project);
+            found.insert(u"imported"_s, FileOperations::exists(EngineManager::markerURL(spec)));
             if (const auto program = EngineManager::executable(spec))
-                found.insert(QStringLiteral("engine"), *program);
+                found.insert(u"engine"_s, *program);
         }
         print(found);
     }
@@ -137,7 +121,7 @@ private:
     {
         (m_model.*action)();
         const auto hasEnded = [this] { return !m_model.isWorking() && !m_model.runner.isRunning; };
-        const auto runs = [this] { return m_model.log.lines->contains(QStringLiteral("The game runs.")); };
+        const auto runs = [this] { return m_model.log.lines->contains(u"The game runs."_s); };
         waitUntil([&runs, &hasEnded] { return runs() || hasEnded(); });
         const bool ran = runs();
         // Stopping has no effect while the child is still being launched, so retry until it has ended.
@@ -146,13 +130,13 @@ private:
             return hasEnded();
         });
         settle();
-        QJsonObject ending { { QStringLiteral("state"), nameOf(m_model.state) },
-                             { QStringLiteral("ran"), ran },
-                             { QStringLiteral("log"), m_model.log.lines->join(QLatin1Char('\n')) } };
+        QJsonObject ending { { u"state"_s, nameOf(m_model.state) },
+                             { u"ran"_s, ran },
+                             { u"log"_s, m_model.log.lines->join(u'\n') } };
         if (m_model.failureMessage.get())
-            ending.insert(QStringLiteral("sentence"), *m_model.failureMessage.get());
+            ending.insert(u"sentence"_s, *m_model.failureMessage.get());
         if (m_model.notice.get())
-            ending.insert(QStringLiteral("notice"), *m_model.notice.get());
+            ending.insert(u"notice"_s, *m_model.notice.get());
         print(ending);
     }
 

@@ -94,15 +94,15 @@ class Launcher:
         command = [PROGRAMS / "crash_launcher", world.host.address, *commands]
         more = dict(env=environment(home, QT_QPA_PLATFORM="offscreen"), stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                     text=True, start_new_session=True)
-        self.watched = system_calls.Watched(command, home, decide, **more) if decide else None
-        self.process = self.watched.process if self.watched else subprocess.Popen(command, **more)
+        self.process = (system_calls.Watched(command, home, decide, **more).process if decide
+                        else subprocess.Popen(command, **more))
 
     def __enter__(self):
         return self
 
     def __exit__(self, *_):
         self.process.stdin.close()
-        self.process.wait(LONG)
+        self.wait()
         self.process.stdout.close()
         end_session(self.process.pid)
 
@@ -114,6 +114,10 @@ class Launcher:
     def go_on(self):
         self.process.stdin.write("\n")
         self.process.stdin.flush()
+
+    def wait(self):
+        """Returns its exit status."""
+        return self.process.wait(LONG)
 
 
 class Scenario:
@@ -131,24 +135,29 @@ class Scenario:
         """Returns the calls of an undisturbed run."""
         if self.calls:
             return self.calls
-        home = self.world.home(self.template)
-
-        def decide(call):
-            self.calls.append(call)
-            return 0
-        with Launcher(self.world, home, self.press, decide=decide) as launcher:
+        with Findings(self) as findings, findings.launcher(decide=lambda call: self.calls.append(call) or 0) as launcher:
             launcher.read()
-        shutil.rmtree(home)
         return self.calls
 
 
 class Findings:
-    """What is wrong in one home. Each finding is a text."""
+    """What is wrong in a home of its own, which holds what the scenario begins with. Each finding is a text."""
 
-    def __init__(self, scenario, home):
-        self.scenario, self.home = scenario, home
-        self.root = home / "data" / "Vantor Platformer"
+    def __init__(self, scenario, import_is_whole=True):
+        self.scenario, self.home = scenario, scenario.world.home(scenario.template)
+        self.import_is_whole = import_is_whole
+        self.root = self.home / "data" / "Vantor Platformer"
         self.texts = []
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        shutil.rmtree(self.home, ignore_errors=True)
+
+    def launcher(self, *more, **options):
+        """The launcher, doing what the scenario says and then `more`."""
+        return Launcher(self.scenario.world, self.home, self.scenario.press, *more, **options)
 
     def check(self, condition, text):
         if not condition:
@@ -168,10 +177,10 @@ class Findings:
         complete = "game" in look and "engine" in look and look["imported"]
         self.check(look["state"] == ("ready" if complete else "notDownloaded"), f"it shows {look}")
 
-    def check_taken(self, look, import_is_whole):
+    def check_taken(self, look):
         """Checks that what counts as installed is complete."""
         if "game" in look:
-            self.check_game(look["imported"] and import_is_whole)
+            self.check_game(look["imported"] and self.import_is_whole)
         elif self.scenario.keeps_the_game:
             self.texts.append("the game is lost")
         if "engine" in look:
@@ -203,27 +212,27 @@ class Findings:
         self.check(sentence and sentence[-1] in ".:" and "\n" not in sentence and len(sentence) < 300,
                    f"not one sentence: {sentence}")
 
-    def check_next_start(self, import_is_whole=True):
+    def check_next_start(self):
         """Checks the next start, one press of Play and, where there was a game to keep, one of Update."""
         updating = ["wait", "update", "look"] if self.scenario.keeps_the_game else []
         with Launcher(self.scenario.world, self.home, "look", "wait", "play", "look", *updating) as launcher:
             look = launcher.read()
             self.check_shown(look)
-            self.check_taken(look, import_is_whole)
+            self.check_taken(look)
             self.check_nothing_left()
             launcher.go_on()
-            self.check_run(launcher.read(), launcher.read(), import_is_whole)
+            self.check_run(launcher.read(), launcher.read())
             if updating:
                 launcher.go_on()
                 ending = launcher.read()
                 self.check(ending and "notice" in ending, f"the next Update ended with {ending}")
-                self.check_taken(launcher.read(), import_is_whole)
+                self.check_taken(launcher.read())
                 self.check_nothing_left()
 
-    def check_run(self, ending, look, import_is_whole=True):
+    def check_run(self, ending, look):
         if not ending or not ending["ran"]:
             self.texts.append(f"Play did not reach a running game: {ending}")
             return
         self.check(look["state"] == "ready", f"after playing it shows {look['state']}")
-        self.check_taken(look, import_is_whole)
+        self.check_taken(look)
         self.check_nothing_left()

@@ -101,7 +101,6 @@ class Watched:
             raise NotPermitted(f"The system calls of {platform.machine()} are not known here.")
         self.folder = str(folder).rstrip("/")
         self.decide = decide
-        self.listener = None
         self.processes = {}        # thread -> process
         self.programs = {}         # process -> the program that it runs
         self.first = None

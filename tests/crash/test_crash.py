@@ -13,14 +13,13 @@ import errno
 import os
 import random
 import re
-import shutil
 import signal
 import sys
 import time
 import unittest
 
 import system_calls
-from crash_world import LONG, Findings, Launcher, Scenario, World
+from crash_world import Findings, Scenario, World
 
 SEED = 20240917
 RANDOM_MOMENTS = 200
@@ -36,21 +35,23 @@ everything = False
 
 
 class Fault:
-    """What goes wrong at a moment, given as the text of a call and which of its occurrences is meant."""
+    """What goes wrong at a moment, given as the text of a call and which of its occurrences is meant; with `error`, a call
+    fails with that."""
 
     import_is_whole = True
 
-    def __init__(self, moment):
+    def __init__(self, moment, error=0):
         self.text, self.time = moment
+        self.error = error
         self.count = 0
         self.come = False
         self.over = False
 
     def __str__(self):
-        return f"{self.text} ({self.time})"
+        return f"{self.text} ({self.time}) {errno.errorcode.get(self.error, '')}"
 
     @classmethod
-    def can_meet(cls, call, error=None):
+    def can_meet(cls, call, error):
         return True
 
     def __call__(self, call):
@@ -75,7 +76,7 @@ class ChildKilled(Fault):
     import_is_whole = False     # not even the launcher can tell an interrupted import from a whole one
 
     @classmethod
-    def can_meet(cls, call, error=None):
+    def can_meet(cls, call, error):
         return call.who != "launcher"
 
     def happen(self, call, first):
@@ -88,15 +89,8 @@ class ChildKilled(Fault):
 class CallFails(Fault):
     """The call at that moment fails, once."""
 
-    def __init__(self, moment, error):
-        super().__init__(moment)
-        self.error = error
-
-    def __str__(self):
-        return f"{errno.errorcode[self.error]} at {super().__str__()}"
-
     @classmethod
-    def can_meet(cls, call, error=None):
+    def can_meet(cls, call, error):
         return call.name in DISK_CALLS and call.who in ("launcher", "vantor-unpack")
 
     def happen(self, call, first):
@@ -107,7 +101,7 @@ class StartFails(CallFails):
     """A process cannot be started, once."""
 
     @classmethod
-    def can_meet(cls, call, error=None):
+    def can_meet(cls, call, error):
         return call.name in system_calls.STARTS
 
 
@@ -115,8 +109,8 @@ class CallsFail(CallFails):
     """All calls fail from that moment on, until the player has seen the outcome."""
 
     @classmethod
-    def can_meet(cls, call, error=None):
-        return super().can_meet(call) and (error != errno.ENOSPC or call.name in CALLS_FOR_SPACE)
+    def can_meet(cls, call, error):
+        return super().can_meet(call, error) and (error != errno.ENOSPC or call.name in CALLS_FOR_SPACE)
 
     def happen(self, call, first):
         return self.error if self.can_meet(call, self.error) else 0
@@ -124,57 +118,51 @@ class CallsFail(CallFails):
 
 def cut_short(scenario, fault):
     """Returns what is wrong after a run with `fault`."""
-    world = scenario.world
-    home = world.home(scenario.template)
-    findings = Findings(scenario, home)
-    if isinstance(fault, LauncherKilled):
-        with Launcher(world, home, scenario.press, decide=fault) as launcher:
-            launcher.process.wait(LONG)
-            # What it started may still be alive.
-            findings.check_next_start()
-    else:
+    with Findings(scenario, fault.import_is_whole) as findings:
+        if isinstance(fault, LauncherKilled):
+            with findings.launcher(decide=fault) as launcher:
+                launcher.wait()
+                # What it started may still be alive.
+                findings.check_next_start()
+            return findings.texts
         again = [] if isinstance(fault, CallsFail) else ["wait", "play", "look"]
-        with Launcher(world, home, scenario.press, "look", *again, decide=fault) as launcher:
+        with findings.launcher("look", *again, decide=fault) as launcher:
             ending = launcher.read()
             look = launcher.read()
             fault.over = True
             if scenario.press != "look":
                 findings.check_ending(ending)
                 if look and again:
-                    findings.check_taken(look, fault.import_is_whole)
+                    findings.check_taken(look)
             if again:
                 launcher.go_on()
-                findings.check_run(launcher.read(), launcher.read(), fault.import_is_whole)
+                findings.check_run(launcher.read(), launcher.read())
             launcher.process.stdout.read()
-            findings.check(launcher.process.wait(LONG) == 0, f"the launcher ended with {launcher.process.returncode}")
-        findings.check_next_start(fault.import_is_whole)
-    shutil.rmtree(home, ignore_errors=True)
-    return findings.texts
+            findings.check(launcher.wait() == 0, f"the launcher ended with {launcher.process.returncode}")
+        findings.check_next_start()
+        return findings.texts
 
 
 def killed_after(scenario, seconds):
     """Returns what is wrong after a run that was killed after that time, whatever it was doing."""
-    home = scenario.world.home(scenario.template)
-    findings = Findings(scenario, home)
-    with Launcher(scenario.world, home, scenario.press) as launcher:
+    with Findings(scenario) as findings, findings.launcher() as launcher:
         time.sleep(seconds)
         launcher.process.kill()
-        launcher.process.wait(LONG)
+        launcher.wait()
         findings.check_next_start()
-    shutil.rmtree(home, ignore_errors=True)
-    return findings.texts
+        return findings.texts
 
 
 def killed_while_it_updates(world):
     """Returns a home in which the old game has been moved away and the new one is not yet in place."""
     world.publish("new")
-    home = world.home(world.whole["5"])
     folder = "/data/Vantor Platformer/"
     fault = LauncherKilled((f"launcher: renameat2 {folder}Temp/UUID/extract/Vantor-master -> {folder}Game", 1))
-    with Launcher(world, home, "update", decide=fault) as launcher:
-        launcher.process.wait(LONG)
-    assert fault.come and not (home / "data" / "Vantor Platformer" / "Game").exists()
-    return home
+    findings = Findings(Scenario(world, "update", "update", world.whole["5"]))
+    with findings.launcher(decide=fault) as launcher:
+        launcher.wait()
+    assert fault.come and not (findings.root / "Game").exists()
+    return findings.home
 
 
 class CrashTest(unittest.TestCase):
@@ -194,17 +182,17 @@ class CrashTest(unittest.TestCase):
             Scenario(world, "start after a crash", "look", killed_while_it_updates(world)),
         ]
 
-    def each_moment(self, fault_of, *arguments):
+    def each_moment(self, fault_of, error=0):
         for scenario in self.scenarios:
-            with self.subTest(scenario.name):
+            with self.subTest(scenario.name, error=error):
                 self.world.publish("new", scenario.line)
                 counts = collections.Counter()
                 moments = []
                 for call in scenario.count():
                     counts[str(call)] += 1
-                    if fault_of.can_meet(call, *arguments):
+                    if fault_of.can_meet(call, error):
                         moments.append((str(call), counts[str(call)]))
-                faults = [fault_of(moment, *arguments) for moment in moments if self.is_chosen()]
+                faults = [fault_of(moment, error) for moment in moments if self.is_chosen()]
                 begin = time.monotonic()
                 self.report(scenario, faults, self.all_at_once(lambda fault: cut_short(scenario, fault), faults))
                 # An archive arrives in a different number of chunks each time. Everything else must repeat.
@@ -240,25 +228,21 @@ class CrashTest(unittest.TestCase):
 
     def test_each_call_failing_once(self):
         for error in ERRORS:
-            with self.subTest(errno.errorcode[error]):
-                self.each_moment(CallFails, error)
+            self.each_moment(CallFails, error)
 
     def test_all_calls_failing_from_each_moment_on(self):
         for error in ERRORS:
-            with self.subTest(errno.errorcode[error]):
-                self.each_moment(CallsFail, error)
+            self.each_moment(CallsFail, error)
 
     def test_the_launcher_killed_at_random_moments(self):
         chance = random.Random(SEED)
         print(f"seed {SEED}")
         for scenario in self.scenarios[:2]:
             self.world.publish("new", scenario.line)
-            home = self.world.home(scenario.template)
             begin = time.monotonic()
-            with Launcher(self.world, home, scenario.press) as launcher:
+            with Findings(scenario) as findings, findings.launcher() as launcher:
                 launcher.read()
                 length = time.monotonic() - begin
-            shutil.rmtree(home)
             moments = [chance.uniform(0, length) for _ in range(RANDOM_MOMENTS // 2 if everything else 3)]
             self.report(scenario, moments, self.all_at_once(lambda moment: killed_after(scenario, moment), moments))
 
