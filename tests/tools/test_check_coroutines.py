@@ -1,12 +1,11 @@
 """The coroutine gate, on samples that must pass and samples that must not."""
 
-import subprocess
-import sys
 import tempfile
 import unittest
 from pathlib import Path
 
-GATE = Path(__file__).resolve().parents[2] / "tools" / "check-coroutines"
+from project import run_tool
+
 PROGRAM, TEST, MAIN = "src/{}/Sample.cpp", "tests/{}/SampleTest.cpp", "src/{}/main.cpp"
 
 # What is refused: a sentence, a word of the complaint, and samples.
@@ -83,10 +82,6 @@ ALLOWED_IN = {
 }
 
 
-def run_gate(folder):
-    return subprocess.run([sys.executable, GATE, folder], capture_output=True, text=True)
-
-
 class Gate(unittest.TestCase):
     def complaints(self, samples):
         """The lines that the gate prints about each of the samples, which are pairs of a path and its code."""
@@ -96,7 +91,7 @@ class Gate(unittest.TestCase):
                 file = Path(folder, place)
                 file.parent.mkdir(parents=True)
                 file.write_text(code)
-            run = run_gate(folder)
+            run = run_tool("check-coroutines", folder)
             self.assertEqual(run.stderr, "")
             found = [[line.removeprefix(place) for line in run.stdout.splitlines() if line.startswith(place)]
                      for place in places]
@@ -121,7 +116,7 @@ class Gate(unittest.TestCase):
 
     def test_a_folder_without_code_is_no_success(self):
         with tempfile.TemporaryDirectory() as folder:
-            self.assertEqual(run_gate(folder).returncode, 1)
+            self.assertEqual(run_tool("check-coroutines", folder).returncode, 1)
 
 
 if __name__ == "__main__":

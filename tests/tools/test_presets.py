@@ -4,9 +4,9 @@ import json
 import re
 import subprocess
 import unittest
-from pathlib import Path
 
-PROJECT = Path(__file__).resolve().parents[2]
+from project import PROJECT
+
 
 
 def variables(preset):

@@ -2,9 +2,9 @@
 
 import re
 import unittest
-from pathlib import Path
 
-PROJECT = Path(__file__).resolve().parents[2]
+from project import PROJECT
+
 LITERAL = re.compile(r'"((?:[^"\\\n]|\\.)*)"')
 
 

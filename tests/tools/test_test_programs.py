@@ -1,12 +1,10 @@
 """What ./test builds for the tests that it is told to run."""
 
 import json
-import subprocess
-import sys
 import unittest
-from pathlib import Path
 
-TEST_PROGRAMS = Path(__file__).resolve().parents[2] / "tools" / "test-programs"
+from project import run_tool
+
 BIN = "/project/build/dev/bin"
 
 
@@ -20,9 +18,7 @@ SCRIPT = test()
 
 class Targets(unittest.TestCase):
     def built_for(self, *tests):
-        listed = json.dumps({"tests": tests})
-        return subprocess.run([sys.executable, TEST_PROGRAMS, BIN], input=listed, capture_output=True, text=True,
-                              check=True).stdout.split()
+        return run_tool("test-programs", BIN, input=json.dumps({"tests": tests}), check=True).stdout.split()
 
     def test_a_program_for_the_test_that_is_one(self):
         self.assertEqual(self.built_for(test(command=[f"{BIN}/SheetTest"]), SCRIPT), ["SheetTest"])

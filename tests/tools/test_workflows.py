@@ -2,11 +2,10 @@
 
 import os
 import unittest
-from pathlib import Path
 
 import yaml
 
-PROJECT = Path(__file__).resolve().parents[2]
+from project import PROJECT
 
 
 class Workflows(unittest.TestCase):
