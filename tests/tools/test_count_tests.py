@@ -1,13 +1,12 @@
 """The summary line of a test run."""
 
-import subprocess
-import sys
 import tempfile
 import unittest
 from pathlib import Path
 from xml.sax.saxutils import escape
 
-COUNT_TESTS = Path(__file__).resolve().parents[2] / "tools" / "count-tests"
+from project import run_tool
+
 QT_OUTPUT = """\
 ********* Start testing of LineSplitterTest *********
 PASS   : LineSplitterTest::initTestCase()
@@ -19,10 +18,33 @@ PASS   : LineSplitterTest::cleanupTestCase()
 Totals: 4 passed, 0 failed, 1 skipped, 0 blacklisted, 12ms
 """
 
+# What is counted: a sentence, the summary, the exit status, and the tests, each a status and the output or the reason.
+COUNTED = {
+    "functions, without the beginning and the end": ("2 passed, 0 failed, 1 skipped", 0, ("run", QT_OUTPUT)),
+    "a program that says nothing, as one": ("2 passed, 0 failed, 0 skipped", 0, ("run", ""), ("run", "all fine")),
+    "a failing function, which fails the run": (
+        "1 passed, 2 failed, 0 skipped", 1, ("fail", "PASS   : A::a()\nFAIL!  : A::b() no\nFAIL!  : A::c() no\n")),
+    "a crash, as a failure": ("1 passed, 1 failed, 0 skipped", 1, ("fail", "PASS   : A::a()\n")),
+    "a beginning that fails": (
+        "0 passed, 1 failed, 0 skipped", 1, ("fail", "FAIL!  : A::initTestCase() no\nPASS   : A::cleanupTestCase()\n")),
+    "a program whose functions were all skipped, as nothing passed": (
+        "0 passed, 0 failed, 1 skipped", 1, ("run", "SKIP   : A::initTestCase() why\nPASS   : A::cleanupTestCase()\n")),
+    "a skipped program, as skipped": (
+        "1 passed, 0 failed, 2 skipped", 0, ("run", ""), ("notrun", "SKIP_RETURN_CODE=77"), ("disabled", "")),
+    "a program that could not be started, as failed": (
+        "1 passed, 1 failed, 0 skipped", 1, ("run", ""), ("notrun", "Unable to find executable")),
+    "what Python says that it ran": (
+        "3 passed, 0 failed, 1 skipped", 0, ("run", "...s\n---\nRan 4 tests in 1.2s\n\nOK (skipped=1)\n")),
+    "what Python says that failed": (
+        "2 passed, 2 failed, 0 skipped", 1,
+        ("fail", "..E\n---\nRan 4 tests in 1.2s\n\nFAILED (failures=1, errors=1)\n")),
+    "no tests, as no success": ("0 passed, 0 failed, 0 skipped", 1),
+}
+
 
 class Counting(unittest.TestCase):
     def run_for(self, *tests, endings=()):
-        """Each test is (status, output or reason); `endings` are ctest's words for how the failed ones ended."""
+        """The run of the tool; `endings` are ctest's words for how the failed ones of `tests` ended."""
         cases = ""
         for number, (status, text) in enumerate(tests):
             inner = f"<system-out>{escape(text)}</system-out>"
@@ -34,28 +56,13 @@ class Counting(unittest.TestCase):
             results.write_text(f"<testsuite>{cases}</testsuite>")
             log.write_text("1 - test 0 (Passed)\nThe following tests FAILED:\n"
                            + "".join(f"\t  {number} - test {number} ({ending})\n" for number, ending in enumerate(endings)))
-            return subprocess.run([sys.executable, COUNT_TESTS, results, log], capture_output=True, text=True)
-
-    def count(self, *tests):
-        """The summary line and the exit status."""
-        run = self.run_for(*tests)
-        return run.stdout, run.returncode
+            return run_tool("count-tests", results, log)
 
     def complaints(self, output, ending="Failed"):
         """What is printed about a failed test."""
         title, *lines = self.run_for(("fail", output), endings=[ending]).stderr.splitlines()
         self.assertEqual(title, "Failed in test 0:")
         return [line.removeprefix("    ") for line in lines]
-
-    def test_functions_are_counted_without_the_beginning_and_the_end(self):
-        self.assertEqual(self.count(("run", QT_OUTPUT)), ("2 passed, 0 failed, 1 skipped\n", 0))
-
-    def test_a_program_that_says_nothing_counts_as_one(self):
-        self.assertEqual(self.count(("run", ""), ("run", "all fine")), ("2 passed, 0 failed, 0 skipped\n", 0))
-
-    def test_a_failing_function_counts_and_fails_the_run(self):
-        self.assertEqual(self.count(("fail", "PASS   : A::a()\nFAIL!  : A::b() no\nFAIL!  : A::c() no\n")),
-                         ("1 passed, 2 failed, 0 skipped\n", 1))
 
     def test_what_failed_is_named_where_it_is_seen(self):
         self.assertEqual(self.run_for(("run", QT_OUTPUT)).stderr, "")
@@ -85,34 +92,14 @@ class Counting(unittest.TestCase):
         self.assertEqual(self.complaints("FAIL!  : A::a() no\n", "Timeout"),
                          ["FAIL!  : A::a() no", "It was ended because it took longer than its time limit."])
 
-    def test_a_crash_counts_as_a_failure(self):
-        self.assertEqual(self.count(("fail", "PASS   : A::a()\n")), ("1 passed, 1 failed, 0 skipped\n", 1))
+    def test_what_is_counted(self):
+        for sentence, (summary, status, *tests) in COUNTED.items():
+            with self.subTest(sentence):
+                run = self.run_for(*tests)
+                self.assertEqual((run.stdout, run.returncode), (summary + "\n", status))
 
-    def test_a_beginning_that_fails_counts(self):
-        self.assertEqual(self.count(("fail", "FAIL!  : A::initTestCase() no\nPASS   : A::cleanupTestCase()\n")),
-                         ("0 passed, 1 failed, 0 skipped\n", 1))
-
-    def test_a_program_whose_functions_were_all_skipped_passed_nothing(self):
-        self.assertEqual(self.count(("run", "SKIP   : A::initTestCase() why\nPASS   : A::cleanupTestCase()\n")),
-                         ("0 passed, 0 failed, 1 skipped\n", 1))
-
-    def test_a_skipped_program_is_skipped(self):
-        self.assertEqual(self.count(("run", ""), ("notrun", "SKIP_RETURN_CODE=77"), ("disabled", "")),
-                         ("1 passed, 0 failed, 2 skipped\n", 0))
-
-    def test_a_program_that_could_not_be_started_failed(self):
-        self.assertEqual(self.count(("run", ""), ("notrun", "Unable to find executable")),
-                         ("1 passed, 1 failed, 0 skipped\n", 1))
-
-    def test_python_says_how_many_ran(self):
-        self.assertEqual(self.count(("run", "...s\n---\nRan 4 tests in 1.2s\n\nOK (skipped=1)\n")),
-                         ("3 passed, 0 failed, 1 skipped\n", 0))
-        self.assertEqual(self.count(("fail", "..E\n---\nRan 4 tests in 1.2s\n\nFAILED (failures=1, errors=1)\n")),
-                         ("2 passed, 2 failed, 0 skipped\n", 1))
-
-    def test_no_tests_and_no_results_are_no_success(self):
-        self.assertEqual(self.count(), ("0 passed, 0 failed, 0 skipped\n", 1))
-        run = subprocess.run([sys.executable, COUNT_TESTS, "/no/such/file"], capture_output=True, text=True)
+    def test_results_that_cannot_be_read_are_no_success(self):
+        run = run_tool("count-tests", "/no/such/file")
         self.assertEqual((run.stdout, run.returncode), ("0 passed, 0 failed, 0 skipped\n", 1))
         self.assertIn("cannot be read", run.stderr)
 
