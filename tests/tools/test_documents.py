@@ -15,7 +15,7 @@ import unittest
 from functools import lru_cache
 from pathlib import Path
 
-PROJECT = Path(__file__).resolve().parents[2]
+from project import PROJECT
 
 NOT_RUN = "**Not run by anybody yet.**"
 PROGRAMS_OF_A_MAC = ("xcrun", "codesign")    # the sentences around such a block may name them too
@@ -90,6 +90,10 @@ def is_program(word):
     return file.is_file() and os.access(file, os.X_OK)
 
 
+def tools():
+    return sorted(str(file.relative_to(PROJECT)) for file in (PROJECT / "tools").iterdir() if is_program(file))
+
+
 # What a document has
 
 class Document:
@@ -129,16 +133,9 @@ class Document:
 def complaints_of_command(command):
     """Why `command` is run by nothing, or cannot work."""
     words = command.split(" ")
-    if len(words) == 1 and command.startswith("tools/"):
-        if not is_program(command):
-            yield f"there is no program {command}"
-            return
-        if not any(re.fullmatch(pattern, command) for pattern in RUN_ELSEWHERE):
-            return      # run below, with --help
-    elif command in RUN_HERE:
-        return
     runners = [runner for pattern, runner in RUN_ELSEWHERE.items() if re.fullmatch(pattern, command)]
-    if not runners:
+    asked_for_help = len(words) == 1 and command.startswith("tools/")     # below
+    if not runners and not asked_for_help and command not in RUN_HERE:
         yield f"nothing runs `{command}`: see the table in {Path(__file__).name}"
     for place, literal in runners:
         if literal not in content(place):
@@ -173,8 +170,7 @@ def complaints_of_name(code):
         if not any(PROJECT.glob(code.rstrip("/"))):
             yield f"there is no {code}"
     elif code.startswith("build/"):
-        preset_folders = [f"build/{preset}" for preset in presets("configurePresets")]
-        if not code.startswith(tuple(preset_folders)) and not any(
+        if not code.startswith(tuple(f"build/{preset}" for preset in presets("configurePresets"))) and not any(
                 code in content(script) for script in (".ci/run", "run", "tools/fuzz")):
             yield f"nothing makes {code}"
     elif re.fullmatch(r"\w+(Test|Fuzz)(-[\w-]+)?", code):
@@ -231,8 +227,7 @@ class Documents(unittest.TestCase):
             self.assertEqual({line.split("/")[0] for line in run.stdout.splitlines()}, found_in)
 
     def test_every_tool_says_how_it_is_used_and_does_nothing_else(self):
-        tools = sorted(str(file.relative_to(PROJECT)) for file in (PROJECT / "tools").iterdir() if is_program(file))
-        for tool in [*SCRIPTS, *tools]:
+        for tool in [*SCRIPTS, *tools()]:
             with self.subTest(tool):
                 run = subprocess.run([PROJECT / tool, "--help"], stdin=subprocess.DEVNULL, capture_output=True,
                                      text=True, timeout=20)
@@ -240,12 +235,11 @@ class Documents(unittest.TestCase):
                 self.assertGreater(len(run.stdout), 40)
 
     def test_every_tool_that_is_for_people_is_in_a_document(self):
-        tools = {str(file.relative_to(PROJECT)) for file in (PROJECT / "tools").iterdir() if is_program(file)}
         # Those that only other tools use.
         inner = {"tools/count-tests", "tools/install-packages", "tools/test-programs"}
         named = {code for document in DOCUMENTS for _, lines in document.blocks for code in lines}
         named |= {code for document in DOCUMENTS for code in document.codes}
-        self.assertEqual(tools - inner - named, set())
+        self.assertEqual(set(tools()) - inner - named, set())
 
     def test_every_picture_is_shown_and_can_be_redrawn(self):
         pictures = {file.stem for file in (PROJECT / "docs/pictures").iterdir()}
@@ -280,13 +274,10 @@ class Guards(unittest.TestCase):
     def finds(self, text, *found):
         self.assertEqual(complaints(Document("docs/new.md", text)), list(found))
 
-    def test_an_unknown_command_in_a_block(self):
-        complaint = "nothing runs `make install`: see the table in test_documents.py"
-        self.finds("Type:\n\n    make install\n\nDone.\n", complaint)
-        self.finds("Type:\n\n```sh\nmake install\n```\n", complaint)
-
-    def test_an_unknown_command_within_a_sentence(self):
-        self.finds("Type `make install`.\n", "nothing runs `make install`: see the table in test_documents.py")
+    def test_an_unknown_command(self):
+        for text in ("Type:\n\n    make install\n\nDone.\n", "Type:\n\n```sh\nmake install\n```\n",
+                     "Type `make install`.\n"):
+            self.finds(text, "nothing runs `make install`: see the table in test_documents.py")
         self.finds("Type `./run\n--fast`.\n", "nothing runs `./run --fast`: see the table in test_documents.py",
                    "run knows no --fast")
 
@@ -315,8 +306,7 @@ class Guards(unittest.TestCase):
         self.finds(f"{NOT_RUN} On a Mac:\n\n{block}")
         self.finds(f"{NOT_RUN} On a Mac.\n\nNow:\n\n{block}",
                    "nothing runs `codesign --sign data/macos/entitlements.plist`: see the table in test_documents.py")
-
-    def test_not_even_such_a_block_names_what_is_not_there(self):
+        # Not even such a block names what is not there.
         self.finds(f"{NOT_RUN}\n\n    codesign data/macos/nothing.plist\n", "there is no data/macos/nothing.plist")
 
 
