@@ -24,12 +24,10 @@ class Bundle(unittest.TestCase):
             MACOSX_BUNDLE_EXECUTABLE_NAME="vantor-platformer", PROJECT_VERSION=VERSION,
             CMAKE_OSX_DEPLOYMENT_TARGET="11.0")
         facts = plistlib.loads(text.encode())
-        self.assertEqual(facts["CFBundleIdentifier"], "io.github.kestrelwood.vantor-platformer")
-        self.assertEqual(facts["CFBundlePackageType"], "APPL")
-        self.assertEqual(facts["CFBundleShortVersionString"], VERSION)
-        self.assertEqual(facts["CFBundleVersion"], VERSION)
-        self.assertEqual(facts["LSApplicationCategoryType"], "public.app-category.arcade-games")
-        self.assertEqual(facts["LSMinimumSystemVersion"], "11.0")
+        expected = {"CFBundleIdentifier": "io.github.kestrelwood.vantor-platformer", "CFBundlePackageType": "APPL",
+                    "CFBundleShortVersionString": VERSION, "CFBundleVersion": VERSION, "LSMinimumSystemVersion": "11.0",
+                    "LSApplicationCategoryType": "public.app-category.arcade-games"}
+        self.assertEqual({name: facts.get(name) for name in expected}, expected)
         self.assertIs(facts["NSHighResolutionCapable"], True)
         self.assertTrue((ICONS / facts["CFBundleIconFile"]).is_file())
 
