@@ -9,12 +9,10 @@ from project import PROJECT
 
 def reachable(arrows):
     """For each room, all rooms reachable along `arrows`, which maps a room to those that its arrows lead to."""
-    def beyond(room, seen):
-        for other in arrows[room] - seen:
-            seen.add(other)
-            beyond(other, seen)
-        return seen
-    return {room: beyond(room, set()) for room in arrows}
+    found = {room: set(others) for room, others in arrows.items()}
+    for _ in arrows:     # each time one arrow further
+        found = {room: others.union(*(arrows[other] for other in others)) for room, others in found.items()}
+    return found
 
 
 class Rooms(unittest.TestCase):
@@ -24,16 +22,14 @@ class Rooms(unittest.TestCase):
         drawing = re.search(r"```mermaid\nflowchart LR\n(.*?)```", cls.text, re.DOTALL)[1]
         cls.drawn = {}
         for line in drawing.split("\n"):
-            chain = [room.strip() for room in line.split("-->")] if line.strip() else []
+            chain = line.replace("-->", " ").split()
             for room in chain:
                 cls.drawn.setdefault(room, set())
             for room, other in zip(chain, chain[1:]):
                 cls.drawn[room].add(other)
 
         lines = {}
-        for file in (PROJECT / "src").glob("**/CMakeLists.txt"):
-            if file.parent.name == "src":
-                continue
+        for file in (PROJECT / "src").glob("*/**/CMakeLists.txt"):
             found = re.search(r"^add_room\((\w+) USES (.*?)\bSOURCES", file.read_text("utf-8"), re.DOTALL | re.M)
             assert found and found[1] == file.parent.name, file
             lines[found[1]] = set(found[2].split())
