@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QTest>
 
 #include <type_traits>
@@ -13,7 +14,7 @@ template <typename... Values, typename... Names> auto table(Names... names)
 {
     static_assert(sizeof...(Values) == sizeof...(Names));
     (QTest::addColumn<Values>(names), ...);
-    return [](const char *description, const Values &...values) {
-        (QTest::newRow(description) << ... << values);
+    return [](const QByteArray &description, const Values &...values) {
+        (QTest::newRow(description.constData()) << ... << values);
     };
 }

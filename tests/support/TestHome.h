@@ -54,6 +54,24 @@ public:
         return link;
     }
 
+    /// Makes a folder in the home and the folders above it, and returns its path.
+    QString folder(const QString &name) const
+    {
+        const QString folder = filePath(name);
+        if (!QDir().mkpath(folder))
+            qFatal("%s could not be made.", qPrintable(folder));
+        return folder;
+    }
+
+    /// Makes a named pipe in the home, creates the folders above it, and returns its path.
+    QString pipe(const QString &name) const
+    {
+        const QString pipe = withFoldersAbove(name);
+        if (::mkfifo(QFile::encodeName(pipe).constData(), 0600) != 0)
+            qFatal("%s could not be made.", qPrintable(pipe));
+        return pipe;
+    }
+
     void setMode(const QString &name, mode_t mode) const
     {
         if (::chmod(bytes(name).constData(), mode) != 0)
