@@ -40,8 +40,7 @@ public:
         m_process.waitForFinished();
     }
 
-    LocalCodeHost(const LocalCodeHost &) = delete;
-    LocalCodeHost &operator=(const LocalCodeHost &) = delete;
+    Q_DISABLE_COPY_MOVE(LocalCodeHost)
 
     const QUrl &address() const { return m_address; }
 

@@ -12,6 +12,9 @@
 /// it.
 class SmallDisk final {
 public:
+    /// Why a test is skipped that needs one.
+    static constexpr auto cannotMount = "Only the superuser can mount the disk that this needs.";
+
     /// Creates `folder` if it is missing. `options` are mount's: "size=256k".
     explicit SmallDisk(const QString &folder, [[maybe_unused]] const char *options = "size=1m")
         : m_folder(QFile::encodeName(folder))
@@ -28,8 +31,7 @@ public:
             ::umount2(m_folder.constData(), MNT_DETACH);
 #endif
     }
-    SmallDisk(const SmallDisk &) = delete;
-    SmallDisk &operator=(const SmallDisk &) = delete;
+    Q_DISABLE_COPY_MOVE(SmallDisk)
 
     bool isMounted() const { return m_mounted; }
 
