@@ -1,9 +1,8 @@
 #include "DownloadProgress.h"
-#include "FileSizeText.h"
+
+#include "Table.h"
 
 #include <QTest>
-
-#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -11,60 +10,9 @@ class DownloadProgressTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void aSizeIsWrittenInDecimalUnits_data()
-    {
-        QTest::addColumn<qint64>("bytes");
-        QTest::addColumn<QString>("text");
-
-        const auto row = [](qint64 bytes, const char *text) {
-            QTest::addRow("%lld", static_cast<long long>(bytes)) << bytes << QString::fromUtf8(text);
-        };
-        row(-5, "Zero kB");
-        row(0, "Zero kB");
-        row(1, "1 byte");
-        row(2, "2 bytes");
-        row(999, "999 bytes");
-        row(1000, "1 kB");
-        row(1024, "1 kB");
-        row(1499, "1 kB");
-        row(1500, "2 kB");
-        row(12'345, "12 kB");
-        row(999'499, "999 kB");
-        row(999'500, "1 MB");
-        row(1'000'000, "1 MB");
-        row(1'049'999, "1 MB");
-        row(1'050'000, "1.1 MB");
-        row(3'200'000, "3.2 MB");
-        row(12'345'678, "12.3 MB");
-        row(48'000'000, "48 MB");
-        row(48'100'000, "48.1 MB");
-        row(100'000'000, "100 MB");
-        row(999'949'999, "999.9 MB");
-        row(999'950'000, "1 GB");
-        row(1'004'999'999, "1 GB");
-        row(1'005'000'000, "1.01 GB");
-        row(1'050'000'000, "1.05 GB");
-        row(1'100'000'000, "1.1 GB");
-        row(2'500'000'000'000, "2.5 TB");
-        row(7'250'000'000'000'000, "7.25 PB");
-        row(std::numeric_limits<qint64>::max(), "9.22 EB");
-    }
-
-    void aSizeIsWrittenInDecimalUnits()
-    {
-        QFETCH(qint64, bytes);
-        QTEST(fileSizeText(bytes), "text");
-    }
-
     void theTextSaysWhatIsKnown_data()
     {
-        QTest::addColumn<qint64>("received");
-        QTest::addColumn<qint64>("total");
-        QTest::addColumn<double>("speed");
-        QTest::addColumn<QString>("text");
-
-        const auto row = [](const char *name, const QString &text, qint64 received, qint64 total,
-                            double speed) { QTest::newRow(name) << received << total << speed << text; };
+        const auto row = table<QString, qint64, qint64, double>("text", "received", "total", "speed");
         row("all", u"3.2 MB of 48.1 MB · 1.5 MB/s"_s, 3'200'000, 48'100'000, 1'500'000);
         row("no size", u"3.2 MB · 1.5 MB/s"_s, 3'200'000, -1, 1'500'000);
         row("no speed yet", u"3.2 MB of 48.1 MB"_s, 3'200'000, 48'100'000, 0);
