@@ -15,11 +15,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Makes something in the home, and returns the path to measure.
-using Make = std::function<QString(const TestHome &home)>;
-/// Makes files in the home, and returns their paths.
-using MakeFiles = std::function<QStringList(const TestHome &home)>;
-
 const QByteArray content(10'000, 'x');
 
 qint64 blocksOf(const QString &path)
@@ -36,67 +31,51 @@ class DirectorySizeTest final : public QObject {
 private Q_SLOTS:
     void init() { m_home.emplace(); }
 
-    void whatHoldsNoFileIsZero_data()
+    void onlyFilesCountAndEachTheBlocksThatItTakes_data()
     {
-        const auto row = table<Make>("make");
-        row("no path", [](const TestHome &) { return QString(); });
-        row("a missing folder", [](const TestHome &home) { return home.filePath(u"nothing"_s); });
-        row("an empty folder", [](const TestHome &home) { return home.path(); });
-        row("a file in place of a folder",
-            [](const TestHome &home) { return home.write(u"file"_s, content); });
-        row("a link to a large file", [](const TestHome &home) {
-            return QFileInfo(home.link(u"tree/link"_s, home.write(u"large"_s, content))).path();
+        const auto row = table<QStringList, std::function<void()>>("files", "change");
+        row("no folder", {}, {});
+        row("an empty folder", {}, [this] { m_home->folder(tree()); });
+        row("a file in place of a folder", {}, [this] { m_home->write(tree(), content); });
+        row("a link to a file", {},
+            [this] { m_home->link(u"tree/link"_s, m_home->write(u"file"_s, content)); });
+        row("links to folders", {}, [this] {
+            m_home->write(u"away/file"_s, content);
+            m_home->link(u"tree/away"_s, u"../away"_s);
+            m_home->link(u"tree/round"_s, u"."_s);
         });
-        row("links to folders", [](const TestHome &home) {
-            home.write(u"away/large"_s, content);
-            home.link(u"tree/away"_s, home.filePath(u"away"_s));
-            home.link(u"tree/round"_s, u"."_s);
-            return home.filePath(u"tree"_s);
+        row("a pipe, which must not block", {}, [this] { m_home->pipe(u"tree/pipe"_s); });
+        row("a byte", { u"file"_s }, [this] { m_home->write(u"tree/file"_s, "1"); });
+        row("a sparse file", { u"file"_s },
+            [this] { QVERIFY(QFile::resize(tree() + u"/file"_s, 1'000'000'000)); });
+        row("files that are hidden or in a bundle",
+            { u".imported-4.3"_s, u".godot/imported/a.ctex"_s, u"Godot.app/Contents/MacOS/Godot"_s }, {});
+        row("a file with two names, at each of them", { u"a"_s, u"b"_s }, [this] {
+            QVERIFY(QFile::remove(tree() + u"/b"_s));
+            QCOMPARE(::link(m_home->bytes(u"tree/a"_s).constData(), m_home->bytes(u"tree/b"_s).constData()),
+                     0);
         });
-        row("a pipe, which must not block", [](const TestHome &home) {
-            return ::mkfifo(home.bytes(u"pipe"_s).constData(), 0600) == 0 ? home.path() : QString();
-        });
+        row("five hundred folders", { u"d/"_s.repeated(500) + u"file"_s, u"d/beside"_s }, {});
     }
 
-    void whatHoldsNoFileIsZero()
+    void onlyFilesCountAndEachTheBlocksThatItTakes()
     {
-        QFETCH(Make, make);
-        QCOMPARE(directorySize(make(*m_home)), 0);
-    }
-
-    void everyFileCountsTheBlocksThatItTakes_data()
-    {
-        const auto row = table<MakeFiles>("make");
-        row("of one byte", [](const TestHome &home) { return QStringList(home.write(u"one"_s, "1")); });
-        row("sparse", [](const TestHome &home) {
-            const QString file = home.write(u"sparse"_s, "1");
-            return QFile::resize(file, 1'000'000'000) ? QStringList(file) : QStringList();
-        });
-        row("hidden or in a bundle", [](const TestHome &home) {
-            return QStringList({ home.write(u".imported-4.3"_s, content),
-                                 home.write(u".godot/imported/a.ctex"_s, content),
-                                 home.write(u"Godot.app/Contents/MacOS/Godot"_s, content) });
-        });
-        row("with two names, at each of them", [](const TestHome &home) {
-            const QStringList names { home.write(u"a"_s, content), home.filePath(u"b"_s) };
-            ::link(home.bytes(names[0]).constData(), home.bytes(names[1]).constData());
-            return names;
-        });
-        row("five hundred folders deep, and beside that", [](const TestHome &home) {
-            return QStringList(
-                { home.write(u"d/"_s.repeated(500) + u"file"_s, "1"), home.write(u"d/beside"_s, "1") });
-        });
-    }
-
-    void everyFileCountsTheBlocksThatItTakes()
-    {
-        QFETCH(MakeFiles, make);
+        QFETCH(QStringList, files);
+        QFETCH(std::function<void()>, change);
+        for (const QString &file : files)
+            m_home->write(tree() + u'/' + file, content);
+        if (change)
+            change();
         qint64 expected = 0;
-        for (const QString &file : make(*m_home))
-            expected += blocksOf(file);
-        QVERIFY(expected > 1 && expected < 1'000'000);
-        QCOMPARE(directorySize(m_home->path()), expected);
+        for (const QString &file : files) {
+            const qint64 blocks = blocksOf(tree() + u'/' + file);
+            QVERIFY(blocks > 0 && blocks < 1'000'000);
+            expected += blocks;
+        }
+        QCOMPARE(directorySize(tree()), expected);
     }
+
+    void withoutAPathThereIsNothing() { QCOMPARE(directorySize(QString()), 0); }
 
     void aFolderNamedByALinkIsSized()
     {
@@ -146,6 +125,8 @@ private Q_SLOTS:
     }
 
 private:
+    QString tree() const { return m_home->filePath(u"tree"_s); }
+
     std::optional<TestHome> m_home;
 };
 
