@@ -19,7 +19,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-using Make = std::function<QString(const TestHome &home)>;
+/// Makes something in the home, and returns its path.
+using Make = std::function<QString()>;
 
 QString removalFailure(const QString &path)
 {
@@ -68,38 +69,34 @@ private Q_SLOTS:
     void whateverIsAtAPathIsRemovedAndNothingElse_data()
     {
         const auto row = table<Make>("make");
-        row("nothing", [](const TestHome &home) { return home.filePath(u"nothing"_s); });
-        row("nothing, in a missing folder",
-            [](const TestHome &home) { return home.filePath(u"no/thing"_s); });
-        row("a file", [](const TestHome &home) { return home.write(u"file"_s, "1"); });
-        row("a tree, hidden files included", [](const TestHome &home) {
-            for (const QString &name : { u"tree/.hidden/.file"_s, u"tree/a/b/c"_s, u"tree/a/b2/c"_s })
-                home.write(name, "1");
-            return QFileInfo(home.write(u"tree/file"_s, "1")).path();
+        row("nothing", [this] { return tree(); });
+        row("nothing, in a missing folder", [this] { return m_home->filePath(u"no/thing"_s); });
+        row("a file", [this] { return m_home->write(u"file"_s, "1"); });
+        row("a tree, hidden files included", [this] {
+            for (const QString &name : { u"/.hidden/.file"_s, u"/a/b/c"_s, u"/a/b2/c"_s, u"/file"_s })
+                m_home->write(tree() + name, "1");
+            return tree();
         });
-        row("a tree with links", [](const TestHome &home) {
-            home.link(u"tree/link"_s, home.filePath(u"precious"_s));
-            return QFileInfo(home.link(u"tree/file-link"_s, home.filePath(u"precious/save"_s))).path();
+        row("a tree with links", [this] {
+            m_home->link(u"tree/link"_s, u"../precious"_s);
+            m_home->link(u"tree/file-link"_s, m_precious);
+            return tree();
         });
-        row("a tree with a pipe, which must not block", [](const TestHome &home) {
-            home.write(u"tree/file"_s, "1");
-            if (::mkfifo(home.bytes(u"tree/pipe"_s).constData(), 0600) != 0)
-                qFatal("The pipe could not be made.");
-            return home.filePath(u"tree"_s);
+        row("a tree with a pipe, which must not block", [this] {
+            m_home->pipe(u"tree/pipe"_s);
+            return tree();
         });
-        row("a tree five hundred levels deep", makeDeepTree);
-        row("a link",
-            [](const TestHome &home) { return home.link(u"link"_s, home.filePath(u"precious"_s)); });
-        row("a link, with slashes at the end of its path", [](const TestHome &home) {
-            return home.link(u"link"_s, home.filePath(u"precious"_s)) + u"//"_s;
-        });
-        row("a link to nothing", [](const TestHome &home) { return home.link(u"link"_s, u"nothing"_s); });
+        row("a tree five hundred levels deep", [this] { return makeDeepTree(*m_home); });
+        row("a link", [this] { return m_home->link(u"link"_s, u"precious"_s); });
+        row("a link, with slashes at its end",
+            [this] { return m_home->link(u"link"_s, u"precious"_s) + u"//"_s; });
+        row("a link to nothing", [this] { return m_home->link(u"link"_s, u"nothing"_s); });
     }
 
     void whateverIsAtAPathIsRemovedAndNothingElse()
     {
         QFETCH(Make, make);
-        const QString path = make(*m_home);
+        const QString path = make();
         const int descriptors = openDescriptors();
         QCOMPARE(removalFailure(path), QString());
         QCOMPARE(m_home->list(), QStringList(u"precious"_s));
@@ -156,7 +153,7 @@ private Q_SLOTS:
             m_home->write(folder + u"/file"_s, "1");
             m_home->write(folder + u"/held/file"_s, "1");
             m_home->write(folder + u"/other/file"_s, "1");
-            QVERIFY(QDir().mkpath(m_home->filePath(folder + u"/empty"_s)));
+            m_home->folder(folder + u"/empty"_s);
         }
         QVERIFY(OrdinaryUser::ownTree(m_home->path()));
         for (const QString &folder : folders) {
@@ -181,23 +178,13 @@ private Q_SLOTS:
         QVERIFY(FileOperations::removeTreeIfPossible(file));
     }
 
-    void theTopOfTheFileSystemIsRefused_data()
+    void aPathWithoutANameIsRefused()
     {
-        const auto row = table<QString>("path");
-        row("empty", QString());
-        row("slash", u"/"_s);
-        row("slashes", u"//"_s);
-        row("here", u"tree/."_s);
-        row("above", u"tree/.."_s);
-    }
-
-    void theTopOfTheFileSystemIsRefused()
-    {
-        QFETCH(QString, path);
         const QString file = m_home->write(u"tree/file"_s, "1");
-        const QString whole = path.startsWith(u"tree"_s) ? m_home->filePath(path) : path;
-        QCOMPARE(removalFailure(whole), sentence(whole, EINVAL));
-        QVERIFY(FileOperations::exists(file));
+        for (const QString &path : { QString(), u"/"_s, u"//"_s, tree() + u"/."_s, tree() + u"/.."_s }) {
+            QCOMPARE(removalFailure(path), sentence(path, EINVAL));
+            QVERIFY(FileOperations::exists(file));
+        }
     }
 
 private:

@@ -12,12 +12,7 @@
 #include <functional>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
 using Removal = std::function<void()>;
-
-}
 
 class SymlinkGuardTest final : public QObject {
     Q_OBJECT
@@ -29,10 +24,10 @@ private Q_SLOTS:
         for (const QString &name :
              { u"save"_s, u"Game/save"_s, u"Engine/save"_s, u"Temp/save"_s, u".imported-4.6"_s })
             m_home->write(u"precious/"_s + name, "1");
-        m_before = everythingPrecious();
+        m_before = m_home->tree(u"precious"_s);
     }
 
-    void cleanup() { QCOMPARE(everythingPrecious(), m_before); }
+    void cleanup() { QCOMPARE(m_home->tree(u"precious"_s), m_before); }
 
     void noLinkIsFollowedWhereverItIsPlanted_data()
     {
@@ -94,8 +89,6 @@ private:
     {
         return m_home->link(Paths::root() + place, m_home->filePath(u"precious"_s));
     }
-
-    QStringList everythingPrecious() const { return m_home->tree(u"precious"_s); }
 
     std::optional<TestHome> m_home;
     QStringList m_before;
