@@ -1,5 +1,6 @@
 #include "HttpServer.h"
 #include "LoopbackPort.h"
+#include "Table.h"
 #include "TransferTesting.h"
 
 #include <QTest>
@@ -17,39 +18,24 @@ class BrokenTransferTest final : public QObject {
 private Q_SLOTS:
     void initTestCase() { withoutProxies(); }
 
-    void aServerThatDoesNotExistIsNotFound()
+    void aServerThatDoesNotExistOrRefusesIsAnError()
     {
         QCOMPARE(failure(QUrl(u"http://nobody.invalid/list"_s)), sentence(CURLE_COULDNT_RESOLVE_HOST));
-    }
-
-    void aPortThatRefusesIsAnError()
-    {
         QCOMPARE(failure(RefusingPort().url(path)), sentence(CURLE_COULDNT_CONNECT));
     }
 
-    void anAddressThatDoesNotAnswerTimesOut_data()
+    void anAddressThatDoesNotAnswerTimesOutAfterTheShorterLimit()
     {
-        QTest::addColumn<TransferRules>("rules");
-        QTest::newRow("after the time limit for connecting") << TransferRules { .connect = 250ms };
-        QTest::newRow("after the time limit for silence") << TransferRules { .silence = 250ms };
-    }
-
-    void anAddressThatDoesNotAnswerTimesOut()
-    {
-        QFETCH(TransferRules, rules);
         const SilentPort port;
-        timesOut(port.url(path), rules);
+        timesOut(port.url(path), { .connect = 250ms });
+        timesOut(port.url(path), { .silence = 250ms });
     }
 
     void aBrokenAnswerIsAnError_data()
     {
-        QTest::addColumn<HttpReply>("reply");
-        QTest::addColumn<QString>("sentence");
-
+        const auto add = table<HttpReply, QString>("reply", "sentence");
         QString expected = sentence(CURLE_PARTIAL_FILE);
-        const auto row = [&expected](const char *name, const HttpReply &reply) {
-            QTest::newRow(name) << reply << expected;
-        };
+        const auto row = [&](const char *name, const HttpReply &reply) { add(name, reply, expected); };
         row("closed without a byte", HttpReply());
         row("reset without a byte", HttpReply().reset());
         row("closed in the header", HttpReply(inHeader));
@@ -91,8 +77,7 @@ private Q_SLOTS:
 
     void silenceTimesOutWhereverItFalls_data()
     {
-        QTest::addColumn<HttpReply>("reply");
-        const auto row = [](const char *name, const HttpReply &reply) { QTest::newRow(name) << reply; };
+        const auto row = table<HttpReply>("reply");
         row("before the header", HttpReply().stall());
         row("in the header", HttpReply(inHeader).stall());
         row("after the header", HttpReply(announced).stall());

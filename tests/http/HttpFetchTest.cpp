@@ -1,6 +1,7 @@
 #include "HttpServer.h"
 #include "LoopbackPort.h"
 #include "OrdinaryUser.h"
+#include "Table.h"
 #include "ThreadLimit.h"
 #include "TransferTesting.h"
 
@@ -26,15 +27,9 @@ private Q_SLOTS:
 
     void aBodyArrivesWhole_data()
     {
-        QTest::addColumn<HttpReply>("reply");
-        QTest::addColumn<QByteArray>("body");
-        for (const qsizetype size : { 0, 1, 16'384, 5'000'000 }) {
-            QTest::addRow("%lld bytes", static_cast<long long>(size))
-                << HttpReply::ok(someBytes(size)) << someBytes(size);
-        }
-        const auto row = [](const char *name, const HttpReply &reply, const QByteArray &body) {
-            QTest::newRow(name) << reply << body;
-        };
+        const auto row = table<HttpReply, QByteArray>("reply", "body");
+        for (const qsizetype size : { 0, 1, 16'384, 5'000'000 })
+            row(QByteArray::number(size) + " bytes", HttpReply::ok(someBytes(size)), someBytes(size));
         row("in chunks", HttpReply::chunked({ "one", "two", "three" }), "onetwothree");
         row("without a length, up to the end of the connection", HttpReply::head(200).send("all of it"),
             "all of it");
@@ -45,12 +40,12 @@ private Q_SLOTS:
             "ok");
         row("in a coding that nobody asked for",
             HttpReply::head(200, { "Content-Encoding: gzip", "Content-Length: 5" }).send("plain"), "plain");
-        for (const char *trailer : { "HTTP/1.1 404 Gone: really", "Location: /elsewhere",
-                                     "Content-Length: 99999999999999999999999" }) {
-            QTest::addRow("with the trailer %s", trailer)
-                << HttpReply::head(200, { "Transfer-Encoding: chunked" })
-                       .send(QByteArray("3\r\nabc\r\n0\r\n") + trailer + "\r\n\r\n")
-                << QByteArray("abc");
+        for (const QByteArray &trailer : QByteArrayList { "HTTP/1.1 404 Gone: really", "Location: /elsewhere",
+                                                          "Content-Length: 99999999999999999999999" }) {
+            row("with the trailer " + trailer,
+                HttpReply::head(200, { "Transfer-Encoding: chunked" })
+                    .send("3\r\nabc\r\n0\r\n" + trailer + "\r\n\r\n"),
+                "abc");
         }
     }
 
@@ -70,16 +65,14 @@ private Q_SLOTS:
 
     void anyOtherStatusComesWithoutABody_data()
     {
-        QTest::addColumn<int>("status");
-        QTest::addColumn<HttpReply>("reply");
+        const auto row = table<int, HttpReply>("status", "reply");
         for (const int status : { 300, 304, 401, 403, 404, 407, 416, 429, 500, 503, 599 })
-            QTest::addRow("%d", status) << status << HttpReply::status(status, "Sorry");
-        QTest::newRow("204, which has none") << 204 << HttpReply::head(204);
-        QTest::newRow("an endless error page")
-            << 404 << HttpReply::head(404).sendForever(QByteArray(100'000, 'x'));
-        QTest::newRow("an error page larger than any body")
-            << 404 << HttpReply::head(404, { "Content-Length: 99999999999999" }).stall();
-        QTest::newRow("a redirect to nowhere") << 302 << HttpReply::redirect("");
+            row(QByteArray::number(status), status, HttpReply::status(status, "Sorry"));
+        row("204, which has none", 204, HttpReply::head(204));
+        row("an endless error page", 404, HttpReply::head(404).sendForever(QByteArray(100'000, 'x')));
+        row("an error page larger than any body", 404,
+            HttpReply::head(404, { "Content-Length: 99999999999999" }).stall());
+        row("a redirect to nowhere", 302, HttpReply::redirect(""));
     }
 
     void anyOtherStatusComesWithoutABody()
@@ -93,13 +86,12 @@ private Q_SLOTS:
 
     void aRedirectIsFollowedWithoutACookieOrAPassword_data()
     {
-        QTest::addColumn<HttpReply>("reply");
+        const auto row = table<HttpReply>("reply");
         for (const int status : { 301, 302, 303, 307, 308 })
-            QTest::addRow("%d", status) << HttpReply::redirect("/new?a=b%2Fc", status);
+            row(QByteArray::number(status), HttpReply::redirect("/new?a=b%2Fc", status));
         const QByteArray location = "Location: /new?a=b%2Fc";
-        QTest::newRow("with a body that never comes")
-            << HttpReply::head(302, { location, "Content-Length: 10" }).stall();
-        QTest::newRow("with a cookie") << HttpReply::head(302, { location, "Set-Cookie: a=b; Path=/" });
+        row("with a body that never comes", HttpReply::head(302, { location, "Content-Length: 10" }).stall());
+        row("with a cookie", HttpReply::head(302, { location, "Set-Cookie: a=b; Path=/" }));
     }
 
     void aRedirectIsFollowedWithoutACookieOrAPassword()
@@ -124,10 +116,9 @@ private Q_SLOTS:
 
     void asManyRedirectsAsAllowedAreFollowed_data()
     {
-        QTest::addColumn<TransferRules>("rules");
-        QTest::addColumn<int>("allowed");
-        QTest::newRow("by default") << TransferRules() << 10;
-        QTest::newRow("two") << TransferRules { .redirects = 2 } << 2;
+        const auto row = table<TransferRules, int>("rules", "allowed");
+        row("by default", {}, 10);
+        row("two", { .redirects = 2 }, 2);
     }
 
     void asManyRedirectsAsAllowedAreFollowed()
@@ -142,18 +133,14 @@ private Q_SLOTS:
         QCOMPARE(m_server->requestCount(path), 2 * (allowed + 1));
     }
 
-    void aRedirectOutOfTheWebIsAnError_data()
-    {
-        QTest::addColumn<QString>("sentence");
-        for (const char *location : { "file:///etc/passwd", "ftp://127.0.0.1/x", "gopher://127.0.0.1/x" })
-            QTest::addRow("%s", location) << u"The server redirected to an unsafe address."_s;
-        QTest::newRow("http://[nowhere/") << TransferError::notUnderstood().errorDescription();
-    }
-
     void aRedirectOutOfTheWebIsAnError()
     {
-        const HttpReply reply = HttpReply::redirect(QTest::currentDataTag());
-        QTEST(failure(m_server->serve(path, reply)), "sentence");
+        const auto redirected = [this](const QByteArray &location) {
+            return failure(m_server->serve(path, HttpReply::redirect(location)));
+        };
+        for (const char *location : { "file:///etc/passwd", "ftp://127.0.0.1/x", "gopher://127.0.0.1/x" })
+            QCOMPARE(redirected(location), u"The server redirected to an unsafe address."_s);
+        QCOMPARE(redirected("http://[nowhere/"), TransferError::notUnderstood().errorDescription());
     }
 
     void anAddressOutsideTheWebIsNotFetched()
@@ -214,13 +201,13 @@ private Q_SLOTS:
 
     void aStopDuringTheRequestEndsItAtOnce_data()
     {
-        QTest::addColumn<HttpReply>("reply");
+        const auto row = table<HttpReply>("reply");
         const HttpReply announced = HttpReply::head(200, { "Content-Length: 10000" });
-        QTest::newRow("before the header") << HttpReply().stall();
-        QTest::newRow("in the header") << HttpReply().send("HTTP/1.1 200").stall();
-        QTest::newRow("before the body") << HttpReply(announced).stall();
-        QTest::newRow("in the body") << HttpReply(announced).send("x").stall();
-        QTest::newRow("in a drip") << HttpReply(announced).sendForever("x", 10ms);
+        row("before the header", HttpReply().stall());
+        row("in the header", HttpReply().send("HTTP/1.1 200").stall());
+        row("before the body", HttpReply(announced).stall());
+        row("in the body", HttpReply(announced).send("x").stall());
+        row("in a drip", HttpReply(announced).sendForever("x", 10ms));
     }
 
     void aStopDuringTheRequestEndsItAtOnce()

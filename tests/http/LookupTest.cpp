@@ -1,5 +1,6 @@
 #include "HttpServer.h"
 #include "SystemProxy.h"
+#include "Table.h"
 #include "TransferTesting.h"
 
 #include <QNetworkProxy>
@@ -37,31 +38,24 @@ void release()
 }
 
 /// The proxies in the desktop's settings. If there are none, the lookup blocks, as for a script on a silent
-/// server. Thread-safe.
-class Proxies final {
-public:
-    void set(const QList<QNetworkProxy> &proxies)
-    {
-        const std::lock_guard guard(m_lock);
-        m_proxies = proxies;
-    }
-    QList<QNetworkProxy> get()
-    {
-        const std::lock_guard guard(m_lock);
-        return m_proxies;
-    }
+/// server.
+QList<QNetworkProxy> proxies;
+std::mutex proxiesLock;
 
-private:
-    std::mutex m_lock;
-    QList<QNetworkProxy> m_proxies;
-} proxies;
+void setProxies(const QList<QNetworkProxy> &known)
+{
+    const std::lock_guard guard(proxiesLock);
+    proxies = known;
+}
 
 }
 
 // These two replace the functions of Qt and of the system in this whole program.
 QList<QNetworkProxy> QNetworkProxyFactory::systemProxyForQuery(const QNetworkProxyQuery &)
 {
-    const QList<QNetworkProxy> known = proxies.get();
+    std::unique_lock lock(proxiesLock);
+    const QList<QNetworkProxy> known = proxies;
+    lock.unlock();
     if (known.isEmpty())
         block();
     return known;
@@ -80,18 +74,13 @@ class LookupTest final : public QObject {
 private Q_SLOTS:
     void cleanup()
     {
-        proxies.set({});
+        setProxies({});
         release();
     }
 
     void theFirstProxyThatCarriesHttpIsTaken_data()
     {
-        QTest::addColumn<QList<QNetworkProxy::ProxyType>>("types");
-        QTest::addColumn<QByteArray>("address");
-        const auto row
-            = [](const char *name, const QByteArray &address, const QList<QNetworkProxy::ProxyType> &types) {
-                  QTest::newRow(name) << types << address;
-              };
+        const auto row = table<QByteArray, QList<QNetworkProxy::ProxyType>>("address", "types");
         using enum QNetworkProxy::ProxyType;
         row("an HTTP proxy", "http://proxy:1", { HttpProxy });
         row("one that caches", "http://proxy:1", { HttpCachingProxy });
@@ -107,7 +96,7 @@ private Q_SLOTS:
         QList<QNetworkProxy> known;
         for (const QNetworkProxy::ProxyType type : types)
             known.append(QNetworkProxy(type, u"proxy"_s, static_cast<quint16>(known.size() + 1)));
-        proxies.set(known);
+        setProxies(known);
         QTEST(SystemProxy::forUrl(m_url).address, "address");
     }
 
@@ -116,7 +105,7 @@ private Q_SLOTS:
     void aLookupThatNeverEndsTimesOut()
     {
         QFETCH(QList<QNetworkProxy>, known);
-        proxies.set(known);
+        setProxies(known);
         QElapsedTimer time;
         time.start();
         QCOMPARE(failure(m_url, impatient()), TransferError::timedOut().errorDescription());
@@ -129,7 +118,7 @@ private Q_SLOTS:
     void aStopDuringALookupEndsTheTransferAtOnce()
     {
         QFETCH(QList<QNetworkProxy>, known);
-        proxies.set(known);
+        setProxies(known);
         std::stop_source stop;
         auto task = fetchData(m_url, plenty, stop.get_token());
         QTRY_COMPARE(waiting, 1);
@@ -150,9 +139,9 @@ private Q_SLOTS:
 private:
     static void addLookups()
     {
-        QTest::addColumn<QList<QNetworkProxy>>("known");
-        QTest::newRow("of the proxy") << QList<QNetworkProxy>();
-        QTest::newRow("of the server's name") << QList<QNetworkProxy> { QNetworkProxy::NoProxy };
+        const auto row = table<QList<QNetworkProxy>>("known");
+        row("of the proxy", {});
+        row("of the server's name", { QNetworkProxy::NoProxy });
     }
 
     const QUrl m_url = QUrl(u"http://server.invalid/list"_s);

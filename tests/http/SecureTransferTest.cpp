@@ -1,4 +1,5 @@
 #include "HttpServer.h"
+#include "Table.h"
 #include "TransferTesting.h"
 
 #include <QTest>
@@ -27,15 +28,12 @@ private Q_SLOTS:
 
     void aServerThatCannotBeTrustedIsNotAskedForAnything_data()
     {
-        QTest::addColumn<TestIdentity>("identity");
-        QTest::addColumn<TransferRules>("rules");
-        QTest::addColumn<QString>("reason");
+        const auto row = table<TestIdentity, TransferRules, QString>("identity", "rules", "reason");
         using enum TestAuthority::Validity;
-        QTest::newRow("expired") << m_authority.issue("localhost", Expired) << m_rules << u"expired"_s;
-        QTest::newRow("another host") << m_authority.issue("elsewhere.invalid") << m_rules << u"localhost"_s;
-        QTest::newRow("nobody vouches for it") << TestAuthority::selfSigned() << m_rules << QString();
-        QTest::newRow("an authority that the system does not know")
-            << m_authority.issue() << TransferRules() << QString();
+        row("expired", m_authority.issue("localhost", Expired), m_rules, u"expired"_s);
+        row("another host", m_authority.issue("elsewhere.invalid"), m_rules, u"localhost"_s);
+        row("nobody vouches for it", TestAuthority::selfSigned(), m_rules, {});
+        row("an authority that the system does not know", m_authority.issue(), {}, {});
     }
 
     void aServerThatCannotBeTrustedIsNotAskedForAnything()

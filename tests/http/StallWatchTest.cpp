@@ -1,5 +1,7 @@
 #include "StallWatch.h"
 
+#include "Table.h"
+
 #include <QTest>
 
 using namespace std::chrono_literals;
@@ -13,16 +15,15 @@ class StallWatchTest final : public QObject {
 private Q_SLOTS:
     void aWindowWithoutEnoughBytesIsAStall_data()
     {
-        QTest::addColumn<Received>("received");
-        QTest::addColumn<int>("deadline");
-        QTest::newRow("nothing") << Received() << 50;
-        QTest::newRow("enough begins a new window") << Received { { 10, 3200 } } << 60;
-        QTest::newRow("one byte less does not") << Received { { 10, 3199 } } << 50;
-        QTest::newRow("silence after a burst") << Received { { 5, 1'000'000 }, { 6, 1'000'100 } } << 55;
+        const auto row = table<Received, int>("received", "deadline");
+        row("nothing", {}, 50);
+        row("enough begins a new window", { { 10, 3200 } }, 60);
+        row("one byte less does not", { { 10, 3199 } }, 50);
+        row("silence after a burst", { { 5, 1'000'000 }, { 6, 1'000'100 } }, 55);
         Received drips;
         for (int second = 1; second <= 49; ++second)
             drips.append({ second, second * 2 });
-        QTest::newRow("drips") << drips << 50;
+        row("drips", drips, 50);
     }
 
     void aWindowWithoutEnoughBytesIsAStall()

@@ -1,5 +1,7 @@
 #include "TransferError.h"
 
+#include "Table.h"
+
 #include <QTest>
 
 #include <curl/curl.h>
@@ -12,12 +14,9 @@ class TransferErrorTest final : public QObject {
 private Q_SLOTS:
     void aFailureIsAPlainSentence_data()
     {
-        QTest::addColumn<int>("code");
-        QTest::addColumn<QByteArray>("detail");
-        QTest::addColumn<QString>("sentence");
-
-        const auto row = [](const QString &sentence, int code, const QByteArray &detail = {}) {
-            QTest::addRow("%d %s", code, detail.constData()) << code << detail << sentence;
+        const auto add = table<int, QByteArray, QString>("code", "detail", "sentence");
+        const auto row = [&add](const QString &sentence, int code, const QByteArray &detail = {}) {
+            add(QByteArray::number(code) + ' ' + detail, code, detail, sentence);
         };
         row(u"The server could not be found."_s, CURLE_COULDNT_RESOLVE_HOST, "Could not resolve host: x");
         row(u"The proxy server could not be found."_s, CURLE_COULDNT_RESOLVE_PROXY);
