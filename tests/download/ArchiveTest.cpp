@@ -3,6 +3,8 @@
 #include "CancellationError.h"
 #include "Desktop.h"
 #include "LogStore.h"
+#include "ShellScript.h"
+#include "Table.h"
 #include "Tasks.h"
 #include "TestHome.h"
 #include "ZipBuilder.h"
@@ -19,19 +21,14 @@ private Q_SLOTS:
     {
         m_home.emplace();
         m_log.emplace();
-        QVERIFY(QDir().mkpath(destination()));
+        m_home->folder(destination());
     }
 
-    void cleanup()
-    {
-        Desktop::use(std::nullopt);
-        m_home.reset();
-    }
+    void cleanup() { Desktop::use(std::nullopt); }
 
     void anArchiveIsUnpacked()
     {
-        write(
-            ZipBuilder { ZipEntry::file("Game/project.godot", "x"), ZipEntry::program("run", "y") }.bytes());
+        write(archive.bytes());
         Tasks::finish(unzip());
         QVERIFY(QFile::exists(destination() + u"/Game/project.godot"_s));
         QVERIFY(QFileInfo(destination() + u"/run"_s).isExecutable());
@@ -58,11 +55,7 @@ private Q_SLOTS:
 
     void aToolThatFailsIsAnErrorWithItsStatusAndASignalALine_data()
     {
-        QTest::addColumn<QByteArray>("script");
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QStringList>("lines");
-        const auto row = [](const char *name, const QByteArray &script, int status,
-                            const QStringList &lines) { QTest::newRow(name) << script << status << lines; };
+        const auto row = table<QByteArray, int, QStringList>("script", "status", "lines");
         const QString line = u"tool was ended by signal %1 (%2) before it had finished."_s;
         row("1", "exit 1", 1, {});
         row("77", "exit 77", 77, {});
@@ -83,9 +76,9 @@ private Q_SLOTS:
 
     void aToolThatIsMissingIsAnErrorAndALine_data()
     {
-        QTest::addColumn<QString Desktop::*>("tool");
-        QTest::newRow("to unpack") << &Desktop::unpackTool;
-        QTest::newRow("to check, on macOS, where nothing is then unpacked") << &Desktop::archiveCheckTool;
+        const auto row = table<QString Desktop::*>("tool");
+        row("to unpack", &Desktop::unpackTool);
+        row("to check, on macOS, where nothing is then unpacked", &Desktop::archiveCheckTool);
     }
 
     void aToolThatIsMissingIsAnErrorAndALine()
@@ -93,7 +86,7 @@ private Q_SLOTS:
         QFETCH(QString Desktop::*, tool);
         useMacOS();
         use(tool, m_home->filePath(u"nowhere"_s));
-        write(ZipBuilder { ZipEntry::file("Game/project.godot", "x") }.bytes());
+        write(archive.bytes());
         QCOMPARE(failure(), couldNotUnpack(-1));
         QTRY_COMPARE(m_log->lines->size(), 1);
         QVERIFY(m_log->lines->first().startsWith("Could not start nowhere: "_L1));
@@ -101,9 +94,9 @@ private Q_SLOTS:
 
     void aToolThatFollowsNoRequestIsEndedSoonAfterCancel_data()
     {
-        QTest::addColumn<QByteArray>("script");
-        QTest::newRow("stopped") << QByteArray("echo ready; kill -STOP $$");
-        QTest::newRow("deaf") << QByteArray("trap '' TERM; echo ready; while :; do sleep 0.05; done");
+        const auto row = table<QByteArray>("script");
+        row("stopped", "echo ready; kill -STOP $$");
+        row("deaf", "trap '' TERM; echo ready; while :; do sleep 0.05; done");
     }
 
     void aToolThatFollowsNoRequestIsEndedSoonAfterCancel()
@@ -120,18 +113,15 @@ private Q_SLOTS:
 
     void whatCannotBeTrustedIsAnErrorAndALine_data()
     {
-        QTest::addColumn<QByteArray>("content");
-        ZipEntry damaged = ZipEntry::file("a", "content");
-        damaged.crc = 1;
-        const QByteArray whole
-            = ZipBuilder { ZipEntry::file("Game/project.godot", QByteArray(10'000, 'x')) }.bytes();
-        QTest::newRow("nothing") << QByteArray();
-        QTest::newRow("a web page") << QByteArray("<!DOCTYPE html><html><body>Sign in</body></html>");
-        QTest::newRow("half an archive") << whole.first(whole.size() / 2);
-        QTest::newRow("an archive without its beginning") << whole.sliced(40);
-        QTest::newRow("a way out") << ZipBuilder { ZipEntry::file("../evil", "x") }.bytes();
-        QTest::newRow("a link out") << ZipBuilder { ZipEntry::link("a", "../..") }.bytes();
-        QTest::newRow("a wrong checksum") << ZipBuilder { damaged }.bytes();
+        const auto row = table<QByteArray>("content");
+        const QByteArray whole = archive.bytes();
+        row("nothing", {});
+        row("a web page", "<!DOCTYPE html><html><body>Sign in</body></html>");
+        row("half an archive", whole.first(whole.size() / 2));
+        row("an archive without its beginning", whole.sliced(40));
+        row("a way out", ZipBuilder { ZipEntry::file("../evil", "x") }.bytes());
+        row("a link out", ZipBuilder { ZipEntry::link("a", "../..") }.bytes());
+        row("a wrong checksum", ZipBuilder { { .name = "a", .content = "content", .crc = 1 } }.bytes());
     }
 
     void whatCannotBeTrustedIsAnErrorAndALine()
@@ -143,7 +133,8 @@ private Q_SLOTS:
         const QStringList lines = m_log->lines;
         // On macOS ditto never sees it: the check says the same and the folder stays empty.
         m_log.emplace();
-        QVERIFY(QDir(destination()).removeRecursively() && QDir().mkpath(destination()));
+        QVERIFY(QDir(destination()).removeRecursively());
+        m_home->folder(destination());
         useMacOS();
         QCOMPARE(failure(), couldNotUnpack(1));
         QTRY_COMPARE(m_log->lines.get(), lines);
@@ -153,7 +144,7 @@ private Q_SLOTS:
     void onMacOSTheCheckRunsBeforeDitto()
     {
         useMacOS();
-        write(ZipBuilder { ZipEntry::file("Game/project.godot", "x") }.bytes());
+        write(archive.bytes());
         Tasks::finish(unzip());
         QTRY_COMPARE(m_log->lines.get(),
                      QStringList { u"ditto -x -k "_s + zipFile() + u' ' + destination() });
@@ -162,7 +153,7 @@ private Q_SLOTS:
     void onMacOSTheLaunchersEndEndsTheCheckToo()
     {
         useMacOS();
-        use(&Desktop::archiveCheckTool, script(u"check"_s, "exec sleep 60"));
+        use(&Desktop::archiveCheckTool, shellScript(*m_home, u"check"_s, "exec sleep 60"));
         std::stop_source end;
         QTimer::singleShot(100, this, [&end] { end.request_stop(); });
         QVERIFY(Tasks::failure<CancellationError>(unzip(end.get_token())));
@@ -194,26 +185,24 @@ private:
     }
 
     /// Makes the desktop's unpack tool a shell script.
-    void useTool(const QByteArray &lines) { use(&Desktop::unpackTool, script(u"tool"_s, lines)); }
+    void useTool(const QByteArray &lines) const
+    {
+        use(&Desktop::unpackTool, shellScript(*m_home, u"tool"_s, lines));
+    }
 
     /// Unpacks as on macOS, with a stand-in for ditto that prints its arguments.
-    void useMacOS()
+    void useMacOS() const
     {
         Desktop::use(Desktop::describing(Desktop::System::MacOS));
-        use(&Desktop::unpackTool, script(u"ditto"_s, "echo ditto \"$@\""));
+        use(&Desktop::unpackTool, shellScript(*m_home, u"ditto"_s, "echo ditto \"$@\""));
     }
 
-    QString script(const QString &name, const QByteArray &lines) const
-    {
-        const QString path = m_home->write(name, "#!/bin/sh\n" + lines + "\n");
-        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        return path;
-    }
-
-    void write(const QByteArray &archive) const { m_home->write(u"game.zip"_s, archive); }
+    void write(const QByteArray &content) const { m_home->write(u"game.zip"_s, content); }
     QString zipFile() const { return m_home->filePath(u"game.zip"_s); }
     QString destination() const { return m_home->filePath(u"to here"_s); }
 
+    const ZipBuilder archive { ZipEntry::file("Game/project.godot", QByteArray(10'000, 'x')),
+                               ZipEntry::program("run", "y") };
     std::optional<TestHome> m_home;
     std::optional<LogStore> m_log;
 };

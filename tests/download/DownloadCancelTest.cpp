@@ -1,5 +1,7 @@
 #include "DownloadScene.h"
 
+#include "Table.h"
+
 #include <QTest>
 
 #include <random>
@@ -18,7 +20,6 @@ class DownloadCancelTest final : public QObject {
 
 private Q_SLOTS:
     void init() { m_scene.emplace(); }
-    void cleanup() { m_scene.reset(); }
 
     void aCancelBeforeTheStartTouchesNoNetwork_data() { addWays(); }
 
@@ -91,11 +92,10 @@ private Q_SLOTS:
 private:
     void addWays() const
     {
-        QTest::addColumn<Cancel>("cancel");
-        QTest::addColumn<HttpReply>("reply");
-        const auto row = [this](const char *name, Cancel cancel) {
-            QTest::addRow("%s", name) << cancel << HttpReply::head(200).send("x").stall();
-            QTest::addRow("%s, in a flood", name) << cancel << flood;
+        const auto add = table<Cancel, HttpReply>("cancel", "reply");
+        const auto row = [&](const QByteArray &name, Cancel cancel) {
+            add(name, cancel, HttpReply::head(200).send("x").stall());
+            add(name + ", in a flood", cancel, flood);
         };
         row("by its owner", [](FileDownloader &download, std::stop_source &) { download.cancel(); });
         row("twice", [](FileDownloader &download, std::stop_source &) {

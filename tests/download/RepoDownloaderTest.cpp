@@ -2,11 +2,14 @@
 
 #include "AppError.h"
 #include "CodeHost.h"
-#include "DownloadScene.h"
 #include "FileError.h"
+#include "HttpServer.h"
 #include "LogStore.h"
 #include "Paths.h"
 #include "SmallDisk.h"
+#include "Table.h"
+#include "TestHome.h"
+#include "TransferTesting.h"
 #include "ZipBuilder.h"
 
 #include <QTest>
@@ -14,6 +17,7 @@
 #include <curl/curl.h>
 
 #include <cerrno>
+#include <functional>
 #include <thread>
 
 using namespace Qt::StringLiterals;
@@ -30,23 +34,8 @@ HttpReply wholeGameAnd(const ZipEntry &entry)
     return HttpReply::ok(archive.bytes());
 }
 
-/// Cancels an installation that was started with the token of `stop`.
-using Cancel = void (*)(RepoDownloader &repository, std::stop_source &stop);
-
-/// Puts something into the game's place.
-using Arrange = void (*)(const TestHome &home);
-
-/// Writes the file `path` of the launcher.
-void put(const TestHome &home, const QString &path, const QByteArray &content)
-{
-    home.write(QDir(home.path()).relativeFilePath(path), content);
-}
-
-void writeOldGame(const TestHome &home)
-{
-    put(home, Paths::gameFolder() + u"/project.godot"_s, "old");
-    put(home, Paths::gameFolder() + u"/old folder/old file"_s, "old");
-}
+/// Does something to the game or the installation.
+using Change = std::function<void()>;
 
 }
 
@@ -61,16 +50,12 @@ private Q_SLOTS:
         m_server.emplace();
         m_log.emplace();
         m_repository.emplace(withoutPauses());
+        m_stop = std::stop_source();
         CodeHost::setAddress(m_server->address());
     }
 
-    void cleanup()
-    {
-        // However an installation ends, it leaves no scratch folder.
-        QCOMPARE(filesIn(Paths::tempFolder()), QStringList());
-        CodeHost::setAddress(CodeHost::official());
-        m_home.reset();
-    }
+    // However an installation ends, it leaves no scratch folder.
+    void cleanup() { QCOMPARE(m_home->list(Paths::tempFolder()), QStringList()); }
 
     void theArchiveIsTheRepositorysMasterBranch()
     {
@@ -80,11 +65,7 @@ private Q_SLOTS:
 
     void theProjectEndsUpDirectlyInTheGameFolder_data()
     {
-        QTest::addColumn<QList<ZipEntry>>("entries");
-        QTest::addColumn<QStringList>("files");
-        const auto row = [](const char *name, const QList<ZipEntry> &entries, const QStringList &files) {
-            QTest::newRow(name) << entries << files;
-        };
+        const auto row = table<QList<ZipEntry>, QStringList>("entries", "files");
         row("from a wrapper folder",
             { ZipEntry::file("Vantor-master/project.godot", "new"),
               ZipEntry::file("Vantor-master/art/a.png", "picture") },
@@ -105,10 +86,10 @@ private Q_SLOTS:
         archive.entries = entries;
         m_server->serve(path, archive.bytes());
         QCOMPARE(finish(), Paths::gameFolder());
-        QTEST(filesIn(Paths::gameFolder()), "files");
-        QCOMPARE(read(u"project.godot"_s), "new");
-        if (QFile::exists(Paths::gameFolder() + u"/art"_s))
-            QCOMPARE(read(u"art/a.png"_s), "picture");
+        QTEST(m_home->list(Paths::gameFolder()), "files");
+        QCOMPARE(m_home->read(project()), "new");
+        if (const QString art = Paths::gameFolder() + u"/art"_s; QFile::exists(art))
+            QCOMPARE(m_home->read(art + u"/a.png"_s), "picture");
     }
 
     void theLogTellsTheSteps()
@@ -136,36 +117,29 @@ private Q_SLOTS:
 
     void anUpdateReplacesWhateverIsInTheGamesPlace_data()
     {
-        QTest::addColumn<Arrange>("arrange");
-        QTest::newRow("a game") << Arrange(writeOldGame);
-        QTest::newRow("a file") << Arrange(
-            [](const TestHome &home) { put(home, Paths::gameFolder(), "a file"); });
-        QTest::newRow("a symbolic link, but not what it leads to") << Arrange([](const TestHome &home) {
-            QVERIFY(QDir().mkpath(Paths::root()));
-            QVERIFY(QFile::link(home.filePath(u"elsewhere"_s), Paths::gameFolder()));
-        });
+        const auto row = table<Change>("arrange");
+        row("a game", [this] { writeOldGame(); });
+        row("a file", [this] { m_home->write(Paths::gameFolder(), "a file"); });
+        row("a symbolic link, but not what it leads to",
+            [this] { m_home->link(Paths::gameFolder(), m_home->filePath(u"elsewhere"_s)); });
     }
 
     void anUpdateReplacesWhateverIsInTheGamesPlace()
     {
-        QFETCH(Arrange, arrange);
+        QFETCH(Change, arrange);
         const QString elsewhere = m_home->write(u"elsewhere/project.godot"_s, "precious");
-        arrange(*m_home);
+        arrange();
         serveWholeGame();
         QCOMPARE(finish(), Paths::gameFolder());
         QVERIFY(!QFileInfo(Paths::gameFolder()).isSymLink());
-        QCOMPARE(filesIn(Paths::gameFolder()), QStringList { u"project.godot"_s });
-        QCOMPARE(read(u"project.godot"_s), "new");
-        QCOMPARE(contentOf(elsewhere), "precious");
+        QCOMPARE(m_home->list(Paths::gameFolder()), QStringList { u"project.godot"_s });
+        QCOMPARE(m_home->read(project()), "new");
+        QCOMPARE(m_home->read(elsewhere), "precious");
     }
 
     void aFailureKeepsThePreviousGameAndCanBeRetried_data()
     {
-        QTest::addColumn<HttpReply>("reply");
-        QTest::addColumn<QString>("reason");
-        const auto row = [](const char *name, const QString &reason, const HttpReply &reply) {
-            QTest::newRow(name) << reply << reason;
-        };
+        const auto row = table<QString, HttpReply>("reason", "reply");
         row("an archive without a project",
             u"The downloaded game has no project.godot file, so it cannot be started."_s,
             HttpReply::ok(ZipBuilder { ZipEntry::file("Vantor-master/README.md", "no game here") }.bytes()));
@@ -185,17 +159,17 @@ private Q_SLOTS:
     {
         QFETCH(HttpReply, reply);
         QFETCH(QString, reason);
-        writeOldGame(*m_home);
+        writeOldGame();
         m_server->serve(path, reply);
         const auto error = Tasks::failure<AppError>(install());
         QVERIFY(error);
         QVERIFY2(error->errorDescription().contains(reason), error->what());
         verifyOldGame();
-        QCOMPARE(filesIn(Paths::root()), QStringList({ u"Game"_s, u"Temp"_s }));
+        QCOMPARE(m_home->list(Paths::root()), QStringList({ u"Game"_s, u"Temp"_s }));
         QVERIFY(!QFile::exists(m_home->dataHome() + u"/outside"_s));
         serveWholeGame();
         QCOMPARE(finish(), Paths::gameFolder());
-        QCOMPARE(read(u"project.godot"_s), "new");
+        QCOMPARE(m_home->read(project()), "new");
     }
 
     void aLostConnectionIsALineInTheLogAndNoFailure()
@@ -210,7 +184,7 @@ private Q_SLOTS:
 
     void aScratchFolderThatCannotBeMadeIsAFileError()
     {
-        put(*m_home, Paths::root(), "a file");
+        m_home->write(Paths::root(), "a file");
         verifyFileError(install(), ENOTDIR);
         QCOMPARE(m_server->connectionCount(), 0);
     }
@@ -218,7 +192,7 @@ private Q_SLOTS:
     void aFolderToUnpackIntoThatCannotBeMadeIsAFileError()
     {
         auto task = installUpToTheDownload();
-        put(*m_home, scratchFolder() + u"/extract"_s, "in the way");
+        m_home->write(scratchFolder() + u"/extract"_s, "in the way");
         m_server->release();
         verifyFileError(std::move(task), EEXIST);
         verifyOldGame();
@@ -228,8 +202,8 @@ private Q_SLOTS:
     {
         const SmallDisk disk(Paths::gameFolder());
         if (!disk.isMounted())
-            QSKIP("Only the superuser can mount the disk that this needs.");
-        writeOldGame(*m_home);
+            QSKIP(SmallDisk::cannotMount);
+        writeOldGame();
         serveWholeGame();
         verifyFileError(install(), EBUSY);
         verifyOldGame();
@@ -243,7 +217,7 @@ private Q_SLOTS:
             m_server->release();
             if (!disk.isMounted()) {
                 Tasks::finish(std::move(task));
-                QSKIP("Only the superuser can mount the disk that this needs.");
+                QSKIP(SmallDisk::cannotMount);
             }
             verifyFileError(std::move(task), EXDEV);
         }
@@ -252,55 +226,37 @@ private Q_SLOTS:
         verifyOldGame();
     }
 
-    void aCancelDuringTheDownloadKeepsThePreviousGame_data()
-    {
-        QTest::addColumn<Cancel>("cancel");
-        const auto row = [](const char *name, Cancel cancel) { QTest::newRow(name) << cancel; };
-        row("by its owner", [](RepoDownloader &repository, std::stop_source &) { repository.cancel(); });
-        row("from another thread", [](RepoDownloader &repository, std::stop_source &) {
-            std::thread([&repository] { repository.cancel(); }).join();
-        });
-        row("by a stop", [](RepoDownloader &, std::stop_source &stop) { stop.request_stop(); });
-    }
+    void aCancelDuringTheDownloadKeepsThePreviousGame_data() { addCancels(); }
 
     void aCancelDuringTheDownloadKeepsThePreviousGame()
     {
-        QFETCH(Cancel, cancel);
-        std::stop_source stop;
-        auto task = installUpToTheDownload(stop.get_token());
-        cancel(*m_repository, stop);
+        QFETCH(Change, cancel);
+        auto task = installUpToTheDownload();
+        cancel();
         QVERIFY(Tasks::failure<CancellationError>(std::move(task)));
         verifyOldGame();
     }
 
     void aStopBeforeTheDownloadTouchesNoNetwork()
     {
-        std::stop_source stop;
-        stop.request_stop();
-        QVERIFY(Tasks::failure<CancellationError>(install(stop.get_token())));
+        m_stop.request_stop();
+        QVERIFY(Tasks::failure<CancellationError>(install()));
         QCOMPARE(m_server->connectionCount(), 0);
     }
 
-    void aStopAfterTheDownloadIsNoticedBeforeTheUnpacking()
-    {
-        writeOldGame(*m_home);
-        serveWholeGame();
-        std::stop_source stop;
-        auto task = install(stop.get_token());
-        waitForTheFileWithoutTurningTheEventLoop();
-        stop.request_stop();
-        QVERIFY(Tasks::failure<CancellationError>(std::move(task)));
-        QCOMPARE(m_log->lines->size(), 1);
-        verifyOldGame();
-    }
+    void aCancelAfterTheDownloadIsNoticedBeforeTheUnpacking_data() { addCancels(); }
 
-    void aCancelAfterTheDownloadEndsTheInstallationToo()
+    void aCancelAfterTheDownloadIsNoticedBeforeTheUnpacking()
     {
+        QFETCH(Change, cancel);
+        writeOldGame();
         serveWholeGame();
         auto task = install();
         waitForTheFileWithoutTurningTheEventLoop();
-        m_repository->cancel();
+        cancel();
         QVERIFY(Tasks::failure<CancellationError>(std::move(task)));
+        QCOMPARE(m_log->lines->size(), 1);
+        verifyOldGame();
     }
 
     void aCancelOutsideAnInstallationDoesNothing()
@@ -313,19 +269,24 @@ private Q_SLOTS:
     }
 
 private:
-    void serveWholeGame() { m_server->serve(path, wholeGame().bytes()); }
-
-    QCoro::Task<QString> install(std::stop_token stop = {})
+    void addCancels()
     {
-        return m_repository->install(&*m_log, nullptr, stop);
+        const auto row = table<Change>("cancel");
+        row("by its owner", [this] { m_repository->cancel(); });
+        row("from another thread", [this] { std::thread([this] { m_repository->cancel(); }).join(); });
+        row("by a stop", [this] { m_stop.request_stop(); });
     }
 
+    void serveWholeGame() { m_server->serve(path, wholeGame().bytes()); }
+
+    QCoro::Task<QString> install() { return m_repository->install(&*m_log, nullptr, m_stop.get_token()); }
+
     /// Updates an old game. Returns once the server holds back the new one, until its release.
-    QCoro::Task<QString> installUpToTheDownload(std::stop_token stop = {})
+    QCoro::Task<QString> installUpToTheDownload()
     {
-        writeOldGame(*m_home);
+        writeOldGame();
         m_server->serve(path, HttpReply::head(200).stall().send(wholeGame().bytes()));
-        auto task = install(stop);
+        auto task = install();
         [this] { QTRY_COMPARE(m_server->requestCount(path), 1); }();
         return task;
     }
@@ -339,23 +300,30 @@ private:
         QCOMPARE(error->code(), code);
     }
 
-    static void verifyOldGame()
+    static QString project() { return Paths::gameFolder() + u"/project.godot"_s; }
+    static QString oldFile() { return Paths::gameFolder() + u"/old folder/old file"_s; }
+
+    void writeOldGame() const
     {
-        QCOMPARE(filesIn(Paths::gameFolder()), QStringList({ u"old folder"_s, u"project.godot"_s }));
-        QCOMPARE(read(u"project.godot"_s), "old");
-        QCOMPARE(read(u"old folder/old file"_s), "old");
+        m_home->write(project(), "old");
+        m_home->write(oldFile(), "old");
     }
 
-    static QByteArray read(const QString &name) { return contentOf(Paths::gameFolder() + u'/' + name); }
-
-    static QString scratchFolder()
+    void verifyOldGame() const
     {
-        const QStringList folders = filesIn(Paths::tempFolder());
+        QCOMPARE(m_home->list(Paths::gameFolder()), QStringList({ u"old folder"_s, u"project.godot"_s }));
+        QCOMPARE(m_home->read(project()), "old");
+        QCOMPARE(m_home->read(oldFile()), "old");
+    }
+
+    QString scratchFolder() const
+    {
+        const QStringList folders = m_home->list(Paths::tempFolder());
         return folders.size() == 1 ? Paths::tempFolder() + u'/' + folders.first() : QString();
     }
 
     /// The transfer ends on its own thread; the installation continues only once the event loop runs.
-    static void waitForTheFileWithoutTurningTheEventLoop()
+    void waitForTheFileWithoutTurningTheEventLoop() const
     {
         QElapsedTimer time;
         time.start();
@@ -369,6 +337,7 @@ private:
     std::optional<HttpServer> m_server;
     std::optional<LogStore> m_log;
     std::optional<RepoDownloader> m_repository;
+    std::stop_source m_stop;
 };
 
 QTEST_GUILESS_MAIN(RepoDownloaderTest)

@@ -1,5 +1,7 @@
 #include "SpeedMeter.h"
 
+#include "Table.h"
+
 #include <QTest>
 
 /// What is measured so many milliseconds after the start.
@@ -15,8 +17,7 @@ class SpeedMeterTest final : public QObject {
 private Q_SLOTS:
     void aSpeedIsTheAverageOverAnInterval_data()
     {
-        QTest::addColumn<QList<Measurement>>("measurements");
-        const auto row = [](const char *name, const QList<Measurement> &all) { QTest::newRow(name) << all; };
+        const auto row = table<QList<Measurement>>("measurements");
         row("none is known within the first half second", { { 0, 100, 0 }, { 499, 100'000, 0 } });
         row("the first interval begins at construction", { { 400, 500, 0 }, { 500, 1000, 2000 } });
         row("a speed stays until the next interval ends",
