@@ -71,5 +71,6 @@ RetryPlan::Next RetryPlan::wasUseless()
 {
     const bool mayGoOn = countTry() && m_newBeginnings < mostNewBeginnings;
     m_range = std::nullopt;
+    m_tag.clear(); // not to be asked for again, should the next request get no answer
     return mayGoOn ? Next { Step::BeginAgain, Pause::zero() } : Next {};
 }

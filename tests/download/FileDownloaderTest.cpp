@@ -202,6 +202,17 @@ private Q_SLOTS:
         QCOMPARE(sentence, u"Download failed: "_s + reason);
     }
 
+    void ofAFileThatIsBegunAgainNothingIsLeft()
+    {
+        const HttpReply longer
+            = HttpReply::head(200, { "Content-Length: 100000" }).send(QByteArray(50'000, 'x'));
+        const QUrl url = m_scene->server.serve(m_scene->path, { longer, newFile });
+        const std::function<void(DownloadProgress)> nobody;
+        Tasks::finish(
+            std::make_shared<FileDownloader>(url, m_scene->destination, nobody, withoutPauses())->start());
+        QCOMPARE(m_scene->content(), "new");
+    }
+
     void aTransferThatCannotBeginIsAFailedDownload()
     {
         const QUrl url = m_scene->server.url(m_scene->path);
