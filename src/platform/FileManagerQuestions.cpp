@@ -1,19 +1,17 @@
 #include "FileManagerQuestions.h"
 
+#include "MainThread.h"
+#include "MessageBus.h"
+
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
-#include <QFile>
-#include <QFileInfo>
 #include <QTimer>
 #include <QUrl>
-#include <QUuid>
 
 #include <algorithm>
 #include <chrono>
-#include <system_error>
-#include <thread>
 #include <utility>
 
 namespace {
@@ -21,23 +19,6 @@ namespace {
 // A file manager may have to be started first.
 constexpr std::chrono::milliseconds longestAnswer { 10000 };
 constexpr std::chrono::milliseconds longestConnecting { 5000 };
-
-/// The address of the session bus; empty when there is none. Looked up here because the D-Bus library would
-/// start a bus of its own when it finds none.
-QString sessionBusAddress()
-{
-    const QString named = QString::fromLocal8Bit(qgetenv("DBUS_SESSION_BUS_ADDRESS"));
-    if (!named.isEmpty())
-        return named;
-    const QString socket = QFile::decodeName(qgetenv("XDG_RUNTIME_DIR")) + QStringLiteral("/bus");
-    return QFileInfo::exists(socket) ? QStringLiteral("unix:path=") + socket : QString();
-}
-
-void onMainThread(std::function<void()> work)
-{
-    if (auto *application = QCoreApplication::instance())
-        QMetaObject::invokeMethod(application, std::move(work), Qt::QueuedConnection);
-}
 
 }
 
@@ -51,7 +32,7 @@ void FileManagerQuestions::ask(Question question)
         return;
     const bool wasGivenUp = m_isConnecting && !m_current;
     if (wasGivenUp) {
-        onMainThread(std::move(question.onNoAnswer));
+        postToMainThread(std::move(question.onNoAnswer));
         return;
     }
     m_waiting.append(std::move(question));
@@ -64,9 +45,9 @@ void FileManagerQuestions::askNext()
     if (m_waiting.isEmpty())
         return;
     m_current = m_waiting.takeFirst();
-    const QString address = sessionBusAddress();
+    const QString address = MessageBus::sessionAddress();
     if (address.isEmpty())
-        onMainThread([self = shared_from_this()] { self->answered(false); });
+        postToMainThread([self = shared_from_this()] { self->answered(false); });
     else
         connectTo(address);
 }
@@ -75,27 +56,13 @@ void FileManagerQuestions::connectTo(const QString &address)
 {
     const auto self = shared_from_this();
     m_isConnecting = true;
-    try {
-        std::thread([self, address] {
-            const QString name = QUuid::createUuid().toString();
-            const bool isConnected = QDBusConnection::connectToBus(address, name).isConnected();
-            if (!isConnected)
-                QDBusConnection::disconnectFromBus(name);
-            onMainThread([self, name, isConnected] {
-                self->m_isConnecting = false;
-                if (isConnected)
-                    self->connected(name);
-                else
-                    self->notConnected();
-            });
-        }).detach();
-    } catch (const std::system_error &) {
-        // No thread could be started.
-        onMainThread([self] {
-            self->m_isConnecting = false;
+    MessageBus::connect(address, {}, [self](const std::optional<QDBusConnection> &connection) {
+        self->m_isConnecting = false;
+        if (connection)
+            self->connected(*connection);
+        else
             self->notConnected();
-        });
-    }
+    });
     const int attempt = ++m_attempt;
     QTimer::singleShot(longestConnecting, QCoreApplication::instance(), [self, attempt] {
         if (self->m_isConnecting && attempt == self->m_attempt)
@@ -103,13 +70,13 @@ void FileManagerQuestions::connectTo(const QString &address)
     });
 }
 
-void FileManagerQuestions::connected(const QString &connectionName)
+void FileManagerQuestions::connected(const QDBusConnection &connection)
 {
+    const QString connectionName = connection.name();
     if (!m_current) {
         QDBusConnection::disconnectFromBus(connectionName);
         return;
     }
-    const QDBusConnection connection(connectionName);
     QDBusMessage message = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));

@@ -7,6 +7,8 @@
 #include <memory>
 #include <optional>
 
+class QDBusConnection;
+
 /// Asks the file manager on the session bus to show folders, one question at a time.
 ///
 /// Connecting blocks until the bus answers, and a bus may hang, so it happens on a detached thread. A bus
@@ -28,7 +30,7 @@ public:
 private:
     void askNext();
     void connectTo(const QString &address);
-    void connected(const QString &connectionName);
+    void connected(const QDBusConnection &connection);
     void notConnected();
     void answered(bool shown);
     void giveUp();
