@@ -5,3 +5,7 @@
 @interface NSWorkspace (MacOSX10_6)
 - (void)activateFileViewerSelectingURLs:(NSArray *)fileURLs;
 @end
+
+@interface NSApplication (MacOSX10_5)
+- (NSDockTile *)dockTile;
+@end
