@@ -100,6 +100,8 @@ public:
     Published<qint64> freeableBytes { this, 0 };
     /// A short informational line.
     Published<std::optional<QString>> notice { this };
+    /// The notice about a finished update.
+    static QString updatedNotice();
 
     LogStore log;
     GameRunner runner;

@@ -44,13 +44,15 @@ QCoro::Task<> AppModel::runUpdate(std::stop_token stop)
         if (m_removeRootAgain)
             throw CancellationError();
         loadInfo();
-        notice = QStringLiteral("The game was updated.");
+        notice = updatedNotice();
         state = AppState::notDownloaded();
     } catch (const std::exception &error) {
         endAction(error, stop);
     }
     stepText = QString();
 }
+
+QString AppModel::updatedNotice() { return QStringLiteral("The game was updated."); }
 
 void AppModel::reinstall()
 {
