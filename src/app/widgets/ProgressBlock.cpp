@@ -1,5 +1,6 @@
 #include "ProgressBlock.h"
 
+#include "Announcement.h"
 #include "SteadyButton.h"
 #include "TextLabel.h"
 
@@ -53,3 +54,13 @@ void ProgressBlock::display(const QString &step, std::optional<double> fraction,
         m_bar->setRange(0, 0);
     }
 }
+
+void ProgressBlock::displayRemainingTime(const QString &text)
+{
+    if (text == m_bar->toolTip())
+        return;
+    m_bar->setToolTip(text);
+    m_bar->setAccessibleDescription(text);
+}
+
+void ProgressBlock::announceStep() { Announcement::polite(*m_step, m_step->text()); }

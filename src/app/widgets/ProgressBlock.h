@@ -17,6 +17,11 @@ public:
 
     /// `fraction` is from 0 to 1; without a value the progress is indeterminate.
     void display(const QString &step, std::optional<double> fraction, const QString &detail);
+    /// Says how long it will take, where the player asks for it: with the pointer, or a screen reader. Empty
+    /// when that is unknown.
+    void displayRemainingTime(const QString &text);
+    /// Tells screen readers which step has begun.
+    void announceStep();
 
 Q_SIGNALS:
     void cancelPressed();

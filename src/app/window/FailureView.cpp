@@ -1,5 +1,6 @@
 #include "FailureView.h"
 
+#include "Announcement.h"
 #include "AppModel.h"
 #include "Colours.h"
 #include "LogText.h"
@@ -7,7 +8,10 @@
 #include "TextButton.h"
 #include "TextLabel.h"
 
+#include <QTimer>
 #include <QVBoxLayout>
+
+#include <utility>
 
 namespace {
 
@@ -56,7 +60,12 @@ FailureView::FailureView(AppModel &model, QWidget *parent)
 
 void FailureView::refresh()
 {
-    m_message->display(m_model.failureMessage->value_or(QString()));
+    const QString message = m_model.failureMessage->value_or(QString());
+    m_message->display(message);
+    if (message != std::exchange(m_announced, message) && !message.isEmpty()) {
+        // Deferred until this view is shown: screen readers may ignore what cannot be seen.
+        QTimer::singleShot(0, m_message, [this] { Announcement::alert(*m_message, m_message->text()); });
+    }
     const QStringList &lines = m_model.failureLines;
     m_box->setVisible(!lines.isEmpty());
     const bool isComplete = m_lines->showLines(lines);

@@ -25,6 +25,8 @@ private:
     TextLabel *m_message = nullptr;
     Panel *m_box = nullptr;
     LogText *m_lines = nullptr;
+    /// The failure that was last announced; empty while there is none.
+    QString m_announced;
     /// The lines last shown in full. Only different ones scroll the box to the end again.
     QStringList m_shown;
     RefreshOnce m_refresh;

@@ -119,6 +119,20 @@ void PlayArea::refresh()
     m_hint->setVisible(face.showsHint);
     m_progress->display(m_model.stepText, m_model.progress, m_model.progressDetail);
     show(face.action);
+    follow(face.action == StateFace::Action::Play ? QString() : m_model.stepText.get());
+}
+
+/// Announces a new step, and measures how long the running one will take.
+void PlayArea::follow(const QString &step)
+{
+    const bool isNew = step != m_step;
+    m_step = step;
+    if (isNew)
+        m_remaining = RemainingTime();
+    m_remaining.update(RemainingTime::Clock::now(), m_model.progress);
+    m_progress->displayRemainingTime(m_remaining.text());
+    if (isNew && !step.isEmpty())
+        m_progress->announceStep();
 }
 
 void PlayArea::show(StateFace::Action action)

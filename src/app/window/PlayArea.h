@@ -1,6 +1,7 @@
 #pragma once
 
 #include "RefreshOnce.h"
+#include "RemainingTime.h"
 #include "StateFace.h"
 
 #include <QWidget>
@@ -28,6 +29,7 @@ private:
     QWidget *makeStopPage();
     void refresh();
     void show(StateFace::Action action);
+    void follow(const QString &step);
     void stop();
 
     AppModel &m_model;
@@ -37,5 +39,8 @@ private:
     QStackedWidget *m_action = nullptr;
     TextLabel *m_hint = nullptr;
     ProgressBlock *m_progress = nullptr;
+    /// The step that was last announced; empty while none runs.
+    QString m_step;
+    RemainingTime m_remaining;
     RefreshOnce m_refresh;
 };
