@@ -5,6 +5,8 @@
 #include "Background.h"
 #include "BringForward.h"
 #include "CodeHost.h"
+#include "DesktopPresence.h"
+#include "DesktopShell.h"
 #include "Leftovers.h"
 #include "MainWindow.h"
 #include "Pasteboard.h"
@@ -119,11 +121,14 @@ int showWindow(SingleInstance &instance)
     MainWindow window(model, preferences);
     AppDelegate delegate([] { QCoreApplication::exit(EXIT_SUCCESS); });
     const TerminationSignals signalsOfTheSystem;
+    NativeDesktopShell shell(QStringLiteral(APPLICATION_ID), window.windowTitle());
+    DesktopPresence presence(model, window, shell);
 
     delegate.attach(model, window);
     QObject::connect(&instance, &SingleInstance::cameForward, &window,
                      [&window](const QByteArray &token) { bringForwardWith(token, window); });
     QObject::connect(&delegate, &AppDelegate::quitting, &instance, &SingleInstance::stopAnswering);
+    QObject::connect(&delegate, &AppDelegate::quitting, &presence, &DesktopPresence::leave);
     QObject::connect(&signalsOfTheSystem, &TerminationSignals::received, &delegate, &AppDelegate::quitAtOnce);
 
     new IconAfterPaint(window);
@@ -132,7 +137,8 @@ int showWindow(SingleInstance &instance)
     // Work that has not stopped by now still uses the model (an engine that ignores the request to end) or
     // would block the destructors below (a desktop that does not answer). The player waits for neither.
     const bool isBusy = model.isWorking() || model.runner.isRunning || jobsInBackground() > 0
-        || QThreadPool::globalInstance()->activeThreadCount() > 0 || workspace.isWaitingForBus();
+        || QThreadPool::globalInstance()->activeThreadCount() > 0 || workspace.isWaitingForBus()
+        || shell.isWaitingForBus();
     if (isBusy)
         std::_Exit(status);
     return status;
