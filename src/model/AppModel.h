@@ -71,11 +71,15 @@ public:
     void browse(const QUrl &page);
     /// Puts the failure message and its lines on the pasteboard.
     void copyFailure();
+    /// Writes a report to `file`, in the background: versions, settings, free space and the log, without what
+    /// tells who the player is. A notice says where it is, or why there is none. Does nothing once the
+    /// launcher quits.
+    void saveReport(const QString &file);
     /// Asks a running game to end, without waiting for it: the player has confirmed quitting.
     void stopForQuit();
     /// Call once, when the launcher quits. Stops the running action, even while it hashes or unpacks, and
-    /// completes when the action has finished, its child has ended and its scratch folder is removed. No
-    /// action starts from then on.
+    /// completes when the action has finished, its child has ended, its scratch folder is removed and every
+    /// report is written. No action starts from then on.
     QCoro::Task<> prepareToQuit();
 
     /// Whether Play, Update or Reinstall runs.
@@ -138,6 +142,9 @@ private:
     /// Returns a callback that shows `sentence` as a notice, for when the desktop could not open something.
     std::function<void()> notOpened(const QString &sentence);
 
+    // The report (SaveReport.cpp)
+    QCoro::Task<> writeReport(QString file);
+
     Preferences &m_preferences;
     Workspace &m_workspace;
     Pasteboard &m_pasteboard;
@@ -153,6 +160,10 @@ private:
     const std::unique_ptr<EngineManager> m_engines;
     /// The controller of the import pass while step 3 runs.
     std::shared_ptr<ProcessController> m_importController;
+
+    int m_reportsInWork = 0;
+    /// Settled when the launcher quits and the last report is written.
+    Completion<bool> m_reportsWritten;
 
     /// Counts the reads of the project facts, so that the result of an outdated one is dropped.
     int m_infoReading = 0;

@@ -142,4 +142,6 @@ QCoro::Task<> AppModel::prepareToQuit()
     cancelWithin(importPatienceWhenQuitting);
     if (m_workTask)
         co_await m_actionEnded;
+    if (m_reportsInWork > 0)
+        co_await m_reportsWritten;
 }
