@@ -7,6 +7,7 @@
 #include "LogView.h"
 #include "PlayArea.h"
 #include "PlayButton.h"
+#include "ReportDialog.h"
 #include "ScrollColumn.h"
 #include "SettingsView.h"
 #include "TextButton.h"
@@ -69,6 +70,17 @@ void ContentView::showAbout()
     m_about = new AboutView(m_model, this);
     m_about->open();
 }
+
+void ContentView::saveReport()
+{
+    if (m_reportDialog && m_reportDialog->isVisible())
+        return;
+    m_reportDialog = makeReportDialog(this);
+    connect(m_reportDialog, &QFileDialog::fileSelected, &m_model, &AppModel::saveReport);
+    m_reportDialog->open();
+}
+
+void ContentView::addToLogMenu(QAction *action) { m_log->addAction(action); }
 
 QSize ContentView::sizeHint() const { return idealSize; }
 

@@ -10,6 +10,7 @@ class AppModel;
 class FailureView;
 class LogView;
 class Preferences;
+class QFileDialog;
 class QPushButton;
 class ScrollColumn;
 class SettingsView;
@@ -26,6 +27,11 @@ public:
     /// Opens the sheet. Does nothing if it is already open.
     void showSettings();
     void showAbout();
+    /// Asks where to save a report. Does nothing if it is asking already.
+    void saveReport();
+
+    /// Adds `action` to the log's context menu.
+    void addToLogMenu(QAction *action);
 
     QSize sizeHint() const override;
 
@@ -46,5 +52,6 @@ private:
     QPushButton *m_logButton = nullptr;
     QPointer<SettingsView> m_settings;
     QPointer<AboutView> m_about;
+    QPointer<QFileDialog> m_reportDialog;
     RefreshOnce m_refresh;
 };

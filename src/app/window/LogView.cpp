@@ -5,6 +5,8 @@
 #include "LogText.h"
 #include "Panel.h"
 
+#include <QMenu>
+#include <QShortcut>
 #include <QVBoxLayout>
 
 namespace {
@@ -34,6 +36,13 @@ LogView::LogView(const LogStore &log, QWidget *parent)
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(panel);
 
+    m_text->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(m_text, &QWidget::customContextMenuRequested, this, &LogView::openMenu);
+    // Qt knows the Menu key, but many keyboards have none.
+    auto *menuKey = new QShortcut(QKeySequence(Qt::SHIFT | Qt::Key_F10), m_text);
+    menuKey->setContext(Qt::WidgetShortcut);
+    connect(menuKey, &QShortcut::activated, this, [this] { openMenu(m_text->cursorRect().bottomLeft()); });
+
     m_refresh.watch(m_log);
 }
 
@@ -43,6 +52,19 @@ void LogView::showEvent(QShowEvent *event)
     // Deferred: where the end lies is only known once the view has its size.
     m_lineCount = -1;
     m_refresh.schedule();
+}
+
+void LogView::openMenu(const QPoint &place)
+{
+    if (m_menu)
+        return;
+    m_menu = m_text->createStandardContextMenu();
+    m_menu->setAttribute(Qt::WA_DeleteOnClose);
+    m_menu->addSeparator();
+    m_menu->addActions(actions());
+    // A key opens it where the text cursor is, which may have been scrolled out of sight.
+    const QRect inside = m_text->viewport()->rect();
+    m_menu->popup(m_text->viewport()->mapToGlobal(inside.contains(place) ? place : inside.center()));
 }
 
 void LogView::refresh()

@@ -30,12 +30,15 @@ MainWindow::MainWindow(AppModel &model, Preferences &preferences)
     m_settings
         = makeAction(QStringLiteral("Settings\u2026"),
                      { QKeySequence(QKeySequence::Preferences), QKeySequence(Qt::CTRL | Qt::Key_Comma) });
+    m_saveReport = makeAction(QStringLiteral("Save a report\u2026"), {});
+    m_content->addToLogMenu(m_saveReport);
     m_close = makeAction(QStringLiteral("Close"), QKeySequence::keyBindings(QKeySequence::Close));
     m_quit = makeAction(QStringLiteral("Quit"),
                         { QKeySequence(QKeySequence::Quit), QKeySequence(Qt::CTRL | Qt::Key_Q) });
     m_copy = makeAction(QStringLiteral("Copy"), QKeySequence::keyBindings(QKeySequence::Copy));
     connect(m_about, &QAction::triggered, m_content, &ContentView::showAbout);
     connect(m_settings, &QAction::triggered, m_content, &ContentView::showSettings);
+    connect(m_saveReport, &QAction::triggered, m_content, &ContentView::saveReport);
     connect(m_close, &QAction::triggered, this, &QWidget::close);
     connect(m_quit, &QAction::triggered, this, &QWidget::close);
     connect(m_copy, &QAction::triggered, this, [this, &model] {
@@ -78,7 +81,7 @@ void MainWindow::addMenus()
     m_quit->setMenuRole(QAction::QuitRole);
 
     QMenu *file = menuBar()->addMenu(QStringLiteral("File"));
-    file->addActions({ m_about, m_settings, m_close, m_quit });
+    file->addActions({ m_about, m_settings, m_saveReport, m_close, m_quit });
     QMenu *edit = menuBar()->addMenu(QStringLiteral("Edit"));
     edit->addAction(m_copy);
 }

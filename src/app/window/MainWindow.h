@@ -26,6 +26,7 @@ private:
     ContentView *m_content = nullptr;
     QAction *m_about = nullptr;
     QAction *m_settings = nullptr;
+    QAction *m_saveReport = nullptr;
     QAction *m_close = nullptr;
     QAction *m_quit = nullptr;
     QAction *m_copy = nullptr;
