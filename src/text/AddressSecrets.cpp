@@ -90,28 +90,33 @@ Parameter parameterAt(QStringView text, qsizetype at, bool isEncoded, bool isInA
 
 QString withoutSecretParameters(const QString &text)
 {
+    const QStringView all(text);
     QString result;
-    result.reserve(text.size());
+    qsizetype copied = 0;
     bool isInAddress = false;
-    for (qsizetype at = 0; at < text.size();) {
-        const Unit unit = unitAt(text, at);
-        if (endsAddress(text[at]))
+    for (qsizetype at = 0; at < all.size();) {
+        const Unit unit = unitAt(all, at);
+        if (endsAddress(all[at]))
             isInAddress = false;
-        else if (unit.code == u':' && QStringView(text).sliced(at).startsWith(schemeEnd))
+        else if (unit.code == u':' && all.sliced(at).startsWith(schemeEnd))
             isInAddress = true;
-        result += QStringView(text).sliced(at, unit.length);
         at += unit.length;
         // A semicolon also stands in ordinary text.
         if (!beginsParameter(unit) || (unit.code == u';' && !isInAddress))
             continue;
-        const Parameter parameter = parameterAt(text, at, unit.isEncoded(), isInAddress);
+        const Parameter parameter = parameterAt(all, at, unit.isEncoded(), isInAddress);
         if (!parameter.isSecret)
             continue;
-        result += QStringView(text).sliced(at, parameter.value - at);
-        if (parameter.end > parameter.value)
+        if (parameter.end > parameter.value) {
+            result += all.sliced(copied, parameter.value - copied);
             result += removedMark;
+            copied = parameter.end;
+        }
         at = parameter.end;
     }
+    if (copied == 0)
+        return text;
+    result += all.sliced(copied);
     return result;
 }
 

@@ -54,10 +54,13 @@ inline Unit unitBefore(QStringView text, qsizetype at)
 /// Whether `unit` is a letter, a digit or an underscore, or a part of one.
 inline bool isWordCharacter(const Unit &unit)
 {
-    if (unit.isEncoded() && unit.code >= 0x80)
-        return true;
+    if (unit.code < 0x80) {
+        const int letter = unit.code | 0x20;
+        return (letter >= u'a' && letter <= u'z') || (unit.code >= u'0' && unit.code <= u'9')
+            || unit.code == u'_';
+    }
     const QChar character(unit.code);
-    return character.isLetterOrNumber() || character.isMark() || character.isSurrogate() || character == u'_';
+    return unit.isEncoded() || character.isLetterOrNumber() || character.isMark() || character.isSurrogate();
 }
 
 /// Whether an address or a path cannot go on with `character`, so that it ends before it.

@@ -227,25 +227,28 @@ QString Redaction::withoutHome(const QString &text) const
 {
     if (m_homeFolders.isEmpty())
         return text;
+    const QStringView all(text);
     QString result;
-    result.reserve(text.size());
-    for (qsizetype at = 0; at < text.size();) {
-        const Unit unit = unitAt(text, at);
+    qsizetype copied = 0;
+    for (qsizetype at = 0; at < all.size();) {
+        const Unit unit = unitAt(all, at);
         qsizetype length = 0;
-        if (unit.code == u'/' && beginsPath(text, at)) {
+        if (unit.code == u'/' && beginsPath(all, at)) {
             for (const QString &home : m_homeFolders) {
-                length = matchedLength(text, at, home);
-                if (length > 0 && endsName(text, at + length))
+                length = matchedLength(all, at, home);
+                if (length > 0 && endsName(all, at + length))
                     break;
                 length = 0;
             }
         }
-        if (length > 0)
+        if (length > 0) {
+            result += all.sliced(copied, at - copied);
             result += u'~';
-        else
-            result += QStringView(text).sliced(at, unit.length);
+            copied = at + length;
+        }
         at += length > 0 ? length : unit.length;
     }
+    result += all.sliced(copied);
     return result;
 }
 
@@ -254,17 +257,20 @@ QString Redaction::withoutNames(const QString &text) const
     static constexpr QStringView schemeEnd = u"://";
     const QStringView all(text);
     QString result;
-    result.reserve(text.size());
+    qsizetype copied = 0;
+    const auto replace = [&](qsizetype begin, qsizetype end, const QString &mark) {
+        result += all.sliced(copied, begin - copied);
+        result += mark;
+        copied = end;
+    };
     Place place = Place::Text;
     for (qsizetype at = 0; at < all.size();) {
         const Unit unit = unitAt(all, at);
-        qsizetype length = 0;
+        qsizetype length = unit.length;
         if (unit.code == u':' && all.sliced(at).startsWith(schemeEnd)) {
             place = kindOfAddress(all, at);
-            result += schemeEnd;
             length = schemeEnd.size();
-        } else if (all.sliced(at).startsWith(removedMark)) {
-            result += removedMark;
+        } else if (unit.code == u'<' && all.sliced(at).startsWith(removedMark)) {
             length = removedMark.size();
         } else if (endsAddress(all[at])) {
             place = Place::Text;
@@ -273,26 +279,24 @@ QString Redaction::withoutNames(const QString &text) const
         } else if (unit.code == u'/' && beginsPath(all, at)) {
             place = Place::Path;
             if (const qsizetype name = accountName(all, at); name > 0) {
-                result += all.sliced(at, name - at);
                 const qsizetype end = endOfName(all, name);
                 if (end > name)
-                    result += userMark;
+                    replace(name, end, userMark);
                 length = end - at;
             }
         } else if (place != Place::Resource && isWordCharacter(unit)
                    && !isWordCharacter(unitBefore(all, at))) {
-            length = userAt(all, at, place == Place::Path || place == Place::Address);
-            if (length > 0)
-                result += userMark;
-            else if (length = computerAt(all, at); length > 0)
-                result += computerMark;
-        }
-        if (length == 0) {
-            result += all.sliced(at, unit.length);
-            length = unit.length;
+            const qsizetype user = userAt(all, at, place == Place::Path || place == Place::Address);
+            const qsizetype computer = user > 0 ? 0 : computerAt(all, at);
+            if (user > 0)
+                replace(at, at + user, userMark);
+            else if (computer > 0)
+                replace(at, at + computer, computerMark);
+            length = std::max({ unit.length, user, computer });
         }
         at += length;
     }
+    result += all.sliced(copied);
     return result;
 }
 
