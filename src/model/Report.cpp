@@ -109,7 +109,8 @@ QByteArray Report::text(const Redaction &redaction) const
     lines.heading(QStringLiteral("Failure"));
     lines.fact(QStringLiteral("Shown"), failure.value_or(QStringLiteral("nothing")));
 
-    lines.heading(QStringLiteral("Log (%1 lines)").arg(log.size()));
+    const QString unit = log.size() == 1 ? QStringLiteral("line") : QStringLiteral("lines");
+    lines.heading(QStringLiteral("Log (%1 %2)").arg(log.size()).arg(unit));
     for (const QString &each : log)
         lines.redacted(each);
     return lines.text();

@@ -121,6 +121,8 @@ three in ~/x
         QVERIFY(lines.contains(u"Log (0 lines)"_s));
 
         Report report;
+        report.log = QStringList(u"one"_s);
+        QVERIFY(linesOf(report).contains(u"Log (1 line)"_s));
         report.game = ProjectInfo();
         for (const QString &name : { u"Description"_s, u"Author"_s, u"Licence"_s, u"Project format"_s,
                                      u"Features"_s, u"Main scene"_s, u"Controls"_s })
