@@ -28,9 +28,9 @@ private Q_SLOTS:
     {
         const Unpacked usage = problem(u"usage: vantor-unpack -x -k ARCHIVE FOLDER\n"
                                        "       vantor-unpack --check ARCHIVE [--into FOLDER]"_s);
-        for (const char *call : { "", "-x -k a", "-x -k a b c", "-k -x a b", "-c -k a b", "-x -c a b",
-                                  "--verify a", "--check", "--check a b",
-                                   "--check a --into", "--check a --onto b" }) {
+        for (const char *call :
+             { "", "-x -k a", "-x -k a b c", "-k -x a b", "-c -k a b", "-x -c a b", "--verify a", "--check",
+               "--check a b", "--check a --into", "--check a --onto b" }) {
             const QStringList arguments = QString::fromLatin1(call).split(u' ', Qt::SkipEmptyParts);
             QVERIFY2(Unpacker::run(arguments) == usage, call);
         }
