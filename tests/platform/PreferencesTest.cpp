@@ -1,5 +1,6 @@
 #include "Preferences.h"
 
+#include "FreshForEach.h"
 #include "Table.h"
 #include "TestHome.h"
 
@@ -9,35 +10,21 @@ class PreferencesTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { m_home = std::make_unique<TestHome>(); }
-    void cleanup() { m_home.reset(); }
-
-    void whatWasSetIsReadBackAtOnceAndByTheNextStart()
+    void whatWasSetIsOnDiskAndReadBackAtOnceAndByTheNextStart()
     {
-        {
-            Preferences preferences(file());
-            preferences.setFullscreen(true);
-            preferences.setResolution(u"1280x720"_s);
-            QCOMPARE(preferences.fullscreen(), true);
-            QCOMPARE(preferences.resolution(), u"1280x720"_s);
-        }
-        Preferences next(file());
-        QCOMPARE(next.fullscreen(), true);
-        QCOMPARE(next.resolution(), u"1280x720"_s);
-        next.setFullscreen(false);
-        QCOMPARE(next.fullscreen(), false);
-    }
-
-    void whatWasSetIsOnDiskAtOnce()
-    {
-        Preferences preferences(file());
+        Preferences preferences(m_file);
         preferences.setFullscreen(true);
-        preferences.setResolution(u"1920x1080"_s);
-        QFile stored(file());
-        QVERIFY(stored.open(QIODevice::ReadOnly));
-        const QByteArray content = stored.readAll();
+        preferences.setResolution(u"1280x720"_s);
+        const QByteArray content = m_home.read(m_file);
         QVERIFY(content.contains("fullscreen=true"));
-        QVERIFY(content.contains("resolution=1920x1080"));
+        QVERIFY(content.contains("resolution=1280x720"));
+        Preferences next(m_file);
+        for (const Preferences *reader : { &preferences, &next }) {
+            QCOMPARE(reader->fullscreen(), true);
+            QCOMPARE(reader->resolution(), u"1280x720"_s);
+        }
+        preferences.setFullscreen(false);
+        QCOMPARE(preferences.fullscreen(), false);
     }
 
     void thePlayersStoreIsInTheConfigurationFolder()
@@ -47,7 +34,7 @@ private Q_SLOTS:
 #endif
         Preferences preferences;
         preferences.setFullscreen(true);
-        QVERIFY(QFile::exists(m_home->filePath(u"config/vantor-platformer/vantor-platformer.conf"_s)));
+        QVERIFY(QFile::exists(m_home.filePath(u"config/vantor-platformer/vantor-platformer.conf"_s)));
     }
 
     void whatIsStoredIsRead_data()
@@ -86,25 +73,24 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, stored);
         if (!stored.isNull())
-            m_home->write(u"settings.ini"_s, stored);
-        const Preferences preferences(file());
+            m_home.write(m_file, stored);
+        const Preferences preferences(m_file);
         QTEST(preferences.fullscreen(), "fullscreen");
         QTEST(preferences.resolution(), "resolution");
     }
 
     void aStoreThatCannotBeReadCountsAsMissing()
     {
-        QDir().mkpath(file());
-        const Preferences preferences(file());
+        QDir().mkpath(m_file);
+        const Preferences preferences(m_file);
         QCOMPARE(preferences.fullscreen(), false);
         QCOMPARE(preferences.resolution(), u"default"_s);
     }
 
 private:
-    QString file() const { return m_home->filePath(u"settings.ini"_s); }
-
-    std::unique_ptr<TestHome> m_home;
+    const TestHome m_home;
+    const QString m_file = m_home.filePath(u"settings.ini"_s);
 };
 
-QTEST_GUILESS_MAIN(PreferencesTest)
+QTEST_GUILESS_MAIN(FreshForEach<PreferencesTest>)
 #include "PreferencesTest.moc"

@@ -1,7 +1,8 @@
 #include "Workspace.h"
 
+#include "FreshForEach.h"
+#include "ShellScript.h"
 #include "Table.h"
-#include "TestHome.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -28,9 +29,8 @@ public:
     /// `program` is the path of dbus-daemon, which puts its socket into `folder`.
     SessionBus(const QString &program, const QString &folder)
     {
-        m_daemon.start(
-            program,
-            { u"--session"_s, u"--nofork"_s, u"--print-address"_s, u"--address=unix:dir="_s + folder });
+        const QStringList options { u"--session"_s, u"--nofork"_s, u"--print-address"_s };
+        m_daemon.start(program, options + QStringList(u"--address=unix:dir="_s + folder));
         while (m_daemon.state() != QProcess::NotRunning && !m_daemon.canReadLine())
             m_daemon.waitForReadyRead(5000);
         const QByteArray address = m_daemon.readLine().trimmed();
@@ -94,34 +94,29 @@ private:
 class WorkspaceTest final : public QObject {
     Q_OBJECT
 
-private Q_SLOTS:
-    void initTestCase()
+public:
+    WorkspaceTest()
     {
-        m_daemon = QStandardPaths::findExecutable(u"dbus-daemon"_s);
-        if (m_daemon.isEmpty())
-            QSKIP("There is no dbus-daemon on this machine.");
-    }
-
-    void init()
-    {
-        m_home = std::make_unique<TestHome>();
         qunsetenv("DBUS_SESSION_BUS_ADDRESS");
         qunsetenv("XDG_RUNTIME_DIR");
         // Only an opener that the test writes can be found, whatever this desktop has.
-        m_pathBefore = qgetenv("PATH");
-        qputenv("PATH", QFile::encodeName(m_home->filePath(u"bin"_s)));
-        writeOpener("#!/bin/sh\necho \"$1\" >>\"$HOME/opened\"\n");
-        QDir().mkpath(folder());
-        m_failures = 0;
+        qputenv("PATH", m_home.bytes(u"bin"_s));
+        shellScript(m_home, openerName, "echo \"$1\" >>\"$HOME/opened\"");
+        m_home.write(u"opened"_s, {});
+        QDir().mkpath(m_folder);
     }
 
-    void cleanup()
+    ~WorkspaceTest() override
     {
         hangUp();
-        m_fileManager.reset();
-        m_bus.reset();
         qputenv("PATH", m_pathBefore);
-        m_home.reset();
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        if (m_daemon.isEmpty())
+            QSKIP("There is no dbus-daemon on this machine.");
     }
 
     void theFileManagerIsAskedToShowTheFolder()
@@ -130,10 +125,10 @@ private Q_SLOTS:
         reveal();
         QTRY_COMPARE(fileManager.shown.size(), 1);
         QCOMPARE(fileManager.shown.first(),
-                 QStringList(QString::fromUtf8(QUrl::fromLocalFile(folder()).toEncoded())));
+                 QStringList(QString::fromUtf8(QUrl::fromLocalFile(m_folder).toEncoded())));
         QVERIFY(fileManager.shown.first().first().endsWith(u"/with%20a%20space"_s));
         QVERIFY(opened().isEmpty());
-        QCOMPARE(m_failures, 0);
+        QCOMPARE(*m_failures, 0);
     }
 
     void twoRequestsAtOnceAreBothShownAndSoAreThoseThatFollow()
@@ -159,13 +154,13 @@ private Q_SLOTS:
     {
         QFETCH(Bus, bus);
         if (bus == Bus::Ended)
-            useBusAt(m_home->filePath(u"no-bus"_s));
+            useBusAt(m_home.filePath(u"no-bus"_s));
         if (bus == Bus::WithoutFileManager)
             startBus();
         if (bus == Bus::WithRefusal)
             startFileManager().refuses = true;
         reveal();
-        QTRY_COMPARE(opened(), parentOnly());
+        QTRY_COMPARE(opened(), m_parent);
         QVERIFY(!m_workspace.isWaitingForBus());
         if (m_fileManager)
             QCOMPARE(m_fileManager->shown.size(), 1);
@@ -175,11 +170,11 @@ private Q_SLOTS:
     {
         listenInSilence();
         qunsetenv("DBUS_SESSION_BUS_ADDRESS");
-        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(m_home->path()));
+        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(m_home.path()));
         reveal();
         QTRY_VERIFY(m_silentBus.hasPendingConnections());
         hangUp();
-        QTRY_COMPARE(opened(), parentOnly());
+        QTRY_COMPARE(opened(), m_parent);
     }
 
     void aBusThatNeverAnswersDoesNotHoldUpTheWindow()
@@ -194,7 +189,7 @@ private Q_SLOTS:
         QVERIFY(m_workspace.isWaitingForBus());
 
         hangUp();
-        QTRY_COMPARE(opened(), parentOnly());
+        QTRY_COMPARE(opened(), m_parent);
         QVERIFY(!m_workspace.isWaitingForBus());
     }
 
@@ -213,7 +208,7 @@ private Q_SLOTS:
         delete m_silentBus.nextPendingConnection(); // ends the first request; the second one follows
         QTRY_VERIFY(m_silentBus.hasPendingConnections());
         hangUp();
-        QTRY_COMPARE(opened(), parentOnly() + parentOnly());
+        QTRY_COMPARE(opened(), m_parent + m_parent);
         QVERIFY(!m_workspace.isWaitingForBus());
     }
 
@@ -222,29 +217,29 @@ private Q_SLOTS:
         listenInSilence();
         reveal();
         reveal();
-        QTRY_COMPARE_WITH_TIMEOUT(opened(), parentOnly(), 15000);
+        QTRY_COMPARE_WITH_TIMEOUT(opened(), m_parent, 15000);
         // From now on, the bus is not waited for.
         reveal();
-        QTRY_COMPARE_WITH_TIMEOUT(opened(), parentOnly() + parentOnly(), 3000);
+        QTRY_COMPARE_WITH_TIMEOUT(opened(), m_parent + m_parent, 3000);
         QVERIFY(m_workspace.isWaitingForBus());
 
         // Until it answers again.
         hangUp();
         QTRY_VERIFY(!m_workspace.isWaitingForBus());
-        QCOMPARE(opened(), parentOnly() + parentOnly());
+        QCOMPARE(opened(), m_parent + m_parent);
         const FileManager &fileManager = startFileManager();
         reveal();
         QTRY_COMPARE(fileManager.shown.size(), 1);
-        QCOMPARE(m_failures, 0);
+        QCOMPARE(*m_failures, 0);
     }
 
     void aFolderIsOpenedItselfAndAPageByItsAddress()
     {
-        m_workspace.open(folder(), noteFailure());
-        QTRY_COMPARE(opened(), QStringList(folder()));
-        m_workspace.browse(QUrl(u"https://example.org/a page"_s), noteFailure());
-        QTRY_COMPARE(opened(), QStringList({ folder(), u"https://example.org/a%20page"_s }));
-        QCOMPARE(m_failures, 0);
+        m_workspace.open(m_folder, m_noteFailure);
+        QTRY_COMPARE(opened(), QStringList(m_folder));
+        m_workspace.browse(QUrl(u"https://example.org/a page"_s), m_noteFailure);
+        QTRY_COMPARE(opened(), QStringList({ m_folder, u"https://example.org/a%20page"_s }));
+        QCOMPARE(*m_failures, 0);
     }
 
     void aDesktopThatOpensNothingSaysSoOnce_data()
@@ -259,51 +254,38 @@ private Q_SLOTS:
     void aDesktopThatOpensNothingSaysSoOnce()
     {
         QFETCH(const QByteArray, opener);
-        QFile::remove(openerPath());
-        if (!opener.isEmpty())
-            writeOpener(opener);
-        m_workspace.open(folder(), noteFailure());
-        QCOMPARE(m_failures, 0); // never within the call
-        QTRY_COMPARE(m_failures, 1);
+        if (opener.isEmpty())
+            QFile::remove(m_home.filePath(openerName));
+        else
+            m_home.write(openerName, opener);
+        m_workspace.open(m_folder, m_noteFailure);
+        QCOMPARE(*m_failures, 0); // never within the call
+        QTRY_COMPARE(*m_failures, 1);
         reveal();
-        QTRY_COMPARE(m_failures, 2);
-        m_workspace.browse(QUrl(u"https://example.org"_s), noteFailure());
-        QTRY_COMPARE(m_failures, 3);
+        QTRY_COMPARE(*m_failures, 2);
+        m_workspace.browse(QUrl(u"https://example.org"_s), m_noteFailure);
+        QTRY_COMPARE(*m_failures, 3);
         QTest::qWait(100);
-        QCOMPARE(m_failures, 3);
+        QCOMPARE(*m_failures, 3);
     }
 
 private:
-    QString folder() const { return m_home->filePath(u"data/with a space"_s); }
-    QStringList parentOnly() const { return { m_home->dataHome() }; }
-    QString openerPath() const { return m_home->filePath(u"bin/xdg-open"_s); }
+    static inline const QString openerName = u"bin/xdg-open"_s;
 
-    std::function<void()> noteFailure()
-    {
-        return [this] { ++m_failures; };
-    }
-    void reveal() { m_workspace.reveal(folder(), noteFailure()); }
-
-    void writeOpener(const QByteArray &content) const
-    {
-        m_home->write(u"bin/xdg-open"_s, content);
-        QFile::setPermissions(openerPath(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    }
+    void reveal() { m_workspace.reveal(m_folder, m_noteFailure); }
 
     /// The arguments that the opener was called with, file URLs as paths.
     QStringList opened() const
     {
         QStringList result;
-        QFile record(m_home->filePath(u"opened"_s));
-        if (!record.open(QIODevice::ReadOnly))
-            return result;
-        const QStringList lines = QString::fromUtf8(record.readAll()).split(u'\n', Qt::SkipEmptyParts);
+        const QStringList lines
+            = QString::fromUtf8(m_home.read(u"opened"_s)).split(u'\n', Qt::SkipEmptyParts);
         for (const QString &line : lines)
             result << (QUrl(line).isLocalFile() ? QUrl(line).toLocalFile() : line);
         return result;
     }
 
-    void startBus() { m_bus = std::make_unique<SessionBus>(m_daemon, m_home->path()); }
+    void startBus() { m_bus = std::make_unique<SessionBus>(m_daemon, m_home.path()); }
     FileManager &startFileManager()
     {
         startBus();
@@ -319,7 +301,7 @@ private:
     /// Accepts connections as a session bus would, and never answers.
     void listenInSilence()
     {
-        if (!m_silentBus.listen(m_home->filePath(u"bus"_s)))
+        if (!m_silentBus.listen(m_home.filePath(u"bus"_s)))
             qFatal("The silent bus cannot listen.");
         useBusAt(m_silentBus.fullServerName());
     }
@@ -331,15 +313,18 @@ private:
         m_silentBus.close();
     }
 
+    const QByteArray m_pathBefore = qgetenv("PATH");
+    const QString m_daemon = QStandardPaths::findExecutable(u"dbus-daemon"_s);
+    const TestHome m_home;
+    const QString m_folder = m_home.filePath(u"data/with a space"_s);
+    const QStringList m_parent { m_home.dataHome() };
+    const std::shared_ptr<int> m_failures = std::make_shared<int>(0);
+    const std::function<void()> m_noteFailure = [failures = m_failures] { ++*failures; };
     DesktopWorkspace m_workspace;
-    std::unique_ptr<TestHome> m_home;
-    QString m_daemon;
     QLocalServer m_silentBus;
     std::unique_ptr<SessionBus> m_bus;
     std::unique_ptr<FileManager> m_fileManager;
-    QByteArray m_pathBefore;
-    int m_failures = 0;
 };
 
-QTEST_GUILESS_MAIN(WorkspaceTest)
+QTEST_GUILESS_MAIN(FreshForEach<WorkspaceTest>)
 #include "WorkspaceTest.moc"
