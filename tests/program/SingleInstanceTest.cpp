@@ -1,11 +1,11 @@
 // Two launchers and one folder, with real processes.
 
+#include "FreshForEach.h"
+#include "Table.h"
 #include "TestHome.h"
 
-#include <QDirIterator>
 #include <QLocalSocket>
 #include <QProcess>
-#include <QTest>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -70,37 +70,29 @@ public:
     pid_t child = 0;
 };
 
-bool isEmpty(const QString &folder)
-{
-    return QDir(folder).isEmpty(QDir::AllEntries | QDir::System | QDir::Hidden | QDir::NoDotAndDotDot);
-}
-
 }
 
 class SingleInstanceTest final : public QObject {
     Q_OBJECT
 
-private Q_SLOTS:
-    void init()
+public:
+    SingleInstanceTest()
     {
-        m_home = std::make_unique<TestHome>();
-        m_runtime = m_home->filePath(u"runtime"_s);
-        QVERIFY(QDir().mkpath(m_runtime));
+        QDir().mkpath(m_runtime);
         qputenv("XDG_RUNTIME_DIR", QFile::encodeName(m_runtime));
-        qunsetenv("XDG_ACTIVATION_TOKEN");
-        qunsetenv("DESKTOP_STARTUP_ID");
-        m_root = m_home->dataHome() + u"/Vantor Platformer"_s;
+        for (const char *variable : { "XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID", "FOLDER_LOCK_ERROR" })
+            qunsetenv(variable);
     }
 
+private Q_SLOTS:
     void theSecondBringsTheFirstForwardAndHandsOverTheRightToTakeTheFocus_data()
     {
-        QTest::addColumn<QByteArray>("token");
-        QTest::addColumn<QString>("received");
-        QTest::newRow("no token") << QByteArray() << QString();
-        QTest::newRow("a token") << QByteArray("token-7_TIME123") << u"token-7_TIME123"_s;
-        QTest::newRow("two lines are no token") << QByteArray("one\ncome forward two") << QString();
-        QTest::newRow("two words are no token") << QByteArray("one two") << QString();
-        QTest::newRow("longer than any token") << QByteArray(100000, 'x') << QString();
+        const auto row = table<QByteArray, QString>("token", "received");
+        row("no token", {}, {});
+        row("a token", "token-7_TIME123", u"token-7_TIME123"_s);
+        row("two lines are no token", "one\ncome forward two", {});
+        row("two words are no token", "one two", {});
+        row("longer than any token", QByteArray(100000, 'x'), {});
     }
 
     void theSecondBringsTheFirstForwardAndHandsOverTheRightToTakeTheFocus()
@@ -116,7 +108,7 @@ private Q_SLOTS:
     void nothingIsWrittenIntoTheFolderOrBesideIt()
     {
         const Holder first(m_root);
-        QVERIFY(isEmpty(m_home->dataHome()));
+        QCOMPARE(m_home.list(u"data"_s), QStringList());
     }
 
     void theHoldOutlivesTheRemovalOfTheWholeFolder()
@@ -130,13 +122,13 @@ private Q_SLOTS:
     void twoFoldersHaveALauncherEach()
     {
         const Holder first(m_root);
-        const Holder other(m_home->filePath(u"elsewhere/Vantor Platformer"_s));
+        const Holder other(m_home.filePath(u"elsewhere/Vantor Platformer"_s));
     }
 
     void aKilledHolderLeavesNothingThatBlocks()
     {
         Holder(m_root).kill();
-        QVERIFY(!isEmpty(m_runtime)); // the socket that it left
+        QVERIFY(!m_home.list(m_runtime).isEmpty()); // the socket that it left
         Holder next(m_root);
         verifyBringsForward(next);
     }
@@ -144,37 +136,32 @@ private Q_SLOTS:
     void theChildOfAKilledHolderDoesNotHoldTheFolder()
     {
         // A game keeps running when its launcher is killed.
-        pid_t child = 0;
-        {
-            Holder killed(m_root, { u"with-child"_s });
-            child = killed.child;
-            killed.kill();
-        }
+        auto killed = std::make_unique<Holder>(m_root, QStringList(u"with-child"_s));
+        const pid_t child = killed->child;
+        killed->kill();
+        killed.reset();
         QCOMPARE(::kill(child, 0), 0);
-        Candidate next(m_root);
-        const QString line = next.line();
+        const QString line = Candidate(m_root).line();
         ::kill(child, SIGTERM);
         QCOMPARE(line, u"holds"_s);
     }
 
     void whateverStandsInTheSocketsPlaceDoesNotBlock_data()
     {
-        QTest::addColumn<QString>("command");
-        QTest::newRow("empty file") << u"touch socket"_s;
-        QTest::newRow("garbled file") << uR"(printf '\0\377 1\n99999' >socket)"_s;
-        QTest::newRow("dangling link") << u"ln -s nowhere socket"_s;
-        QTest::newRow("folder") << u"mkdir socket"_s;
-        QTest::newRow("full folder") << u"mkdir -p socket/inside"_s;
+        const auto row = table<QString>("command");
+        row("empty file", u"touch socket"_s);
+        row("garbled file", uR"(printf '\0\377 1\n99999' >socket)"_s);
+        row("dangling link", u"ln -s nowhere socket"_s);
+        row("folder", u"mkdir socket"_s);
+        row("full folder", u"mkdir -p socket/inside"_s);
     }
 
     void whateverStandsInTheSocketsPlaceDoesNotBlock()
     {
         QFETCH(QString, command);
-        QString socket;
-        {
-            const Holder holder(m_root);
-            socket = socketPath();
-        }
+        auto holder = std::make_unique<Holder>(m_root);
+        const QString socket = socketPath();
+        holder.reset();
         const QString quoted = u"'%1'"_s.arg(socket);
         QCOMPARE(QProcess::execute(u"sh"_s, { u"-c"_s, QString(command).replace(u"socket"_s, quoted) }), 0);
         const bool isFolder = QFileInfo(socket).isDir();
@@ -188,19 +175,16 @@ private Q_SLOTS:
 
     void aRuntimeFolderThatIsMissingOrRelativeIsReplacedByTheTemporaryOne_data()
     {
-        QTest::addColumn<QByteArray>("runtime");
-        QTest::newRow("unset") << QByteArray();
-        QTest::newRow("missing") << QByteArray("/nonexistent/runtime");
-        QTest::newRow("relative") << QByteArray("runtime");
+        const auto row = table<QByteArray>("runtime");
+        row("unset", {});
+        row("missing", "/nonexistent/runtime");
+        row("relative", "runtime");
     }
 
     void aRuntimeFolderThatIsMissingOrRelativeIsReplacedByTheTemporaryOne()
     {
         QFETCH(QByteArray, runtime);
-        if (runtime.isNull())
-            qunsetenv("XDG_RUNTIME_DIR");
-        else
-            qputenv("XDG_RUNTIME_DIR", runtime);
+        runtime.isNull() ? qunsetenv("XDG_RUNTIME_DIR") : qputenv("XDG_RUNTIME_DIR", runtime);
         Holder first(m_root);
         verifyBringsForward(first);
     }
@@ -217,9 +201,9 @@ private Q_SLOTS:
 
     void aStrangerIsDisconnected_data()
     {
-        QTest::addColumn<QByteArray>("words");
-        QTest::newRow("who writes without end") << QByteArray(100000, 'x');
-        QTest::newRow("who wants something else") << QByteArray("open the window, please\n");
+        const auto row = table<QByteArray>("words");
+        row("who writes without end", QByteArray(100000, 'x'));
+        row("who wants something else", "open the window, please\n");
     }
 
     void aStrangerIsDisconnected()
@@ -244,16 +228,16 @@ private Q_SLOTS:
 
     void aFolderThatCannotBeMadeIsNoReasonToBlock()
     {
-        m_home->write(u"a file"_s, "not a folder");
-        Candidate first(m_home->filePath(u"a file/share/Vantor Platformer"_s));
+        m_home.write(u"a file"_s, "not a folder");
+        Candidate first(m_home.filePath(u"a file/share/Vantor Platformer"_s));
         QCOMPARE(first.line(), u"cannot hold"_s);
     }
 
     void whereFoldersCannotBeLockedThereIsStillASingleInstance_data()
     {
-        QTest::addColumn<QByteArray>("error");
-        QTest::newRow("a network's file system") << QByteArray("EBADF");
-        QTest::newRow("no more locks") << QByteArray("ENOLCK");
+        const auto row = table<QByteArray>("error");
+        row("a network's file system", "EBADF");
+        row("no more locks", "ENOLCK");
     }
 
     void whereFoldersCannotBeLockedThereIsStillASingleInstance()
@@ -261,14 +245,13 @@ private Q_SLOTS:
 #if defined(Q_OS_LINUX)
         QFETCH(QByteArray, error);
         qputenv("FOLDER_LOCK_ERROR", error);
-        const auto locksAgain = qScopeGuard([] { qunsetenv("FOLDER_LOCK_ERROR"); });
         {
             Holder first(m_root);
             verifyBringsForward(first);
             first.kill();
         }
         const Holder next(m_root);
-        QVERIFY(isEmpty(m_home->dataHome()));
+        QCOMPARE(m_home.list(u"data"_s), QStringList());
 #else
         QSKIP("There the system's own function cannot be replaced.");
 #endif
@@ -276,9 +259,8 @@ private Q_SLOTS:
 
     void aFolderThatAnotherProgramHasLockedIsNotTakenForAnOpenLauncher()
     {
-        QVERIFY(QDir().mkpath(m_home->dataHome()));
-        const int folder
-            = ::open(QFile::encodeName(m_home->dataHome()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        QDir().mkpath(m_home.dataHome());
+        const int folder = ::open(m_home.bytes(u"data"_s).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
         QCOMPARE(::flock(folder, LOCK_EX), 0);
         QCOMPARE(Candidate(m_root, {}, 500).line(), u"held by unknown"_s);
         ::close(folder);
@@ -288,7 +270,7 @@ private Q_SLOTS:
     void ofPairsThatStartTogetherOneWinsAndTheOtherBringsItForward()
     {
         for (int pair = 0; pair < 200; ++pair) {
-            const QString root = m_home->filePath(u"pair %1/Vantor Platformer"_s.arg(pair));
+            const QString root = m_home.filePath(u"pair %1/Vantor Platformer"_s.arg(pair));
             Candidate one(root);
             Candidate other(root);
             QStringList lines { one.line(), other.line() };
@@ -307,15 +289,12 @@ private:
     }
 
     /// The holder's socket, the only thing in the runtime folder.
-    QString socketPath() const
-    {
-        return QDirIterator(m_runtime, QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).next();
-    }
+    QString socketPath() const { return m_runtime + u'/' + m_home.list(m_runtime).first(); }
 
-    std::unique_ptr<TestHome> m_home;
-    QString m_runtime;
-    QString m_root;
+    const TestHome m_home;
+    const QString m_runtime = m_home.filePath(u"runtime"_s);
+    const QString m_root = m_home.dataHome() + u"/Vantor Platformer"_s;
 };
 
-QTEST_GUILESS_MAIN(SingleInstanceTest)
+QTEST_GUILESS_MAIN(FreshForEach<SingleInstanceTest>)
 #include "SingleInstanceTest.moc"

@@ -9,6 +9,7 @@
 #include "SingleInstance.h"
 
 #include <QCoreApplication>
+#include <QMap>
 #include <QProcess>
 #include <QSocketNotifier>
 
@@ -42,12 +43,6 @@ void say(const QByteArray &line)
     std::fflush(stdout);
 }
 
-void waitForEndOfInput()
-{
-    char byte = 0;
-    while (::read(STDIN_FILENO, &byte, 1) > 0) { }
-}
-
 }
 
 int main(int argc, char **argv)
@@ -57,30 +52,24 @@ int main(int argc, char **argv)
     SingleInstance instance(arguments.at(1));
     QObject::connect(&instance, &SingleInstance::cameForward, &instance,
                      [](const QByteArray &token) { say("came forward [" + token + "]"); });
-    switch (instance.begin(std::chrono::milliseconds(arguments.at(2).toInt()))) {
-    case SingleInstance::Outcome::CannotHold:
-        say("cannot hold");
-        return 0;
-    case SingleInstance::Outcome::OtherCameForward:
-        say("other came forward");
-        return 0;
-    case SingleInstance::Outcome::OtherIsSilent:
-        say("other is silent");
-        return 0;
-    case SingleInstance::Outcome::HeldByUnknown:
-        say("held by unknown");
-        return 0;
-    case SingleInstance::Outcome::Holds:
-        if (arguments.contains(QStringLiteral("with-child"))) {
-            qint64 child = 0;
-            QProcess::startDetached(QStringLiteral("sleep"), { QStringLiteral("60") }, QString(), &child);
-            say(QByteArray::number(child));
-        }
-        say("holds");
-        break;
+    using Outcome = SingleInstance::Outcome;
+    const Outcome outcome = instance.begin(std::chrono::milliseconds(arguments.at(2).toInt()));
+    if (outcome == Outcome::Holds && arguments.contains(QStringLiteral("with-child"))) {
+        qint64 child = 0;
+        QProcess::startDetached(QStringLiteral("sleep"), { QStringLiteral("60") }, QString(), &child);
+        say(QByteArray::number(child));
     }
+    static const QMap<Outcome, QByteArray> words { { Outcome::Holds, "holds" },
+                                                   { Outcome::CannotHold, "cannot hold" },
+                                                   { Outcome::OtherCameForward, "other came forward" },
+                                                   { Outcome::OtherIsSilent, "other is silent" },
+                                                   { Outcome::HeldByUnknown, "held by unknown" } };
+    say(words.value(outcome));
+    if (outcome != Outcome::Holds)
+        return 0;
     if (arguments.contains(QStringLiteral("silent"))) {
-        waitForEndOfInput();
+        char byte = 0;
+        while (::read(STDIN_FILENO, &byte, 1) > 0) { }
         return 0;
     }
     QSocketNotifier end(STDIN_FILENO, QSocketNotifier::Read);
