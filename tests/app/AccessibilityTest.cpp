@@ -1,18 +1,18 @@
 #include "Stage.h"
 #include "StateFace.h"
+#include "Table.h"
 
 #include <QAccessible>
 #include <QAccessibleWidget>
 #include <QComboBox>
 #include <QProgressBar>
+#include <QSet>
 
 #if __has_include(<qpa/qplatformaccessibility.h>)
 #include <private/qguiapplication_p.h>
 #include <qpa/qplatformaccessibility.h>
 #include <qpa/qplatformintegration.h>
 #endif
-
-using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -58,21 +58,14 @@ QList<QAccessibleInterface *> everythingIn(QWidget *widget)
 
 bool mustHaveAName(const QAccessibleInterface &interface)
 {
-    switch (interface.role()) {
-    case QAccessible::Button:
-    case QAccessible::RadioButton:
-    case QAccessible::ComboBox:
-    case QAccessible::ProgressBar:
-    case QAccessible::EditableText:
-    case QAccessible::StaticText:
-    case QAccessible::Dialog:
-    case QAccessible::AlertMessage:
-    case QAccessible::Window:
-        return true;
-    default:
-        return interface.state().focusable && interface.role() != QAccessible::ListItem
-            && interface.role() != QAccessible::List;
-    }
+    static const QSet<QAccessible::Role> named {
+        QAccessible::Button,      QAccessible::RadioButton,  QAccessible::ComboBox,
+        QAccessible::ProgressBar, QAccessible::EditableText, QAccessible::StaticText,
+        QAccessible::Dialog,      QAccessible::AlertMessage, QAccessible::Window,
+    };
+    return named.contains(interface.role())
+        || (interface.state().focusable && interface.role() != QAccessible::ListItem
+            && interface.role() != QAccessible::List);
 }
 
 /// What is wrong with the accessibility tree of `widget`, in words.
@@ -108,7 +101,7 @@ QStringList namesWithRole(QWidget *widget, QAccessible::Role role)
 
 }
 
-class AccessibilityTest final : public QObject {
+class AccessibilityTest final : public QObject, private Stage {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -122,24 +115,21 @@ private Q_SLOTS:
 
     void everythingHasANameAndARoleInEveryState_data()
     {
-        QTest::addColumn<Samples::Scene>("scene");
+        const auto row = table<Samples::Scene>("scene");
         for (const Samples::Scene &scene : Samples::scenes())
-            QTest::newRow(qPrintable(scene.name)) << scene;
+            row(qPrintable(scene.name), scene);
     }
 
     void everythingHasANameAndARoleInEveryState()
     {
         QFETCH(const Samples::Scene, scene);
-        Stage stage;
-        scene.set(stage.model);
-        stage.open();
-        QCOMPARE(faults(stage.window.get()), QString());
+        scene.set(model);
+        QCOMPARE(faults(&window()), QString());
     }
 
     void aPartThatDoesNotExistIsNull()
     {
-        const Stage stage(Stage::usual);
-        const auto all = everythingIn(stage.window.get());
+        const auto all = everythingIn(&window());
         QVERIFY(all.size() > 10);
         for (const QAccessibleInterface *interface : all) {
             for (const int index : { interface->childCount(), interface->childCount() + 3, -1 })
@@ -149,78 +139,52 @@ private Q_SLOTS:
 
     void theSheetsAndTheQuestionHaveNamesAndRoles()
     {
-        Stage stage;
-        QCOMPARE(faults(stage.openAbout()), QString());
-        stage.click(Button::done);
-        QCOMPARE(faults(stage.openSettings()), QString());
+        QCOMPARE(faults(openAbout()), QString());
+        click(Button::done);
+        QCOMPARE(faults(openSettings()), QString());
+        QCOMPARE(namesWithRole(front(), QAccessible::RadioButton),
+                 QStringList({ Button::windowed, Button::fullscreen }));
         // On Linux a combo box is named after its current choice; its label says what it is for.
-        const auto relations = QAccessible::queryAccessibleInterface(stage.visible<QComboBox>())
-                                   ->relations(QAccessible::Label);
+        const auto relations
+            = QAccessible::queryAccessibleInterface(visible<QComboBox>())->relations(QAccessible::Label);
         QCOMPARE(relations.size(), 1);
         QCOMPARE(relations.first().first->text(QAccessible::Name), u"Window size"_s);
-        stage.click(Button::removeEverything);
-        QCOMPARE(faults(stage.front()), QString());
+        click(Button::removeEverything);
+        QCOMPARE(faults(front()), QString());
     }
 
-    void theMainActionIsAButtonWithItsName()
+    void theMainActionIsAButtonAndThePictureAPictureWithItsName()
     {
-        Stage stage(Stage::usual);
-        QVERIFY(namesWithRole(stage.front(), QAccessible::Button).contains(Button::play));
-        stage.show(AppState::playing());
-        const QStringList names = namesWithRole(stage.front(), QAccessible::Button);
+        QCOMPARE(namesWithRole(front(), QAccessible::Graphic), QStringList { u"A running figure"_s });
+        QVERIFY(namesWithRole(front(), QAccessible::Button).contains(Button::play));
+        show(AppState::playing());
+        const QStringList names = namesWithRole(front(), QAccessible::Button);
         QVERIFY(names.contains(Button::stop));
         QVERIFY(!names.contains(Button::play));
-    }
-
-    void thePictureIsAPictureWithItsName()
-    {
-        const Stage stage(Stage::usual);
-        QCOMPARE(namesWithRole(stage.front(), QAccessible::Graphic), QStringList { u"A running figure"_s });
-    }
-
-    void theWindowChoiceIsTwoRadioButtons()
-    {
-        Stage stage;
-        QCOMPARE(namesWithRole(stage.openSettings(), QAccessible::RadioButton),
-                 QStringList({ Button::windowed, Button::fullscreen }));
     }
 
     void theStateAndTheProgressAnnounceThemselves()
     {
         if (!QAccessible::isActive())
             QSKIP("Qt's platform headers are not installed, so that nothing is announced here.");
-        Stage stage(Stage::usual);
         const auto face = [](const AppState &state) { return stateFace(state, false).label; };
-        const auto *label = Stage::label(*stage.window, face(stage.model.state));
+        const auto *state = label(face(model.state));
         {
             const Announcements announcements;
-            stage.show(AppState::settingUp());
-            QVERIFY(announcements.contain(label, QAccessible::NameChanged));
-            QCOMPARE(label->text(), face(AppState::settingUp()));
+            show(AppState::settingUp());
+            QVERIFY(announcements.contain(state, QAccessible::NameChanged));
+            QCOMPARE(state->text(), face(AppState::settingUp()));
         }
-        const auto *bar = stage.visible<QProgressBar>();
+        auto *bar = visible<QProgressBar>();
         for (const double fraction : { 0.1, 0.6 }) {
             const Announcements announcements;
-            stage.model.progress = fraction;
-            Stage::settle();
+            set(model.progress, fraction);
             QVERIFY(announcements.contain(bar, QAccessible::ValueChanged));
         }
-        const auto *value
-            = QAccessible::queryAccessibleInterface(stage.visible<QProgressBar>())->valueInterface();
+        const auto *value = QAccessible::queryAccessibleInterface(bar)->valueInterface();
         QCOMPARE(value->currentValue(), QVariant(600));
-    }
-
-    void playCanBePressedWithoutAPointer()
-    {
-        Stage stage;
-        stage.startSlowHost();
-        stage.open();
-        auto *play = QAccessible::queryAccessibleInterface(stage.button(Button::play))->actionInterface();
-        QVERIFY(play);
-        play->doAction(QAccessibleActionInterface::pressAction());
-        QTRY_VERIFY(stage.hasButton(Button::cancel));
     }
 };
 
-QTEST_MAIN(FailsCleanly<AccessibilityTest>)
+QTEST_MAIN(FreshForEach<AccessibilityTest>)
 #include "AccessibilityTest.moc"

@@ -2,227 +2,152 @@
 
 #include "Running.h"
 
-#include <QElapsedTimer>
 #include <QPushButton>
 #include <QSignalSpy>
 
-using namespace Qt::StringLiterals;
-
-class AppDelegateTest final : public QObject {
+class AppDelegateTest final : public QObject, private Running {
     Q_OBJECT
 
 private Q_SLOTS:
-    void beforeTheWindowIsShownTheProgramEndsAtOnceAndOnce_data()
-    {
-        QTest::addColumn<bool>("asksThePlayer");
-        QTest::newRow("the player quits") << true;
-        QTest::newRow("the system ends the program") << false;
-    }
-
     void beforeTheWindowIsShownTheProgramEndsAtOnceAndOnce()
     {
-        QFETCH(const bool, asksThePlayer);
-        Stage stage;
-        MainWindow window(stage.model, stage.player.preferences);
-        int ended = 0;
-        AppDelegate delegate([&ended] { ++ended; });
-        delegate.attach(stage.model, window);
-        const QSignalSpy quitting(&delegate, &AppDelegate::quitting);
-        for (int time = 0; time < 2; ++time) {
-            if (asksThePlayer)
-                delegate.requestQuit();
-            else
-                delegate.quitAtOnce();
-            QCOMPARE(ended, 1);
-            QCOMPARE(quitting.size(), 1);
+        for (const auto quit : { &AppDelegate::requestQuit, &AppDelegate::quitAtOnce }) {
+            MainWindow hidden(model, player.preferences);
+            int ends = 0;
+            AppDelegate early([&ends] { ++ends; });
+            early.attach(model, hidden);
+            const QSignalSpy quitting(&early, &AppDelegate::quitting);
+            for (int time = 0; time < 2; ++time) {
+                (early.*quit)();
+                QCOMPARE(ends, 1);
+                QCOMPARE(quitting.size(), 1);
+            }
         }
     }
 
     void closingTheWindowWhileNoGameRunsEndsOnceWithoutAQuestion()
     {
-        Running running;
-        running.close();
-        QVERIFY(!running.asks());
-        QVERIFY(!running.stage.window->isVisible());
-        running.delegate.requestQuit();
-        QVERIFY(running.stage.window->close()); // as the end of a session does
-        QTRY_COMPARE(running.ended, 1);
+        close();
+        QVERIFY(!asks());
+        QVERIFY(!window().isVisible());
+        delegate.requestQuit();
+        QVERIFY(window().close()); // as the end of a session does
+        QTRY_COMPARE(ended, 1);
         QTest::qWait(1000);
-        QCOMPARE(running.ended, 1);
+        QCOMPARE(ended, 1);
     }
 
     void closingWhileTheGameRunsAsksOnce()
     {
-        Running running(Running::game);
-        running.close();
-        running.close();
-        running.delegate.requestQuit();
-        QCOMPARE(running.stage.window->findChildren<QMessageBox *>().size(), 1);
-        const auto *question = running.question();
-        QCOMPARE(question->text(), u"The game is still running"_s);
-        QCOMPARE(question->windowTitle(), question->text());
-        QCOMPARE(question->informativeText(), u"Quitting will close the game too. Quit anyway?"_s);
-        QCOMPARE(question->defaultButton()->text(), Button::quit);
-        QVERIFY(running.stage.hasButton(Button::keepPlaying));
-        QVERIFY(running.stage.window->isVisible());
-        QCOMPARE(running.ended, 0);
+        play();
+        close();
+        close();
+        delegate.requestQuit();
+        QCOMPARE(window().findChildren<QMessageBox *>().size(), 1);
+        QCOMPARE(question()->text(), u"The game is still running"_s);
+        QCOMPARE(question()->windowTitle(), question()->text());
+        QCOMPARE(question()->informativeText(), u"Quitting will close the game too. Quit anyway?"_s);
+        QCOMPARE(question()->defaultButton()->text(), Button::quit);
+        QVERIFY(hasButton(Button::keepPlaying));
+        QVERIFY(window().isVisible());
+        QCOMPARE(ended, 0);
     }
 
-    void keepPlayingLeavesTheGameAndTheWindow_data()
+    void keepPlayingLeavesTheGameAndTheWindowUntilTheNextClose()
     {
-        QTest::addColumn<bool>("byKey");
-        QTest::newRow("Keep Playing is clicked") << false;
-        QTest::newRow("Escape is pressed") << true;
+        play();
+        for (const auto &answer : { clicking(Button::keepPlaying), pressing(Qt::Key_Escape) }) {
+            close();
+            QVERIFY(asks());
+            answer();
+            QVERIFY(!asks());
+            QVERIFY(window().isVisible());
+            QVERIFY(gameRuns());
+            QTest::qWait(50);
+            QCOMPARE(ended, 0);
+        }
+        close();
+        QVERIFY(asks());
     }
 
-    void keepPlayingLeavesTheGameAndTheWindow()
+    void returnQuitsWhichStopsTheGameAndEnds()
     {
-        QFETCH(const bool, byKey);
-        Running running(Running::game);
-        running.close();
-        if (byKey)
-            running.stage.press(Qt::Key_Escape);
-        else
-            running.stage.click(Button::keepPlaying);
-        QVERIFY(!running.asks());
-        QVERIFY(running.stage.window->isVisible());
-        QVERIFY(running.gameRuns());
-        QTest::qWait(50);
-        QCOMPARE(running.ended, 0);
-        // The next close asks again.
-        running.close();
-        QVERIFY(running.asks());
-    }
-
-    void quitStopsTheGameAndEnds_data()
-    {
-        QTest::addColumn<bool>("byKey");
-        QTest::newRow("Quit is clicked") << false;
-        QTest::newRow("Return is pressed") << true;
-    }
-
-    void quitStopsTheGameAndEnds()
-    {
-        QFETCH(const bool, byKey);
-        Running running(Running::game);
-        running.close();
-        if (byKey)
-            running.stage.press(Qt::Key_Return);
-        else
-            running.stage.click(Button::quit);
-        QVERIFY(!running.stage.window->isVisible());
-        QTRY_COMPARE(running.ended, 1);
-        QTRY_VERIFY(!running.gameRuns());
+        play();
+        close();
+        press(Qt::Key_Return);
+        QVERIFY(!window().isVisible());
+        QTRY_COMPARE(ended, 1);
+        QTRY_VERIFY(!gameRuns());
     }
 
     void theDesktopsOwnQuitAsksToo()
     {
-        Running running(Running::game);
+        play();
         QEvent quit(QEvent::Quit);
         QCoreApplication::sendEvent(qApp, &quit);
-        Stage::settle();
-        QVERIFY(running.asks());
-        QCOMPARE(running.ended, 0);
-    }
-
-    void anActionThatRunsIsEndedFirst()
-    {
-        Running running;
-        running.stage.startSlowHost();
-        running.stage.model.play();
-        QTRY_VERIFY(running.stage.model.state->kind() == AppState::Case::Downloading);
-        QElapsedTimer timer;
-        timer.start();
-        running.close();
-        QVERIFY(!running.asks());
-        QTRY_COMPARE(running.ended, 1);
-        QVERIFY(timer.elapsed() < 1000);
-        QVERIFY(!running.stage.model.isWorking());
-        QVERIFY(Player::scratch().isEmpty());
-    }
-
-    void aGameThatIgnoresTheRequestDoesNotHoldUpTheLauncher()
-    {
-        Running running(Running::stubbornGame);
-        running.close();
-        QElapsedTimer timer;
-        timer.start();
-        running.stage.click(Button::quit);
-        QTRY_COMPARE_WITH_TIMEOUT(running.ended, 1, 3000);
-        QVERIFY(timer.elapsed() < 1500);
-        QVERIFY(running.gameRuns());
+        settle();
+        QVERIFY(asks());
+        QCOMPARE(ended, 0);
     }
 
     void nobodyIsAskedWhenTheSystemEndsTheProgram()
     {
-        Running running(Running::game);
-        running.close();
-        QVERIFY(running.asks());
-        running.delegate.quitAtOnce();
-        QVERIFY(running.stage.window->findChildren<QMessageBox *>().isEmpty());
-        QVERIFY(!running.stage.window->isVisible());
-        QTRY_COMPARE(running.ended, 1);
-        QTRY_VERIFY(!running.gameRuns());
+        play();
+        close();
+        QVERIFY(asks());
+        delegate.quitAtOnce();
+        QVERIFY(window().findChildren<QMessageBox *>().isEmpty());
+        QVERIFY(!window().isVisible());
+        QTRY_COMPARE(ended, 1);
+        QTRY_VERIFY(!gameRuns());
     }
 
     void aWindowThatIsDestroyedAsksNothing()
     {
-        Running running(Running::game);
-        running.stage.window.reset();
-        Stage::settle();
-        QCOMPARE(running.ended, 0);
-        QVERIFY(running.gameRuns());
-        running.delegate.quitAtOnce();
-        QTRY_COMPARE(running.ended, 1);
-    }
-
-    void aGameThatEndsDuringTheQuestionAnswersIt()
-    {
-        Running running(Running::game);
-        running.close();
-        QVERIFY(running.asks());
-        running.stage.model.runner.stop();
-        QTRY_COMPARE(running.ended, 1);
-        QVERIFY(!running.asks());
-        QVERIFY(!running.stage.window->isVisible());
+        play();
+        destroyWindow();
+        settle();
+        QCOMPARE(ended, 0);
+        QVERIFY(gameRuns());
+        delegate.quitAtOnce();
+        QTRY_COMPARE(ended, 1);
     }
 
     void theQuestionIsSeenWhereTheWindowIsMinimised()
     {
-        Running running(Running::game);
-        running.stage.window->showMinimized();
-        Stage::settle();
-        QVERIFY(running.stage.window->isMinimized());
-        running.close();
-        QVERIFY(!running.stage.window->isMinimized());
-        QVERIFY(running.asks());
-        QTRY_VERIFY(running.question()->isActiveWindow());
+        play();
+        window().showMinimized();
+        settle();
+        QVERIFY(window().isMinimized());
+        close();
+        QVERIFY(!window().isMinimized());
+        QVERIFY(asks());
+        QTRY_VERIFY(question()->isActiveWindow());
     }
 
     void theQuestionLiesOverAnOpenSheet()
     {
-        Running running(Running::game);
-        auto *sheet = running.stage.openSettings();
-        running.close();
-        QCOMPARE(running.question()->parentWidget(), sheet);
-        QCOMPARE(QApplication::activeModalWidget(), running.question());
-        running.stage.click(Button::keepPlaying);
+        play();
+        auto *sheet = openSettings();
+        close();
+        QCOMPARE(question()->parentWidget(), sheet);
+        QCOMPARE(QApplication::activeModalWidget(), question());
+        click(Button::keepPlaying);
         QVERIFY(sheet->isVisible());
-        QCOMPARE(running.ended, 0);
+        QCOMPARE(ended, 0);
     }
 
     void quittingClosesTheSheetsToo()
     {
-        Running running;
-        running.stage.openSettings();
-        running.stage.click(Button::removeEverything);
-        running.delegate.quitAtOnce();
-        QVERIFY(!running.stage.window->isVisible());
-        QVERIFY(!running.stage.shows<SettingsView>());
-        QVERIFY(!running.asks());
-        QTRY_COMPARE(running.ended, 1);
+        openSettings();
+        click(Button::removeEverything);
+        delegate.quitAtOnce();
+        QVERIFY(!window().isVisible());
+        QVERIFY(!shows<SettingsView>());
+        QVERIFY(!asks());
+        QTRY_COMPARE(ended, 1);
     }
 };
 
-QTEST_MAIN(FailsCleanly<AppDelegateTest>)
+QTEST_MAIN(FreshForEach<AppDelegateTest>)
 #include "AppDelegateTest.moc"

@@ -32,24 +32,16 @@ int darkest(const QImage &image, const QRect &area)
 
 }
 
-class BannerTest final : public QObject {
+class BannerTest final : public QObject, private Stage {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        const Stage stage(Stage::usual);
-        m_picture = Pixels::of(*stage.window, *stage.visible<Banner>());
-        m_window = stage.window->palette().color(QPalette::Window);
-        m_figure = Pixels::find(m_picture, m_picture.rect(), isWhite);
-    }
-
     void itIsAsWideAsTheWindowAnd130High()
     {
         QCOMPARE(m_picture.size(), QSize(600 - 2 * 20, 130));
         // The background reaches all four sides.
         for (const QPoint &side : { QPoint(0, 65), QPoint(559, 65), QPoint(280, 0), QPoint(280, 129) })
-            QVERIFY(Pixels::distance(m_picture.pixelColor(side), m_window) > 60);
+            QVERIFY(Pixels::distance(m_picture.pixelColor(side), m_ground) > 60);
     }
 
     void theBackgroundTurnsFromBlueToGreen()
@@ -66,11 +58,7 @@ private Q_SLOTS:
         QCOMPARE_LE(nearest(m_picture, halfway).second, 4);
     }
 
-    void theCornersHaveTheirRadius()
-    {
-        for (const Qt::Corner corner : Pixels::corners)
-            QCOMPARE_LT(std::abs(Pixels::cornerRadius(m_picture, corner, m_window, 18) - 14), 1);
-    }
+    void theCornersHaveTheirRadius() { Pixels::verifyCorners(m_picture, m_ground, 14); }
 
     void aWhiteFigureOf64PointsStandsInTheMiddle()
     {
@@ -105,10 +93,10 @@ private Q_SLOTS:
     }
 
 private:
-    QImage m_picture;
-    QColor m_window;
-    Pixels::Found m_figure;
+    const QImage m_picture = Pixels::of(window(), *visible<Banner>());
+    const QColor m_ground = window().palette().color(QPalette::Window);
+    const Pixels::Found m_figure = Pixels::find(m_picture, m_picture.rect(), isWhite);
 };
 
-QTEST_MAIN(FailsCleanly<BannerTest>)
+QTEST_MAIN(FreshForEach<BannerTest>)
 #include "BannerTest.moc"

@@ -7,7 +7,7 @@
 #include <atomic>
 #include <thread>
 
-class BusyLogTest final : public QObject {
+class BusyLogTest final : public QObject, private Running {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -17,12 +17,9 @@ private Q_SLOTS:
     {
         constexpr int questions = 300;
         constexpr int mostLines = 16 * 1024;
-        Running running;
-        AppModel &model = running.stage.model;
-        model.showLog = true;
-        Stage::settle();
-        QVERIFY(running.stage.shows<LogView>());
-        running.launch(QStringLiteral("exec yes"));
+        set(model.showLog, true);
+        QVERIFY(shows<LogView>());
+        launch(u"exec yes"_s);
         QTRY_COMPARE(model.log.lines->size(), LogStore::maxLines);
 
         // A full log announces each line twice: once for the line, once for the oldest one that it displaces.
@@ -45,10 +42,10 @@ private Q_SLOTS:
         qInfo("At most %lld lines came before an answer.", most / 2);
         QVERIFY(most > 0);
         QVERIFY(most / 2 <= mostLines);
-        running.delegate.quitAtOnce();
-        QTRY_VERIFY(!running.gameRuns());
+        delegate.quitAtOnce();
+        QTRY_VERIFY(!gameRuns());
     }
 };
 
-QTEST_MAIN(FailsCleanly<BusyLogTest>)
+QTEST_MAIN(FreshForEach<BusyLogTest>)
 #include "BusyLogTest.moc"

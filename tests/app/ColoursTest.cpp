@@ -1,5 +1,6 @@
 #include "Colours.h"
 #include "Look.h"
+#include "Table.h"
 #include "TypeScale.h"
 
 #include <QStyle>
@@ -17,8 +18,8 @@ private Q_SLOTS:
 
     void everyTextCanBeReadInEveryPalette_data()
     {
-        QTest::addColumn<QPalette>("palette");
-        QTest::newRow("the desktop's own") << QApplication::style()->standardPalette();
+        const auto row = table<QPalette>("palette");
+        row("the desktop's own", QApplication::style()->standardPalette());
         for (const int grey : { 0x00, 0x20, 0x2d, 0x40, 0x60, 0x77, 0x80, 0xa0, 0xc0, 0xef, 0xff }) {
             const QColor ground(grey, grey, grey);
             QPalette palette(ground, ground);
@@ -27,7 +28,7 @@ private Q_SLOTS:
                 palette.setColor(QPalette::Highlight, accent);
                 palette.setColor(QPalette::HighlightedText,
                                  Colours::contrast(ground, Qt::white) > 4 ? Qt::white : Qt::black);
-                QTest::addRow("grey %d, accent %d", grey, static_cast<int>(accent)) << palette;
+                row(qPrintable(QStringLiteral("grey %1, accent %2").arg(grey).arg(accent)), palette);
             }
         }
     }
@@ -66,7 +67,7 @@ private Q_SLOTS:
 
     void theTextSizesFollowTheDesktopsFont()
     {
-        const Look::Font desktop(20.0);
+        const Look::Desktop desktop(Look::font(20.0));
         const auto points = [](TextStyle style) { return TypeScale::font(style).pointSizeF(); };
         QCOMPARE(points(TextStyle::Body), 20.0);
         QCOMPARE_GT(points(TextStyle::LargeTitle), points(TextStyle::Title));
@@ -80,7 +81,7 @@ private Q_SLOTS:
     {
         QFont inPixels = QApplication::font();
         inPixels.setPixelSize(20);
-        const Look::Font desktop(inPixels);
+        const Look::Desktop desktop(inPixels);
         QCOMPARE(TypeScale::font(TextStyle::LargeTitle).pixelSize(), 40);
     }
 };

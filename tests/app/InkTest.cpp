@@ -1,8 +1,7 @@
 #include "Look.h"
 #include "Pixels.h"
 #include "Stage.h"
-
-using namespace Qt::StringLiterals;
+#include "Table.h"
 
 namespace {
 
@@ -26,17 +25,13 @@ QString inkOf(QWidget &window, const TextLabel &text)
 
 }
 
-class InkTest final : public QObject {
+class InkTest final : public QObject, private Stage {
     Q_OBJECT
 
 private Q_SLOTS:
     void everyTextHasItsInk_data()
     {
-        QTest::addColumn<QString>("where");
-        QTest::addColumn<QString>("inks");
-        const auto row = [](const char *where, const QString &inks) {
-            QTest::newRow(where) << QString::fromLatin1(where) << inks;
-        };
+        const auto row = table<QString>("inks");
         // The title, what is known about the game, the state and what belongs to it, the rest.
         row("not-downloaded", u"plain grey, plain, grey"_s);
         row("ready-wordy",
@@ -51,27 +46,26 @@ private Q_SLOTS:
 
     void everyTextHasItsInk()
     {
-        QFETCH(const QString, where);
         QFETCH(QString, inks);
+        const QLatin1StringView where(QTest::currentDataTag());
+        for (const Samples::Scene &scene : Samples::scenes()) {
+            if (scene.name == where)
+                scene.set(model);
+        }
         for (const QPalette &palette : { Look::light(), Look::dark() }) {
-            const Look::Palette desktop(palette);
-            Stage stage;
-            for (const Samples::Scene &scene : Samples::scenes()) {
-                if (scene.name == where)
-                    scene.set(stage.model);
-            }
-            stage.open(Stage::tall);
+            const Look::Desktop desktop(palette);
+            open(tall);
             if (where == "settings"_L1)
-                stage.openSettings();
+                openSettings();
             if (where == "about"_L1)
-                stage.openAbout();
+                openAbout();
             QStringList seen;
-            for (const TextLabel *text : Stage::labels(*stage.front()))
-                seen << inkOf(*stage.front(), *text);
+            for (const TextLabel *text : labels(*front()))
+                seen << inkOf(*front(), *text);
             QCOMPARE(seen.join(u' '), inks.remove(u','));
         }
     }
 };
 
-QTEST_MAIN(FailsCleanly<InkTest>)
+QTEST_MAIN(FreshForEach<InkTest>)
 #include "InkTest.moc"

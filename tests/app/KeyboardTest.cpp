@@ -4,13 +4,11 @@
 #include "PlayButton.h"
 #include "ProgressBlock.h"
 #include "Stage.h"
+#include "Table.h"
 
 #include <QAction>
 #include <QClipboard>
 #include <QMenuBar>
-#include <QSignalSpy>
-
-using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -21,22 +19,6 @@ void sendReturn(QWidget *receiver, QEvent::Type type, quint64 time)
     event.setTimestamp(time);
     QCoreApplication::sendEvent(receiver, &event);
 }
-
-/// A window in which the player has started the game and may press Stop.
-class Playing final {
-public:
-    Playing()
-    {
-        stage.show(AppState::playing());
-        stop = stage.button(Button::stop);
-        stop->setFocus();
-        QObject::connect(stop, &QAbstractButton::clicked, stop, [this] { ++clicked; });
-    }
-
-    Stage stage { Stage::usual };
-    QAbstractButton *stop = nullptr;
-    int clicked = 0;
-};
 
 QString nameOf(const QWidget *widget)
 {
@@ -50,147 +32,145 @@ QString focusedName() { return nameOf(QApplication::focusWidget()); }
 
 }
 
-class KeyboardTest final : public QObject {
+class KeyboardTest final : public QObject, private Stage {
     Q_OBJECT
 
 private Q_SLOTS:
     void aDoubleClickOnPlayDoesNotPressStop()
     {
-        const Playing playing;
+        auto *stop = stopWhilePlaying();
         // The desktop sends the second press of a double click to whatever is there by then.
-        const QPointF middle = playing.stop->rect().center();
-        QMouseEvent second(QEvent::MouseButtonDblClick, middle, playing.stop->mapToGlobal(middle),
-                           Qt::LeftButton, Qt::LeftButton, {});
-        QCoreApplication::sendEvent(playing.stop, &second);
-        QTest::mouseRelease(playing.stop, Qt::LeftButton);
-        QCOMPARE(playing.clicked, 0);
-        QTest::mouseClick(playing.stop, Qt::LeftButton);
-        QCOMPARE(playing.clicked, 1);
+        const QPointF middle = stop->rect().center();
+        QMouseEvent second(QEvent::MouseButtonDblClick, middle, stop->mapToGlobal(middle), Qt::LeftButton,
+                           Qt::LeftButton, {});
+        QCoreApplication::sendEvent(stop, &second);
+        QTest::mouseRelease(stop, Qt::LeftButton);
+        QCOMPARE(m_stops, 0);
+        QTest::mouseClick(stop, Qt::LeftButton);
+        QCOMPARE(m_stops, 1);
     }
 
-    void aKeyHeldDownPressesOnce()
+    void aKeyHeldDownPressesOnceEvenWhereItsRepetitionsLookLikePresses()
     {
-        const Playing playing;
+        auto *stop = stopWhilePlaying();
         QKeyEvent repeated(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, QString(), true);
-        QCoreApplication::sendEvent(playing.stop, &repeated);
-        QCOMPARE(playing.clicked, 0);
-        QTest::keyClick(playing.stop, Qt::Key_Return);
-        QCOMPARE(playing.clicked, 1);
-        QTest::keyClick(playing.stop, Qt::Key_Space);
-        QCOMPARE(playing.clicked, 2);
-    }
-
-    void aKeyHeldDownPressesOnceWhereItsRepetitionsLookLikePresses()
-    {
-        const Playing playing;
-        sendReturn(playing.stop, QEvent::KeyPress, 1000);
-        QCOMPARE(playing.clicked, 1);
+        QCoreApplication::sendEvent(stop, &repeated);
+        QCOMPARE(m_stops, 0);
+        sendReturn(stop, QEvent::KeyPress, 1000);
+        QCOMPARE(m_stops, 1);
         // X11 repeats a held key as a release and a press at the same time. Qt does not always detect that.
         for (quint64 time = 1500; time < 2000; time += 40) {
-            sendReturn(playing.stop, QEvent::KeyRelease, time);
-            sendReturn(playing.stop, QEvent::KeyPress, time);
+            sendReturn(stop, QEvent::KeyRelease, time);
+            sendReturn(stop, QEvent::KeyPress, time);
         }
-        QCOMPARE(playing.clicked, 1);
-        sendReturn(playing.stop, QEvent::KeyRelease, 2010);
-        sendReturn(playing.stop, QEvent::KeyPress, 2100);
-        QCOMPARE(playing.clicked, 2);
+        QCOMPARE(m_stops, 1);
+        sendReturn(stop, QEvent::KeyRelease, 2010);
+        sendReturn(stop, QEvent::KeyPress, 2100);
+        QCOMPARE(m_stops, 2);
+        QTest::keyClick(stop, Qt::Key_Space);
+        QCOMPARE(m_stops, 3);
     }
 
     void aKeyHeldDownDoesNotPressWhatTookThePlaceOfThePressedButton()
     {
-        Stage stage(Stage::usual);
-        sendReturn(stage.visible<PlayButton>(), QEvent::KeyRelease, 1000);
-        stage.show(AppState::playing());
-        auto *stop = stage.button(Button::stop);
-        const QSignalSpy clicked(stop, &QAbstractButton::clicked);
+        sendReturn(visible<PlayButton>(), QEvent::KeyRelease, 1000);
+        auto *stop = stopWhilePlaying();
         sendReturn(stop, QEvent::KeyPress, 1000);
-        QCOMPARE(clicked.size(), 0);
+        QCOMPARE(m_stops, 0);
         sendReturn(stop, QEvent::KeyRelease, 1020);
         sendReturn(stop, QEvent::KeyPress, 1300);
-        QCOMPARE(clicked.size(), 1);
+        QCOMPARE(m_stops, 1);
     }
 
     void returnPlaysAsSoonAsTheWindowIsThere()
     {
-        Stage stage;
-        stage.startSlowHost();
-        stage.open();
-        stage.press(Qt::Key_Return);
-        QTRY_VERIFY(stage.shows<ProgressBlock>());
+        startSlowHost();
+        press(Qt::Key_Return);
+        QTRY_VERIFY(shows<ProgressBlock>());
     }
 
     void theFocusMovesStraightToTheButtonThatTookThePlaceOfThePressedOne()
     {
-        QStringList changes; // outlives the window, which changes the focus at its end
-        Stage stage(Stage::usual);
-        QCOMPARE(QApplication::focusWidget(), stage.visible<PlayButton>());
-        connect(qApp, &QApplication::focusChanged, stage.window.get(),
+        QCOMPARE(QApplication::focusWidget(), visible<PlayButton>());
+        QStringList changes;
+        const QObject watching;
+        connect(qApp, &QApplication::focusChanged, &watching,
                 [&changes](QWidget *, const QWidget *now) { changes << nameOf(now); });
         for (const AppState &state :
              { AppState::downloading(u"the game"_s), AppState::starting(), AppState::ready() })
-            stage.show(state);
+            show(state);
         QCOMPARE(changes, QStringList({ Button::cancel, Button::stop, Button::play }));
         // Focus outside the main action stays where it is.
-        stage.button(Button::settings)->setFocus();
-        stage.show(AppState::starting());
+        button(Button::settings)->setFocus();
+        show(AppState::starting());
         QCOMPARE(focusedName(), Button::settings);
     }
 
     void tabGoesThroughEveryControlAndComesBack()
     {
-        Stage stage;
-        stage.model.showLog = true;
-        stage.fail(3);
-        stage.open(Stage::tall);
+        model.showLog = true;
+        Samples::fail(model, Samples::earlyEnd, 3);
+        open(tall);
         QStringList order;
         for (int step = 0; step < 8; ++step) {
             order << focusedName();
-            stage.press(Qt::Key_Tab);
+            press(Qt::Key_Tab);
         }
         QCOMPARE(order,
                  QStringList({ Button::play, u"Last lines of the log"_s, Button::copy, u"Log"_s,
                                Button::hideLog, Button::settings, Button::about, Button::play }));
     }
 
-    void theShortcutsOpenTheSettingsAndCloseTheWindow()
+    void theShortcutForTheSettingsOpensThem()
     {
-        const Stage stage(Stage::usual);
-        stage.press(Qt::Key_Comma, Qt::ControlModifier);
-        QVERIFY(stage.shows<SettingsView>());
-        stage.press(Qt::Key_Escape);
-        QVERIFY(!stage.shows<SettingsView>());
+        press(Qt::Key_Comma, Qt::ControlModifier);
+        QVERIFY(shows<SettingsView>());
+    }
+
+    void theShortcutsThatCloseTheWindowWorkInEveryDialogToo_data()
+    {
+        const auto row = table<QStringList>("buttons");
+        row("the window itself", {});
+        row("the settings", { Button::settings });
+        row("the question in the settings", { Button::settings, Button::removeEverything });
+        row("about", { Button::about });
+    }
+
+    void theShortcutsThatCloseTheWindowWorkInEveryDialogToo()
+    {
+        QFETCH(const QStringList, buttons);
         for (const Qt::Key key : { Qt::Key_Q, Qt::Key_W }) {
-            stage.window->show();
-            stage.window->activateWindow();
-            QVERIFY(QTest::qWaitForWindowActive(stage.window.get()));
-            stage.press(key, Qt::ControlModifier);
-            QVERIFY(!stage.window->isVisible());
+            open();
+            for (const QString &name : buttons)
+                click(name);
+            QCOMPARE(front() == &window(), buttons.isEmpty());
+            front()->activateWindow();
+            QVERIFY(QTest::qWaitForWindowActive(front()));
+            press(key, Qt::ControlModifier);
+            QVERIFY(!window().isVisible());
         }
     }
 
     void copyTakesTheFailureReport()
     {
-        Stage stage(Stage::usual);
-        stage.press(Qt::Key_C, Qt::ControlModifier);
-        QVERIFY(stage.player.pasteboard.texts.isEmpty());
+        press(Qt::Key_C, Qt::ControlModifier);
+        QVERIFY(player.pasteboard.texts.isEmpty());
 
-        stage.fail(2, u"It failed."_s);
+        fail(2, u"It failed."_s);
         const QString report = u"It failed.\n"_s + Samples::lines(2).join(u'\n');
-        stage.press(Qt::Key_C, Qt::ControlModifier);
-        QCOMPARE(stage.player.pasteboard.texts, QStringList { report });
-        stage.click(Button::copy);
-        QCOMPARE(stage.player.pasteboard.texts, QStringList({ report, report }));
+        press(Qt::Key_C, Qt::ControlModifier);
+        QCOMPARE(player.pasteboard.texts, QStringList { report });
+        click(Button::copy);
+        QCOMPARE(player.pasteboard.texts, QStringList({ report, report }));
     }
 
     void copyTakesTheSelectedTextWhereThereIsSome_data()
     {
-        QTest::addColumn<QString>("box");
-        QTest::addColumn<QKeyCombination>("keys");
+        const auto row = table<QString, QKeyCombination>("box", "keys");
         for (const QString &box : { u"Last lines of the log"_s, u"Log"_s }) {
             for (const Qt::Key key : { Qt::Key_C, Qt::Key_Insert }) {
                 const QKeyCombination keys(Qt::ControlModifier, key);
-                QTest::addRow("%s, %s", qPrintable(box), qPrintable(QKeySequence(keys).toString()))
-                    << box << keys;
+                row(qPrintable(box + u", "_s + QKeySequence(keys).toString()), box, keys);
             }
         }
     }
@@ -201,63 +181,59 @@ private Q_SLOTS:
         QFETCH(const QKeyCombination, keys);
         if (!QKeySequence::keyBindings(QKeySequence::Copy).contains(QKeySequence(keys)))
             QSKIP("This desktop does not copy with these keys.");
-        Stage stage;
-        stage.model.log.lines = Samples::lines(3);
-        stage.model.showLog = true;
-        stage.fail(3);
-        stage.open();
-        const auto texts = stage.window->findChildren<LogText *>();
+        model.log.lines = Samples::lines(3);
+        model.showLog = true;
+        fail(3);
+        const auto texts = window().findChildren<LogText *>();
         const auto text = std::find_if(texts.begin(), texts.end(),
                                        [&box](const LogText *each) { return nameOf(each) == box; });
         QVERIFY(text != texts.end());
 
-        QGuiApplication::clipboard()->clear();
-        (*text)->setFocus();
-        stage.press(keys.key(), keys.keyboardModifiers());
-        QCOMPARE(stage.player.pasteboard.texts.size(), 1); // the whole report, as nothing is selected
+        const auto copyFrom = [this, keys](QWidget *focused) {
+            QGuiApplication::clipboard()->clear();
+            focused->setFocus();
+            press(keys.key(), keys.keyboardModifiers());
+        };
+        copyFrom(*text);
+        QCOMPARE(player.pasteboard.texts.size(), 1); // the whole report, as nothing is selected
         QTextCursor cursor((*text)->document());
         cursor.movePosition(QTextCursor::NextBlock, QTextCursor::KeepAnchor);
         (*text)->setTextCursor(cursor);
         // Even when something else has the focus by then.
-        for (QWidget *focused : std::initializer_list<QWidget *> { *text, stage.visible<PlayButton>() }) {
-            QGuiApplication::clipboard()->clear();
-            focused->setFocus();
-            stage.press(keys.key(), keys.keyboardModifiers());
+        for (QWidget *focused : std::initializer_list<QWidget *> { *text, visible<PlayButton>() }) {
+            copyFrom(focused);
             QCOMPARE(QGuiApplication::clipboard()->text(), Samples::lines(1).first() + u'\n');
-            QCOMPARE(stage.player.pasteboard.texts.size(), 1);
+            QCOMPARE(player.pasteboard.texts.size(), 1);
         }
     }
 
     void playersWithoutAMouseSeeWhereTheFocusIs_data()
     {
-        QTest::addColumn<QString>("sheet");
-        QTest::addColumn<QString>("control");
-        QTest::newRow("Play") << QString() << Button::play;
-        QTest::newRow("a choice") << Button::settings << Button::windowed;
-        QTest::newRow("a link") << Button::about << CodeHost::url(u"/Kestrelwood/Vantor"_s).toString();
+        const auto row = table<QStringList, QString>("sheet", "control");
+        row("Play", {}, Button::play);
+        row("a choice", { Button::settings }, Button::windowed);
+        row("a link", { Button::about }, CodeHost::url(u"/Kestrelwood/Vantor"_s).toString());
     }
 
     void playersWithoutAMouseSeeWhereTheFocusIs()
     {
-        QFETCH(const QString, sheet);
+        QFETCH(const QStringList, sheet);
         QFETCH(const QString, control);
-        const Stage stage(Stage::usual);
-        if (!sheet.isEmpty())
-            stage.click(sheet);
-        auto *button = stage.button(control);
+        for (const QString &name : sheet)
+            click(name);
+        auto *chosen = button(control);
         do
-            stage.press(Qt::Key_Tab);
-        while (!button->hasFocus());
-        const QImage focused = button->grab().toImage();
-        stage.press(Qt::Key_Tab);
-        QVERIFY(!button->hasFocus());
-        QVERIFY(button->grab().toImage() != focused);
+            press(Qt::Key_Tab);
+        while (!chosen->hasFocus());
+        const QImage focused = chosen->grab().toImage();
+        press(Qt::Key_Tab);
+        QVERIFY(!chosen->hasFocus());
+        QVERIFY(chosen->grab().toImage() != focused);
     }
 
     void playLooksDifferentUnderThePointerAndWhilePressed()
     {
-        const Stage stage(Stage::usual);
-        auto *play = stage.visible<PlayButton>();
+        auto *play = visible<PlayButton>();
         play->setAttribute(Qt::WA_UnderMouse, false);
         const QImage alone = play->grab().toImage();
         play->setAttribute(Qt::WA_UnderMouse);
@@ -269,11 +245,9 @@ private Q_SLOTS:
 
     void theMenusAreThereOnMacOnly()
     {
-        Stage stage(Stage::usual);
-        QVERIFY(!stage.window->findChild<QMenuBar *>());
-
+        QVERIFY(!window().findChild<QMenuBar *>());
         Desktop::use(Desktop::describing(Desktop::System::MacOS));
-        const MainWindow onMac(stage.model, stage.player.preferences);
+        const MainWindow onMac(model, player.preferences);
         Desktop::use(std::nullopt);
         QVERIFY(onMac.findChild<QMenuBar *>());
         QList<QAction::MenuRole> roles;
@@ -282,7 +256,20 @@ private Q_SLOTS:
         for (const auto role : { QAction::AboutRole, QAction::PreferencesRole, QAction::QuitRole })
             QVERIFY(roles.contains(role));
     }
+
+private:
+    /// Stop, in a window in which the player has started the game.
+    QAbstractButton *stopWhilePlaying()
+    {
+        show(AppState::playing());
+        auto *stop = button(Button::stop);
+        stop->setFocus();
+        connect(stop, &QAbstractButton::clicked, this, [this] { ++m_stops; });
+        return stop;
+    }
+
+    int m_stops = 0;
 };
 
-QTEST_MAIN(FailsCleanly<KeyboardTest>)
+QTEST_MAIN(FreshForEach<KeyboardTest>)
 #include "KeyboardTest.moc"

@@ -1,10 +1,9 @@
 #include "Look.h"
 #include "ScrollColumn.h"
 #include "Stage.h"
+#include "Table.h"
 
 #include <QScrollBar>
-
-using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -61,21 +60,18 @@ QString faults(const QWidget &top)
 
 }
 
-class LayoutTest final : public QObject {
+class LayoutTest final : public QObject, private Stage {
     Q_OBJECT
 
 private Q_SLOTS:
     void nothingIsCutOrOverlapsInAnyState_data()
     {
-        QTest::addColumn<Samples::Scene>("scene");
-        QTest::addColumn<QSize>("size");
-        QTest::addColumn<double>("points");
+        const auto row = table<Samples::Scene, QSize, double>("scene", "size", "points");
         for (const Samples::Scene &scene : Samples::scenes()) {
-            for (const QSize &size : { Stage::narrow, Stage::usual, QSize(1920, 1080) }) {
+            for (const QSize &size : { narrow, usual, QSize(1920, 1080) }) {
                 for (const double points : { 8.0, 10.0, 16.0 })
-                    QTest::addRow("%s %dx%d %.0f pt", qPrintable(scene.name), size.width(), size.height(),
-                                  points)
-                        << scene << size << points;
+                    row(qPrintable(u"%1 %2 wide %3 pt"_s.arg(scene.name).arg(size.width()).arg(points)),
+                        scene, size, points);
             }
         }
     }
@@ -85,80 +81,73 @@ private Q_SLOTS:
         QFETCH(const Samples::Scene, scene);
         QFETCH(const QSize, size);
         QFETCH(const double, points);
-        const Look::Font desktop(points);
-        Stage stage;
-        scene.set(stage.model);
-        stage.open(size);
-        QCOMPARE(faults(*stage.window), QString());
+        const Look::Desktop desktop(Look::font(points));
+        scene.set(model);
+        QCOMPARE(faults(open(size)), QString());
     }
 
     void nothingIsCutInTheSheets_data()
     {
-        QTest::addColumn<double>("points");
+        const auto row = table<double>("points");
         for (const double points : { 8.0, 10.0, 16.0, 18.0, 20.0 })
-            QTest::addRow("%.0f pt", points) << points;
+            row(qPrintable(u"%1 pt"_s.arg(points)), points);
     }
 
     void nothingIsCutInTheSheets()
     {
         QFETCH(const double, points);
-        const Look::Font desktop(points);
-        Stage stage;
-        QCOMPARE(faults(*stage.openSettings()), QString());
+        const Look::Desktop desktop(Look::font(points));
+        QCOMPARE(faults(*openSettings()), QString());
         // The names of the choices stay on one line, beside their choice or above it.
-        for (const TextLabel *name : Stage::labels(*stage.front()).mid(1, 2))
+        for (const TextLabel *name : labels(*front()).mid(1, 2))
             QCOMPARE_LT(name->height(), 2 * name->minimumSizeHint().height());
-        stage.click(Button::done);
-        QCOMPARE(faults(*stage.openAbout()), QString());
+        click(Button::done);
+        QCOMPARE(faults(*openAbout()), QString());
     }
 
     void aWindowThatIsTooShortScrolls()
     {
-        const Stage stage(Stage::narrow);
-        const auto *bar = stage.visible<ScrollColumn>()->verticalScrollBar();
+        open(narrow);
+        const auto *bar = visible<ScrollColumn>()->verticalScrollBar();
         QCOMPARE(bar->maximum(), 0);
-        stage.window->setMinimumSize(0, 0);
-        stage.window->resize(560, 300);
-        Stage::settle();
+        window().setMinimumSize(0, 0);
+        window().resize(560, 300);
+        settle();
         QVERIFY(bar->maximum() > 0);
         // What the keyboard reaches is scrolled into view.
-        const auto *about = stage.button(Button::about);
+        const auto *about = button(Button::about);
         while (QApplication::focusWidget() != about)
-            stage.press(Qt::Key_Tab);
-        QVERIFY(stage.window->rect().contains(stage.place(about)));
+            press(Qt::Key_Tab);
+        QVERIFY(isInView(about));
     }
 
     void theTextsFollowTheDesktopsFontWhileRunning()
     {
-        const Stage stage(Stage::usual);
-        const auto *label = stage.visible<TextLabel>();
-        const int before = label->sizeHint().height();
-        const Look::Font larger(QApplication::font().pointSizeF() * 1.5);
-        Stage::settle();
-        QVERIFY(label->sizeHint().height() > before * 1.3);
-        QCOMPARE(faults(*stage.window), QString());
+        const auto *text = visible<TextLabel>();
+        const int before = text->sizeHint().height();
+        const Look::Desktop larger(Look::font(QApplication::font().pointSizeF() * 1.5));
+        settle();
+        QVERIFY(text->sizeHint().height() > before * 1.3);
+        QCOMPARE(faults(window()), QString());
     }
 
     void aWordWiderThanTheWindowIsBroken()
     {
-        Stage stage;
-        ProjectInfo game = Samples::game();
-        game.blurb = QString(500, u'w');
-        stage.model.info = game;
-        stage.open(Stage::narrow);
-        QCOMPARE(faults(*stage.window), QString());
-        const auto *blurb = Stage::label(*stage.window, game.blurb);
+        model.info = Samples::game();
+        model.info.change([](auto &game) { game->blurb = QString(500, u'w'); });
+        QCOMPARE(faults(open(narrow)), QString());
+        const auto *blurb = label(model.info.get()->blurb);
         QVERIFY(blurb->height() > 5 * blurb->minimumSizeHint().height());
     }
 
     void linesOfTextStayReadableOnAWholeScreen()
     {
-        TextLabel label(TextStyle::Body);
-        label.display(Samples::wordyGame().blurb);
-        QVERIFY(label.heightForWidth(4000) >= 3 * label.minimumSizeHint().height());
-        QCOMPARE(label.heightForWidth(4000), label.heightForWidth(2000));
+        TextLabel text(TextStyle::Body);
+        text.display(Samples::wordyGame().blurb);
+        QVERIFY(text.heightForWidth(4000) >= 3 * text.minimumSizeHint().height());
+        QCOMPARE(text.heightForWidth(4000), text.heightForWidth(2000));
     }
 };
 
-QTEST_MAIN(FailsCleanly<LayoutTest>)
+QTEST_MAIN(FreshForEach<LayoutTest>)
 #include "LayoutTest.moc"

@@ -1,10 +1,11 @@
 #include "LogView.h"
 
-#include "FailsCleanly.h"
+#include "FreshForEach.h"
 #include "HarmlessText.h"
 #include "LogStore.h"
 #include "LogText.h"
 #include "Samples.h"
+#include "Table.h"
 
 #include <QClipboard>
 #include <QDeadlineTimer>
@@ -14,14 +15,10 @@
 
 #include <algorithm>
 #include <ctime>
-#include <memory>
+#include <functional>
 #include <stdexcept>
 
-using namespace Qt::StringLiterals;
-
 namespace {
-
-const QString emptyLog = u"The log is empty."_s;
 
 /// Measures processor time, so that other load on the machine does not count.
 class WorkTimer final {
@@ -33,19 +30,15 @@ private:
 };
 
 /// A log view in a window of its own.
-class Shown final {
+class Shown {
 public:
     explicit Shown(const QStringList &lines = {})
     {
         log.lines = lines;
-        view = std::make_unique<LogView>(log);
-        view->resize(500, 180);
-        view->show();
-        if (!QTest::qWaitForWindowExposed(view.get()))
+        view.resize(500, 180);
+        view.show();
+        if (!QTest::qWaitForWindowExposed(&view))
             throw std::runtime_error("The view was not shown.");
-        text = view->findChild<LogText *>();
-        refresh = view->findChild<RefreshOnce *>();
-        bar = text->verticalScrollBar();
         settle();
     }
 
@@ -69,9 +62,10 @@ public:
         longestTurn = std::max(longestTurn, timer.seconds());
     }
 
-    void append(const QString &line)
+    void append(const QStringList &lines)
     {
-        log.append(line);
+        for (const QString &line : lines)
+            log.append(line);
         settle();
     }
     void replace(const QStringList &lines)
@@ -93,59 +87,52 @@ public:
     }
 
     LogStore log;
-    std::unique_ptr<LogView> view;
-    LogText *text = nullptr;
-    RefreshOnce *refresh = nullptr;
-    QScrollBar *bar = nullptr;
+    LogView view { log };
+    LogText *const text = view.findChild<LogText *>();
+    RefreshOnce *const refresh = view.findChild<RefreshOnce *>();
+    QScrollBar *const bar = text->verticalScrollBar();
     double longestTurn = 0; // in seconds
 };
 
+using Line = std::function<QString(int)>;
+
 }
 
-class LogViewTest final : public QObject {
+class LogViewTest final : public QObject, private Shown {
     Q_OBJECT
 
 private Q_SLOTS:
-    void anEmptyLogSaysSoInTheSameFont()
+    void theTextIsTheLinesJoinedByLineFeedsOrSaysThatThereAreNone()
     {
-        const Shown shown;
-        QCOMPARE(shown.seen(), emptyLog);
-        QCOMPARE(shown.text->font().pointSizeF(), 11.0);
-        QVERIFY(QFontInfo(shown.text->font()).fixedPitch());
-    }
-
-    void theTextIsTheLinesJoinedByLineFeeds()
-    {
-        Shown shown;
-        for (const QString &line : { u"one"_s, QString(), u"three"_s })
-            shown.log.append(line);
-        QTRY_COMPARE(shown.seen(), u"one\n\nthree"_s);
-        QCOMPARE(shown.text->font().pointSizeF(), 11.0);
+        for (const bool isEmpty : { true, false, true, false }) {
+            replace({});
+            if (!isEmpty)
+                append({ u"one"_s, QString(), u"three"_s });
+            QCOMPARE(seen(), isEmpty ? u"The log is empty."_s : u"one\n\nthree"_s);
+            QCOMPARE(text->font().pointSizeF(), 11.0);
+            QVERIFY(QFontInfo(text->font()).fixedPitch());
+        }
     }
 
     void theBoxIs180HighWithAScrollBarThatIsAlwaysThere()
     {
-        const Shown shown;
-        QCOMPARE(shown.view->height(), 180);
-        QCOMPARE(shown.view->minimumHeight(), 180);
-        QCOMPARE(shown.view->maximumHeight(), 180);
-        QVERIFY(shown.bar->isVisible());
-        const QRect inside = shown.text->viewport()->geometry();
+        QCOMPARE(view.height(), 180);
+        QCOMPARE(view.minimumHeight(), 180);
+        QCOMPARE(view.maximumHeight(), 180);
+        QVERIFY(bar->isVisible());
+        const QRect inside = text->viewport()->geometry();
         QCOMPARE(inside.topLeft(), QPoint(8, 8));
         QCOMPARE(inside.bottom() + 1, 180 - 8);
-        QVERIFY(shown.text->isReadOnly());
+        QVERIFY(text->isReadOnly());
     }
 
     void newLinesKeepTheViewAtTheEnd()
     {
-        Shown shown;
         for (int round = 0; round < 5; ++round) {
-            for (int line = 0; line < 50; ++line)
-                shown.log.append(u"round %1 line %2"_s.arg(round).arg(line));
-            shown.settle();
-            QVERIFY(shown.isAtEnd());
+            append(Samples::lines(50));
+            QVERIFY(isAtEnd());
             // The player scrolls away; the next line scrolls back to the end.
-            shown.bar->setValue(0);
+            bar->setValue(0);
         }
     }
 
@@ -153,90 +140,70 @@ private Q_SLOTS:
 
     void aLineThatReplacesTheOldestOneLeavesTheScrollPosition()
     {
-        Shown shown(Samples::lines(LogStore::maxLines));
-        shown.bar->setValue(1000);
-        shown.append(u"one more"_s);
-        QCOMPARE(shown.log.lines->size(), LogStore::maxLines);
-        QCOMPARE(shown.bar->value(), 1000);
-        QVERIFY(shown.seen().endsWith("\none more"_L1));
-        QCOMPARE(shown.seen(), shown.wholeLog());
+        replace(Samples::lines(LogStore::maxLines));
+        bar->setValue(1000);
+        append({ u"one more"_s });
+        QCOMPARE(log.lines->size(), LogStore::maxLines);
+        QCOMPARE(bar->value(), 1000);
+        QVERIFY(seen().endsWith("\none more"_L1));
+        QCOMPARE(seen(), wholeLog());
     }
 
-    void aLogThatIsEmptiedSaysSoAgain()
+    void linesThatTheLogDropsAtTheFrontDisappearThere_data()
     {
-        Shown shown(Samples::lines(10));
-        shown.replace({});
-        QCOMPARE(shown.seen(), emptyLog);
-        shown.append(u"again"_s);
-        QCOMPARE(shown.seen(), u"again"_s);
+        const auto row = table<Line>("line");
+        row("different lines", [](int number) { return QString::number(number); });
+        row("equal lines", [](int number) { return number % 7 == 0 ? QString() : u"the same"_s; });
     }
 
     void linesThatTheLogDropsAtTheFrontDisappearThere()
     {
-        Shown shown;
-        for (int round = 0; round < 20; ++round) {
-            for (int line = 0; line < 700; ++line)
-                shown.log.append(u"%1.%2"_s.arg(round).arg(line));
-            shown.settle();
-            QCOMPARE(shown.seen(), shown.wholeLog());
+        QFETCH(const Line, line);
+        for (int number = 0; number < 2 * LogStore::maxLines;) {
+            for (const int end = number + 700; number < end; ++number)
+                log.append(line(number));
+            settle();
+            QCOMPARE(seen(), wholeLog());
         }
     }
 
-    void equalLinesAreNotMistakenForEachOther()
+    void newLinesLeaveTheSelectionAsItIs()
     {
-        Shown shown;
-        for (int round = 0; round < 8; ++round) {
-            for (int line = 0; line < 600; ++line)
-                shown.log.append(line % 7 == 0 ? QString() : u"the same"_s);
-            shown.settle();
-            QCOMPARE(shown.seen(), shown.wholeLog());
-        }
-    }
-
-    void theSelectionStaysWhenLinesCome()
-    {
-        Shown shown({ u"first"_s, u"last"_s });
-        shown.text->selectAll();
-        shown.append(u"later"_s);
-        QCOMPARE(shown.text->textCursor().selectedText(), u"first\u2029last"_s);
-    }
-
-    void nothingIsSelectedUnlessThePlayerSelects()
-    {
-        Shown shown(Samples::lines(20));
-        shown.append(u"later"_s);
-        QVERIFY(!shown.text->textCursor().hasSelection());
+        append({ u"first"_s, u"last"_s });
+        QVERIFY(!text->textCursor().hasSelection());
+        text->selectAll();
+        append({ u"later"_s });
+        QCOMPARE(text->textCursor().selectedText(), u"first\u2029last"_s);
     }
 
     void theCopiedTextIsExactWhateverItHolds()
     {
         QStringList lines = Samples::oddLines();
-        Shown shown(lines);
+        replace(lines);
         // A clipboard cannot hold a lone surrogate; everything else is copied exactly.
         lines.removeAt(6);
-        shown.replace(lines);
-        QCOMPARE(shown.copied(), shown.wholeLog());
-        QVERIFY(shown.seen() != shown.wholeLog());
+        replace(lines);
+        QCOMPARE(copied(), wholeLog());
+        QVERIFY(seen() != wholeLog());
     }
 
     void aPartOfALongLineIsCopiedExactly()
     {
-        Shown shown;
         QString line;
         for (int number = 0; line.size() < 20000; ++number)
             line += QString::number(number) + u'\a';
-        shown.append(line);
-        const QTextDocument *document = shown.text->document();
+        append({ line });
+        const QTextDocument *document = text->document();
         QVERIFY(document->blockCount() > 3);
 
         // The document adds a separator after each block of a long line, which the line itself does not have.
         const int second = document->findBlockByNumber(1).position();
         const int fourth = document->findBlockByNumber(3).position();
-        QTextCursor cursor = shown.text->textCursor();
+        QTextCursor cursor = text->textCursor();
         cursor.setPosition(second + 5);
         cursor.setPosition(fourth + 7, QTextCursor::KeepAnchor);
-        shown.text->setTextCursor(cursor);
-        shown.text->copy();
+        text->setTextCursor(cursor);
+        text->copy();
         const int from = second - 1 + 5;
         const int to = fourth - 3 + 7;
         QCOMPARE(QGuiApplication::clipboard()->text(), line.mid(from, to - from));
@@ -246,22 +213,19 @@ private Q_SLOTS:
     {
         const QString runners = u"\U0001f3c3"_s.repeated(10000);
         // Dividing both lines at the same places would cut a character of one of them in two.
-        const Shown shown({ runners, u'x' + runners });
-        QVERIFY(shown.text->document()->blockCount() > 2);
-        QVERIFY(!shown.seen().contains(QChar::ReplacementCharacter));
-        QCOMPARE(shown.copied(), shown.wholeLog());
+        append({ runners, u'x' + runners });
+        QVERIFY(text->document()->blockCount() > 2);
+        QVERIFY(!seen().contains(QChar::ReplacementCharacter));
+        QCOMPARE(copied(), wholeLog());
     }
 
     void harmfulCharactersAreShownAsSignsOfTheSameLength_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("shown");
-        const auto row = [](const char *name, const QString &text, const QString &shown) {
-            QTest::newRow(name) << text << shown;
-        };
-        const auto unchanged = [row](const char *name, const QString &text) { row(name, text, text); };
-        const auto unknown = [row](const char *name, const QString &text) {
-            row(name, text, QString(text.size(), QChar::ReplacementCharacter));
+        const auto row = table<QString, QString>("harmful", "harmless");
+        const auto unchanged
+            = [row](const char *name, const QString &harmful) { row(name, harmful, harmful); };
+        const auto unknown = [row](const char *name, const QString &harmful) {
+            row(name, harmful, QString(harmful.size(), QChar::ReplacementCharacter));
         };
         unchanged("plain", u"Grüße, 世界 \U0001f3c3"_s);
         unchanged("tab and line feed", u"a\tb\nc"_s);
@@ -282,85 +246,69 @@ private Q_SLOTS:
 
     void harmfulCharactersAreShownAsSignsOfTheSameLength()
     {
-        QFETCH(const QString, text);
-        QFETCH(const QString, shown);
-        QCOMPARE(harmlessText(text), shown);
-        QCOMPARE(harmlessText(text).size(), text.size());
+        QFETCH(const QString, harmful);
+        QTEST(harmlessText(harmful), "harmless");
     }
 
     void aLineOfAnotherScriptStaysOnTheLeft()
     {
-        Shown shown;
-        shown.append(u"\u05e9\u05dc\u05d5\u05dd"_s);
-        const QTextLayout *layout = shown.text->document()->firstBlock().layout();
+        append({ u"\u05e9\u05dc\u05d5\u05dd"_s });
+        const QTextLayout *layout = text->document()->firstBlock().layout();
         QVERIFY(layout->lineCount() > 0);
         QVERIFY(layout->lineAt(0).naturalTextRect().left() < 20);
     }
 
     void aFloodOfLinesDoesNotFreezeTheWindow()
     {
-        Shown shown;
         const WorkTimer whole;
         for (int batch = 0; batch < 300; ++batch) {
             for (int line = 0; line < 1000; ++line)
-                shown.log.append(
-                    u"batch %1 line %2 of a game that prints without a pause"_s.arg(batch).arg(line));
-            shown.turn();
+                log.append(u"batch %1 line %2 of a game that prints without a pause"_s.arg(batch).arg(line));
+            turn();
         }
-        QTRY_VERIFY(shown.seen().endsWith(shown.log.lines->last()));
-        qInfo("three hundred thousand lines: %.2f s, longest turn %.3f s", whole.seconds(),
-              shown.longestTurn);
-        QVERIFY(shown.longestTurn < 2);
-        QCOMPARE(shown.seen(), shown.wholeLog());
+        QTRY_VERIFY(seen().endsWith(log.lines->last()));
+        qInfo("three hundred thousand lines: %.2f s, longest turn %.3f s", whole.seconds(), longestTurn);
+        QVERIFY(longestTurn < 2);
+        QCOMPARE(seen(), wholeLog());
     }
 
-    void aFullLogOfLongLinesIsShownQuickly()
+    void longLinesAreShownQuickly_data()
     {
-        QStringList lines;
-        for (int line = 0; line < 120; ++line)
-            lines << QString(100000, QChar(u'a' + line % 26));
-        const WorkTimer timer;
-        const Shown shown(lines);
-        QVERIFY(shown.longestTurn < 2);
-        shown.view->grab();
-        qInfo("twelve million characters: %.2f s", timer.seconds());
-        QVERIFY(timer.seconds() < 15);
-        QVERIFY(shown.text->document()->characterCount() > 12'000'000);
-        QVERIFY(shown.isAtEnd());
+        const auto row = table<int, int, double>("count", "length", "limit"); // in seconds
+        row("a full log of long lines", 120, 100'000, 15);
+        row("a line of a million characters", 1, 1'000'000, 5);
     }
 
-    void aLineOfAMillionCharactersIsShownQuickly()
+    void longLinesAreShownQuickly()
     {
-        Shown shown;
+        QFETCH(const int, count);
+        QFETCH(const int, length);
+        QFETCH(const double, limit);
         const WorkTimer timer;
-        shown.log.append(QString(1024 * 1024, u'x'));
-        QTRY_VERIFY(shown.text->document()->characterCount() > 1024 * 1024);
-        shown.view->grab();
-        qInfo("one line of a million characters: %.2f s", timer.seconds());
-        QVERIFY(timer.seconds() < 5);
-        QVERIFY(shown.copied() == shown.log.lines->first());
+        for (int line = 0; line < count; ++line)
+            log.append(QString(length, QChar(u'a' + line % 26)));
+        settle();
+        QVERIFY(longestTurn < 2);
+        view.grab();
+        qInfo("%s: %.2f s", QTest::currentDataTag(), timer.seconds());
+        QVERIFY(timer.seconds() < limit);
+        QVERIFY(text->document()->characterCount() > count * length);
+        QVERIFY(isAtEnd());
+        QVERIFY(copied() == wholeLog());
     }
 
     void aHiddenViewDoesNoWorkAndCatchesUpWhenItIsShown()
     {
-        Shown shown;
-        shown.append(u"seen"_s);
-        shown.view->hide();
-        shown.replace(Samples::lines(100));
-        QCOMPARE(shown.seen(), u"seen"_s);
-        shown.view->show();
-        shown.settle();
-        QCOMPARE(shown.seen(), shown.wholeLog());
-        QVERIFY(shown.isAtEnd());
-    }
-
-    void tabLeavesTheText()
-    {
-        const Shown shown;
-        QVERIFY(shown.text->tabChangesFocus());
-        QVERIFY(!shown.text->accessibleName().isEmpty());
+        append({ u"seen"_s });
+        view.hide();
+        replace(Samples::lines(100));
+        QCOMPARE(seen(), u"seen"_s);
+        view.show();
+        settle();
+        QCOMPARE(seen(), wholeLog());
+        QVERIFY(isAtEnd());
     }
 };
 
-QTEST_MAIN(FailsCleanly<LogViewTest>)
+QTEST_MAIN(FreshForEach<LogViewTest>)
 #include "LogViewTest.moc"

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <QApplication>
+#include <QFont>
 #include <QPalette>
-#include <QTest>
 
 /// What a player may have chosen for the desktop.
 namespace Look {
@@ -10,40 +10,29 @@ namespace Look {
 inline QPalette light() { return QPalette(QColor(0xe8, 0xe8, 0xe8), QColor(0xef, 0xef, 0xef)); }
 inline QPalette dark() { return QPalette(QColor(0x3a, 0x3b, 0x3f), QColor(0x2a, 0x2b, 0x2e)); }
 
-/// Adds both palettes as rows of a test, in the column "palette".
-inline void addPalettes()
+/// The desktop's font in another size.
+inline QFont font(double points)
 {
-    QTest::addColumn<QPalette>("palette");
-    QTest::newRow("light") << light();
-    QTest::newRow("dark") << dark();
+    QFont font = QApplication::font();
+    font.setPointSizeF(points);
+    return font;
 }
 
-/// Replaces the desktop's palette while this object exists.
-class Palette final {
+/// Replaces the desktop's palette or font while this object exists.
+class Desktop final {
 public:
-    explicit Palette(const QPalette &palette) { QApplication::setPalette(palette); }
-    ~Palette() { QApplication::setPalette(m_before); }
-    Q_DISABLE_COPY_MOVE(Palette)
-
-private:
-    const QPalette m_before = QApplication::palette();
-};
-
-/// Replaces the desktop's font while this object exists.
-class Font final {
-public:
-    explicit Font(const QFont &font) { QApplication::setFont(font); }
-    explicit Font(double points)
+    explicit Desktop(const QPalette &palette) { QApplication::setPalette(palette); }
+    explicit Desktop(const QFont &font) { QApplication::setFont(font); }
+    ~Desktop()
     {
-        QFont font = m_before;
-        font.setPointSizeF(points);
-        QApplication::setFont(font);
+        QApplication::setPalette(m_palette);
+        QApplication::setFont(m_font);
     }
-    ~Font() { QApplication::setFont(m_before); }
-    Q_DISABLE_COPY_MOVE(Font)
+    Q_DISABLE_COPY_MOVE(Desktop)
 
 private:
-    const QFont m_before = QApplication::font();
+    const QPalette m_palette = QApplication::palette();
+    const QFont m_font = QApplication::font();
 };
 
 }

@@ -3,10 +3,10 @@
 #include "Colours.h"
 
 #include <QImage>
+#include <QTest>
 #include <QWidget>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <functional>
@@ -100,8 +100,14 @@ inline double cornerRadius(const QImage &image, Qt::Corner corner, const QColor 
     });
     return std::sqrt(missing / (1 - std::numbers::pi / 4));
 }
-inline constexpr std::array corners { Qt::TopLeftCorner, Qt::TopRightCorner, Qt::BottomLeftCorner,
-                                      Qt::BottomRightCorner };
+/// Verifies the radius of these corners, to within a pixel.
+inline void verifyCorners(const QImage &image, const QColor &ground, int radius,
+                          const QList<Qt::Corner> &corners = { Qt::TopLeftCorner, Qt::TopRightCorner,
+                                                               Qt::BottomLeftCorner, Qt::BottomRightCorner })
+{
+    for (const Qt::Corner corner : corners)
+        QCOMPARE_LT(std::abs(cornerRadius(image, corner, ground, radius * 5 / 4) - radius), 1);
+}
 
 /// The colour of a text: that of the pixel with the highest contrast to `ground`.
 inline QColor ink(const QImage &image, const QColor &ground)

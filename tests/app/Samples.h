@@ -7,10 +7,10 @@
 
 #include <functional>
 
+using namespace Qt::StringLiterals; // all tests of the window write their texts like this
+
 /// Everything that the window can show, in one list for the tests and the pictures.
 namespace Samples {
-
-using namespace Qt::StringLiterals;
 
 inline ProjectInfo game()
 {

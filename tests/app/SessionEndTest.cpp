@@ -36,110 +36,100 @@ private:
     const QScopedValueRollback<QPlatformSessionManager *> m_place;
 };
 
-/// Presses `answer` as soon as the question appears. Uses a timer, as the end of the session blocks.
-void answerWith(Running &running, const QString &answer)
-{
-    auto *look = new QTimer(&running.delegate);
-    QObject::connect(look, &QTimer::timeout, look, [look, &running, answer] {
-        if (running.asks()) {
-            look->stop();
-            try {
-                running.stage.click(answer);
-            } catch (const std::exception &missing) {
-                // An exception must not pass through the question's event loop.
-                QTest::qFail(missing.what(), __FILE__, __LINE__);
-                running.question()->reject();
-            }
-        }
-    });
-    look->start(10);
 }
 
-}
-
-class SessionEndTest final : public QObject {
+class SessionEndTest final : public QObject, private Running {
     Q_OBJECT
 
 private Q_SLOTS:
-    void withoutAGameTheSessionEndsUnasked()
+    void withoutAGameOrWhereNobodyMayBeAskedTheSessionEndsUnasked()
     {
-        Running running;
-        Session session;
         session.appCommitData();
-        QVERIFY(!running.asks());
-        QCOMPARE(session.cancelled, 0);
-    }
-
-    void aSessionThatLetsNobodyAskEndsUnasked()
-    {
-        Running running(Running::game);
-        Session session;
+        QVERIFY(!asks());
+        play();
         session.letsAsk = false;
         session.appCommitData();
-        QVERIFY(!running.asks());
+        QVERIFY(!asks());
         QCOMPARE(session.cancelled, 0);
-        QVERIFY(running.gameRuns());
+        QVERIFY(gameRuns());
     }
 
     void keepPlayingKeepsTheSession()
     {
-        Running running(Running::game);
-        Session session;
-        answerWith(running, Button::keepPlaying);
+        play();
+        answerWith(Button::keepPlaying);
         session.appCommitData();
         QCOMPARE(session.released, 1);
         QCOMPARE(session.cancelled, 1);
-        QVERIFY(!running.asks());
-        QVERIFY(running.stage.window->isVisible());
-        QVERIFY(running.gameRuns());
-        QCOMPARE(running.ended, 0);
+        QVERIFY(!asks());
+        QVERIFY(window().isVisible());
+        QVERIFY(gameRuns());
+        QCOMPARE(ended, 0);
     }
 
     void quitLetsTheSessionEnd()
     {
-        Running running(Running::game);
-        Session session;
-        answerWith(running, Button::quit);
+        play();
+        answerWith(Button::quit);
         session.appCommitData();
         QCOMPARE(session.released, 1);
         QCOMPARE(session.cancelled, 0);
-        QTRY_COMPARE(running.ended, 1);
-        QTRY_VERIFY(!running.gameRuns());
+        QTRY_COMPARE(ended, 1);
+        QTRY_VERIFY(!gameRuns());
     }
 
     void aGameThatEndsWhileTheSessionAsksLetsItEnd()
     {
-        Running running(Running::game);
-        Session session;
-        QTimer::singleShot(100, &running.delegate, [&running] { running.stage.model.runner.stop(); });
+        play();
+        QTimer::singleShot(100, this, [this] { model.runner.stop(); });
         session.appCommitData();
         QCOMPARE(session.released, 1);
         QCOMPARE(session.cancelled, 0);
-        QTRY_COMPARE(running.ended, 1);
+        QTRY_COMPARE(ended, 1);
     }
 
     void aQuestionThatIsOpenAlreadyIsAskedAnew()
     {
-        Running running(Running::game);
-        running.close();
-        QVERIFY(running.asks());
-        Session session;
-        answerWith(running, Button::keepPlaying);
+        play();
+        close();
+        QVERIFY(asks());
+        answerWith(Button::keepPlaying);
         session.appCommitData();
         QCOMPARE(session.cancelled, 1);
-        QVERIFY(running.stage.window->findChildren<QMessageBox *>().isEmpty());
+        QVERIFY(window().findChildren<QMessageBox *>().isEmpty());
     }
 
     void aLauncherThatQuitsIsNotAskedAgain()
     {
-        Running running(Running::stubbornGame);
-        Session session;
-        running.delegate.quitAtOnce();
+        play(stubbornGame);
+        delegate.quitAtOnce();
         session.appCommitData();
         QCOMPARE(session.released, 0);
-        QTRY_COMPARE(running.ended, 1);
+        QTRY_COMPARE(ended, 1);
     }
+
+private:
+    /// Clicks `answer` as soon as the question appears. Uses a timer, as the end of the session blocks.
+    void answerWith(const QString &answer)
+    {
+        auto *look = new QTimer(this);
+        connect(look, &QTimer::timeout, this, [this, look, answer] {
+            if (!asks())
+                return;
+            look->stop();
+            try {
+                click(answer);
+            } catch (const std::exception &missing) {
+                // An exception must not pass through the question's event loop.
+                QTest::qFail(missing.what(), __FILE__, __LINE__);
+                question()->reject();
+            }
+        });
+        look->start(10);
+    }
+
+    Session session;
 };
 
-QTEST_MAIN(FailsCleanly<SessionEndTest>)
+QTEST_MAIN(FreshForEach<SessionEndTest>)
 #include "SessionEndTest.moc"

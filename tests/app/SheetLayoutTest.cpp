@@ -3,13 +3,12 @@
 #include "Pixels.h"
 #include "SegmentedChoice.h"
 #include "Stage.h"
+#include "Table.h"
 
 #include <QComboBox>
 
 #include <functional>
 #include <numeric>
-
-using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -40,56 +39,27 @@ Row dividers(QWidget &sheet)
     return found;
 }
 
-QList<Row> rowsOf(QWidget &sheet)
-{
-    const auto part = [&sheet](const QWidget *widget) { return Stage::placeIn(sheet, *widget); };
-    const auto text = [&](int index) { return part(Stage::labels(sheet).at(index)); };
-    const auto button = [&](const QString &name) { return part(Stage::button(sheet, name)); };
-    const Row done { button(Button::done) };
-    if (qobject_cast<AboutView *>(&sheet))
-        return { { text(0) },
-                 { text(1) },
-                 { text(2) },
-                 { text(3) },
-                 { part(Stage::visible<LinkButton>(sheet)) },
-                 dividers(sheet),
-                 { text(4) },
-                 { text(5) },
-                 done };
-    return { { text(0) },
-             { text(1), part(Stage::visible<SegmentedChoice>(sheet)) },
-             { text(2), part(Stage::visible<QComboBox>(sheet)) },
-             dividers(sheet),
-             { button(Button::update), button(Button::reinstall) },
-             { text(3) },
-             { button(Button::reveal), button(Button::showSaves) },
-             { button(Button::removeEverything) },
-             done };
 }
 
-}
-
-class SheetLayoutTest final : public QObject {
+class SheetLayoutTest final : public QObject, private Stage {
     Q_OBJECT
 
 private Q_SLOTS:
     void theRowsStandInTheirOrderAndAtTheirDistance_data()
     {
-        QTest::addColumn<QString>("button");
-        QTest::addColumn<int>("spacing");
-        QTest::newRow("Settings") << Button::settings << 14;
-        QTest::newRow("About") << Button::about << 10;
+        const auto row = table<QString, int>("name", "spacing");
+        row("Settings", Button::settings, 14);
+        row("About", Button::about, 10);
     }
 
     void theRowsStandInTheirOrderAndAtTheirDistance()
     {
-        QFETCH(const QString, button);
+        QFETCH(const QString, name);
         QFETCH(const int, spacing);
-        Stage stage;
-        QWidget *const sheet = stage.openSheet(button);
+        QWidget *const sheet = openSheet(name);
         QCOMPARE(sheet->width(), 440);
         QCOMPARE(dividers(*sheet).size(), 1);
-        const QList<Row> rows = rowsOf(*sheet);
+        const QList<Row> rows = name == Button::about ? rowsOfAbout(*sheet) : rowsOfSettings(*sheet);
         const QRect done = boundsOf(rows.last());
         QCOMPARE(boundsOf(rows.first()).top(), padding);
         QCOMPARE(done.bottom() + 1, sheet->height() - padding);
@@ -119,29 +89,27 @@ private Q_SLOTS:
 
     void nothingIsClippedAtTheSides_data()
     {
-        QTest::addColumn<QString>("button");
-        QTest::addColumn<double>("points");
-        for (const QString &button : { Button::settings, Button::about }) {
+        const auto row = table<QString, double>("name", "points");
+        for (const QString &name : { Button::settings, Button::about }) {
             for (const double points : { 8.0, 10.0, 12.0 })
-                QTest::addRow("%s, %.0f points", qPrintable(button), points) << button << points;
+                row(qPrintable(u"%1, %2 points"_s.arg(name).arg(points)), name, points);
         }
     }
 
     void nothingIsClippedAtTheSides()
     {
-        QFETCH(const QString, button);
+        QFETCH(const QString, name);
         QFETCH(const double, points);
-        const Look::Font desktop(points);
-        Stage stage;
-        QWidget *const sheet = stage.openSheet(button);
+        const Look::Desktop desktop(Look::font(points));
+        QWidget *const sheet = openSheet(name);
         const QRect column = sheet->rect().adjusted(padding, 0, -padding, 0);
         for (const QWidget *widget : sheet->findChildren<QWidget *>()) {
             const bool isShown = qobject_cast<const QAbstractButton *>(widget)
                 || qobject_cast<const TextLabel *>(widget) || qobject_cast<const QComboBox *>(widget);
             if (!widget->isVisible() || !isShown)
                 continue;
-            const QRect place = Stage::placeIn(*sheet, *widget);
-            QVERIFY2(place.left() >= column.left() && place.right() <= column.right(),
+            const QRect area = placeIn(*sheet, *widget);
+            QVERIFY2(area.left() >= column.left() && area.right() <= column.right(),
                      widget->metaObject()->className());
         }
         // Nor does anything else reach into the padding.
@@ -153,7 +121,32 @@ private Q_SLOTS:
             QCOMPARE(Pixels::find(picture, side, isOther).count, 0);
         }
     }
+
+private:
+    QList<Row> rowsOfSettings(QWidget &sheet)
+    {
+        return { { text(0) },
+                 { text(1), placeIn(sheet, *visible<SegmentedChoice>(sheet)) },
+                 { text(2), placeIn(sheet, *visible<QComboBox>(sheet)) },
+                 dividers(sheet),
+                 { place(Button::update), place(Button::reinstall) },
+                 { text(3) },
+                 { place(Button::reveal), place(Button::showSaves) },
+                 { place(Button::removeEverything) },
+                 { place(Button::done) } };
+    }
+
+    QList<Row> rowsOfAbout(QWidget &sheet)
+    {
+        const Row link { placeIn(sheet, *visible<LinkButton>(sheet)) };
+        return { { text(0) }, { text(1) }, { text(2) },
+                 { text(3) }, link,        dividers(sheet),
+                 { text(4) }, { text(5) }, { place(Button::done) } };
+    }
+
+    QRect text(int index) { return placeIn(*front(), *labels(*front()).at(index)); }
+    QRect place(const QString &name) { return placeIn(*front(), *button(name)); }
 };
 
-QTEST_MAIN(FailsCleanly<SheetLayoutTest>)
+QTEST_MAIN(FreshForEach<SheetLayoutTest>)
 #include "SheetLayoutTest.moc"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "AboutView.h"
-#include "FailsCleanly.h"
+#include "FreshForEach.h"
 #include "MainWindow.h"
 #include "Player.h"
 #include "RefreshOnce.h"
@@ -13,13 +13,12 @@
 #include <QApplication>
 
 #include <algorithm>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 
 /// The texts of the buttons. A test presses them by these names.
 namespace Button {
-
-using namespace Qt::StringLiterals;
 
 inline const QString play = u"Play"_s;
 inline const QString cancel = u"Cancel"_s;
@@ -44,9 +43,13 @@ inline const QString keepPlaying = u"Keep Playing"_s;
 
 }
 
-/// The launcher's window on a real model in a home folder of its own. What looks for a part of the window
-/// throws an exception if there is none, which ends the test.
-class Stage final {
+/// Stands below Play where it has to download something first.
+inline const QString playHint
+    = u"Downloads the game and the Godot engine once, about 60 MB. Nothing to type."_s;
+
+/// The launcher's window on a real model in a home folder of its own. The window opens when it is first
+/// needed. What looks for a part of it throws an exception if there is none, which ends the test.
+class Stage {
 public:
     static constexpr QSize narrow { 560, 640 };
     static constexpr QSize usual { 600, 720 };
@@ -58,15 +61,9 @@ public:
     {
     }
 
-    explicit Stage(QSize size)
-        : Stage()
-    {
-        open(size);
-    }
-
     ~Stage()
     {
-        window.reset();
+        m_window.reset();
         // A test may have assigned this without starting a game.
         if (!model.runner.controller())
             model.runner.isRunning = false;
@@ -75,45 +72,43 @@ public:
     Stage(const Stage &) = delete;
     Stage &operator=(const Stage &) = delete;
 
-    /// Shows the window in `size` and waits until it is drawn.
+    /// Shows a new window in `size` and waits until it is drawn.
     MainWindow &open(QSize size = usual)
     {
-        window = std::make_unique<MainWindow>(model, player.preferences);
-        window->resize(size);
-        window->show();
-        if (!QTest::qWaitForWindowExposed(window.get()))
+        m_window = std::make_unique<MainWindow>(model, player.preferences);
+        m_window->resize(size);
+        m_window->show();
+        if (!QTest::qWaitForWindowExposed(m_window.get()))
             throw std::runtime_error("The window was not shown.");
         settle();
-        return *window;
+        return *m_window;
     }
+    MainWindow &window() { return m_window ? *m_window : open(); }
+    void destroyWindow() { m_window.reset(); }
 
-    /// Opens a sheet with its button in the window; opens the window first if need be.
-    Sheet *openSheet(const QString &button)
+    /// Opens a sheet with its button in the window.
+    Sheet *openSheet(const QString &name)
     {
-        if (!window)
-            open();
-        click(*window, button);
+        click(name);
         return visible<Sheet>();
     }
     Sheet *openSettings() { return openSheet(Button::settings); }
     Sheet *openAbout() { return openSheet(Button::about); }
 
     /// A code host that never comes to the end of the game.
-    void startSlowHost() { player.startHost({ QStringLiteral("--slow"), QStringLiteral("1") }); }
+    void startSlowHost() { player.startHost({ u"--slow"_s, u"1"_s }); }
 
-    /// These assign to the model and let the window show it.
-    void show(const AppState &state)
+    /// These change the model while the window is open, and wait until it shows the change.
+    template <typename Value, typename NewValue> void set(Published<Value> &field, const NewValue &value)
     {
-        model.state = state;
+        window();
+        field = value;
         settle();
     }
-    void show(const std::optional<ProjectInfo> &info)
-    {
-        model.info = info;
-        settle();
-    }
+    void show(const AppState &state) { set(model.state, state); }
     void fail(int lineCount, const QString &message = Samples::earlyEnd)
     {
+        window();
         Samples::fail(model, message, lineCount);
         settle();
     }
@@ -139,47 +134,43 @@ public:
     }
 
     /// What the player can use now: the topmost dialog, or else the window.
-    QWidget *front() const
+    QWidget *front()
     {
         QWidget *dialog = QApplication::activeModalWidget();
-        if (!dialog && !window)
-            throw std::runtime_error("The window is not open.");
-        return dialog ? dialog : window.get();
+        return dialog ? dialog : &window();
     }
 
-    /// The button with this text that the player can see.
-    QAbstractButton *button(const QString &text) const { return button(*front(), text); }
-    static QAbstractButton *button(const QWidget &where, const QString &text)
+    /// The button with this text that the player can use now.
+    QAbstractButton *button(const QString &text) { return withText<QAbstractButton>(*front(), text); }
+    bool hasButton(const QString &text)
     {
-        QStringList others;
-        for (QAbstractButton *button : seen<QAbstractButton>(where)) {
-            if (button->text() == text)
-                return button;
-            others << u'"' + button->text() + u'"';
-        }
-        missing(QStringLiteral("button \"%1\"").arg(text), where, others);
-    }
-    bool hasButton(const QString &text) const { return hasButton(*front(), text); }
-    static bool hasButton(const QWidget &where, const QString &text)
-    {
-        const auto buttons = seen<QAbstractButton>(where);
+        const auto buttons = seen<QAbstractButton>(*front());
         return std::any_of(buttons.begin(), buttons.end(),
                            [&text](const QAbstractButton *button) { return button->text() == text; });
     }
 
     /// Clicks the middle of the button with this text.
-    void click(const QString &text) const { click(*front(), text); }
-    static void click(const QWidget &where, const QString &text)
+    void click(const QString &text)
     {
-        QTest::mouseClick(button(where, text), Qt::LeftButton);
+        QTest::mouseClick(button(text), Qt::LeftButton);
         settle();
     }
 
     /// Presses a key where the desktop would deliver it.
-    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) const
+    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {})
     {
         QTest::keyClick(front()->windowHandle(), key, modifiers);
         settle();
+    }
+
+    /// The same for a list of what a player may do.
+    std::function<void()> clicking(const QString &text)
+    {
+        return [this, text] { click(text); };
+    }
+    std::function<void()> pressing(Qt::Key key)
+    {
+        return [this, key] { press(key); };
     }
 
     /// Every text that the player can see, from top to bottom.
@@ -189,7 +180,7 @@ public:
         labels.removeIf([](const TextLabel *label) { return label->text().isEmpty(); });
         return labels;
     }
-    QStringList texts() const { return texts(*front()); }
+    QStringList texts() { return texts(*front()); }
     static QStringList texts(const QWidget &where)
     {
         QStringList result;
@@ -197,17 +188,10 @@ public:
             result << label->text();
         return result;
     }
-    static TextLabel *label(const QWidget &where, const QString &text)
-    {
-        for (TextLabel *label : labels(where)) {
-            if (label->text() == text)
-                return label;
-        }
-        missing(QStringLiteral("text \"%1\"").arg(text), where, texts(where));
-    }
+    TextLabel *label(const QString &text) { return withText<TextLabel>(*front(), text); }
 
     /// The view of this class that the player can see.
-    template <typename View> View *visible() const { return visible<View>(*window); }
+    template <typename View> View *visible() { return visible<View>(window()); }
     template <typename View> static View *visible(const QWidget &where)
     {
         const auto views = seen<View>(where);
@@ -215,22 +199,22 @@ public:
             return views.first();
         QStringList others;
         for (const QWidget *view : seen<QWidget>(where))
-            others << nameOf(*view);
+            others << classOf(*view);
         others.removeDuplicates();
         missing(QLatin1StringView(View::staticMetaObject.className()), where, others);
     }
-    template <typename View> bool shows() const { return !seen<View>(*window).isEmpty(); }
+    template <typename View> bool shows() { return !seen<View>(window()).isEmpty(); }
 
     /// Where `part` is in `whole`.
     static QRect placeIn(const QWidget &whole, const QWidget &part)
     {
         return { part.mapTo(&whole, QPoint(0, 0)), part.size() };
     }
-    QRect place(const QWidget *part) const { return placeIn(*window, *part); }
+    QRect place(const QWidget *part) { return placeIn(window(), *part); }
+    bool isInView(const QWidget *part) { return window().rect().contains(place(part)); }
 
     Player player;
     AppModel &model;
-    std::unique_ptr<MainWindow> window;
 
 private:
     template <typename View> static QList<View *> seen(const QWidget &where)
@@ -240,17 +224,28 @@ private:
         return views;
     }
 
-    static QString nameOf(const QWidget &widget)
+    template <typename View> static View *withText(const QWidget &where, const QString &text)
+    {
+        QStringList others;
+        for (View *view : seen<View>(where)) {
+            if (view->text() == text)
+                return view;
+            others << u'"' + view->text() + u'"';
+        }
+        missing(u'"' + text + u'"', where, others);
+    }
+
+    static QString classOf(const QWidget &widget)
     {
         return QLatin1StringView(widget.metaObject()->className());
     }
 
     [[noreturn]] static void missing(const QString &what, const QWidget &where, const QStringList &others)
     {
-        const QString instead
-            = others.isEmpty() ? QStringLiteral("nothing of that kind") : others.join(u", ");
-        throw std::runtime_error(QStringLiteral("The player sees no %1 in the %2, but: %3.")
-                                     .arg(what, nameOf(where), instead)
-                                     .toStdString());
+        const QString instead = others.isEmpty() ? u"nothing of that kind"_s : others.join(u", ");
+        throw std::runtime_error(
+            u"The player sees no %1 in the %2, but: %3."_s.arg(what, classOf(where), instead).toStdString());
     }
+
+    std::unique_ptr<MainWindow> m_window;
 };

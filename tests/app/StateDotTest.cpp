@@ -2,11 +2,11 @@
 
 #include "Look.h"
 #include "Pixels.h"
+#include "PlayArea.h"
 #include "Stage.h"
+#include "Table.h"
 
 #include <QScreen>
-
-using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -24,46 +24,49 @@ QString nameOf(const QColor &colour)
     return colour.name();
 }
 
+const AppState needs = AppState::needs(u"No network."_s);
+
 }
 
-class StateDotTest final : public QObject {
+class StateDotTest final : public QObject, private Stage {
     Q_OBJECT
 
 private Q_SLOTS:
-    void everyStateHasItsDot_data()
+    void everyStateHasItsDotItsTextsAndItsAction_data()
     {
-        QTest::addColumn<AppState>("before");
-        QTest::addColumn<AppState>("state");
-        QTest::addColumn<QString>("colour");
-        const AppState needs = AppState::needs(u"No network."_s);
-        QTest::newRow("needs something") << AppState::ready() << needs << u"red"_s;
-        QTest::newRow("not downloaded") << needs << AppState::notDownloaded() << u"grey"_s;
-        QTest::newRow("ready") << needs << AppState::ready() << u"green"_s;
-        QTest::newRow("playing") << AppState::starting() << AppState::playing() << u"green"_s;
-        QTest::newRow("downloading") << needs << AppState::downloading(u"the game"_s) << u"orange"_s;
-        QTest::newRow("setting up") << AppState::ready() << AppState::settingUp() << u"orange"_s;
-        QTest::newRow("starting") << AppState::ready() << AppState::starting() << u"orange"_s;
+        const auto row = table<AppState, QString, QStringList, QString>("state", "colour", "texts", "action");
+        row("needs something", needs, u"red"_s, { u"Needs something"_s, needs.text(), playHint },
+            Button::play);
+        row("not downloaded", AppState::notDownloaded(), u"grey"_s, { u"Not downloaded"_s, playHint },
+            Button::play);
+        row("ready", AppState::ready(), u"green"_s, { u"Ready"_s }, Button::play);
+        row("playing", AppState::playing(), u"green"_s, { u"Playing"_s }, Button::stop);
+        row("downloading", AppState::downloading(u"the game"_s), u"orange"_s, { u"Downloading"_s },
+            Button::cancel);
+        row("setting up", AppState::settingUp(), u"orange"_s, { u"Setting up"_s }, Button::cancel);
+        row("starting", AppState::starting(), u"orange"_s, { u"Starting\u2026"_s }, Button::stop);
     }
 
-    void everyStateHasItsDot()
+    void everyStateHasItsDotItsTextsAndItsAction()
     {
-        QFETCH(const AppState, before);
         QFETCH(const AppState, state);
-        QFETCH(const QString, colour);
+        QFETCH(const QString, action);
         for (const QPalette &palette : { Look::light(), Look::dark() }) {
-            const Look::Palette desktop(palette);
-            Stage stage;
-            stage.model.state = before;
-            stage.open();
-            stage.show(state);
+            const Look::Desktop desktop(palette);
+            model.state = state == needs ? AppState::ready() : needs;
+            open();
+            show(state);
+            const auto *area = visible<PlayArea>();
+            QTEST(texts(*area), "texts");
+            QVERIFY(hasButton(action));
 
             // Five pixels on each side of the dot, which is ten wide.
             constexpr int margin = 5;
-            const auto *dot = stage.visible<StateDot>();
-            const QImage picture = Pixels::of(*stage.window, *dot, margin);
+            const auto *dot = visible<StateDot>();
+            const QImage picture = Pixels::of(window(), *dot, margin);
             const QColor ground = palette.color(QPalette::Window);
             const QColor centre = picture.pixelColor(picture.rect().center());
-            QCOMPARE(nameOf(centre), colour);
+            QTEST(nameOf(centre), "colour");
             const int half = Pixels::distance(centre, ground) / 2;
             const Pixels::Found round = Pixels::find(picture, picture.rect(), [&](const QColor &pixel) {
                 return Pixels::distance(pixel, ground) > half;
@@ -72,23 +75,23 @@ private Q_SLOTS:
             // About as many pixels as a circle of that size has; a square has a hundred.
             QCOMPARE_LE(std::abs(round.count - 79), 6);
 
-            const QRect label = stage.place(Stage::label(*stage.window, stateFace(state, false).label));
-            QVERIFY(stage.place(dot).right() < label.left());
-            QCOMPARE_LE(std::abs(stage.place(dot).center().y() - label.center().y()), 1);
+            const QRect text = place(visible<TextLabel>(*area));
+            QVERIFY(place(dot).right() < text.left());
+            QCOMPARE_LE(std::abs(place(dot).center().y() - text.center().y()), 1);
         }
     }
 
     void aDotThatStaysInItsPlaceIsPaintedAnew()
     {
-        QWidget window;
-        window.resize(40, 40);
-        StateDot dot(&window);
+        QWidget ground;
+        ground.resize(40, 40);
+        StateDot dot(&ground);
         dot.move(15, 15);
-        window.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        ground.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&ground));
         // Read from the screen: taking a picture of the window would repaint it.
-        const auto seen = [&window] {
-            return nameOf(window.screen()->grabWindow(window.winId()).toImage().pixelColor(20, 20));
+        const auto seen = [&ground] {
+            return nameOf(ground.screen()->grabWindow(ground.winId()).toImage().pixelColor(20, 20));
         };
         QTRY_COMPARE(seen(), u"grey"_s);
         dot.display(StateFace::Dot::Green);
@@ -98,5 +101,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(FailsCleanly<StateDotTest>)
+QTEST_MAIN(FreshForEach<StateDotTest>)
 #include "StateDotTest.moc"

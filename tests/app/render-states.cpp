@@ -2,10 +2,9 @@
 //
 //   render-states FOLDER
 
-#include "AppDelegate.h"
-#include "Stage.h"
+#include "Look.h"
+#include "Running.h"
 
-#include <QApplication>
 #include <QDir>
 #include <QPainter>
 #include <QProcess>
@@ -13,70 +12,57 @@
 
 #include <cstdio>
 
-using namespace Qt::StringLiterals;
-
 namespace {
 
 constexpr auto scaleVariable = "QT_SCALE_FACTOR";
 const QStringList scales { u"1"_s, u"1.5"_s, u"2"_s };
 
-struct Scheme {
-    QString name;
-    QPalette palette;
-};
-
 QPalette darkPalette()
 {
-    QPalette palette;
-    const QColor ground(0x2a, 0x2b, 0x2e);
-    const QColor text(0xee, 0xee, 0xf0);
-    palette = QPalette(QColor(0x3a, 0x3b, 0x3f), ground);
+    QPalette palette(QColor(0x3a, 0x3b, 0x3f), QColor(0x2a, 0x2b, 0x2e));
     palette.setColor(QPalette::Base, QColor(0x1f, 0x20, 0x23));
     palette.setColor(QPalette::Highlight, QColor(0x3d, 0x8e, 0xc9));
     palette.setColor(QPalette::HighlightedText, Qt::white);
     palette.setColor(QPalette::Link, QColor(0x4d, 0xa3, 0xff));
     for (const auto role : { QPalette::WindowText, QPalette::Text, QPalette::ButtonText }) {
-        palette.setColor(role, text);
+        palette.setColor(role, QColor(0xee, 0xee, 0xf0));
         palette.setColor(QPalette::Disabled, role, QColor(0x80, 0x80, 0x84));
     }
     return palette;
-}
-
-QList<Scheme> schemes()
-{
-    return { { u"light"_s, QApplication::style()->standardPalette() }, { u"dark"_s, darkPalette() } };
 }
 
 QList<QSize> sizes()
 {
     // The narrow window and the full screen show nothing new at other scales.
     if (qEnvironmentVariable(scaleVariable) == QLatin1StringView("1"))
-        return { { 560, 640 }, { 600, 720 }, { 1920, 1080 } };
-    return { { 600, 720 } };
+        return { Stage::narrow, Stage::usual, { 1920, 1080 } };
+    return { Stage::usual };
 }
 
+/// Takes pictures of a window with the sheet that lies over it, if any.
 class Studio final {
 public:
-    explicit Studio(const QString &folder)
+    /// `schemeName` becomes part of the names of the files in `folder`.
+    Studio(const QString &folder, const QString &schemeName)
         : m_folder(folder)
+        , m_schemeName(schemeName)
     {
     }
 
-    void take(const QString &scene, const Scheme &scheme, QWidget &window)
+    void take(const QString &scene, QWidget &window) const
     {
         Stage::settle();
         QTest::qWait(40); // the log redraws at its own pace
         QPixmap picture = window.grab();
-        if (QWidget *sheet = topSheet()) {
+        if (QWidget *sheet = QApplication::activeModalWidget()) {
             QPainter painter(&picture);
             const QRect ground(QPoint(0, 0), window.size());
             painter.fillRect(ground, QColor(0, 0, 0, 60));
-            const QPixmap onTop = sheet->grab();
             QRect place(QPoint(0, 0), sheet->size());
             place.moveCenter(ground.center());
-            painter.drawPixmap(place, onTop);
+            painter.drawPixmap(place, sheet->grab());
         }
-        const QString name = u"%1-%2-%3x%4@%5.png"_s.arg(scene, scheme.name)
+        const QString name = u"%1-%2-%3x%4@%5.png"_s.arg(scene, m_schemeName)
                                  .arg(window.width())
                                  .arg(window.height())
                                  .arg(qEnvironmentVariable(scaleVariable));
@@ -84,66 +70,60 @@ public:
             qFatal("%s could not be written.", qPrintable(name));
     }
 
-    void takeStates(const Scheme &scheme)
+    void takeStates() const
     {
         for (const Samples::Scene &scene : Samples::scenes()) {
             for (const QSize &size : sizes()) {
                 Stage stage;
                 scene.set(stage.model);
-                take(scene.name, scheme, stage.open(size));
+                take(scene.name, stage.open(size));
             }
         }
     }
 
-    void takeSheets(const Scheme &scheme)
+    void takeSheets() const
     {
-        Stage stage;
-        stage.model.info = Samples::game();
-        stage.model.state = AppState::ready();
-        MainWindow &window = stage.open();
+        Running stage;
+        stage.set(stage.model.info, Samples::game());
+        stage.show(AppState::ready());
 
         stage.openAbout();
-        take(u"about"_s, scheme, window);
+        take(u"about"_s, stage.window());
         stage.click(Button::done);
 
         stage.openSettings();
-        take(u"settings"_s, scheme, window);
+        take(u"settings"_s, stage.window());
         stage.click(Button::fullscreen);
-        take(u"settings-fullscreen"_s, scheme, window);
+        take(u"settings-fullscreen"_s, stage.window());
         stage.click(Button::removeEverything);
         stage.model.freeableBytes = 187'300'000;
-        take(u"remove"_s, scheme, window);
+        take(u"remove"_s, stage.window());
         stage.click(Button::cancel);
         stage.click(Button::done);
 
-        AppDelegate delegate([] {});
-        delegate.attach(stage.model, window);
-        window.hide();
-        window.show();
         stage.model.runner.isRunning = true;
-        stage.model.state = AppState::playing();
-        window.close();
-        take(u"quit"_s, scheme, window);
+        stage.show(AppState::playing());
+        stage.close();
+        take(u"quit"_s, stage.window());
         stage.click(Button::keepPlaying);
     }
 
 private:
-    static QWidget *topSheet() { return QApplication::activeModalWidget(); }
-
-    QString m_folder;
+    const QString m_folder;
+    const QString m_schemeName;
 };
 
 int takeAll(const QString &folder)
 {
     QApplication::setStyle(u"fusion"_s);
-    QFont font = QApplication::font();
-    font.setPointSizeF(10); // the default of most desktops
-    QApplication::setFont(font);
-    Studio studio(folder);
-    for (const Scheme &scheme : schemes()) {
-        QApplication::setPalette(scheme.palette);
-        studio.takeStates(scheme);
-        studio.takeSheets(scheme);
+    QApplication::setFont(Look::font(10)); // the default of most desktops
+    const std::pair<QString, QPalette> schemes[] { { u"light"_s, QApplication::style()->standardPalette() },
+                                                   { u"dark"_s, darkPalette() } };
+    for (const auto &[name, palette] : schemes) {
+        QApplication::setPalette(palette);
+        const Studio studio(folder, name);
+        studio.takeStates();
+        studio.takeSheets();
     }
     return 0;
 }
