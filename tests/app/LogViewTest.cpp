@@ -124,6 +124,7 @@ private Q_SLOTS:
         QCOMPARE(inside.topLeft(), QPoint(8, 8));
         QCOMPARE(inside.bottom() + 1, 180 - 8);
         QVERIFY(text->isReadOnly());
+        QVERIFY(text->tabChangesFocus());
     }
 
     void newLinesKeepTheViewAtTheEnd()
