@@ -5,6 +5,7 @@ import contextlib
 import importlib.machinery
 import importlib.util
 import os
+import re
 import shutil
 import signal
 import subprocess
@@ -22,15 +23,9 @@ sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "support"))
 from local_launcher import LONG, PROGRAMS, PROJECT, PROJECT_FILE, CodeHost, environment
 
 
-def load_driver():
-    path = str(PROJECT / "tools" / "at-spi")
-    loader = importlib.machinery.SourceFileLoader("at_spi", path)
-    module = importlib.util.module_from_spec(importlib.util.spec_from_loader("at_spi", loader))
-    loader.exec_module(module)
-    return module
-
-
-at_spi = load_driver()
+DRIVER = importlib.machinery.SourceFileLoader("at_spi", str(PROJECT / "tools" / "at-spi"))
+at_spi = importlib.util.module_from_spec(importlib.util.spec_from_loader("at_spi", DRIVER))
+DRIVER.exec_module(at_spi)
 
 STANDING_ENGINE = """#!/bin/sh
 for argument; do
@@ -43,19 +38,29 @@ if [ "$import" ]; then . ./import.sh; else . ./play.sh; fi
 """
 
 
+def status_of(process):
+    """The state of a process and its parent; those of a zombie once it is gone."""
+    try:
+        state, parent = Path(f"/proc/{process}/stat").read_text().rpartition(")")[2].split()[:2]
+        return state, int(parent)
+    except OSError:
+        return "Z", 0
+
+
+def is_alive(process):
+    return status_of(process)[0] != "Z"
+
+
 def children_of(process):
     """The command lines of all living descendants of `process`, by process ID."""
-    parents, commands = {}, {}
-    for folder in Path("/proc").glob("[0-9]*"):
-        with contextlib.suppress(OSError):
-            fields = (folder / "stat").read_text().rpartition(")")[2].split()
-            if fields[0] != "Z":
-                parents[int(folder.name)] = int(fields[1])
-                commands[int(folder.name)] = (folder / "cmdline").read_text().replace("\0", " ")
+    statuses = {int(folder.name): status_of(folder.name) for folder in Path("/proc").glob("[0-9]*")}
     below, found = {process}, {}
-    while new := {child for child, parent in parents.items() if parent in below and child not in below}:
+    while new := {child for child, (state, parent) in statuses.items()
+                  if parent in below and child not in below and state != "Z"}:
         below |= new
-        found.update((child, commands[child]) for child in new)
+        for child in new:
+            with contextlib.suppress(OSError):
+                found[child] = Path(f"/proc/{child}/cmdline").read_text().replace("\0", " ")
     return found
 
 
@@ -63,19 +68,6 @@ def kill_all(processes):
     for process in processes:
         with contextlib.suppress(OSError):
             os.kill(process, signal.SIGKILL)
-
-
-def engine_unpackers(launcher):
-    """The children that unpack an engine, recognised by their target: the archive is passed without its name."""
-    return [child for child, command in children_of(launcher).items()
-            if "vantor-unpack -x" in command and command.rstrip().endswith("/engine")]
-
-
-def is_alive(process):
-    try:
-        return Path(f"/proc/{process}/stat").read_text().rpartition(")")[2].split()[0] != "Z"
-    except OSError:
-        return False
 
 
 def wait_for(question, seconds=LONG):
@@ -100,12 +92,11 @@ class Screen:
 
     def stack(self):
         """Every visible window, the lowest first."""
-        seen = []
-        for window in self.root.query_tree().children:
-            with contextlib.suppress(error.BadWindow):
-                if window.get_attributes().map_state == X.IsViewable:
-                    seen.append(window)
-        return seen
+        return list(filter(self.is_visible, self.root.query_tree().children))
+
+    def is_visible(self, window):
+        with contextlib.suppress(error.BadWindow):
+            return window.get_attributes().map_state == X.IsViewable
 
     def owner(self, window):
         with contextlib.suppress(error.BadWindow):
@@ -149,9 +140,6 @@ class Screen:
         window.destroy()
         return content.value.decode() if content else None
 
-    def disconnect(self):
-        self.display.close()
-
 
 class LauncherCase(unittest.TestCase):
     """A player on a fresh machine, with a stand-in game and engine unless the test brings real ones."""
@@ -171,7 +159,7 @@ class LauncherCase(unittest.TestCase):
         self.host = None
         self.driver = at_spi.Launcher()
         self.screen = Screen()
-        self.addCleanup(self.screen.disconnect)
+        self.addCleanup(self.screen.display.close)
 
     def write(self, path, content):
         path.parent.mkdir(parents=True, exist_ok=True)
@@ -185,32 +173,45 @@ class LauncherCase(unittest.TestCase):
         self.addCleanup(self.stop_host)
         self.address = self.host.address
 
+    def start_slow_host(self):
+        """A code host that does not come to the end of the game within the time of a test."""
+        self.write(self.game / "level", os.urandom(200000).hex())
+        self.start_host("--slow", "20000")
+
     def stop_host(self):
         if self.host:
             self.host.close()
             self.host = None
 
-    def start(self, environment=None, **more):
-        """Starts the launcher and keeps what it prints."""
+    def start(self, popen={}, **variables):
+        """Starts the launcher with more variables in its environment, and keeps what it prints."""
         printed = tempfile.TemporaryFile(mode="w+")
         self.addCleanup(printed.close)
         launcher = subprocess.Popen([PROGRAMS / "vantor-platformer-local", self.address],
-                                    env=environment or self.environment, stdin=subprocess.DEVNULL,
-                                    stdout=printed, stderr=subprocess.STDOUT, **more)
+                                    env=self.environment | variables, stdin=subprocess.DEVNULL,
+                                    stdout=printed, stderr=subprocess.STDOUT, **popen)
         launcher.printed = printed
         self.addCleanup(self.end, launcher)
         self.launcher = launcher
         return launcher
 
-    def open(self, **more):
+    def open(self, **how):
         """Starts the launcher and waits for its window."""
-        launcher = self.start(**more)
+        launcher = self.start(**how)
 
         def state():
             if launcher.poll() is not None:
                 self.fail(f"The launcher ended with status {launcher.returncode}: {self.printed()}")
             return self.driver.state()
         return wait_for(state)
+
+    def start_again(self, **variables):
+        """Starts a second launcher, which has to end in favour of the first one, and returns it."""
+        first = self.launcher
+        second = self.start(**variables)
+        self.launcher = first
+        self.assertEqual(second.wait(LONG), 0)
+        return second
 
     def printed(self, launcher=None):
         file = (launcher or self.launcher).printed
@@ -241,6 +242,9 @@ class LauncherCase(unittest.TestCase):
     def see(self, *texts):
         return self.driver.wait(*texts, seconds=LONG)
 
+    def see_no_more(self, text):
+        self.driver.wait_gone(text, LONG)
+
     def play(self):
         self.press("Play")
         return self.see("Playing", "Needs something")
@@ -251,8 +255,7 @@ class LauncherCase(unittest.TestCase):
 
         def runs():
             self.assertNotEqual(self.driver.state(), "Needs something")
-            return (self.driver.state() in ("Starting…", "Playing")
-                    and any(command.startswith("sleep 60") for command in children_of(self.launcher.pid).values()))
+            return self.driver.state() in ("Starting…", "Playing") and self.children("^sleep 60")
         wait_for(runs)
 
     def open_and_run_game(self):
@@ -270,18 +273,38 @@ class LauncherCase(unittest.TestCase):
 
     def close_sheet(self):
         self.press("Done")
-        self.driver.wait_gone("Done", LONG)
+        self.see_no_more("Done")
 
     def open_and_close(self, sheet):
         self.press(sheet)
         self.close_sheet()
 
+    def children(self, pattern=""):
+        """The launcher's living descendants whose command lines match the regular expression."""
+        return [child for child, command in children_of(self.launcher.pid).items() if re.search(pattern, command)]
+
+    def engine_unpackers(self):
+        """They are recognised by their target: the archive is passed without its name."""
+        return self.children("vantor-unpack -x.*/engine *$")
+
+    def window(self):
+        return self.screen.windows(self.launcher.pid)[0]
+
     def close_window(self):
         """Asks the window to close, as a window manager does."""
-        self.screen.close(self.screen.windows(self.launcher.pid)[0])
+        self.screen.close(self.window())
+
+    # What is on the disk
+
+    def installed(self, name):
+        """A file of the installed game."""
+        return self.root / "Game" / name
+
+    def engines(self):
+        return list((self.root / "Engine").glob("*"))
 
     def scratch(self):
-        return sorted((self.root / "Temp").glob("*")) if (self.root / "Temp").is_dir() else []
+        return sorted((self.root / "Temp").glob("*"))
 
 
 def main():

@@ -8,7 +8,7 @@ import signal
 import subprocess
 import time
 
-from launcher_process import LONG, PROGRAMS, LauncherCase, children_of, main, wait_for
+from launcher_process import LONG, PROGRAMS, LauncherCase, main, wait_for
 
 
 class Start(LauncherCase):
@@ -27,44 +27,33 @@ class Start(LauncherCase):
         self.quit()
         self.assertEqual(self.printed(), "")
 
-    def test_a_second_start_ends_and_leaves_the_first_alone(self):
+    def test_a_second_start_brings_the_first_window_to_the_front_and_ends(self):
         self.open()
-        first = self.launcher
-        second = self.start()
-        self.assertEqual(second.wait(LONG), 0)
-        self.assertEqual(self.printed(second), "")
-        self.assertIsNone(first.poll())
-
-    def test_a_second_start_brings_the_first_window_to_the_front(self):
-        self.open()
-        first = self.launcher
-        window = self.screen.windows(first.pid)[0]
+        window = self.window()
         cover = self.screen.cover()
         self.assertEqual(self.screen.stack()[-1], cover)
-        self.assertEqual(self.start().wait(LONG), 0)
+        self.assertEqual(self.printed(self.start_again()), "")
         wait_for(lambda: self.screen.stack()[-1] == window)
+        self.assertIsNone(self.launcher.poll())
         cover.destroy()
 
     def test_a_second_start_leaves_the_keyboard_to_the_sheet_that_is_open(self):
         self.open()
-        first = self.launcher
         self.press("Settings…")
         self.see("Done")
-        main, sheet = self.screen.windows(first.pid)
+        main, sheet = self.screen.windows(self.launcher.pid)
         cover = self.screen.cover()
-        self.assertEqual(self.start().wait(LONG), 0)
-        self.launcher = first
+        self.start_again()
         wait_for(lambda: self.screen.stack()[-2:] == [main, sheet])
         wait_for(lambda: self.screen.focused() == sheet)
         self.screen.strike("Escape")
-        self.driver.wait_gone("Done", LONG)
+        self.see_no_more("Done")
         cover.destroy()
 
     def test_what_keeps_a_launcher_from_starting_is_named_in_a_sentence(self):
         self.open()
-        first = self.launcher
-        first.send_signal(signal.SIGSTOP)
-        self.addCleanup(first.send_signal, signal.SIGCONT)
+        self.launcher.send_signal(signal.SIGSTOP)
+        self.addCleanup(self.launcher.send_signal, signal.SIGCONT)
         locked = self.home / "locked"
         locked.mkdir()
         folder = os.open(locked, os.O_RDONLY)
@@ -74,8 +63,7 @@ class Start(LauncherCase):
         begin = time.monotonic()
         starts = {"2D Platformer is already open, but does not answer. End it and start it again.\n": self.start(),
                   f"Another program has locked the folder “{locked}”, where 2D Platformer keeps its files. "
-                  "End that program and start 2D Platformer again.\n":
-                      self.start(dict(self.environment, XDG_DATA_HOME=str(locked)))}
+                  "End that program and start 2D Platformer again.\n": self.start(XDG_DATA_HOME=str(locked))}
         for sentence, launcher in starts.items():
             wait_for(lambda: self.printed(launcher))
             self.assertLess(time.monotonic() - begin, 15)
@@ -99,7 +87,7 @@ class Start(LauncherCase):
         self.write(self.home / "file", "")
         for data in (self.home / "file" / "data", "/proc/nobody/data"):
             with self.subTest(str(data)):
-                self.open(environment=dict(self.environment, XDG_DATA_HOME=str(data)))
+                self.open(XDG_DATA_HOME=str(data))
                 self.assertEqual(self.play(), "Needs something")
                 self.assertIsNone(self.launcher.poll())
                 sentences = [text for text in self.driver.texts() if "could not be created" in text]
@@ -123,7 +111,7 @@ class Start(LauncherCase):
     def test_a_limit_on_the_size_of_files_ends_in_a_sentence(self):
         self.write(self.game / "level.txt", os.urandom(400000).hex())
         limit = (200000, resource.RLIM_INFINITY)
-        self.open(preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, limit))
+        self.open(popen={"preexec_fn": lambda: resource.setrlimit(resource.RLIMIT_FSIZE, limit)})
         self.assertEqual(self.play(), "Needs something")
         self.assertIsNone(self.launcher.poll())
         self.assertIn("“game.zip” could not be written: File too large.", self.driver.texts())
@@ -136,28 +124,25 @@ class Start(LauncherCase):
         self.open()
         self.open_and_close("Settings…")
         self.run_game()
-        self.assertEqual((self.root / "Game" / "arguments").read_text(),
+        self.assertEqual(self.installed("arguments").read_text(),
                          f"--path|{self.root}/Game|--windowed|--resolution|3x\xb5\a wide|")
 
     def test_no_session_bus_and_no_runtime_folder_are_no_trouble(self):
-        environment = dict(self.environment, DBUS_SESSION_BUS_ADDRESS="unix:path=/nonexistent")
+        self.environment["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=/nonexistent"
         for name in ("XDG_RUNTIME_DIR", "QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "AT_SPI_BUS_ADDRESS"):
-            environment.pop(name, None)
-        first = self.start(environment)
-        wait_for(lambda: self.screen.windows(first.pid))
-        second = self.start(environment)
-        self.assertEqual(second.wait(LONG), 0)
-        self.assertIsNone(first.poll())
-        first.terminate()
-        self.assertEqual(first.wait(LONG), 0)
+            self.environment.pop(name, None)
+        self.start()
+        wait_for(lambda: self.screen.windows(self.launcher.pid))
+        self.start_again()
+        self.assertIsNone(self.launcher.poll())
+        self.quit()
 
     def test_a_display_that_is_lost_ends_the_launcher(self):
         for moment in ("doing nothing", "downloading"):
             with self.subTest(moment):
-                self.write(self.game / "level", os.urandom(200000).hex())
-                self.start_host("--slow", "20000")
+                self.start_slow_host()
                 screen, display = self.start_screen()
-                self.start(dict(self.environment, DISPLAY=display))
+                self.start(DISPLAY=display)
                 self.see("Not downloaded")
                 if moment == "downloading":
                     self.press("Play")
@@ -165,11 +150,10 @@ class Start(LauncherCase):
                 screen.kill()
                 status = self.launcher.wait(10)
                 self.assertGreaterEqual(status, 0, self.printed())      # an end, not a crash
-                self.assertEqual(children_of(self.launcher.pid), {})
+                self.assertEqual(self.children(), [])
 
     def test_without_a_display_it_ends_with_an_explanation_and_no_crash(self):
-        environment = dict(self.environment, DISPLAY=":987")
-        self.assertEqual(self.start(environment).wait(LONG), 1)
+        self.assertEqual(self.start(DISPLAY=":987").wait(LONG), 1)
         self.assertIn("display", self.printed())
 
     def test_the_local_launcher_takes_exactly_one_address(self):
