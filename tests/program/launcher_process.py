@@ -103,6 +103,16 @@ class Screen:
             number = window.get_full_property(self.display.get_atom("_NET_WM_PID"), X.AnyPropertyType)
             return number.value[0] if number else None
 
+    def icon_sizes(self, window):
+        """The widths of the pictures that a task bar can show for the window."""
+        icon = window.get_full_property(self.display.get_atom("_NET_WM_ICON"), X.AnyPropertyType)
+        numbers, widths = list(icon.value) if icon else [], []
+        while numbers:
+            width, height = numbers[:2]
+            widths.append(width)
+            del numbers[:2 + width * height]
+        return widths
+
     def close(self, window):
         request = (self.display.get_atom("WM_DELETE_WINDOW"), X.CurrentTime, 0, 0, 0)
         window.send_event(ClientMessage(window=window, client_type=self.display.get_atom("WM_PROTOCOLS"),

@@ -27,6 +27,10 @@ class Start(LauncherCase):
         self.quit()
         self.assertEqual(self.printed(), "")
 
+    def test_the_window_gets_its_icon_after_its_first_picture(self):
+        self.open()
+        wait_for(lambda: sorted(self.screen.icon_sizes(self.window())) == [16, 24, 32, 48, 64, 128, 256])
+
     def test_a_second_start_brings_the_first_window_to_the_front_and_ends(self):
         self.open()
         window = self.window()
