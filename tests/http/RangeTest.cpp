@@ -160,6 +160,9 @@ private Q_SLOTS:
                   .send(QByteArray(600, 'x'));
         row("a part that fits", part, 1000, true);
         row("a part that does not", part, 999, false);
+        row("a part that does not, before a byte of it has come",
+            HttpReply::head(206, { "Content-Range: bytes 400-999/1000", "Content-Length: 600" }).stall(), 999,
+            false);
         row("a part of unknown length that does not",
             HttpReply::head(206, { "Content-Range: bytes 400-999/1000" }).send(QByteArray(600, 'x')), 999,
             false);
