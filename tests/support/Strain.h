@@ -75,17 +75,6 @@ public:
     /// This process's peak memory since construction, in bytes. 0 if the system does not report it.
     static qint64 peakMemory() { return memory("VmHWM:"); }
 
-    /// What the system reports under `name` about this process's memory, in bytes. 0 if it does not.
-    static qint64 memory(const QByteArray &name)
-    {
-        QFile status(QStringLiteral("/proc/self/status"));
-        if (!status.open(QIODevice::ReadOnly))
-            return 0;
-        const QByteArray text = status.readAll();
-        const qsizetype at = text.indexOf(name);
-        return at < 0 ? 0 : text.mid(at + name.size()).trimmed().split(' ').first().toLongLong() * 1024;
-    }
-
     /// What the system reports about a process's memory under `name`, in bytes: "VmHWM:" is the peak since
     /// its execve(). 0 if the system does not report it.
     static qint64 memory(const QByteArray &name, const QString &process = QStringLiteral("self"))
