@@ -63,12 +63,12 @@ template <typename Act> void whenAsked(const Stage &stage, Act act)
     look->start(10);
 }
 
-/// A window with an open log of three lines.
+/// A window with an open log.
 class Logged final {
 public:
-    Logged()
+    explicit Logged(int lines = 3)
     {
-        stage.model.log.lines = Samples::lines(3);
+        stage.model.log.lines = Samples::lines(lines);
         stage.model.showLog = true;
         stage.open();
         text = stage.visible<LogText>();
@@ -104,14 +104,14 @@ private Q_SLOTS:
     void theLogsMenuOffersTheReport()
     {
         QFETCH(const Way, way);
-        const Logged logged;
+        // The text cursor is at the beginning, far above what is shown.
+        const Logged logged(200);
         if (way == Way::ShiftF10) {
             logged.stage.press(Qt::Key_F10, Qt::ShiftModifier);
         } else {
             const bool byMouse = way == Way::Mouse;
             QWidget *receiver = byMouse ? logged.text->viewport() : logged.text;
-            // The Menu key opens it at the text cursor, here far above what is shown.
-            const QPoint place = byMouse ? QPoint(20, 20) : QPoint(20, -5000);
+            const QPoint place(20, 20);
             QContextMenuEvent event(byMouse ? QContextMenuEvent::Mouse : QContextMenuEvent::Keyboard, place,
                                     receiver->mapToGlobal(place));
             QCoreApplication::sendEvent(receiver, &event);
