@@ -91,7 +91,12 @@ class ReportDialogTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QApplication::setAttribute(Qt::AA_DontUseNativeDialogs); }
+    void initTestCase()
+    {
+        QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+        // Qt's dialog stores its last folders, some of them after the home folder of their test was deleted.
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_settings.path());
+    }
 
     void theLogsMenuOffersTheReport_data()
     {
@@ -299,6 +304,9 @@ private Q_SLOTS:
         QTRY_COMPARE(running.ended, 1);
         QVERIFY(!running.stage.window->isVisible());
     }
+
+private:
+    QTemporaryDir m_settings;
 };
 
 QTEST_MAIN(FailsCleanly<ReportDialogTest>)
