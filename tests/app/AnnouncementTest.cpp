@@ -70,7 +70,8 @@ private Q_SLOTS:
 
     void eachFailureIsAnAlertWithItsSentence()
     {
-        Stage stage(Stage::usual);
+        Stage stage;
+        stage.open();
         const Told told;
         stage.fail(3, u"One."_s);
         stage.fail(5, u"One."_s); // more lines of the same failure
@@ -86,7 +87,8 @@ private Q_SLOTS:
     {
         const QString first = u"Step 1 of 4: downloading the game"_s;
         const QString second = u"Step 2 of 4: downloading Godot 4.6"_s;
-        Stage stage(Stage::usual);
+        Stage stage;
+        stage.open();
         {
             const Told told;
             enter(stage, AppState::downloading(u"the game"_s), first);
@@ -110,5 +112,5 @@ private:
     }
 };
 
-QTEST_MAIN(FailsCleanly<AnnouncementTest>)
+QTEST_MAIN(FreshForEach<AnnouncementTest>)
 #include "AnnouncementTest.moc"

@@ -34,20 +34,6 @@ class DesktopPresenceTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        m_stage = std::make_unique<Stage>(Stage::usual);
-        m_shell = std::make_unique<RecordedShell>();
-        m_presence = std::make_unique<DesktopPresence>(model(), *m_stage->window, *m_shell);
-    }
-
-    void cleanup()
-    {
-        m_presence.reset();
-        m_shell.reset();
-        m_stage.reset();
-    }
-
     void theComputerStaysAwakeWhileSomethingIsInstalled_data()
     {
         const auto row = table<AppState, bool, Activity>("state", "gameRuns", "activity");
@@ -65,10 +51,10 @@ private Q_SLOTS:
         QFETCH(AppState, state);
         QFETCH(bool, gameRuns);
         for (const AppState &before : { AppState::ready(), AppState::settingUp() }) {
-            m_stage->show(before);
+            m_stage.show(before);
             model().runner.isRunning = gameRuns;
-            m_stage->show(state);
-            QTEST(m_shell->activity, "activity");
+            m_stage.show(state);
+            QTEST(m_shell.activity, "activity");
             model().runner.isRunning = false;
         }
     }
@@ -76,33 +62,33 @@ private Q_SLOTS:
     void theProgressIsShownWhileSomethingIsInstalled()
     {
         model().progress = 0.25;
-        m_stage->show(AppState::downloading(u"the game"_s));
-        QCOMPARE(m_shell->progress, std::optional(0.25));
+        m_stage.show(AppState::downloading(u"the game"_s));
+        QCOMPARE(m_shell.progress, std::optional(0.25));
         model().progress = std::nullopt;
         Stage::settle();
-        QVERIFY(!m_shell->progress);
+        QVERIFY(!m_shell.progress);
         model().progress = 0.75;
         Stage::settle();
-        QCOMPARE(m_shell->progress, std::optional(0.75));
-        m_stage->show(AppState::ready());
-        QVERIFY(!m_shell->progress);
+        QCOMPARE(m_shell.progress, std::optional(0.75));
+        m_stage.show(AppState::ready());
+        QVERIFY(!m_shell.progress);
     }
 
     void aPlayerWhoIsNotLookingIsCalledOnceForEachFailure()
     {
         lookAway();
-        m_stage->fail(0, sentence);
-        QCOMPARE(m_shell->notifications, QStringList(sentence));
+        m_stage.fail(0, sentence);
+        QCOMPARE(m_shell.notifications, QStringList(sentence));
         model().notice = u"Nothing is downloaded yet."_s;
         model().failureLines = Samples::lines(3);
         Stage::settle();
-        QCOMPARE(m_shell->notifications, QStringList(sentence));
+        QCOMPARE(m_shell.notifications, QStringList(sentence));
 
         clearFailure();
-        QCOMPARE(m_shell->notifications, QStringList(sentence));
-        m_stage->fail(0, sentence);
-        m_stage->fail(0, u"Another one."_s);
-        QCOMPARE(m_shell->notifications, QStringList({ sentence, sentence, u"Another one."_s }));
+        QCOMPARE(m_shell.notifications, QStringList(sentence));
+        m_stage.fail(0, sentence);
+        m_stage.fail(0, u"Another one."_s);
+        QCOMPARE(m_shell.notifications, QStringList({ sentence, sentence, u"Another one."_s }));
     }
 
     void anUpdateThatHasFinishedCallsAndOtherNoticesDoNot()
@@ -110,53 +96,53 @@ private Q_SLOTS:
         lookAway();
         model().notice = u"Everything was removed."_s;
         Stage::settle();
-        QCOMPARE(m_shell->notifications, QStringList());
+        QCOMPARE(m_shell.notifications, QStringList());
         model().notice = u"The game was updated."_s;
         Stage::settle();
-        QCOMPARE(m_shell->notifications, QStringList(u"The game was updated."_s));
+        QCOMPARE(m_shell.notifications, QStringList(u"The game was updated."_s));
     }
 
     void aPlayerWhoIsLookingIsNotCalled()
     {
-        m_stage->fail(0, sentence);
+        m_stage.fail(0, sentence);
         clearFailure();
-        m_stage->openSettings(); // which has the focus then
-        m_stage->fail(0, sentence);
+        m_stage.openSettings(); // which has the focus then
+        m_stage.fail(0, sentence);
         // And not later either, when it is old.
-        m_stage->click(Button::done);
+        m_stage.click(Button::done);
         lookAway();
         model().failureLines = Samples::lines(3);
         Stage::settle();
-        QCOMPARE(m_shell->notifications, QStringList());
+        QCOMPARE(m_shell.notifications, QStringList());
     }
 
     void lookingAtTheWindowRemovesTheNotification()
     {
         lookAway();
-        m_stage->fail(0, sentence);
-        const int before = m_shell->withdrawals;
-        m_stage->window->activateWindow();
-        QTRY_VERIFY(m_shell->withdrawals > before);
+        m_stage.fail(0, sentence);
+        const int before = m_shell.withdrawals;
+        m_stage.window().activateWindow();
+        QTRY_VERIFY(m_shell.withdrawals > before);
     }
 
     void quittingTakesEverythingBackForGood()
     {
         model().progress = 0.25;
-        m_stage->show(AppState::downloading(u"the game"_s));
-        m_presence->leave();
-        QCOMPARE(m_shell->activity, Activity::None);
-        QVERIFY(!m_shell->progress);
-        QVERIFY(m_shell->withdrawals > 0);
+        m_stage.show(AppState::downloading(u"the game"_s));
+        m_presence.leave();
+        QCOMPARE(m_shell.activity, Activity::None);
+        QVERIFY(!m_shell.progress);
+        QVERIFY(m_shell.withdrawals > 0);
         lookAway();
         model().progress = 0.5;
-        m_stage->fail(0, sentence);
-        QVERIFY(!m_shell->progress);
-        QCOMPARE(m_shell->notifications, QStringList());
+        m_stage.fail(0, sentence);
+        QVERIFY(!m_shell.progress);
+        QCOMPARE(m_shell.notifications, QStringList());
     }
 
     void theProgressBarSaysHowLongItWillTake()
     {
-        const auto *bar = m_stage->window->findChild<QProgressBar *>();
+        const auto *bar = m_stage.window().findChild<QProgressBar *>();
         model().state = AppState::downloading(u"the game"_s);
         model().stepText = u"Step 1 of 4: downloading the game"_s;
         model().progress = 0.1;
@@ -180,7 +166,7 @@ private Q_SLOTS:
     }
 
 private:
-    AppModel &model() { return m_stage->model; }
+    AppModel &model() { return m_stage.model; }
 
     /// No window of the launcher has the focus any more.
     void lookAway()
@@ -197,13 +183,13 @@ private:
     void clearFailure()
     {
         model().failureMessage = std::nullopt;
-        m_stage->show(AppState::notDownloaded());
+        m_stage.show(AppState::notDownloaded());
     }
 
-    std::unique_ptr<Stage> m_stage;
-    std::unique_ptr<RecordedShell> m_shell;
-    std::unique_ptr<DesktopPresence> m_presence;
+    Stage m_stage;
+    RecordedShell m_shell;
+    DesktopPresence m_presence { m_stage.model, m_stage.open(), m_shell };
 };
 
-QTEST_MAIN(FailsCleanly<DesktopPresenceTest>)
+QTEST_MAIN(FreshForEach<DesktopPresenceTest>)
 #include "DesktopPresenceTest.moc"

@@ -27,16 +27,16 @@ QAction *actionIn(const QList<QAction *> &actions)
     throw std::runtime_error("Nothing offers to save a report.");
 }
 
-void choose(const Stage &stage)
+void choose(Stage &stage)
 {
-    actionIn(stage.window->actions())->trigger();
+    actionIn(stage.window().actions())->trigger();
     Stage::settle();
 }
 
-QFileDialog *dialog(const Stage &stage) { return stage.visible<QFileDialog>(); }
+QFileDialog *dialog(Stage &stage) { return stage.visible<QFileDialog>(); }
 
 /// Types `file` as the name and presses Save.
-void save(const Stage &stage, const QString &file)
+void save(Stage &stage, const QString &file)
 {
     QFileDialog *shown = dialog(stage);
     shown->findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(file);
@@ -44,16 +44,16 @@ void save(const Stage &stage, const QString &file)
     Stage::settle();
 }
 
-QMessageBox *overwriteQuestion(const Stage &stage)
+QMessageBox *overwriteQuestion(Stage &stage)
 {
     const auto questions = dialog(stage)->findChildren<QMessageBox *>();
     return questions.isEmpty() ? nullptr : questions.first();
 }
 
 /// Does `act` once Qt's dialog asks whether to replace a file. A timer, because Qt's question blocks.
-template <typename Act> void whenAsked(const Stage &stage, Act act)
+template <typename Act> void whenAsked(Stage &stage, Act act)
 {
-    auto *look = new QTimer(stage.window.get());
+    auto *look = new QTimer(&stage.window());
     QObject::connect(look, &QTimer::timeout, look, [look, &stage, act] {
         if (!stage.shows<QFileDialog>() || !overwriteQuestion(stage))
             return;
@@ -95,7 +95,8 @@ private Q_SLOTS:
     {
         QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
         // Qt's dialog stores its last folders, some of them after the home folder of their test was deleted.
-        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_settings.path());
+        static const QTemporaryDir settings;
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, settings.path());
     }
 
     void theLogsMenuOffersTheReport_data()
@@ -110,7 +111,7 @@ private Q_SLOTS:
     {
         QFETCH(const Way, way);
         // The text cursor is at the beginning, far above what is shown.
-        const Logged logged(200);
+        Logged logged(200);
         if (way == Way::ShiftF10) {
             logged.stage.press(Qt::Key_F10, Qt::ShiftModifier);
         } else {
@@ -143,7 +144,7 @@ private Q_SLOTS:
         Desktop::use(Desktop::describing(Desktop::System::MacOS));
         stage.open();
         Desktop::use(std::nullopt);
-        const auto menus = stage.window->menuBar()->findChildren<QMenu *>();
+        const auto menus = stage.window().menuBar()->findChildren<QMenu *>();
         const auto file = std::find_if(menus.begin(), menus.end(),
                                        [](const QMenu *menu) { return menu->title() == u"File"_s; });
         QVERIFY(file != menus.end());
@@ -170,11 +171,11 @@ private Q_SLOTS:
         QCOMPARE(dialog(logged.stage)->windowModality(), Qt::WindowModal);
 
         choose(logged.stage); // asks no second time
-        QCOMPARE(logged.stage.window->findChildren<QFileDialog *>().size(), 1);
+        QCOMPARE(logged.stage.window().findChildren<QFileDialog *>().size(), 1);
         dialog(logged.stage)->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Save)->click();
         QTRY_COMPARE(logged.notice(), u"The report was saved as “%1”."_s.arg(proposedName()));
         QVERIFY(logged.stage.player.home.read(file).endsWith(Samples::lines(3).last().toUtf8() + '\n'));
-        QTRY_VERIFY(!logged.stage.window->findChild<QFileDialog *>());
+        QTRY_VERIFY(!logged.stage.window().findChild<QFileDialog *>());
     }
 
     void theWindowSaysWhatBecameOfIt_data()
@@ -263,51 +264,49 @@ private Q_SLOTS:
     {
         QFETCH(const Qt::Key, key);
         Running running;
-        choose(running.stage);
-        QVERIFY(running.stage.shows<QFileDialog>());
+        choose(running);
+        QVERIFY(running.shows<QFileDialog>());
         if (key == Qt::Key_unknown) {
             running.close();
         } else {
-            dialog(running.stage)->activateWindow();
-            QVERIFY(QTest::qWaitForWindowActive(dialog(running.stage)));
-            running.stage.press(key, Qt::ControlModifier);
+            dialog(running)->activateWindow();
+            QVERIFY(QTest::qWaitForWindowActive(dialog(running)));
+            running.press(key, Qt::ControlModifier);
         }
         QVERIFY(!running.asks());
-        QVERIFY(!running.stage.shows<QFileDialog>());
-        QVERIFY(!running.stage.window->isVisible());
+        QVERIFY(!running.shows<QFileDialog>());
+        QVERIFY(!running.window().isVisible());
         QTRY_COMPARE(running.ended, 1);
     }
 
     void theLauncherCanBeQuitWhileItAsksWhetherToReplaceAFile()
     {
         Running running;
-        const QString file = running.stage.player.home.write(u"old.txt"_s, "older");
-        choose(running.stage);
-        whenAsked(running.stage, [&] { running.delegate.quitAtOnce(); });
-        save(running.stage, file);
-        QVERIFY(!running.stage.window->isVisible());
+        const QString file = running.player.home.write(u"old.txt"_s, "older");
+        choose(running);
+        whenAsked(running, [&] { running.delegate.quitAtOnce(); });
+        save(running, file);
+        QVERIFY(!running.window().isVisible());
         QTRY_COMPARE(running.ended, 1);
-        QCOMPARE(running.stage.player.home.read(file), "older");
+        QCOMPARE(running.player.home.read(file), "older");
     }
 
     void theQuestionOfARunningGameLiesOverTheDialog()
     {
-        Running running(Running::game);
-        choose(running.stage);
+        Running running;
+        running.play();
+        choose(running);
         running.close();
-        QCOMPARE(running.question()->parentWidget(), dialog(running.stage));
-        running.stage.click(Button::keepPlaying);
-        QVERIFY(running.stage.shows<QFileDialog>());
+        QCOMPARE(running.question()->parentWidget(), dialog(running));
+        running.click(Button::keepPlaying);
+        QVERIFY(running.shows<QFileDialog>());
         QCOMPARE(running.ended, 0);
         running.close();
-        running.stage.click(Button::quit);
+        running.click(Button::quit);
         QTRY_COMPARE(running.ended, 1);
-        QVERIFY(!running.stage.window->isVisible());
+        QVERIFY(!running.window().isVisible());
     }
-
-private:
-    QTemporaryDir m_settings;
 };
 
-QTEST_MAIN(FailsCleanly<ReportDialogTest>)
+QTEST_MAIN(FreshForEach<ReportDialogTest>)
 #include "ReportDialogTest.moc"
