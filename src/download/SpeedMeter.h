@@ -5,7 +5,7 @@
 #include <chrono>
 
 /// The speed of a download: the plain average over the last interval of at least half a second, without
-/// smoothing. The caller supplies the time. Not thread-safe.
+/// smoothing, so that it is zero as soon as nothing arrives. The caller supplies the time. Not thread-safe.
 class SpeedMeter final {
 public:
     using Clock = std::chrono::steady_clock;

@@ -6,7 +6,8 @@
 #include <memory>
 
 /// The player's settings, in the desktop's own store: user defaults on macOS, QSettings' file elsewhere.
-/// Nothing is cached: a value written by the settings sheet is what the next start reads. Main thread.
+/// Nothing is cached: a value written by the settings sheet is what the next start reads. A saved report
+/// names each of them. Main thread.
 class Preferences final {
 public:
     /// The store of the user who runs the launcher.

@@ -91,6 +91,7 @@ private Q_SLOTS:
 
     void theFocusMovesStraightToTheButtonThatTookThePlaceOfThePressedOne()
     {
+        open();
         QCOMPARE(QApplication::focusWidget(), visible<PlayButton>());
         QStringList changes;
         const QObject watching;

@@ -34,9 +34,17 @@ QString faults(const QWidget &top)
 {
     QStringList result;
     const auto *column = top.findChild<ScrollColumn *>();
-    if (column->widget()->width() > column->viewport()->width())
-        result << u"the column is too wide"_s;
-    for (const QWidget *widget : top.findChildren<QWidget *>()) {
+    const auto widgets = top.findChildren<QWidget *>();
+    if (column->widget()->width() > column->viewport()->width()) {
+        const auto narrower = [](const QWidget *one, const QWidget *other) {
+            return one->minimumSizeHint().width() < other->minimumSizeHint().width();
+        };
+        QList<QWidget *> parts = column->widget()->findChildren<QWidget *>();
+        parts.removeIf([](const QWidget *part) { return part->layout() || !part->isVisible(); });
+        result << u"the column is too wide, mostly for "_s
+                + nameOf(**std::max_element(parts.cbegin(), parts.cend(), narrower));
+    }
+    for (const QWidget *widget : widgets) {
         if (!widget->isVisible())
             continue;
         if (isCut(*widget))

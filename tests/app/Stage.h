@@ -47,6 +47,14 @@ inline const QString keepPlaying = u"Keep Playing"_s;
 inline const QString playHint
     = u"Downloads the game and the Godot engine once, about 60 MB. Nothing to type."_s;
 
+/// Tells whether a click in the middle of a button reaches it: a wide check box ignores one beside its text.
+struct Clickable : QAbstractButton {
+    static bool isHit(const QAbstractButton &button)
+    {
+        return (button.*(&Clickable::hitButton))(button.rect().center());
+    }
+};
+
 /// The launcher's window on a real model in a home folder of its own. The window opens when it is first
 /// needed. What looks for a part of it throws an exception if there is none, which ends the test.
 class Stage {
@@ -149,10 +157,13 @@ public:
                            [&text](const QAbstractButton *button) { return button->text() == text; });
     }
 
-    /// Clicks the middle of the button with this text.
+    /// Clicks the middle of the button with this text, which must be a part that can be clicked.
     void click(const QString &text)
     {
-        QTest::mouseClick(button(text), Qt::LeftButton);
+        QAbstractButton *clicked = button(text);
+        if (!Clickable::isHit(*clicked))
+            throw std::runtime_error("A click in the middle of \"" + text.toStdString() + "\" misses it.");
+        QTest::mouseClick(clicked, Qt::LeftButton);
         settle();
     }
 

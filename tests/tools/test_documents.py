@@ -32,7 +32,7 @@ RUN_ELSEWHERE = {
     r"\./run --online": (".ci/run", "./run --online"),
     r"\./test": (".ci/run", '"tests" ./test\n'),
     r"\./test --long": (".github/workflows/long.yml", "run: ./test --long"),
-    r"\./test( --preset \w+)? -R \w+": (".ci/run", "./test --preset clang -R Fuzz"),
+    r"\./test( --preset \w+)?( -R (\w+|'[\w|]+'))?": (".ci/run", "./test --preset clang -R Fuzz"),
     r"\./bench( (--runs \d+|[a-z]+))*": (".github/workflows/long.yml", "run: ./bench"),
     r"cmake --preset dev": ("run", "cmake --preset dev "),
     r"cmake --build --preset dev": ("run", "cmake --build --preset dev "),
