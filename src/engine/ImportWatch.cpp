@@ -7,6 +7,7 @@
 
 #include <QPointer>
 
+#include <exception>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -61,10 +62,14 @@ QCoro::Task<> ImportWatch::look()
     const bool isDue = m_fingerprint && !m_isIncomplete && isSilentFor(m_patience.quiet)
         && Clock::now() - m_unchangedSince >= m_patience.quiet;
     auto job = [project = m_project, before = m_fingerprint, isDue, stop = m_stop.get_token()] {
-        Finding finding { ImportedFiles::fingerprint(project, stop), false };
-        if (isDue && finding.fingerprint == before)
-            finding.isComplete = ImportedFiles::areComplete(project, stop);
-        return finding;
+        try {
+            Finding finding { ImportedFiles::fingerprint(project, stop), false };
+            if (isDue && finding.fingerprint == before)
+                finding.isComplete = ImportedFiles::areComplete(project, stop);
+            return finding;
+        } catch (const std::exception &) {
+            return Finding {}; // without memory there is doubt; the next look may have it again
+        }
     };
     const Finding finding = co_await runInBackground(std::move(job));
     if (!self)
