@@ -65,6 +65,14 @@ QCoro::Task<Ending> runTool(QString tool, QStringList arguments, LogStore *log, 
     co_return ending;
 }
 
+/// A number of bytes; the largest there is for a number that is larger, since an archive may claim anything.
+qint64 byteCount(const QString &digits)
+{
+    bool fits = false;
+    const qint64 bytes = digits.toLongLong(&fits);
+    return fits ? bytes : std::numeric_limits<qint64>::max();
+}
+
 /// The sentence about a full disk, if that is why our unpack program ended; otherwise nothing.
 QString notEnoughSpace(const Ending &ending, const QString &thing)
 {
@@ -73,7 +81,7 @@ QString notEnoughSpace(const Ending &ending, const QString &thing)
     const QRegularExpressionMatch match = numbers.match(ending.lastLine);
     if (ending.status != noRoom || !match.hasMatch())
         return {};
-    return FreeSpace::notEnough(thing, match.captured(1).toLongLong(), match.captured(2).toLongLong());
+    return FreeSpace::notEnough(thing, byteCount(match.captured(1)), byteCount(match.captured(2)));
 }
 
 }

@@ -2,6 +2,7 @@
 #include "AppError.h"
 #include "CancellationError.h"
 #include "Desktop.h"
+#include "FileSizeText.h"
 #include "LogStore.h"
 #include "ShellScript.h"
 #include "Table.h"
@@ -10,6 +11,8 @@
 #include "ZipBuilder.h"
 
 #include <QTimer>
+
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -72,6 +75,15 @@ private Q_SLOTS:
         useTool(script);
         QCOMPARE(failure(), couldNotUnpack(status));
         QTEST(m_log->lines.get(), "lines");
+    }
+
+    void aSizeBeyondAllNumbersIsNotCalledNothing()
+    {
+        useTool("echo \"The archive's files take 18446744073709551615 bytes, and 1000 are free.\"; exit 3");
+        const QString sentence = failure();
+        QVERIFY2(sentence.startsWith(u"There is not enough space for "_s), qPrintable(sentence));
+        QVERIFY2(sentence.contains(u"about "_s + fileSizeText(std::numeric_limits<qint64>::max())),
+                 qPrintable(sentence));
     }
 
     void aToolThatIsMissingIsAnErrorAndALine_data()
