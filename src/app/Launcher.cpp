@@ -6,7 +6,9 @@
 #include "BringForward.h"
 #include "CodeHost.h"
 #include "DesktopPresence.h"
+#include "Desktop.h"
 #include "DesktopShell.h"
+#include "LauncherStyle.h"
 #include "Leftovers.h"
 #include "MainWindow.h"
 #include "Pasteboard.h"
@@ -45,6 +47,9 @@ public:
         , m_application(m_argumentCount, m_arguments)
     {
         qInstallMessageHandler(m_handlerBefore);
+        // On macOS players expect the system's own controls.
+        if (Desktop::current().system != Desktop::System::MacOS)
+            QApplication::setStyle(new LauncherStyle(Appearance()));
         QApplication::setApplicationName(QStringLiteral("vantor-platformer"));
         QGuiApplication::setDesktopFileName(QStringLiteral(APPLICATION_ID));
     }

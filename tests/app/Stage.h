@@ -2,6 +2,7 @@
 
 #include "AboutView.h"
 #include "FreshForEach.h"
+#include "LauncherStyle.h"
 #include "MainWindow.h"
 #include "Player.h"
 #include "RefreshOnce.h"
@@ -67,6 +68,8 @@ public:
     Stage()
         : model(player.startModel())
     {
+        if (!qobject_cast<LauncherStyle *>(QApplication::style()))
+            QApplication::setStyle(new LauncherStyle(Appearance()));
     }
 
     ~Stage()
