@@ -2,6 +2,7 @@
 
 #include "AppModel.h"
 #include "DesktopShell.h"
+#include "ExitReport.h"
 
 #include <QApplication>
 #include <QWidget>
@@ -65,6 +66,6 @@ void DesktopPresence::refresh()
 std::optional<QString> DesktopPresence::news() const
 {
     if (m_model.failureMessage->has_value())
-        return m_model.failureMessage.get();
+        return withoutLinesToFollow(*m_model.failureMessage.get());
     return m_model.notice.get() == AppModel::updatedNotice() ? m_model.notice.get() : std::nullopt;
 }

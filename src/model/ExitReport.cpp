@@ -45,3 +45,9 @@ ExitReport exitReport(const GameExit &exit)
     }
     return { .failure = std::nullopt, .logLine = QStringLiteral("Game closed normally.") };
 }
+
+QString withoutLinesToFollow(const QString &failure)
+{
+    const auto lead = QLatin1StringView(" These are the last lines of its log:");
+    return failure.endsWith(lead) ? failure.chopped(lead.size()) : failure;
+}

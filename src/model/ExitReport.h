@@ -17,3 +17,6 @@ struct ExitReport {
 /// Judges one run. A game that closes within ten seconds did not start properly, whatever its exit status:
 /// players do not quit that soon, but games that lack something do, and many of them with status 0.
 ExitReport exitReport(const GameExit &exit);
+
+/// `failure` without the words that lead to the log's last lines, for a place that does not show those.
+QString withoutLinesToFollow(const QString &failure);

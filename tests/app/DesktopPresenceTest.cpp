@@ -91,6 +91,16 @@ private Q_SLOTS:
         QCOMPARE(m_shell.notifications, QStringList({ sentence, sentence, u"Another one."_s }));
     }
 
+    void theCallDoesNotAnnounceLinesThatOnlyTheWindowShows()
+    {
+        lookAway();
+        m_stage.fail(3);
+        QVERIFY(Samples::earlyEnd.endsWith(u':'));
+        QCOMPARE(m_shell.notifications.size(), 1);
+        QVERIFY(m_shell.notifications.first().endsWith(u"so it did not start properly."_s));
+        QVERIFY(Samples::earlyEnd.startsWith(m_shell.notifications.first()));
+    }
+
     void anUpdateThatHasFinishedCallsAndOtherNoticesDoNot()
     {
         lookAway();
