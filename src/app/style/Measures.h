@@ -1,7 +1,7 @@
 #pragma once
 
-/// The sizes that the window is built from, in device-independent pixels. All lie on a grid of 4, except what is
-/// thinner than that.
+/// The sizes that the window is built from, in device-independent pixels. All lie on a grid of 4, except what
+/// is thinner than that.
 namespace Measures {
 
 /// Between the window's edge and its content, and between a sheet's edge and its content.
@@ -38,6 +38,16 @@ constexpr int focusGap = 2;
 /// What can be grabbed of a scroll bar, and how thick the visible part is.
 constexpr int scrollBarTarget = 12;
 constexpr int scrollBarThickness = 6;
+constexpr int shortestThumb = 32;
+
+constexpr double menuRadius = 8;
+/// Between a menu's edge and its entries; between an entry's edge and its text; the tick before a chosen one.
+constexpr int menuPadding = 4;
+constexpr int entryPadding = 8;
+constexpr int tickWidth = 12;
+
+/// How much is left of the ink of a control that cannot be used.
+constexpr double disabledOpacity = 0.4;
 
 /// The longest animation, in milliseconds.
 constexpr int longestMotion = 160;

@@ -2,6 +2,7 @@
 
 #include "Contrast.h"
 #include "LauncherStyle.h"
+#include "Measures.h"
 
 #include <QPalette>
 #include <QWidget>
@@ -54,7 +55,8 @@ Filling filling(const QColor &accent, const QList<QColor> &grounds, const Ratios
 struct Scheme {
     QColor window, sheet, ink, secondary, accent, link, failure, tint;
     QColor grey, orange, green, red;
-    double control = 0, controlEdge = 0, well = 0, wellEdge = 0, track = 0, failureEdge = 0, thumb = 0, veil = 0;
+    double control = 0, controlEdge = 0, well = 0, wellEdge = 0, track = 0, failureEdge = 0, thumb = 0,
+           veil = 0;
     QColor segmentTrack;
 };
 
@@ -85,28 +87,30 @@ Scheme lightScheme()
 
 Scheme darkScheme()
 {
-    return { .window = rgb(0x202227),
-             .sheet = rgb(0x2a2d33),
-             .ink = rgb(0xeceef2),
-             .secondary = rgb(0xa2a8b3),
-             .accent = rgb(0x3b82f6),
-             .link = rgb(0x7db0ff),
-             .failure = rgb(0xff8a80),
-             .tint = Qt::white,
-             .grey = rgb(0x9aa1ac),
-             .orange = rgb(0xf5a524),
-             .green = rgb(0x41c46e),
-             .red = rgb(0xff6257),
-             .control = 0.09,
-             .controlEdge = 0.08,
-             .well = 0.06,
-             .wellEdge = 0.12,
-             .track = 0.13,
-             .failureEdge = 0.25,
-             .thumb = 0.45,
-             .veil = 0.50,
-             // Darker than the sheet: on a lighter track no accent colour would both stand out and carry white.
-             .segmentTrack = translucent(Qt::black, 0.30) };
+    return {
+        .window = rgb(0x202227),
+        .sheet = rgb(0x2a2d33),
+        .ink = rgb(0xeceef2),
+        .secondary = rgb(0xa2a8b3),
+        .accent = rgb(0x3b82f6),
+        .link = rgb(0x7db0ff),
+        .failure = rgb(0xff8a80),
+        .tint = Qt::white,
+        .grey = rgb(0x9aa1ac),
+        .orange = rgb(0xf5a524),
+        .green = rgb(0x41c46e),
+        .red = rgb(0xff6257),
+        .control = 0.09,
+        .controlEdge = 0.08,
+        .well = 0.06,
+        .wellEdge = 0.12,
+        .track = 0.13,
+        .failureEdge = 0.25,
+        .thumb = 0.45,
+        .veil = 0.50,
+        // Darker than the sheet: on a lighter track no accent colour would both stand out and carry white.
+        .segmentTrack = translucent(Qt::black, 0.30)
+    };
 }
 
 Scheme scheme(const Appearance &appearance)
@@ -132,7 +136,6 @@ Tokens Tokens::of(const Appearance &appearance)
     const QColor none(0, 0, 0, 0);
     constexpr double moreWhenHovered = 0.04;
     constexpr double moreWhenPressed = 0.08;
-    constexpr double disabledInk = 0.4;
 
     Tokens tokens;
     tokens.appearance = appearance;
@@ -161,7 +164,7 @@ Tokens Tokens::of(const Appearance &appearance)
     tokens.secondary = Contrast::readable(base.secondary, grounds, ratios.text);
     tokens.link = Contrast::readable(base.link, grounds, ratios.text);
     tokens.failure = Contrast::readable(base.failure, grounds, ratios.text);
-    tokens.disabled = translucent(tokens.ink, disabledInk);
+    tokens.disabled = translucent(tokens.ink, Measures::disabledOpacity);
 
     QList<QColor> behindFilling = plain;
     QList<QColor> behindMarks = grounds;
@@ -177,16 +180,18 @@ Tokens Tokens::of(const Appearance &appearance)
     tokens.accentPressed = Contrast::over(translucent(away, 2 * moreWhenPressed), tokens.accent);
     tokens.mark = Contrast::readable(base.accent, behindMarks, ratios.mark);
 
-    tokens.controlEdge = Contrast::visible(translucent(base.tint, base.controlEdge), tokens.control, plain,
-                                           ratios.edge);
-    tokens.wellEdge = Contrast::visible(translucent(base.tint, base.wellEdge), tokens.well, plain, ratios.edge);
+    tokens.controlEdge
+        = Contrast::visible(translucent(base.tint, base.controlEdge), tokens.control, plain, ratios.edge);
+    tokens.wellEdge
+        = Contrast::visible(translucent(base.tint, base.wellEdge), tokens.well, plain, ratios.edge);
     tokens.failureEdge = Contrast::visible(translucent(base.failure, base.failureEdge), tokens.failurePanel,
                                            { tokens.window }, ratios.edge);
     tokens.divider = Contrast::visible(translucent(base.tint, base.wellEdge), none, plain, ratios.edge);
     QList<QColor> behindThumb = plain;
     for (const QColor &ground : plain)
         behindThumb.append(Contrast::over(tokens.well, ground));
-    tokens.scrollThumb = Contrast::visible(translucent(base.tint, base.thumb), none, behindThumb, ratios.mark);
+    tokens.scrollThumb
+        = Contrast::visible(translucent(base.tint, base.thumb), none, behindThumb, ratios.mark);
     tokens.scrollThumbHover = tokens.scrollThumb;
     tokens.scrollThumbHover.setAlphaF(std::min(1.0F, tokens.scrollThumb.alphaF() + 0.2F));
 
@@ -204,7 +209,8 @@ const Tokens &Tokens::of(const QWidget &widget)
     // A style of the desktop's own: its palette tells all that we can know.
     static Tokens latest = of(Appearance());
     const QPalette palette = widget.palette();
-    const bool isDark = palette.color(QPalette::Window).lightness() < palette.color(QPalette::WindowText).lightness();
+    const bool isDark
+        = palette.color(QPalette::Window).lightness() < palette.color(QPalette::WindowText).lightness();
     const Appearance appearance { .scheme = isDark ? Appearance::Scheme::Dark : Appearance::Scheme::Light,
                                   .accent = palette.color(QPalette::Active, QPalette::Highlight) };
     if (latest.appearance != appearance)
