@@ -2,6 +2,7 @@
 
 #include "LogText.h"
 #include "Stage.h"
+#include "TypeScale.h"
 
 #include <QScrollBar>
 
@@ -22,7 +23,7 @@ private Q_SLOTS:
     void aFailureWithLinesShowsThemJoinedInFixedWidthToBeSelectedButNotChanged()
     {
         fail(5);
-        QCOMPARE(lines()->font().pointSizeF(), 11.0);
+        QCOMPARE(lines()->font().pointSizeF(), TypeScale::fixedWidth().pointSizeF());
         QVERIFY(QFontInfo(lines()->font()).fixedPitch());
         QCOMPARE(lines()->viewport()->geometry().topLeft(), QPoint(8, 8));
         QTest::mouseDClick(lines()->viewport(), Qt::LeftButton, {}, QPoint(60, 16));

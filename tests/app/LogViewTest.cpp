@@ -6,6 +6,7 @@
 #include "LogText.h"
 #include "Samples.h"
 #include "Table.h"
+#include "TypeScale.h"
 
 #include <QClipboard>
 #include <QDeadlineTimer>
@@ -109,7 +110,7 @@ private Q_SLOTS:
             if (!isEmpty)
                 append({ u"one"_s, QString(), u"three"_s });
             QCOMPARE(seen(), isEmpty ? u"The log is empty."_s : u"one\n\nthree"_s);
-            QCOMPARE(text->font().pointSizeF(), 11.0);
+            QCOMPARE(text->font().pointSizeF(), TypeScale::fixedWidth().pointSizeF());
             QVERIFY(QFontInfo(text->font()).fixedPitch());
         }
     }

@@ -3,60 +3,91 @@
 #include <QApplication>
 #include <QFontDatabase>
 #include <QFontInfo>
+#include <QScreen>
+
+#include <algorithm>
 
 namespace {
 
-double factor(TextStyle style)
-{
-    switch (style) {
-    case TextStyle::LargeTitle:
-        return 2.0;
-    case TextStyle::Title:
-        return 1.7;
-    case TextStyle::Title2:
-        return 1.35;
-    case TextStyle::Headline:
-    case TextStyle::Body:
-        return 1.0;
-    case TextStyle::Callout:
-        return 0.93;
-    case TextStyle::Caption:
-        return 0.85;
-    }
-    return 1.0;
-}
-
-bool isBold(TextStyle style)
-{
-    switch (style) {
-    case TextStyle::LargeTitle:
-    case TextStyle::Title:
-    case TextStyle::Title2:
-    case TextStyle::Headline:
-        return true;
-    case TextStyle::Body:
-    case TextStyle::Callout:
-    case TextStyle::Caption:
-        return false;
-    }
-    return false;
-}
-
+constexpr double bodyPoints = 13;
 constexpr double fixedWidthPoints = 11;
+constexpr double fixedWidthLinePoints = 16;
+/// Large letters look better a little closer together.
+constexpr double titleSpacingPoints = -0.3;
 
+double pointsOf(TextStyle style)
+{
+    switch (style) {
+    case TextStyle::LargeTitle:
+        return 28;
+    case TextStyle::Title:
+        return 20;
+    case TextStyle::Title2:
+        return 17;
+    case TextStyle::Headline:
+    case TextStyle::Body:
+        return bodyPoints;
+    case TextStyle::Callout:
+        return 12;
+    case TextStyle::Caption:
+        return 11;
+    }
+    return bodyPoints;
+}
+
+QFont::Weight weightOf(TextStyle style)
+{
+    switch (style) {
+    case TextStyle::LargeTitle:
+    case TextStyle::Title:
+    case TextStyle::Title2:
+        return QFont::Bold;
+    case TextStyle::Headline:
+        return QFont::DemiBold;
+    case TextStyle::Body:
+    case TextStyle::Callout:
+    case TextStyle::Caption:
+        break;
+    }
+    return QApplication::font().weight();
+}
+
+void setSize(QFont &font, double points)
+{
+    const QFont body = QApplication::font();
+    // The desktop's font has its size either in points or in pixels; the other one is -1.
+    if (body.pointSizeF() > 0)
+        font.setPointSizeF(body.pointSizeF() * points / bodyPoints);
+    else
+        font.setPixelSize(std::max(1, qRound(body.pixelSize() * points / bodyPoints)));
+}
+
+}
+
+double TypeScale::point()
+{
+    constexpr double fontPointsInInch = 72;
+    const QFont body = QApplication::font();
+    const double pixels = body.pointSizeF() > 0
+        ? body.pointSizeF() * QGuiApplication::primaryScreen()->logicalDotsPerInchY() / fontPointsInInch
+        : body.pixelSize();
+    return pixels / bodyPoints;
 }
 
 QFont TypeScale::font(TextStyle style)
 {
-    QFont font = QApplication::font();
-    // The desktop's font has its size either in points or in pixels; the other one is -1.
-    if (font.pointSizeF() > 0)
-        font.setPointSizeF(font.pointSizeF() * factor(style));
-    else
-        font.setPixelSize(qRound(font.pixelSize() * factor(style)));
-    if (isBold(style))
-        font.setBold(true);
-    return font;
+    QFont result = font(pointsOf(style), weightOf(style));
+    if (style == TextStyle::LargeTitle)
+        result.setLetterSpacing(QFont::AbsoluteSpacing, titleSpacingPoints * point());
+    return result;
+}
+
+QFont TypeScale::font(double points, QFont::Weight weight)
+{
+    QFont result = QApplication::font();
+    setSize(result, points);
+    result.setWeight(weight);
+    return result;
 }
 
 QFont TypeScale::fixedWidth()
@@ -64,7 +95,7 @@ QFont TypeScale::fixedWidth()
     QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
     font.setStyleHint(QFont::Monospace);
     font.setFixedPitch(true);
-    font.setPointSizeF(fixedWidthPoints);
+    setSize(font, fixedWidthPoints);
     if (QFontInfo(font).fixedPitch())
         return font;
 
@@ -81,3 +112,5 @@ QFont TypeScale::fixedWidth()
     }
     return font;
 }
+
+double TypeScale::fixedWidthLineHeight() { return fixedWidthLinePoints * point(); }
