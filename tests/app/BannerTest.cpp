@@ -9,7 +9,7 @@ namespace {
 const QColor begin(64, 140, 242);
 const QColor end(89, 204, 128);
 
-bool isWhite(const QColor &colour) { return Pixels::distance(colour, Qt::white) < 12; }
+bool isWhite(const QColor &colour) { return Pixels::distance(colour, Qt::white) < 6; }
 
 /// The pixel that comes closest to `colour`, and the difference between them.
 std::pair<QPoint, int> nearest(const QImage &image, const QColor &colour)

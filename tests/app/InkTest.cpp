@@ -2,6 +2,7 @@
 #include "Pixels.h"
 #include "Stage.h"
 #include "Table.h"
+#include "Tokens.h"
 
 namespace {
 
@@ -11,16 +12,16 @@ QString inkOf(QWidget &window, const TextLabel &text)
     const QImage picture = Pixels::of(window, text);
     const QColor ground = picture.pixelColor(picture.width() - 1, picture.height() - 1);
     const QColor ink = Pixels::ink(picture, ground);
-    const QColor plain = window.palette().color(QPalette::WindowText);
-    const double strength = Colours::contrast(ink, ground) / Colours::contrast(plain, ground);
-    const int redness = ink.red() - std::max(ink.green(), ink.blue());
-    if (redness > 60)
-        return u"red"_s;
-    if (redness < 20 && strength > 0.7)
-        return u"plain"_s;
-    if (redness < 20 && strength < 0.6)
-        return u"grey"_s;
-    return u"%1 on %2"_s.arg(ink.name(), ground.name());
+    const Tokens &tokens = Tokens::of(window);
+    const std::pair<QString, QColor> inks[] { { u"plain"_s, tokens.ink },
+                                              { u"grey"_s, tokens.secondary },
+                                              { u"red"_s, tokens.failure } };
+    const auto isCloser = [&ink](const auto &one, const auto &other) {
+        return Pixels::distance(ink, one.second) < Pixels::distance(ink, other.second);
+    };
+    const auto &[name, colour] = *std::min_element(std::begin(inks), std::end(inks), isCloser);
+    // The thinnest letters do not reach their full colour.
+    return Pixels::distance(ink, colour) < 40 ? name : u"%1 on %2"_s.arg(ink.name(), ground.name());
 }
 
 }
@@ -52,8 +53,8 @@ private Q_SLOTS:
             if (scene.name == where)
                 scene.set(model);
         }
-        for (const QPalette &palette : { Look::light(), Look::dark() }) {
-            const Look::Desktop desktop(palette);
+        for (const Appearance &appearance : { Look::light(), Look::dark() }) {
+            const Look::Desktop desktop(appearance);
             open(tall);
             if (where == "settings"_L1)
                 openSettings();

@@ -1,14 +1,15 @@
 #pragma once
 
+#include "LauncherStyle.h"
+
 #include <QApplication>
 #include <QFont>
-#include <QPalette>
 
 /// What a player may have chosen for the desktop.
 namespace Look {
 
-inline QPalette light() { return QPalette(QColor(0xe8, 0xe8, 0xe8), QColor(0xef, 0xef, 0xef)); }
-inline QPalette dark() { return QPalette(QColor(0x3a, 0x3b, 0x3f), QColor(0x2a, 0x2b, 0x2e)); }
+inline Appearance light() { return {}; }
+inline Appearance dark() { return { .scheme = Appearance::Scheme::Dark }; }
 
 /// The desktop's font in another size.
 inline QFont font(double points)
@@ -18,20 +19,30 @@ inline QFont font(double points)
     return font;
 }
 
-/// Replaces the desktop's palette or font while this object exists.
+/// The application's style, installed if it is not there yet.
+inline LauncherStyle &style()
+{
+    if (auto *style = qobject_cast<LauncherStyle *>(QApplication::style()))
+        return *style;
+    auto *style = new LauncherStyle(Appearance {});
+    QApplication::setStyle(style);
+    return *style;
+}
+
+/// Replaces the desktop's appearance or font while this object exists.
 class Desktop final {
 public:
-    explicit Desktop(const QPalette &palette) { QApplication::setPalette(palette); }
+    explicit Desktop(const Appearance &appearance) { style().setAppearance(appearance); }
     explicit Desktop(const QFont &font) { QApplication::setFont(font); }
     ~Desktop()
     {
-        QApplication::setPalette(m_palette);
+        style().setAppearance(m_appearance);
         QApplication::setFont(m_font);
     }
     Q_DISABLE_COPY_MOVE(Desktop)
 
 private:
-    const QPalette m_palette = QApplication::palette();
+    const Appearance m_appearance = style().tokens().appearance;
     const QFont m_font = QApplication::font();
 };
 

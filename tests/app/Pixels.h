@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Colours.h"
+#include "Contrast.h"
 
 #include <QImage>
 #include <QTest>
@@ -115,7 +115,7 @@ inline QColor ink(const QImage &image, const QColor &ground)
     QColor most = ground;
     each(image.rect(), [&](const QPoint &place) {
         const QColor colour = image.pixelColor(place);
-        if (Colours::contrast(colour, ground) > Colours::contrast(most, ground))
+        if (Contrast::between(colour, ground) > Contrast::between(most, ground))
             most = colour;
     });
     return most;

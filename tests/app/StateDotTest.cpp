@@ -51,8 +51,8 @@ private Q_SLOTS:
     {
         QFETCH(const AppState, state);
         QFETCH(const QString, action);
-        for (const QPalette &palette : { Look::light(), Look::dark() }) {
-            const Look::Desktop desktop(palette);
+        for (const Appearance &appearance : { Look::light(), Look::dark() }) {
+            const Look::Desktop desktop(appearance);
             model.state = state == needs ? AppState::ready() : needs;
             open();
             show(state);
@@ -64,7 +64,7 @@ private Q_SLOTS:
             constexpr int margin = 5;
             const auto *dot = visible<StateDot>();
             const QImage picture = Pixels::of(window(), *dot, margin);
-            const QColor ground = palette.color(QPalette::Window);
+            const QColor ground = Look::style().tokens().window;
             const QColor centre = picture.pixelColor(picture.rect().center());
             QTEST(nameOf(centre), "colour");
             const int half = Pixels::distance(centre, ground) / 2;

@@ -38,8 +38,11 @@ struct Tokens {
     QColor controlPressed;
     /// Painted over `control`.
     QColor controlEdge;
-    /// Behind the segments of a segmented choice, and the unfilled part of a progress bar.
+    /// Behind the segments of a segmented choice.
     QColor segmentTrack;
+    /// Painted over `segmentTrack`.
+    QColor segmentEdge;
+    /// The unfilled part of a progress bar.
     QColor barTrack;
 
     QColor failurePanel;

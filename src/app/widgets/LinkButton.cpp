@@ -1,13 +1,15 @@
 #include "LinkButton.h"
 
-#include "Colours.h"
+#include "Tokens.h"
 
 #include <QPainter>
-#include <QStyleOptionButton>
 
 namespace {
 
-constexpr int focusMargin = 3;
+/// Above and below the address.
+constexpr int air = 3;
+/// Of the ring of the keyboard focus.
+constexpr double cornerRadius = 4;
 
 }
 
@@ -17,10 +19,11 @@ LinkButton::LinkButton(const QUrl &address, QWidget *parent)
     setAutoDefault(false);
     setCursor(Qt::PointingHandCursor);
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Minimum);
+    setProperty("focusRadius", cornerRadius);
     setAccessibleDescription(QStringLiteral("Opens the web page of the game"));
 }
 
-QSize LinkButton::sizeHint() const { return fontMetrics().size(0, text()) + QSize(1, 2 * focusMargin); }
+QSize LinkButton::sizeHint() const { return fontMetrics().size(0, text()) + QSize(1, 2 * air); }
 
 QSize LinkButton::minimumSizeHint() const { return { 1, sizeHint().height() }; }
 
@@ -29,21 +32,17 @@ bool LinkButton::hasHeightForWidth() const { return true; }
 int LinkButton::heightForWidth(int width) const
 {
     const QRect unlimited(0, 0, width, QWIDGETSIZE_MAX);
-    return fontMetrics().boundingRect(unlimited, Qt::TextWrapAnywhere, text()).height() + 2 * focusMargin;
+    return fontMetrics().boundingRect(unlimited, Qt::TextWrapAnywhere, text()).height() + 2 * air;
 }
 
 bool LinkButton::hitButton(const QPoint &position) const { return rect().contains(position); }
 
 void LinkButton::paintEvent(QPaintEvent *)
 {
-    QStyleOptionButton option;
-    initStyleOption(&option);
     QPainter painter(this);
     QFont underlined = font();
     underlined.setUnderline(true);
     painter.setFont(underlined);
-    painter.setPen(Colours::link(palette()));
+    painter.setPen(Tokens::of(*this).link);
     painter.drawText(rect(), Qt::AlignLeft | Qt::AlignVCenter | Qt::TextWrapAnywhere, text());
-    if (hasFocus() && (option.state & QStyle::State_KeyboardFocusChange))
-        painter.drawRect(rect().adjusted(0, 0, -1, -1));
 }

@@ -1,19 +1,27 @@
 #include "Panel.h"
 
+#include "Measures.h"
+#include "Surface.h"
+#include "Tokens.h"
+
 #include <QPainter>
 
-Panel::Panel(const QColor &ground, double cornerRadius, QWidget *parent)
+Panel::Panel(Kind kind, QWidget *parent)
     : QWidget(parent)
-    , m_ground(ground)
-    , m_cornerRadius(cornerRadius)
+    , m_kind(kind)
 {
 }
 
 void Panel::paintEvent(QPaintEvent *)
 {
+    const Tokens &tokens = Tokens::of(*this);
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(m_ground);
-    painter.drawRoundedRect(rect(), m_cornerRadius, m_cornerRadius);
+    switch (m_kind) {
+    case Kind::Well:
+        Surface::paint(painter, rect(), Measures::wellRadius, tokens.well, tokens.wellEdge);
+        break;
+    case Kind::Failure:
+        Surface::paint(painter, rect(), Measures::panelRadius, tokens.failurePanel, tokens.failureEdge);
+        break;
+    }
 }

@@ -1,19 +1,24 @@
 #pragma once
 
-#include <QColor>
 #include <QWidget>
 
-/// A background with rounded corners, painted over whatever is behind it.
+/// A ground with rounded corners and a hairline around it, painted over whatever is behind it.
 class Panel final : public QWidget {
     Q_OBJECT
 
 public:
-    Panel(const QColor &ground, double cornerRadius, QWidget *parent = nullptr);
+    enum class Kind {
+        /// Log lines stand in it.
+        Well,
+        /// A failure stands in it, and the well with its lines.
+        Failure,
+    };
+
+    explicit Panel(Kind kind, QWidget *parent = nullptr);
 
 protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
-    const QColor m_ground;
-    const double m_cornerRadius = 0;
+    const Kind m_kind;
 };

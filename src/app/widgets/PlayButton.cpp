@@ -1,77 +1,40 @@
 #include "PlayButton.h"
 
-#include "Colours.h"
+#include "Measures.h"
 #include "Symbols.h"
-
-#include <QApplication>
-#include <QPainter>
-#include <QStyleOptionButton>
+#include "Tokens.h"
 
 namespace {
 
 constexpr int buttonWidth = 260;
-constexpr int buttonHeight = 56;
-constexpr double labelPoints = 28;
-constexpr double cornerRadius = 12;
-constexpr int gap = 14;
-
-QFont labelFont()
-{
-    QFont font = QApplication::font();
-    font.setPointSizeF(labelPoints);
-    font.setBold(true);
-    // Keeps the label inside the button on desktops with a very high font resolution.
-    if (const int tallest = buttonHeight * 4 / 5; QFontMetrics(font).height() > tallest)
-        font.setPixelSize(tallest * QFontInfo(font).pixelSize() / QFontMetrics(font).height());
-    return font;
-}
+/// A triangle looks smaller than a letter of its height.
+constexpr double signHeight = 1.08;
+constexpr double signWidth = 0.92;
 
 }
 
 PlayButton::PlayButton(QWidget *parent)
-    : SteadyButton(QStringLiteral("Play"), parent)
+    : ActionButton(QStringLiteral("Play"),
+                   { .size = { buttonWidth, Measures::playHeight },
+                     .cornerRadius = Measures::playRadius,
+                     .labelPoints = 28,
+                     .labelWeight = QFont::Bold,
+                     .gap = 12 },
+                   parent)
 {
-    setFixedSize(buttonWidth, buttonHeight);
-    setAttribute(Qt::WA_Hover);
 }
 
-bool PlayButton::hitButton(const QPoint &position) const { return rect().contains(position); }
-
-void PlayButton::paintEvent(QPaintEvent *)
+ActionButton::Inks PlayButton::inks(const Tokens &tokens) const
 {
-    QStyleOptionButton option;
-    initStyleOption(&option);
-
-    const QColor ink = Colours::onAccent(palette());
-    QColor fill = Colours::accent(palette());
+    QColor ground = tokens.accent;
     if (isDown())
-        fill = fill.darker(125);
-    else if (option.state & QStyle::State_MouseOver)
-        fill = fill.darker(110);
+        ground = tokens.accentPressed;
+    else if (underMouse())
+        ground = tokens.accentHover;
+    return { .ground = ground, .edge = Qt::transparent, .sign = tokens.onAccent, .label = tokens.onAccent };
+}
 
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(fill);
-    painter.drawRoundedRect(rect(), cornerRadius, cornerRadius);
-
-    painter.setFont(labelFont());
-    const QFontMetrics metrics = painter.fontMetrics();
-    const int signSize = metrics.capHeight();
-    const int labelWidth = metrics.horizontalAdvance(text());
-    QRectF sign(0, 0, signSize * 0.92, signSize);
-    sign.moveCenter(QRectF(rect()).center());
-    sign.moveLeft((width() - (sign.width() + gap + labelWidth)) / 2);
-    painter.fillPath(Symbols::play(sign), ink);
-    painter.setPen(ink);
-    // Centres the capital letter vertically, like the triangle.
-    const double baseline = sign.center().y() + signSize / 2.0;
-    painter.drawText(QPointF(sign.right() + gap, baseline), text());
-
-    const bool showsFocus = hasFocus() && (option.state & QStyle::State_KeyboardFocusChange);
-    if (showsFocus) {
-        painter.setBrush(Qt::NoBrush);
-        painter.setPen(QPen(ink, 2));
-        painter.drawRoundedRect(QRectF(rect()).adjusted(4, 4, -4, -4), cornerRadius - 3, cornerRadius - 3);
-    }
+QPainterPath PlayButton::sign(double capHeight) const
+{
+    return Symbols::play(QRectF(0, 0, capHeight * signWidth, capHeight * signHeight));
 }

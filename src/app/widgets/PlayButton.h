@@ -1,15 +1,15 @@
 #pragma once
 
-#include "SteadyButton.h"
+#include "ActionButton.h"
 
-/// The one large button: filled with the desktop's accent colour.
-class PlayButton final : public SteadyButton {
+/// The one button that matters most: filled with the accent colour.
+class PlayButton final : public ActionButton {
     Q_OBJECT
 
 public:
     explicit PlayButton(QWidget *parent = nullptr);
 
-protected:
-    void paintEvent(QPaintEvent *event) override;
-    bool hitButton(const QPoint &position) const override;
+private:
+    Inks inks(const Tokens &tokens) const override;
+    QPainterPath sign(double capHeight) const override;
 };

@@ -1,27 +1,22 @@
 #include "SegmentedChoice.h"
 
-#include "Colours.h"
+#include "Measures.h"
+#include "Surface.h"
+#include "Tokens.h"
+#include "TypeScale.h"
 
 #include <QButtonGroup>
 #include <QHBoxLayout>
 #include <QPainter>
 #include <QRadioButton>
-#include <QStyleOptionButton>
+
+#include <algorithm>
 
 namespace {
 
-constexpr double cornerRadius = 6;
-constexpr int inset = 2;
 constexpr int sidePadding = 16;
-constexpr int topPadding = 5;
-
-/// The background behind the segments.
-QColor track(const QPalette &palette)
-{
-    QColor tint = palette.color(QPalette::WindowText);
-    tint.setAlphaF(0.12F);
-    return Colours::over(tint, palette.color(QPalette::Window));
-}
+/// Above and below a label that is too large for the usual height.
+constexpr int leastAir = 4;
 
 /// One entry: a radio button in everything but its looks.
 class Segment final : public QRadioButton {
@@ -31,12 +26,16 @@ public:
     {
         setAttribute(Qt::WA_Hover);
         setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+        // Where the ring of the keyboard focus is round.
+        setProperty("focusRadius", Measures::segmentRadius);
     }
 
     QSize sizeHint() const override
     {
-        const QSize label = fontMetrics().size(Qt::TextShowMnemonic, text());
-        return { label.width() + 2 * sidePadding, label.height() + 2 * topPadding };
+        // Whether it is chosen or not, so that nothing moves when the choice changes.
+        const QSize label = QFontMetrics(chosenFont()).size(Qt::TextShowMnemonic, text());
+        constexpr int usualHeight = Measures::buttonHeight - 2 * Measures::segmentInset;
+        return { label.width() + 2 * sidePadding, std::max(usualHeight, label.height() + 2 * leastAir) };
     }
 
     QSize minimumSizeHint() const override { return sizeHint(); }
@@ -46,27 +45,23 @@ protected:
 
     void paintEvent(QPaintEvent *) override
     {
-        QStyleOptionButton option;
-        initStyleOption(&option);
+        const Tokens &tokens = Tokens::of(*this);
         QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(Qt::NoPen);
-
-        QColor ink = Colours::readable(palette().color(QPalette::WindowText), track(palette()),
-                                       Colours::textContrast);
+        QColor ink = isEnabled() ? tokens.ink : tokens.disabled;
         if (isChecked()) {
-            painter.setBrush(Colours::accent(palette()));
-            painter.drawRoundedRect(rect(), cornerRadius - inset, cornerRadius - inset);
-            ink = Colours::onAccent(palette());
-        }
-        if (hasFocus() && (option.state & QStyle::State_KeyboardFocusChange)) {
-            painter.setBrush(Qt::NoBrush);
-            painter.setPen(QPen(ink, 1.5));
-            painter.drawRoundedRect(QRectF(rect()).adjusted(2.5, 2.5, -2.5, -2.5), 2, 2);
+            Surface::paint(painter, rect(), Measures::segmentRadius, tokens.accent, Qt::transparent);
+            painter.setFont(chosenFont());
+            ink = tokens.onAccent;
+        } else if (isEnabled() && (underMouse() || isDown())) {
+            Surface::paint(painter, rect(), Measures::segmentRadius,
+                           isDown() ? tokens.controlPressed : tokens.control, Qt::transparent);
         }
         painter.setPen(ink);
         painter.drawText(rect(), Qt::AlignCenter | Qt::TextShowMnemonic, text());
     }
+
+private:
+    static QFont chosenFont() { return TypeScale::font(TextStyle::Headline); }
 };
 
 }
@@ -76,7 +71,8 @@ SegmentedChoice::SegmentedChoice(const QStringList &entries, int chosenIndex, QW
     , m_group(new QButtonGroup(this))
 {
     auto *row = new QHBoxLayout(this);
-    row->setContentsMargins(inset, inset, inset, inset);
+    row->setContentsMargins(Measures::segmentInset, Measures::segmentInset, Measures::segmentInset,
+                            Measures::segmentInset);
     row->setSpacing(0);
     for (int index = 0; index < entries.size(); ++index) {
         auto *segment = new Segment(entries.at(index));
@@ -92,9 +88,7 @@ SegmentedChoice::SegmentedChoice(const QStringList &entries, int chosenIndex, QW
 
 void SegmentedChoice::paintEvent(QPaintEvent *)
 {
+    const Tokens &tokens = Tokens::of(*this);
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(track(palette()));
-    painter.drawRoundedRect(rect(), cornerRadius, cornerRadius);
+    Surface::paint(painter, rect(), Measures::buttonRadius, tokens.segmentTrack, tokens.segmentEdge);
 }

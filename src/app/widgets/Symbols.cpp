@@ -1,11 +1,6 @@
 #include "Symbols.h"
 
-#include <QGuiApplication>
-#include <QIconEngine>
-#include <QPainter>
 #include <QPainterPathStroker>
-#include <QPalette>
-#include <QPixmap>
 #include <QPolygonF>
 #include <QTransform>
 
@@ -13,12 +8,10 @@
 
 namespace {
 
-/// The side of the square that the runner is drawn in.
-constexpr double grid = 64;
-
-/// A limb: round at its ends and at its joint.
-QPainterPath limb(const QPolygonF &joints, double thickness)
+/// Arms, legs and body: one line, round at its ends and joints.
+QPainterPath limb(const QPolygonF &joints)
 {
+    constexpr double thickness = 6.4;
     QPainterPath line;
     line.addPolygon(joints);
     QPainterPathStroker stroker;
@@ -28,34 +21,11 @@ QPainterPath limb(const QPolygonF &joints, double thickness)
     return stroker.createStroke(line);
 }
 
-/// Paints the stop symbol at any size.
-class StopIconEngine final : public QIconEngine {
-public:
-    void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State) override
-    {
-        const auto group = mode == QIcon::Disabled ? QPalette::Disabled : QPalette::Active;
-        painter->setRenderHint(QPainter::Antialiasing);
-        painter->fillPath(Symbols::stop(QRectF(rect)),
-                          QGuiApplication::palette().color(group, QPalette::ButtonText));
-    }
-
-    QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override
-    {
-        QPixmap picture(size);
-        picture.fill(Qt::transparent);
-        QPainter painter(&picture);
-        paint(&painter, QRect(QPoint(0, 0), size), mode, state);
-        return picture;
-    }
-
-    QIconEngine *clone() const override { return new StopIconEngine(*this); }
-};
-
 }
 
 QPainterPath Symbols::play(const QRectF &box)
 {
-    const double corner = box.height() * 0.16;
+    const double corner = box.height() * 0.18;
     const QRectF inner = box.adjusted(corner / 2, corner / 2, -corner / 2, -corner / 2);
     QPainterPath triangle;
     triangle.moveTo(inner.topLeft());
@@ -71,36 +41,29 @@ QPainterPath Symbols::play(const QRectF &box)
 
 QPainterPath Symbols::stop(const QRectF &box)
 {
-    const double side = std::min(box.width(), box.height()) * 0.8;
-    QRectF square(0, 0, side, side);
-    square.moveCenter(box.center());
-    QPainterPath path;
-    path.addRoundedRect(square, side * 0.14, side * 0.14);
-    return path;
+    const double corner = box.width() / 4;
+    QPainterPath square;
+    square.addRoundedRect(box, corner, corner);
+    return square;
 }
 
 QPainterPath Symbols::runner(const QRectF &box)
 {
-    const QPointF shoulder(36.5, 20);
-    const QPointF hip(29, 36.5);
-
+    const QPointF shoulder(39, 22);
     QPainterPath figure;
     figure.setFillRule(Qt::WindingFill); // its parts overlap
-    figure.addEllipse(QPointF(43, 7.5), 6, 6);
-    figure.addPath(limb({ shoulder, hip }, 9));
-    // Arms: one drawn back, one swung forward, both bent.
-    figure.addPath(limb({ { 35.5, 18 }, { 23.5, 18 }, { 16.5, 28 } }, 5));
-    figure.addPath(limb({ { 38, 20.5 }, { 44, 30.5 }, { 54, 28.5 } }, 5));
-    // Legs: one pushing off behind, one with its knee lifted in front.
-    figure.addPath(limb({ hip, { 23.5, 49 }, { 9, 52 } }, 6));
-    figure.addPath(limb({ hip, { 42, 42.5 }, { 39, 59.5 } }, 6));
+    figure.addEllipse(QPointF(41, 9), 6, 6);
+    // One arm drawn back, the body, and the leg whose knee is lifted in front.
+    figure.addPath(limb({ { 18, 21 }, { 30, 16 }, shoulder, { 32, 35 }, { 42, 43 }, { 39, 57 } }));
+    // The arm that swings forward, and the leg that pushes off behind.
+    figure.addPath(limb({ shoulder, { 44, 30 }, { 53, 28 } }));
+    figure.addPath(limb({ { 30, 36 }, { 23, 46 }, { 10, 48 } }));
 
-    const double scale = std::min(box.width(), box.height()) / grid;
+    const QRectF bounds = figure.boundingRect();
+    const double scale = box.height() / bounds.height();
     QTransform place;
     place.translate(box.center().x(), box.center().y());
     place.scale(scale, scale);
-    place.translate(-grid / 2, -grid / 2);
+    place.translate(-bounds.center().x(), -bounds.center().y());
     return place.map(figure);
 }
-
-QIcon Symbols::stopIcon() { return QIcon(new StopIconEngine); }

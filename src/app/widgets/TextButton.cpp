@@ -1,13 +1,8 @@
 #include "TextButton.h"
 
+#include "Measures.h"
+
 #include <algorithm>
-
-namespace {
-
-constexpr int air = 14;
-constexpr int leastHeight = 28;
-
-}
 
 TextButton::TextButton(const QString &text, QWidget *parent)
     : QPushButton(text, parent)
@@ -17,8 +12,9 @@ TextButton::TextButton(const QString &text, QWidget *parent)
 QSize TextButton::sizeHint() const
 {
     const QSize usual = QPushButton::sizeHint();
-    const int needed = fontMetrics().size(Qt::TextShowMnemonic, text()).width() + 2 * air;
-    return { std::max(usual.width(), needed), std::max(usual.height(), leastHeight) };
+    const int needed = fontMetrics().size(Qt::TextShowMnemonic, text()).width() + 2 * Measures::buttonPadding;
+    return { std::max({ usual.width(), needed, Measures::buttonWidth }),
+             std::max(usual.height(), Measures::buttonHeight) };
 }
 
 QSize TextButton::minimumSizeHint() const { return sizeHint(); }

@@ -1,10 +1,11 @@
 #include "TextLabel.h"
 
-#include "Colours.h"
 #include "HarmlessText.h"
+#include "Tokens.h"
 
 #include <QEvent>
 #include <QPainter>
+#include <QStyle>
 
 #include <algorithm>
 #include <cmath>
@@ -71,6 +72,8 @@ void TextLabel::changeEvent(QEvent *event)
     if (event->type() == QEvent::FontChange) {
         m_font = TypeScale::font(m_style);
         forgetLayout();
+    } else if (event->type() == QEvent::LayoutDirectionChange) {
+        forgetLayout();
     }
     QLabel::changeEvent(event);
 }
@@ -79,7 +82,11 @@ void TextLabel::paintEvent(QPaintEvent *)
 {
     const double textHeight = layOut(width());
     const int spareWidth = std::max(0, width() - widestLine());
-    const double left = alignment() & Qt::AlignHCenter ? spareWidth / 2.0 : 0;
+    double left = 0;
+    if (const Qt::Alignment side = visibleAlignment(); side & Qt::AlignHCenter)
+        left = spareWidth / 2.0;
+    else if (side & Qt::AlignRight)
+        left = spareWidth;
     const double top = alignment() & Qt::AlignBottom ? height() - textHeight : 0;
     QPainter painter(this);
     painter.setPen(colour());
@@ -88,15 +95,23 @@ void TextLabel::paintEvent(QPaintEvent *)
 
 QColor TextLabel::colour() const
 {
+    const Tokens &tokens = Tokens::of(*this);
+    if (!isEnabled())
+        return tokens.disabled;
     switch (m_ink) {
     case Ink::Secondary:
-        return Colours::secondary(palette());
+        return tokens.secondary;
     case Ink::Failure:
-        return Colours::failure(palette());
+        return tokens.failure;
     case Ink::Primary:
         break;
     }
-    return palette().color(QPalette::WindowText);
+    return tokens.ink;
+}
+
+Qt::Alignment TextLabel::visibleAlignment() const
+{
+    return QStyle::visualAlignment(layoutDirection(), alignment());
 }
 
 int TextLabel::widestLine() const { return QFontMetrics(m_font).averageCharWidth() * charactersInLine; }
@@ -108,7 +123,7 @@ double TextLabel::layOut(int width) const
         return m_height;
 
     // QLabel's own layout never breaks a word, and clips one that is wider than the window.
-    QTextOption option(alignment() & Qt::AlignHorizontal_Mask);
+    QTextOption option((visibleAlignment() & Qt::AlignHorizontal_Mask) | Qt::AlignAbsolute);
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     m_layout.setFont(m_font);
     m_layout.setText(QString(text()).replace(u'\n', QChar::LineSeparator));

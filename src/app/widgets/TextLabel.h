@@ -5,7 +5,7 @@
 #include <QLabel>
 #include <QTextLayout>
 
-/// The colour of a text, worked out from the palette at paint time.
+/// The colour of a text.
 enum class Ink { Primary, Secondary, Failure };
 
 /// A label in one of the launcher's text styles. Its text is always plain, wraps anywhere rather than being
@@ -32,6 +32,8 @@ protected:
 
 private:
     QColor colour() const;
+    /// Where the text stands on a desktop that reads in this direction.
+    Qt::Alignment visibleAlignment() const;
     int widestLine() const;
     /// Lays the text out for `width`, unless it already is, and returns its height.
     double layOut(int width) const;

@@ -2,7 +2,6 @@
 
 #include "Announcement.h"
 #include "AppModel.h"
-#include "Colours.h"
 #include "LogText.h"
 #include "Panel.h"
 #include "TextButton.h"
@@ -17,8 +16,6 @@ namespace {
 
 constexpr int panelPadding = 12;
 constexpr int panelSpacing = 8;
-constexpr double panelRadius = 10;
-constexpr double boxRadius = 6;
 /// The box scrolls beyond this: a failure's thirty lines would push the rest out of the window.
 constexpr int mostLines = 12;
 
@@ -28,7 +25,7 @@ FailureView::FailureView(AppModel &model, QWidget *parent)
     : QWidget(parent)
     , m_model(model)
     , m_message(new TextLabel(TextStyle::Callout, Ink::Failure))
-    , m_box(new Panel(Colours::well(), boxRadius))
+    , m_box(new Panel(Panel::Kind::Well))
     , m_lines(new LogText)
     , m_refresh(this, [this] { refresh(); })
 {
@@ -43,7 +40,7 @@ FailureView::FailureView(AppModel &model, QWidget *parent)
     copy->setAccessibleDescription(QStringLiteral("Copies the message and the lines below it"));
     connect(copy, &QPushButton::clicked, this, [this] { m_model.copyFailure(); });
 
-    auto *panel = new Panel(Colours::failurePanel(), panelRadius);
+    auto *panel = new Panel(Panel::Kind::Failure);
     auto *column = new QVBoxLayout(panel);
     column->setContentsMargins(panelPadding, panelPadding, panelPadding, panelPadding);
     column->setSpacing(panelSpacing);

@@ -1,6 +1,5 @@
 #include "LogView.h"
 
-#include "Colours.h"
 #include "LogStore.h"
 #include "LogText.h"
 #include "Panel.h"
@@ -12,7 +11,6 @@
 namespace {
 
 constexpr int viewHeight = 180;
-constexpr double cornerRadius = 6;
 constexpr std::chrono::milliseconds redrawPause { 33 };
 
 }
@@ -28,7 +26,7 @@ LogView::LogView(const LogStore &log, QWidget *parent)
     m_text->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     m_text->setAccessibleName(QStringLiteral("Log"));
 
-    auto *panel = new Panel(Colours::well(), cornerRadius);
+    auto *panel = new Panel(Panel::Kind::Well);
     auto *inside = new QVBoxLayout(panel);
     inside->setContentsMargins(0, 0, 0, 0);
     inside->addWidget(m_text);

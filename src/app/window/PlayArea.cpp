@@ -5,7 +5,7 @@
 #include "PlayButton.h"
 #include "ProgressBlock.h"
 #include "StateDot.h"
-#include "Symbols.h"
+#include "StopButton.h"
 #include "TextLabel.h"
 
 #include <QHBoxLayout>
@@ -13,9 +13,6 @@
 #include <QVBoxLayout>
 
 namespace {
-
-constexpr int stopWidth = 220;
-constexpr int stopHeight = 40;
 
 int page(StateFace::Action action) { return static_cast<int>(action); }
 
@@ -93,12 +90,7 @@ QWidget *PlayArea::makeProgressPage()
 
 QWidget *PlayArea::makeStopPage()
 {
-    auto *button = new SteadyButton(QStringLiteral("Stop"));
-    button->setIcon(Symbols::stopIcon());
-    button->setFixedSize(stopWidth, stopHeight);
-    QFont bold;
-    bold.setBold(true);
-    button->setFont(bold);
+    auto *button = new StopButton;
     connect(button, &QPushButton::clicked, this, &PlayArea::stop);
 
     auto *widget = new QWidget;

@@ -1,6 +1,6 @@
 #include "StateDot.h"
 
-#include "Colours.h"
+#include "Tokens.h"
 
 #include <QPainter>
 
@@ -8,17 +8,17 @@ namespace {
 
 constexpr int diameter = 10;
 
-QColor colour(StateFace::Dot dot)
+QColor colour(const Tokens &tokens, StateFace::Dot dot)
 {
     switch (dot) {
     case StateFace::Dot::Red:
-        return QColor::fromRgb(0xe0, 0x3b, 0x30);
+        return tokens.redDot;
     case StateFace::Dot::Grey:
-        return QColor::fromRgb(0x8e, 0x8e, 0x93);
+        return tokens.greyDot;
     case StateFace::Dot::Green:
-        return QColor::fromRgb(0x2f, 0xa8, 0x4f);
+        return tokens.greenDot;
     case StateFace::Dot::Orange:
-        return QColor::fromRgb(0xf0, 0x8a, 0x00);
+        return tokens.orangeDot;
     }
     return {};
 }
@@ -44,7 +44,6 @@ void StateDot::paintEvent(QPaintEvent *)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(
-        Colours::readable(colour(m_dot), palette().color(QPalette::Window), Colours::signContrast));
+    painter.setBrush(colour(Tokens::of(*this), m_dot));
     painter.drawEllipse(rect());
 }
