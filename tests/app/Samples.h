@@ -73,6 +73,9 @@ inline const QString earlyEnd
     = u"The game closed after only 2 seconds (exit code 1), so it did not start properly. These are the last "
       "lines of its log:"_s;
 
+inline const QString noSaves
+    = u"No save files yet. Godot creates them when the game first saves something."_s;
+
 struct Scene {
     QString name;
     std::function<void(AppModel &)> set;
@@ -111,7 +114,7 @@ inline QList<Scene> scenes()
     addWithGame(u"ready"_s, [](AppModel &) {});
     addWithGame(u"ready-wordy"_s, [](AppModel &model) {
         model.info = wordyGame();
-        model.notice = u"No save files yet. Godot creates them when the game first saves something."_s;
+        model.notice = noSaves;
     });
     addWithGame(u"starting"_s, [](AppModel &model) { model.state = AppState::starting(); });
     addWithGame(u"playing"_s, [](AppModel &model) {
@@ -123,6 +126,12 @@ inline QList<Scene> scenes()
     add(u"failure-short"_s,
         [](AppModel &model) { fail(model, u"The Internet connection appears to be offline."_s, 0); });
     addWithGame(u"failure-long"_s, [](AppModel &model) { fail(model, earlyEnd, 30); });
+    addWithGame(u"failure-log"_s, [](AppModel &model) {
+        fail(model, earlyEnd, 30);
+        model.log.lines = lines(200);
+        model.showLog = true;
+    });
+    addWithGame(u"notice"_s, [](AppModel &model) { model.notice = noSaves; });
     addWithGame(u"log-empty"_s, [](AppModel &model) { model.showLog = true; });
     addWithGame(u"log-full"_s, [](AppModel &model) {
         model.log.lines = lines(3000);

@@ -1,147 +1,115 @@
 // Draws everything that the launcher can show into PNG files, to be looked at.
 //
-//   render-states FOLDER
+//   render-states FOLDER [DESKTOP...]
 
-#include "Look.h"
-#include "Running.h"
+#include "ContactSheet.h"
+#include "Gallery.h"
 
 #include <QDir>
-#include <QPainter>
+#include <QElapsedTimer>
 #include <QProcess>
-#include <QStyle>
 
 #include <cstdio>
 
 namespace {
 
 constexpr auto scaleVariable = "QT_SCALE_FACTOR";
-const QStringList scales { u"1"_s, u"1.5"_s, u"2"_s };
 
-QPalette darkPalette()
+QList<Gallery::Desktop> desktops()
 {
-    QPalette palette(QColor(0x3a, 0x3b, 0x3f), QColor(0x2a, 0x2b, 0x2e));
-    palette.setColor(QPalette::Base, QColor(0x1f, 0x20, 0x23));
-    palette.setColor(QPalette::Highlight, QColor(0x3d, 0x8e, 0xc9));
-    palette.setColor(QPalette::HighlightedText, Qt::white);
-    palette.setColor(QPalette::Link, QColor(0x4d, 0xa3, 0xff));
-    for (const auto role : { QPalette::WindowText, QPalette::Text, QPalette::ButtonText }) {
-        palette.setColor(role, QColor(0xee, 0xee, 0xf0));
-        palette.setColor(QPalette::Disabled, role, QColor(0x80, 0x80, 0x84));
-    }
-    return palette;
+    using enum Appearance::Scheme;
+    constexpr auto high = Appearance::Contrast::High;
+    const QString oneAndAHalf = u"1.5"_s;
+    const QString two = u"2"_s;
+    return {
+        { .name = u"light"_s },
+        { .name = u"dark"_s, .scheme = Dark },
+        { .name = u"high-contrast-light"_s, .contrast = high },
+        { .name = u"high-contrast-dark"_s, .scheme = Dark, .contrast = high },
+        { .name = u"right-to-left"_s, .direction = Qt::RightToLeft },
+        { .name = u"font-16"_s, .text = 16 },
+        { .name = u"font-20"_s, .scheme = Dark, .text = 20 },
+        { .name = u"text-200"_s, .text = 26 },
+        { .name = u"text-200-narrow"_s, .scheme = Dark, .size = Stage::narrow, .text = 26 },
+        { .name = u"narrow"_s, .size = Stage::narrow },
+        { .name = u"wide"_s, .size = { 1920, 1080 } },
+        { .name = u"light-150"_s, .scale = oneAndAHalf },
+        { .name = u"dark-150"_s, .scheme = Dark, .scale = oneAndAHalf },
+        { .name = u"light-200"_s, .scale = two },
+        { .name = u"dark-200"_s, .scheme = Dark, .scale = two },
+    };
 }
 
-QList<QSize> sizes()
+void save(const QImage &picture, const QString &file)
 {
-    // The narrow window and the full screen show nothing new at other scales.
-    if (qEnvironmentVariable(scaleVariable) == QLatin1StringView("1"))
-        return { Stage::narrow, Stage::usual, { 1920, 1080 } };
-    return { Stage::usual };
+    constexpr int fastest = 80; // the file is a little larger
+    if (!picture.save(file, nullptr, fastest))
+        qFatal("%s could not be written.", qPrintable(file));
 }
 
-/// Takes pictures of a window with the sheet that lies over it, if any.
-class Studio final {
-public:
-    /// `schemeName` becomes part of the names of the files in `folder`.
-    Studio(const QString &folder, const QString &schemeName)
-        : m_folder(folder)
-        , m_schemeName(schemeName)
-    {
-    }
-
-    void take(const QString &scene, QWidget &window) const
-    {
-        Stage::settle();
-        QTest::qWait(40); // the log redraws at its own pace
-        QPixmap picture = window.grab();
-        if (QWidget *sheet = QApplication::activeModalWidget()) {
-            QPainter painter(&picture);
-            const QRect ground(QPoint(0, 0), window.size());
-            painter.fillRect(ground, QColor(0, 0, 0, 60));
-            QRect place(QPoint(0, 0), sheet->size());
-            place.moveCenter(ground.center());
-            painter.drawPixmap(place, sheet->grab());
-        }
-        const QString name = u"%1-%2-%3x%4@%5.png"_s.arg(scene, m_schemeName)
-                                 .arg(window.width())
-                                 .arg(window.height())
-                                 .arg(qEnvironmentVariable(scaleVariable));
-        if (!picture.save(QDir(m_folder).filePath(name)))
-            qFatal("%s could not be written.", qPrintable(name));
-    }
-
-    void takeStates() const
-    {
-        for (const Samples::Scene &scene : Samples::scenes()) {
-            for (const QSize &size : sizes()) {
-                Stage stage;
-                scene.set(stage.model);
-                take(scene.name, stage.open(size));
-            }
-        }
-    }
-
-    void takeSheets() const
-    {
-        Running stage;
-        stage.set(stage.model.info, Samples::game());
-        stage.show(AppState::ready());
-
-        stage.openAbout();
-        take(u"about"_s, stage.window());
-        stage.click(Button::done);
-
-        stage.openSettings();
-        take(u"settings"_s, stage.window());
-        stage.click(Button::fullscreen);
-        take(u"settings-fullscreen"_s, stage.window());
-        stage.click(Button::removeEverything);
-        stage.model.freeableBytes = 187'300'000;
-        take(u"remove"_s, stage.window());
-        stage.click(Button::cancel);
-        stage.click(Button::done);
-
-        stage.model.runner.isRunning = true;
-        stage.show(AppState::playing());
-        stage.close();
-        take(u"quit"_s, stage.window());
-        stage.click(Button::keepPlaying);
-    }
-
-private:
-    const QString m_folder;
-    const QString m_schemeName;
-};
-
-int takeAll(const QString &folder)
+/// Each state on `desktop`, as a file of its own in a folder and together on one sheet.
+void take(const QDir &folder, const Gallery::Desktop &desktop)
 {
-    QApplication::setStyle(u"fusion"_s);
-    QApplication::setFont(Look::font(10)); // the default of most desktops
-    const std::pair<QString, QPalette> schemes[] { { u"light"_s, QApplication::style()->standardPalette() },
-                                                   { u"dark"_s, darkPalette() } };
-    for (const auto &[name, palette] : schemes) {
-        QApplication::setPalette(palette);
-        const Studio studio(folder, name);
-        studio.takeStates();
-        studio.takeSheets();
+    QElapsedTimer timer;
+    timer.start();
+    folder.mkpath(desktop.name);
+    QList<ContactSheet::Entry> entries;
+    for (const Gallery::Shot &shot : Gallery::shots()) {
+        const QImage picture = Gallery::picture(shot, desktop);
+        save(picture, folder.filePath(desktop.name + u'/' + shot.name + u".png"_s));
+        entries.append({ shot.name, picture });
+    }
+    const qint64 shown = timer.elapsed();
+    save(ContactSheet::draw(desktop.name, entries), folder.filePath(desktop.name + u".png"_s));
+    std::printf("%s %lld ms, sheet %lld ms\n", qPrintable(desktop.name), shown, timer.elapsed() - shown);
+}
+
+int takeAll(const QDir &folder, const QStringList &names)
+{
+    for (const Gallery::Desktop &desktop : desktops()) {
+        if (desktop.scale == qEnvironmentVariable(scaleVariable)
+            && (names.isEmpty() || names.contains(desktop.name)))
+            take(folder, desktop);
     }
     return 0;
 }
 
 /// Starts one process for each scale, as Qt reads the scale only once.
-int startAll(const QString &program, const QString &folder)
+int startAll(const QStringList &arguments)
 {
+    const QStringList names = arguments.mid(2);
+    QStringList known;
+    QStringList scales;
+    for (const Gallery::Desktop &desktop : desktops()) {
+        known << desktop.name;
+        if ((names.isEmpty() || names.contains(desktop.name)) && !scales.contains(desktop.scale))
+            scales << desktop.scale;
+    }
+    for (const QString &name : names) {
+        if (!known.contains(name)) {
+            std::fprintf(stderr, "There is no desktop \"%s\", but: %s\n", qPrintable(name),
+                         qPrintable(known.join(u", "_s)));
+            return 2;
+        }
+    }
     for (const QString &scale : scales) {
         QProcess process;
         process.setProcessChannelMode(QProcess::ForwardedChannels);
         auto environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QLatin1StringView(scaleVariable), scale);
         process.setProcessEnvironment(environment);
-        process.start(program, { folder });
+        process.start(arguments.first(), arguments.mid(1));
         if (!process.waitForFinished(-1) || process.exitCode() != 0)
             return 1;
     }
     return 0;
+}
+
+/// Leaves out what the off-screen platform says about each window.
+void print(QtMsgType, const QMessageLogContext &, const QString &message)
+{
+    if (!message.startsWith(u"This plugin does not support"_s))
+        std::fprintf(stderr, "%s\n", qPrintable(message));
 }
 
 }
@@ -150,14 +118,17 @@ int main(int argc, char *argv[])
 {
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    qInstallMessageHandler(print);
     QApplication application(argc, argv);
-    const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.size() != 2 || !QDir().mkpath(arguments.at(1))) {
-        std::fputs("render-states FOLDER\nDraws everything that the launcher can show into PNG files.\n",
+    QStringList arguments = QCoreApplication::arguments();
+    if (arguments.size() < 2 || !QDir().mkpath(arguments.at(1))) {
+        std::fputs("render-states FOLDER [DESKTOP...]\n"
+                   "Draws everything that the launcher can show into PNG files.\n",
                    stderr);
         return 2;
     }
     if (qEnvironmentVariableIsSet(scaleVariable))
-        return takeAll(arguments.at(1));
-    return startAll(QCoreApplication::applicationFilePath(), arguments.at(1));
+        return takeAll(QDir(arguments.at(1)), arguments.mid(2));
+    arguments.first() = QCoreApplication::applicationFilePath();
+    return startAll(arguments);
 }

@@ -1,0 +1,136 @@
+#pragma once
+
+#include "Running.h"
+
+#include <QPainter>
+
+/// Everything that the window can show, with its sheets, on every desktop that matters: for the pictures, and
+/// for the tests that read them. Nothing moves in them.
+namespace Gallery {
+
+/// What a player chose for the desktop and the window.
+struct Desktop {
+    QString name;
+    Appearance::Scheme scheme = Appearance::Scheme::Light;
+    Appearance::Contrast contrast = Appearance::Contrast::Normal;
+    QSize size = Stage::usual;
+    /// The height of the desktop's own text, in device-independent pixels.
+    int text = 13;
+    Qt::LayoutDirection direction = Qt::LeftToRight;
+    /// How many pixels make up a device-independent one. The environment decides, before the program starts.
+    QString scale = u"1"_s;
+    QColor accent = {};
+};
+
+inline LauncherStyle &style()
+{
+    auto *style = qobject_cast<LauncherStyle *>(QApplication::style());
+    if (!style) {
+        style = new LauncherStyle(Appearance());
+        QApplication::setStyle(style);
+    }
+    return *style;
+}
+
+/// Changes the desktop for the windows that are open, and for those to come.
+inline void apply(const Desktop &desktop)
+{
+    style().setAppearance({ .scheme = desktop.scheme,
+                            .contrast = desktop.contrast,
+                            .motion = Appearance::Motion::Reduced,
+                            .accent = desktop.accent });
+    QFont font = QApplication::font();
+    font.setPixelSize(desktop.text);
+    if (font != QApplication::font())
+        QApplication::setFont(font);
+    if (desktop.direction != QGuiApplication::layoutDirection())
+        QGuiApplication::setLayoutDirection(desktop.direction);
+}
+
+/// One thing that the window can show.
+struct Shot {
+    QString name;
+    std::function<void(Running &)> show;
+};
+
+inline QList<Shot> shots()
+{
+    QList<Shot> all;
+    for (const Samples::Scene &scene : Samples::scenes())
+        all.append({ scene.name, [scene](Running &stage) {
+                        scene.set(stage.model);
+                        Stage::settle();
+                    } });
+    const auto add = [&all](const QString &name, const std::function<void(Running &)> &show) {
+        all.append({ name, [show](Running &stage) {
+                        stage.set(stage.model.info, Samples::game());
+                        stage.show(AppState::ready());
+                        show(stage);
+                    } });
+    };
+    add(u"about"_s, [](Running &stage) { stage.openAbout(); });
+    add(u"settings"_s, [](Running &stage) { stage.openSettings(); });
+    add(u"settings-fullscreen"_s, [](Running &stage) {
+        stage.openSettings();
+        stage.click(Button::fullscreen);
+    });
+    add(u"settings-notice"_s, [](Running &stage) {
+        stage.openSettings();
+        stage.set(stage.model.notice, Samples::noSaves);
+    });
+    add(u"remove"_s, [](Running &stage) {
+        stage.openSettings();
+        stage.click(Button::removeEverything);
+        stage.set(stage.model.freeableBytes, 187'300'000);
+    });
+    add(u"quit"_s, [](Running &stage) {
+        stage.model.runner.isRunning = true;
+        stage.show(AppState::playing());
+        stage.close();
+    });
+    return all;
+}
+
+inline Shot shot(const QString &name)
+{
+    for (const Shot &shot : shots()) {
+        if (shot.name == name)
+            return shot;
+    }
+    throw std::runtime_error("There is no picture named " + name.toStdString());
+}
+
+/// The window as the player sees it, with what lies over it.
+inline QImage picture(Running &stage)
+{
+    QPixmap picture = stage.window().grab();
+    if (QWidget *sheet = QApplication::activeModalWidget()) {
+        QPainter painter(&picture);
+        const QRect ground(QPoint(0, 0), stage.window().size());
+        painter.fillRect(ground, QColor(0, 0, 0, 60));
+        QRect place(QPoint(0, 0), sheet->size());
+        place.moveCenter(ground.center());
+        painter.drawPixmap(place, sheet->grab());
+    }
+    return picture.toImage();
+}
+
+/// Calls `look` with a window that shows `shot` on `desktop`.
+inline void show(const Shot &shot, const Desktop &desktop, const std::function<void(Running &)> &look)
+{
+    apply(desktop);
+    Running stage;
+    stage.window().resize(desktop.size);
+    Stage::settle();
+    shot.show(stage);
+    look(stage);
+}
+
+inline QImage picture(const Shot &shot, const Desktop &desktop)
+{
+    QImage result;
+    show(shot, desktop, [&result](Running &stage) { result = picture(stage); });
+    return result;
+}
+
+}
