@@ -1,7 +1,11 @@
 #pragma once
 
+#include "LogText.h"
 #include "Running.h"
 
+#include <QComboBox>
+#include <QContextMenuEvent>
+#include <QMenu>
 #include <QPainter>
 
 /// Everything that the window can show, with its sheets, on every desktop that matters: for the pictures, and
@@ -10,7 +14,7 @@ namespace Gallery {
 
 /// What a player chose for the desktop and the window.
 struct Desktop {
-    QString name;
+    QString name = {};
     Appearance::Scheme scheme = Appearance::Scheme::Light;
     Appearance::Contrast contrast = Appearance::Contrast::Normal;
     QSize size = Stage::usual;
@@ -78,10 +82,27 @@ inline QList<Shot> shots()
         stage.openSettings();
         stage.set(stage.model.notice, Samples::noSaves);
     });
+    add(u"settings-sizes"_s, [](Running &stage) {
+        stage.openSettings();
+        Stage::visible<QComboBox>(*stage.front())->showPopup();
+        Stage::settle();
+    });
     add(u"remove"_s, [](Running &stage) {
         stage.openSettings();
         stage.click(Button::removeEverything);
         stage.set(stage.model.freeableBytes, 187'300'000);
+    });
+    add(u"log-menu"_s, [](Running &stage) {
+        stage.model.log.lines = Samples::lines(30);
+        stage.set(stage.model.showLog, true);
+        auto *text = stage.visible<LogText>();
+        text->selectAll();
+        const QPoint middle = text->viewport()->rect().center();
+        QContextMenuEvent event(QContextMenuEvent::Mouse, middle, text->viewport()->mapToGlobal(middle));
+        QCoreApplication::sendEvent(text->viewport(), &event);
+        Stage::settle();
+        if (auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget()))
+            menu->setActiveAction(menu->actions().first());
     });
     add(u"quit"_s, [](Running &stage) {
         stage.model.runner.isRunning = true;
@@ -111,6 +132,10 @@ inline QImage picture(Running &stage)
         QRect place(QPoint(0, 0), sheet->size());
         place.moveCenter(ground.center());
         painter.drawPixmap(place, sheet->grab());
+    }
+    if (QWidget *popup = QApplication::activePopupWidget()) {
+        QPainter painter(&picture);
+        painter.drawPixmap(stage.window().mapFromGlobal(popup->mapToGlobal(QPoint(0, 0))), popup->grab());
     }
     return picture.toImage();
 }
