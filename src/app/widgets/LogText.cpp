@@ -1,6 +1,9 @@
 #include "LogText.h"
 
+#include "ColourCodes.h"
+#include "Contrast.h"
 #include "HarmlessText.h"
+#include "Tokens.h"
 #include "TypeScale.h"
 
 #include <QAbstractTextDocumentLayout>
@@ -20,32 +23,79 @@ constexpr int padding = 8;
 /// and a game may print a million characters without a line feed.
 constexpr qsizetype longestPiece = 2048;
 
+/// What a colour that somebody else chose must have with the ground, at least.
+constexpr double textContrast = 4.5;
+constexpr double highContrast = 7;
+
 /// About how many new characters are added in one turn of the event loop.
 constexpr qsizetype mostAtOnce = 512 * 1024;
 
-/// The exact text of a block that shows something else.
+/// What one block shows: a line, or a part of it.
+struct Piece {
+    QString exact;
+    ColourCodes::Text look;
+    bool continues = false;
+};
+
+/// `colour` is the one that the piece begins in, and then the one that it ends in.
+Piece makePiece(const QString &exact, bool continues, int &colour)
+{
+    Piece piece { exact, {}, continues };
+    if (exact.contains(ColourCodes::escape)) {
+        piece.look = ColourCodes::read(exact, colour);
+        piece.look.shown = harmlessText(piece.look.shown);
+    } else {
+        // As most are, and without a copy of the text.
+        piece.look.shown = harmlessText(exact);
+        if (colour != ColourCodes::plain)
+            piece.look.runs.append({ 0, exact.size(), colour });
+    }
+    return piece;
+}
+
+/// What a block needs to know that shows something else than its exact text, or in colours.
 class ExactText final : public QTextBlockUserData {
 public:
-    explicit ExactText(const QString &exact)
-        : text(exact)
+    explicit ExactText(const Piece &piece)
+        : text(piece.exact)
+        , runs(piece.look.runs)
+        , m_gaps(piece.look.gaps)
     {
     }
 
+    /// How many characters are left out before the place `at` of what is shown, and how many up to it.
+    qsizetype leftOutBefore(qsizetype at) const
+    {
+        qsizetype length = 0;
+        for (auto gap = m_gaps.begin(); gap != m_gaps.end() && gap->at < at; ++gap)
+            length += gap->length;
+        return length;
+    }
+    qsizetype leftOutUpTo(qsizetype at) const { return leftOutBefore(at + 1); }
+
     const QString text;
+    const QList<ColourCodes::Text::Run> runs;
+
+private:
+    const QList<ColourCodes::Text::Gap> m_gaps;
 };
 
 /// The user state of a block that continues the line of the block before it.
 constexpr int continuesLine = 1;
 
-struct Piece {
-    QString exact;
-    bool continues = false;
-};
+/// `length`, or less if the piece of that length would end within a colour code.
+qsizetype withoutCutCode(QStringView text, qsizetype length)
+{
+    const qsizetype last = text.first(length).lastIndexOf(ColourCodes::escape);
+    return last > 0 && last + ColourCodes::lengthAt(text, last) > length ? last : length;
+}
 
-/// Splits a line at its line feeds and where it is too long.
+/// Splits a line at its line feeds and where it is too long. A line begins without a colour, whatever the
+/// line before it ended in.
 QList<Piece> pieces(const QString &line)
 {
     QList<Piece> result;
+    int colour = ColourCodes::plain;
     qsizetype at = 0;
     bool continues = false;
     for (;;) {
@@ -55,7 +105,9 @@ QList<Piece> pieces(const QString &line)
         // Never split a surrogate pair.
         if (length < end - at && line.at(at + length - 1).isHighSurrogate())
             --length;
-        result.append({ line.mid(at, length), continues });
+        if (length < end - at)
+            length = withoutCutCode(QStringView(line).sliced(at, end - at), length);
+        result.append(makePiece(line.mid(at, length), continues, colour));
         at += length;
         continues = at < end;
         if (continues)
@@ -84,10 +136,17 @@ qsizetype droppedLines(const QStringList &before, const QStringList &now)
     return before.size();
 }
 
-QString exactText(const QTextBlock &block)
+/// The exact text of what is shown between two places. All of a block includes the codes at its ends; a part
+/// of it begins and ends with what is shown.
+QString exactText(const QTextBlock &block, qsizetype begin, qsizetype end)
 {
     const auto *exact = static_cast<const ExactText *>(block.userData());
-    return exact ? exact->text : block.text();
+    if (!exact)
+        return block.text().mid(begin, end - begin);
+    const qsizetype length = block.length() - 1; // without the block's separator
+    const qsizetype from = begin == 0 ? 0 : begin + exact->leftOutUpTo(begin);
+    const qsizetype to = end == length ? exact->text.size() : end + exact->leftOutBefore(end);
+    return exact->text.mid(from, to - from);
 }
 
 }
@@ -177,7 +236,25 @@ bool LogText::event(QEvent *event)
     // Only once it is needed: finding and loading the font would delay the window's first picture.
     if (event->type() == QEvent::Polish)
         setFont(TypeScale::fixedWidth());
+    else if (event->type() == QEvent::ApplicationFontChange && testAttribute(Qt::WA_WState_Polished))
+        followFont();
     return QPlainTextEdit::event(event);
+}
+
+void LogText::changeEvent(QEvent *event)
+{
+    QPlainTextEdit::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::StyleChange)
+        repaintColours();
+}
+
+void LogText::followFont()
+{
+    const bool wasAtEnd = verticalScrollBar()->value() == verticalScrollBar()->maximum();
+    setFont(TypeScale::fixedWidth());
+    fitHeight();
+    if (wasAtEnd)
+        scrollToEnd();
 }
 
 void LogText::resizeEvent(QResizeEvent *event)
@@ -194,12 +271,11 @@ QMimeData *LogText::createMimeDataFromSelection() const
     for (QTextBlock block = document()->findBlock(cursor.selectionStart()); block.isValid();
          block = block.next()) {
         const qsizetype from = std::max(0, cursor.selectionStart() - block.position());
-        const QString text = exactText(block);
         if (block == last) {
-            exact += text.mid(from, cursor.selectionEnd() - block.position() - from);
+            exact += exactText(block, from, cursor.selectionEnd() - block.position());
             break;
         }
-        exact += text.mid(from);
+        exact += exactText(block, from, block.length() - 1);
         if (block.next().userState() != continuesLine)
             exact += u'\n';
     }
@@ -221,7 +297,7 @@ void LogText::appendLines(const QStringList &lines, qsizetype from, qsizetype en
         for (const Piece &piece : parts) {
             if (!added.isEmpty() || from > 0)
                 shown += u'\n';
-            shown += harmlessText(piece.exact);
+            shown += piece.look.shown;
             added.append(piece);
         }
     }
@@ -231,20 +307,63 @@ void LogText::appendLines(const QStringList &lines, qsizetype from, qsizetype en
     const int position = textCursor().position();
     QTextCursor tail(document());
     tail.movePosition(QTextCursor::End);
+    tail.beginEditBlock();
     tail.insertText(shown);
+    for (QTextBlock block = document()->findBlockByNumber(number); block.isValid(); block = block.next()) {
+        const Piece &piece = added.at(block.blockNumber() - number);
+        block.setUserState(piece.continues ? continuesLine : 0);
+        if (piece.look.shown != piece.exact || !piece.look.runs.isEmpty())
+            block.setUserData(new ExactText(piece));
+        if (!piece.look.runs.isEmpty())
+            paintColours(block);
+    }
+    tail.endEditBlock();
     // Appending text must not extend the player's selection.
     if (QTextCursor cursor = textCursor(); cursor.anchor() != anchor || cursor.position() != position) {
         cursor.setPosition(anchor);
         cursor.setPosition(position, QTextCursor::KeepAnchor);
         setTextCursor(cursor);
     }
+}
 
-    for (QTextBlock block = document()->findBlockByNumber(number); block.isValid(); block = block.next()) {
-        const Piece &piece = added.at(block.blockNumber() - number);
-        block.setUserState(piece.continues ? continuesLine : 0);
-        if (block.text() != piece.exact)
-            block.setUserData(new ExactText(piece.exact));
+void LogText::paintColours(const QTextBlock &block)
+{
+    QList<QTextLayout::FormatRange> ranges;
+    if (const auto *exact = static_cast<const ExactText *>(block.userData())) {
+        for (const ColourCodes::Text::Run &run : exact->runs) {
+            const int from = static_cast<int>(run.begin);
+            ranges.append({ from, static_cast<int>(run.end) - from, formatOf(run.colour) });
+        }
     }
+    block.layout()->setFormats(ranges);
+}
+
+const QTextCharFormat &LogText::formatOf(int colour)
+{
+    QTextCharFormat &format = m_formats[colour];
+    if (!format.hasProperty(QTextFormat::ForegroundBrush)) {
+        const Tokens &tokens = Tokens::of(*this);
+        // A well lies on the window, or on a failure.
+        const QList<QColor> grounds { Contrast::over(tokens.well, tokens.window),
+                                      Contrast::over(tokens.well,
+                                                     Contrast::over(tokens.failurePanel, tokens.window)) };
+        const bool isHigh = tokens.appearance.contrast == Appearance::Contrast::High;
+        const double ratio = isHigh ? highContrast : textContrast;
+        format.setForeground(Contrast::readable(ColourCodes::colour(colour), grounds, ratio));
+    }
+    return format;
+}
+
+void LogText::repaintColours()
+{
+    m_formats.clear();
+    QTextCursor all(document());
+    all.beginEditBlock();
+    for (QTextBlock block = document()->begin(); block.isValid(); block = block.next()) {
+        if (block.userData())
+            paintColours(block);
+    }
+    all.endEditBlock();
 }
 
 void LogText::dropLines(qsizetype count)

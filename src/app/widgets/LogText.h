@@ -1,11 +1,13 @@
 #pragma once
 
+#include <QHash>
 #include <QPlainTextEdit>
 #include <QStringList>
+#include <QTextCharFormat>
 
-/// Log lines that can be read, selected and copied. Harmful characters are shown as visible substitutes and
-/// very long lines are laid out in pieces; copying yields the exact text. Adds new lines without laying out
-/// the old ones again.
+/// Log lines that can be read, selected and copied. Harmful characters are shown as visible substitutes,
+/// codes for colours as colours, and very long lines are laid out in pieces; copying yields the exact text.
+/// Adds new lines without laying out the old ones again.
 class LogText final : public QPlainTextEdit {
     Q_OBJECT
 
@@ -30,6 +32,7 @@ public:
 
 protected:
     bool event(QEvent *event) override;
+    void changeEvent(QEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     QMimeData *createMimeDataFromSelection() const override;
 
@@ -37,9 +40,16 @@ private:
     void appendLines(const QStringList &lines, qsizetype from, qsizetype end);
     void dropLines(qsizetype count);
     void fitHeight();
+    void followFont();
+
+    void paintColours(const QTextBlock &block);
+    void repaintColours();
+    const QTextCharFormat &formatOf(int colour);
 
     QStringList m_shown;
     /// How many blocks of the document each shown line takes.
     QList<int> m_blockCounts;
+    /// The colours that were needed so far, readable on the ground of now.
+    QHash<int, QTextCharFormat> m_formats;
     int m_mostLines = 0;
 };
