@@ -26,6 +26,41 @@ struct Desktop {
     QColor accent = {};
 };
 
+/// The ones that pictures are taken of.
+inline QList<Desktop> desktops()
+{
+    using enum Appearance::Scheme;
+    constexpr auto high = Appearance::Contrast::High;
+    const QString oneAndAHalf = u"1.5"_s;
+    const QString two = u"2"_s;
+    return {
+        { .name = u"light"_s },
+        { .name = u"dark"_s, .scheme = Dark },
+        { .name = u"high-contrast-light"_s, .contrast = high },
+        { .name = u"high-contrast-dark"_s, .scheme = Dark, .contrast = high },
+        { .name = u"right-to-left"_s, .direction = Qt::RightToLeft },
+        { .name = u"font-16"_s, .text = 16 },
+        { .name = u"font-20"_s, .scheme = Dark, .text = 20 },
+        { .name = u"text-200"_s, .text = 26 },
+        { .name = u"text-200-narrow"_s, .scheme = Dark, .size = Stage::narrow, .text = 26 },
+        { .name = u"narrow"_s, .size = Stage::narrow },
+        { .name = u"wide"_s, .size = { 1920, 1080 } },
+        { .name = u"light-150"_s, .scale = oneAndAHalf },
+        { .name = u"dark-150"_s, .scheme = Dark, .scale = oneAndAHalf },
+        { .name = u"light-200"_s, .scale = two },
+        { .name = u"dark-200"_s, .scheme = Dark, .scale = two },
+    };
+}
+
+inline Desktop desktop(const QString &name)
+{
+    for (const Desktop &desktop : desktops()) {
+        if (desktop.name == name)
+            return desktop;
+    }
+    throw std::runtime_error("There is no desktop named " + name.toStdString());
+}
+
 inline LauncherStyle &style()
 {
     auto *style = qobject_cast<LauncherStyle *>(QApplication::style());
@@ -119,6 +154,25 @@ inline Shot shot(const QString &name)
             return shot;
     }
     throw std::runtime_error("There is no picture named " + name.toStdString());
+}
+
+/// What is stored, to notice when it looks different: the name of a shot and that of a desktop.
+inline QList<std::pair<QString, QString>> references()
+{
+    QList<std::pair<QString, QString>> all;
+    const auto add = [&all](const QString &desktop, const QStringList &shots) {
+        for (const QString &shot : shots)
+            all.append({ shot, desktop });
+    };
+    add(u"light"_s,
+        { u"not-downloaded"_s, u"downloading"_s, u"setting-up"_s, u"ready-wordy"_s, u"playing"_s,
+          u"needs-something"_s, u"failure-short"_s, u"failure-log"_s, u"log-full"_s, u"about"_s,
+          u"settings-fullscreen"_s, u"settings-notice"_s, u"settings-sizes"_s, u"remove"_s, u"quit"_s });
+    add(u"dark"_s, { u"downloading"_s, u"playing"_s, u"failure-long"_s, u"settings"_s });
+    add(u"high-contrast-light"_s, { u"failure-long"_s, u"settings"_s });
+    add(u"right-to-left"_s, { u"downloading"_s, u"playing"_s, u"settings"_s });
+    add(u"text-200-narrow"_s, { u"settings"_s });
+    return all;
 }
 
 /// The window as the player sees it, with what lies over it.

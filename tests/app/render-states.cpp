@@ -1,9 +1,12 @@
 // Draws everything that the launcher can show into PNG files, to be looked at.
 //
 //   render-states FOLDER [DESKTOP...]
+//   render-states --docs FOLDER
 
 #include "ContactSheet.h"
 #include "Gallery.h"
+#include "Likeness.h"
+#include "WindowFrame.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -15,58 +18,58 @@ namespace {
 
 constexpr auto scaleVariable = "QT_SCALE_FACTOR";
 
-QList<Gallery::Desktop> desktops()
+/// A picture in the documents.
+struct Illustration {
+    QString name;
+    QString shot;
+    QString desktop;
+};
+QList<Illustration> illustrations()
 {
-    using enum Appearance::Scheme;
-    constexpr auto high = Appearance::Contrast::High;
-    const QString oneAndAHalf = u"1.5"_s;
-    const QString two = u"2"_s;
     return {
-        { .name = u"light"_s },
-        { .name = u"dark"_s, .scheme = Dark },
-        { .name = u"high-contrast-light"_s, .contrast = high },
-        { .name = u"high-contrast-dark"_s, .scheme = Dark, .contrast = high },
-        { .name = u"right-to-left"_s, .direction = Qt::RightToLeft },
-        { .name = u"font-16"_s, .text = 16 },
-        { .name = u"font-20"_s, .scheme = Dark, .text = 20 },
-        { .name = u"text-200"_s, .text = 26 },
-        { .name = u"text-200-narrow"_s, .scheme = Dark, .size = Stage::narrow, .text = 26 },
-        { .name = u"narrow"_s, .size = Stage::narrow },
-        { .name = u"wide"_s, .size = { 1920, 1080 } },
-        { .name = u"light-150"_s, .scale = oneAndAHalf },
-        { .name = u"dark-150"_s, .scheme = Dark, .scale = oneAndAHalf },
-        { .name = u"light-200"_s, .scale = two },
-        { .name = u"dark-200"_s, .scheme = Dark, .scale = two },
+        { u"ready"_s, u"ready"_s, u"light-200"_s },
+        { u"not-downloaded"_s, u"not-downloaded"_s, u"light"_s },
+        { u"downloading"_s, u"downloading"_s, u"dark"_s },
+        { u"playing"_s, u"playing"_s, u"light"_s },
+        { u"failure-long"_s, u"failure-long"_s, u"light"_s },
+        { u"log-full"_s, u"log-full"_s, u"dark"_s },
+        { u"settings"_s, u"settings"_s, u"dark"_s },
+        { u"about"_s, u"about"_s, u"light"_s },
+        { u"remove"_s, u"remove"_s, u"light"_s },
+        { u"quit"_s, u"quit"_s, u"dark"_s },
+        { u"high-contrast"_s, u"ready"_s, u"high-contrast-dark"_s },
+        { u"large-text"_s, u"ready"_s, u"text-200"_s },
     };
 }
 
-void save(const QImage &picture, const QString &file)
+/// `quality` is Qt's: of a PNG file, it decides only how long the compression may take.
+void save(const QImage &picture, const QString &file, int quality)
 {
-    constexpr int fastest = 80; // the file is a little larger
-    if (!picture.save(file, nullptr, fastest))
+    if (!picture.save(file, nullptr, quality))
         qFatal("%s could not be written.", qPrintable(file));
 }
 
 /// Each state on `desktop`, as a file of its own in a folder and together on one sheet.
 void take(const QDir &folder, const Gallery::Desktop &desktop)
 {
+    constexpr int fastest = 80; // the files are a little larger
     QElapsedTimer timer;
     timer.start();
     folder.mkpath(desktop.name);
     QList<ContactSheet::Entry> entries;
     for (const Gallery::Shot &shot : Gallery::shots()) {
         const QImage picture = Gallery::picture(shot, desktop);
-        save(picture, folder.filePath(desktop.name + u'/' + shot.name + u".png"_s));
+        save(picture, folder.filePath(desktop.name + u'/' + shot.name + u".png"_s), fastest);
         entries.append({ shot.name, picture });
     }
     const qint64 shown = timer.elapsed();
-    save(ContactSheet::draw(desktop.name, entries), folder.filePath(desktop.name + u".png"_s));
+    save(ContactSheet::draw(desktop.name, entries), folder.filePath(desktop.name + u".png"_s), fastest);
     std::printf("%s %lld ms, sheet %lld ms\n", qPrintable(desktop.name), shown, timer.elapsed() - shown);
 }
 
 int takeAll(const QDir &folder, const QStringList &names)
 {
-    for (const Gallery::Desktop &desktop : desktops()) {
+    for (const Gallery::Desktop &desktop : Gallery::desktops()) {
         if (desktop.scale == qEnvironmentVariable(scaleVariable)
             && (names.isEmpty() || names.contains(desktop.name)))
             take(folder, desktop);
@@ -74,13 +77,42 @@ int takeAll(const QDir &folder, const QStringList &names)
     return 0;
 }
 
-/// Starts one process for each scale, as Qt reads the scale only once.
-int startAll(const QStringList &arguments)
+int illustrate(const QDir &folder)
 {
-    const QStringList names = arguments.mid(2);
+    constexpr int smallest = 0;
+    for (const auto &[name, shot, desktopName] : illustrations()) {
+        const Gallery::Desktop desktop = Gallery::desktop(desktopName);
+        if (desktop.scale != qEnvironmentVariable(scaleVariable))
+            continue;
+        const QImage content = Gallery::picture(Gallery::shot(shot), desktop);
+        const bool isDark = desktop.scheme == Appearance::Scheme::Dark;
+        save(WindowFrame::around(content, u"2D Platformer"_s, isDark), folder.filePath(name + u".png"_s),
+             smallest);
+    }
+    folder.mkpath(u"reference"_s);
+    for (const auto &[shot, desktopName] : Gallery::references()) {
+        const Gallery::Desktop desktop = Gallery::desktop(desktopName);
+        if (desktop.scale == qEnvironmentVariable(scaleVariable))
+            save(Likeness::summary(Gallery::picture(Gallery::shot(shot), desktop)),
+                 folder.filePath(u"reference/%1-%2.png"_s.arg(shot, desktopName)), smallest);
+    }
+    return 0;
+}
+
+QStringList desktopsOfIllustrations()
+{
+    QStringList names;
+    for (const Illustration &illustration : illustrations())
+        names << illustration.desktop;
+    return names;
+}
+
+/// Starts this program once for each scale of the named desktops, or of all: Qt reads the scale only once.
+int startAll(const QStringList &commandLine, const QStringList &names)
+{
     QStringList known;
     QStringList scales;
-    for (const Gallery::Desktop &desktop : desktops()) {
+    for (const Gallery::Desktop &desktop : Gallery::desktops()) {
         known << desktop.name;
         if ((names.isEmpty() || names.contains(desktop.name)) && !scales.contains(desktop.scale))
             scales << desktop.scale;
@@ -98,7 +130,7 @@ int startAll(const QStringList &arguments)
         auto environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QLatin1StringView(scaleVariable), scale);
         process.setProcessEnvironment(environment);
-        process.start(arguments.first(), arguments.mid(1));
+        process.start(commandLine.first(), commandLine.mid(1));
         if (!process.waitForFinished(-1) || process.exitCode() != 0)
             return 1;
     }
@@ -121,14 +153,18 @@ int main(int argc, char *argv[])
     qInstallMessageHandler(print);
     QApplication application(argc, argv);
     QStringList arguments = QCoreApplication::arguments();
-    if (arguments.size() < 2 || !QDir().mkpath(arguments.at(1))) {
+    const bool isForDocuments = arguments.value(1) == u"--docs"_s;
+    const QString folder = arguments.value(isForDocuments ? 2 : 1);
+    if (folder.isEmpty() || !QDir().mkpath(folder)) {
         std::fputs("render-states FOLDER [DESKTOP...]\n"
+                   "render-states --docs FOLDER\n"
                    "Draws everything that the launcher can show into PNG files.\n",
                    stderr);
         return 2;
     }
-    if (qEnvironmentVariableIsSet(scaleVariable))
-        return takeAll(QDir(arguments.at(1)), arguments.mid(2));
-    arguments.first() = QCoreApplication::applicationFilePath();
-    return startAll(arguments);
+    if (!qEnvironmentVariableIsSet(scaleVariable)) {
+        arguments.first() = QCoreApplication::applicationFilePath();
+        return startAll(arguments, isForDocuments ? desktopsOfIllustrations() : arguments.mid(2));
+    }
+    return isForDocuments ? illustrate(QDir(folder)) : takeAll(QDir(folder), arguments.mid(2));
 }
