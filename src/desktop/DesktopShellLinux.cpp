@@ -4,22 +4,8 @@
 #include "LauncherEntry.h"
 #include "MessageBus.h"
 #include "Notifier.h"
+#include "OwnThread.h"
 #include "SleepInhibitor.h"
-
-#include <QThread>
-
-namespace {
-
-/// A thread that has just connected to the bus may be the last owner.
-void destroyOnItsThread(QObject *object)
-{
-    if (object->thread() == QThread::currentThread())
-        delete object;
-    else
-        object->deleteLater();
-}
-
-}
 
 struct NativeDesktopShell::Parts {
     Parts(const QString &applicationId, const QString &title)

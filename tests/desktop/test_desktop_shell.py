@@ -4,7 +4,6 @@ refuse, that are silent, that end in between or that do not exist."""
 import os
 import shutil
 import signal
-import socket
 import subprocess
 import sys
 import tempfile
@@ -13,7 +12,7 @@ import unittest
 from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "support"))
-from desktop_services import Dock, Logind, Notifications, OwnBus, Portal, wait_for
+from desktop_services import Dock, Logind, Notifications, OwnBus, Portal, SilentBus, wait_for
 
 AT_ONCE = 500     # milliseconds that a call may take, on a busy machine
 SUSPEND = 4       # the portal's flag
@@ -21,20 +20,6 @@ WHY = "Downloading and setting up the game"
 BY_PORTAL = [(SUSPEND, WHY)]
 BY_LOGIND = [("sleep", "The Launcher", WHY, "block")]
 ENTRY = "application://org.example.Launcher.desktop"
-
-
-class SilentBus:
-    """Accepts connections as a bus would, and never answers."""
-
-    def __init__(self, folder):
-        self.socket = socket.socket(socket.AF_UNIX)
-        self.socket.bind(str(folder / "silent"))
-        self.socket.listen()
-        self.address = f"unix:path={folder}/silent"
-
-    def wait_for_caller(self):
-        self.socket.settimeout(60)
-        return self.socket.accept()[0]
 
 
 class DesktopShellCase(unittest.TestCase):

@@ -3,6 +3,7 @@ python-dbusmock, and the portal, for which it has no template."""
 
 import json
 import os
+import socket
 import subprocess
 import sys
 import time
@@ -77,6 +78,20 @@ class OwnBus(Bus):
         self.daemon.stdout.close()
 
 
+class SilentBus:
+    """Accepts connections as a bus would, and never answers."""
+
+    def __init__(self, folder):
+        self.socket = socket.socket(socket.AF_UNIX)
+        self.socket.bind(str(folder / "silent"))
+        self.socket.listen()
+        self.address = f"unix:path={folder}/silent"
+
+    def wait_for_caller(self):
+        self.socket.settimeout(60)
+        return self.socket.accept()[0]
+
+
 class Service:
     """A process that has a name on a bus, until `close`."""
 
@@ -136,6 +151,16 @@ class Portal(Service):
     def held(self):
         """For each inhibition: the flags and the reason."""
         return self.ask("org.example.Test", "Held")
+
+
+class SettingsPortal(Service):
+    def __init__(self, bus, *behaviour):
+        super().__init__(bus, "org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop",
+                         str(Path(__file__).with_name("settings_portal.py")), *behaviour)
+
+    def set(self, namespace, key, value):
+        """`value` is a GLib.Variant."""
+        self.ask("org.example.Test", "Set", GLib.Variant("(ssv)", (namespace, key, value)))
 
 
 class Dock:
