@@ -2,11 +2,12 @@
 
 #include "AppDelegate.h"
 #include "AppModel.h"
+#include "AppearanceFollower.h"
 #include "Background.h"
 #include "BringForward.h"
 #include "CodeHost.h"
-#include "DesktopPresence.h"
 #include "Desktop.h"
+#include "DesktopPresence.h"
 #include "DesktopShell.h"
 #include "LauncherStyle.h"
 #include "Leftovers.h"
@@ -21,12 +22,14 @@
 #include <QApplication>
 #include <QIcon>
 #include <QMessageBox>
+#include <QPalette>
 #include <QPixmap>
 #include <QThreadPool>
 
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 
 namespace {
 
@@ -49,16 +52,38 @@ public:
         qInstallMessageHandler(m_handlerBefore);
         // On macOS players expect the system's own controls.
         if (Desktop::current().system != Desktop::System::MacOS)
-            QApplication::setStyle(new LauncherStyle(Appearance()));
+            installStyle();
         QApplication::setApplicationName(QStringLiteral("vantor-platformer"));
         QGuiApplication::setDesktopFileName(QStringLiteral(APPLICATION_ID));
     }
 
+    /// Begins to follow how the player sets up the desktop. Not for a start that opens no window: it could
+    /// end only after the desktop has answered.
+    void followDesktop()
+    {
+        if (m_style)
+            m_appearance.emplace(*m_style, m_desktopPalette);
+    }
+
+    bool isWaitingForBus() const { return m_appearance && m_appearance->isWaitingForBus(); }
+
 private:
+    void installStyle()
+    {
+        m_desktopPalette = QApplication::palette();
+        m_style = new LauncherStyle(Appearance());
+        m_style->setAppearance(appearanceOf({}, m_desktopPalette, m_style->baseStyle()->standardPalette()));
+        QApplication::setStyle(m_style);
+    }
+
     int m_argumentCount = 1;
     char *m_arguments[2];
     QtMessageHandler m_handlerBefore;
     QApplication m_application;
+    /// Null where the system's own style stays. The application owns it.
+    LauncherStyle *m_style = nullptr;
+    QPalette m_desktopPalette;
+    std::optional<AppearanceFollower> m_appearance;
 };
 
 void setWindowIcon()
@@ -117,8 +142,9 @@ void say(const QString &sentence)
 }
 
 /// Creates the model and the window, and runs the event loop until the program quits.
-int showWindow(SingleInstance &instance)
+int showWindow(Application &application, SingleInstance &instance)
 {
+    application.followDesktop();
     Preferences preferences;
     DesktopWorkspace workspace;
     DesktopPasteboard pasteboard;
@@ -143,7 +169,7 @@ int showWindow(SingleInstance &instance)
     // would block the destructors below (a desktop that does not answer). The player waits for neither.
     const bool isBusy = model.isWorking() || model.runner.isRunning || jobsInBackground() > 0
         || QThreadPool::globalInstance()->activeThreadCount() > 0 || workspace.isWaitingForBus()
-        || shell.isWaitingForBus();
+        || shell.isWaitingForBus() || application.isWaitingForBus();
     if (isBusy)
         std::_Exit(status);
     return status;
@@ -158,7 +184,7 @@ int Launcher::run(char *program, const QUrl &codeHost)
     std::signal(SIGPIPE, SIG_IGN);
     // The same for writing beyond the file size limit.
     std::signal(SIGXFSZ, SIG_IGN);
-    const Application application(program);
+    Application application(program);
     SingleInstance instance(Paths::root());
     switch (instance.begin()) {
     case SingleInstance::Outcome::OtherCameForward:
@@ -180,5 +206,5 @@ int Launcher::run(char *program, const QUrl &codeHost)
         break;
     }
     CodeHost::setAddress(codeHost);
-    return showWindow(instance);
+    return showWindow(application, instance);
 }

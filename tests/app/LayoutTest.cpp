@@ -3,6 +3,7 @@
 #include "Stage.h"
 #include "Table.h"
 
+#include <QFocusFrame>
 #include <QScrollBar>
 
 namespace {
@@ -45,7 +46,8 @@ QString faults(const QWidget &top)
                 + nameOf(**std::max_element(parts.cbegin(), parts.cend(), narrower));
     }
     for (const QWidget *widget : widgets) {
-        if (!widget->isVisible())
+        // The focus ring lies over what is around its widget.
+        if (!widget->isVisible() || qobject_cast<const QFocusFrame *>(widget))
             continue;
         if (isCut(*widget))
             result << nameOf(*widget) + u" is cut"_s;
@@ -59,6 +61,7 @@ QString faults(const QWidget &top)
         for (const QWidget *sibling :
              parent->findChildren<QWidget *>(QString(), Qt::FindDirectChildrenOnly)) {
             if (sibling > widget && sibling->isVisible() && !sibling->isWindow()
+                && !qobject_cast<const QFocusFrame *>(sibling)
                 && sibling->geometry().intersects(widget->geometry()))
                 result << nameOf(*widget) + u" overlaps "_s + nameOf(*sibling);
         }

@@ -98,7 +98,9 @@ QSize buttonSize(const QStyleOptionButton &option, QSize contents, const QWidget
         contents.rwidth() += std::max(0, QFontMetrics(font).horizontalAdvance(option.text) - plain);
     }
     const int width = contents.width() + 2 * (Measures::buttonPadding + Measures::hairline);
-    return { std::max(Measures::buttonWidth, width), controlHeight(contents.height()) };
+    const int iconHeight = option.icon.isNull() ? 0 : option.iconSize.height();
+    return { std::max(Measures::buttonWidth, width),
+             controlHeight(std::max(option.fontMetrics.height(), iconHeight)) };
 }
 
 QSize menuItemSize(const QStyleOptionMenuItem &item, bool hasIcon, const QSize &contents)
@@ -199,8 +201,7 @@ void LauncherStyle::setAppearance(const Appearance &appearance)
     m_tokens = Tokens::of(appearance);
     if (QApplication::style() != this)
         return;
-    QApplication::setPalette(standardPalette());
-    QToolTip::setPalette(standardPalette());
+    installPalettes();
     // Colours that no palette has, and measures, may have changed as well.
     const auto widgets = QApplication::allWidgets();
     for (QWidget *widget : widgets)
@@ -231,8 +232,18 @@ void LauncherStyle::polish(QPalette &palette)
 void LauncherStyle::polish(QApplication *application)
 {
     QProxyStyle::polish(application);
-    QToolTip::setPalette(standardPalette());
+    installPalettes();
     m_focusRing = std::make_unique<FocusRing>();
+}
+
+void LauncherStyle::installPalettes() const
+{
+    QPalette palette = standardPalette();
+    QApplication::setPalette(palette);
+    QToolTip::setPalette(palette);
+    // The list of a choice fills its rows with the background of a menu, over the panel that we paint.
+    palette.setColor(QPalette::Window, Qt::transparent);
+    QApplication::setPalette(palette, "QMenu");
 }
 
 void LauncherStyle::unpolish(QApplication *application)
@@ -408,7 +419,8 @@ QSize LauncherStyle::sizeFromContents(ContentsType type, const QStyleOption *opt
         break;
     case CT_ComboBox:
         if (const auto *choice = as<QStyleOptionComboBox>(option); choice && !choice->editable)
-            return { contents.width() + 3 * choicePadding + arrowsWidth, controlHeight(contents.height()) };
+            return { contents.width() + 3 * choicePadding + arrowsWidth,
+                     controlHeight(choice->fontMetrics.height()) };
         break;
     case CT_MenuItem:
         if (const auto *item = as<QStyleOptionMenuItem>(option))

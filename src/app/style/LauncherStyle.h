@@ -63,6 +63,7 @@ Q_SIGNALS:
     void desktopPaletteChanged(const QPalette &palette);
 
 private:
+    void installPalettes() const;
     void drawButtonLabel(const QStyleOptionButton &option, QPainter &painter, const QWidget *widget) const;
     void drawProgressBar(const QStyleOptionProgressBar &option, QPainter &painter,
                          const QWidget *widget) const;

@@ -18,9 +18,16 @@ struct Ratios {
     double edge = 1.3;
 };
 
+constexpr Ratios normal { 4.5, 3, 1.3 };
+constexpr Ratios high { 7, 3, 3 };
+
 /// A little more than what has to hold, since blending in 8 bits rounds.
-constexpr Ratios normal { 4.6, 3.1, 1.33 };
-constexpr Ratios high { 7.1, 3.1, 3.1 };
+Ratios withReserve(const Ratios &ratios)
+{
+    constexpr double reserve = 0.1;
+    constexpr double edgeReserve = 0.03;
+    return { ratios.text + reserve, ratios.mark + reserve, ratios.edge + edgeReserve };
+}
 
 QColor translucent(QColor colour, double opacity)
 {
@@ -38,17 +45,26 @@ struct Filling {
 };
 Filling filling(const QColor &accent, const QList<QColor> &grounds, const Ratios &ratios)
 {
-    Filling result;
+    // In small steps: on a dark sheet there are few shades that carry white. What is filled is opaque, so
+    // that nothing is blended and hardly more than the ratios is needed.
+    constexpr int steps = 256;
+    constexpr double spare = 0.02;
     for (const QColor &text : { QColor(Qt::white), QColor(Qt::black) }) {
-        const QColor legible = Contrast::readable(accent, { text }, ratios.text);
-        const QColor distinct = Contrast::readable(legible, grounds, ratios.mark);
-        const bool isDistinct = distinct == legible;
-        if (isDistinct || Contrast::between(distinct, text) >= ratios.text)
-            return { isDistinct ? legible : distinct, text };
-        if (!result.fill.isValid())
-            result = { legible, text };
+        for (const QColor &end : { QColor(Qt::black), QColor(Qt::white) }) {
+            for (int step = 0; step < steps; ++step) {
+                const QColor shade = QColor(
+                    Contrast::over(translucent(end, static_cast<double>(step) / steps), accent).rgb());
+                if (Contrast::between(shade, text) < ratios.text + spare)
+                    continue;
+                const bool standsOut = std::all_of(grounds.begin(), grounds.end(), [&](const QColor &ground) {
+                    return Contrast::between(shade, ground) >= ratios.mark + spare;
+                });
+                if (standsOut)
+                    return { shade, text };
+            }
+        }
     }
-    return result;
+    return { Contrast::readable(accent, { Qt::white }, ratios.text + spare), Qt::white };
 }
 
 /// What light and dark have in common is worked out from these.
@@ -132,7 +148,8 @@ Scheme scheme(const Appearance &appearance)
 Tokens Tokens::of(const Appearance &appearance)
 {
     const Scheme base = scheme(appearance);
-    const Ratios ratios = appearance.contrast == Appearance::Contrast::High ? high : normal;
+    const Ratios least = appearance.contrast == Appearance::Contrast::High ? high : normal;
+    const Ratios ratios = withReserve(least);
     const QColor none(0, 0, 0, 0);
     constexpr double moreWhenHovered = 0.04;
     constexpr double moreWhenPressed = 0.08;
@@ -167,12 +184,12 @@ Tokens Tokens::of(const Appearance &appearance)
     tokens.disabled = translucent(tokens.ink, Measures::disabledOpacity);
 
     QList<QColor> behindFilling = plain;
-    QList<QColor> behindMarks = grounds;
-    for (const QColor &ground : plain) {
+    for (const QColor &ground : plain)
         behindFilling.append(Contrast::over(tokens.segmentTrack, ground));
-        behindMarks.append(Contrast::over(tokens.barTrack, ground));
-    }
-    const Filling filled = filling(base.accent, behindFilling, ratios);
+    QList<QColor> behindMarks = behindFilling;
+    // No sheet has a bar.
+    behindMarks.append(Contrast::over(tokens.barTrack, tokens.window));
+    const Filling filled = filling(base.accent, behindFilling, least);
     tokens.accent = filled.fill;
     tokens.onAccent = filled.text;
     const QColor away = filled.text == QColor(Qt::white) ? Qt::black : Qt::white;

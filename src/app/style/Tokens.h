@@ -30,7 +30,8 @@ struct Tokens {
     QColor accentHover;
     QColor accentPressed;
     QColor onAccent;
-    /// The accent colour for marks on the ground: the bar's filling, the focus ring.
+    /// The accent colour for marks on the ground: the bar's filling, on its track in the window, and the
+    /// focus ring.
     QColor mark;
 
     QColor control;
