@@ -200,6 +200,9 @@ inline void show(const Shot &shot, const Desktop &desktop, const std::function<v
     apply(desktop);
     Running stage;
     stage.window().resize(desktop.size);
+    // Only an active window shows its focus. The off-screen platform does not notice that this one was
+    // hidden, and thus would not make it active again.
+    QApplication::setActiveWindow(&stage.window());
     Stage::settle();
     shot.show(stage);
     look(stage);
