@@ -44,6 +44,7 @@ private Q_SLOTS:
 
     void theBoxGrowsWithItsLinesAndThenScrolls()
     {
+        set(model.info, Samples::game());
         fail(2);
         const int two = lines()->height();
         QCOMPARE(bar()->maximum(), 0);
@@ -51,10 +52,9 @@ private Q_SLOTS:
         QVERIFY(lines()->height() > two);
         QCOMPARE(bar()->maximum(), 0);
         fail(30);
-        QCOMPARE(bar()->pageStep(), 12);
-        const int line = lines()->fontMetrics().lineSpacing();
-        QVERIFY(lines()->height() < 14 * line + 16);
-        QVERIFY(lines()->height() > 12 * line + 15);
+        QVERIFY(bar()->maximum() > 0);
+        QVERIFY(isAtEnd());
+        QVERIFY(bar()->pageStep() >= 4);
     }
 
     void theBoxStaysWhereThePlayerScrolledIt()

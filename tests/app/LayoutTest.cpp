@@ -1,10 +1,18 @@
+#include "Banner.h"
+#include "FailureView.h"
+#include "HeaderView.h"
+#include "LogText.h"
+#include "LogView.h"
 #include "Look.h"
+#include "PlayArea.h"
 #include "ScrollColumn.h"
 #include "Stage.h"
 #include "Table.h"
 
-#include <QFocusFrame>
+#include <QScopeGuard>
 #include <QScrollBar>
+
+#include <cstdlib>
 
 namespace {
 
@@ -35,7 +43,10 @@ QString faults(const QWidget &top)
 {
     QStringList result;
     const auto *column = top.findChild<ScrollColumn *>();
-    const auto widgets = top.findChildren<QWidget *>();
+    QList<QWidget *> widgets = top.findChildren<QWidget *>();
+    // What is not seen overlaps nothing, and the focus ring has to.
+    widgets.removeIf(
+        [](const QWidget *widget) { return !widget->isVisible() || widget->inherits("QFocusFrame"); });
     if (column->widget()->width() > column->viewport()->width()) {
         const auto narrower = [](const QWidget *one, const QWidget *other) {
             return one->minimumSizeHint().width() < other->minimumSizeHint().width();
@@ -45,10 +56,7 @@ QString faults(const QWidget &top)
         result << u"the column is too wide, mostly for "_s
                 + nameOf(**std::max_element(parts.cbegin(), parts.cend(), narrower));
     }
-    for (const QWidget *widget : widgets) {
-        // The focus ring lies over what is around its widget.
-        if (!widget->isVisible() || qobject_cast<const QFocusFrame *>(widget))
-            continue;
+    for (const QWidget *widget : std::as_const(widgets)) {
         if (isCut(*widget))
             result << nameOf(*widget) + u" is cut"_s;
         const QWidget *parent = widget->parentWidget();
@@ -58,10 +66,8 @@ QString faults(const QWidget &top)
         const bool scrolls = parent->objectName() == "qt_scrollarea_viewport"_L1;
         if (!scrolls && !parent->rect().contains(widget->geometry()))
             result << nameOf(*widget) + u" reaches out of "_s + nameOf(*parent);
-        for (const QWidget *sibling :
-             parent->findChildren<QWidget *>(QString(), Qt::FindDirectChildrenOnly)) {
-            if (sibling > widget && sibling->isVisible() && !sibling->isWindow()
-                && !qobject_cast<const QFocusFrame *>(sibling)
+        for (const QWidget *sibling : std::as_const(widgets)) {
+            if (sibling > widget && sibling->parentWidget() == parent && !sibling->isWindow()
                 && sibling->geometry().intersects(widget->geometry()))
                 result << nameOf(*widget) + u" overlaps "_s + nameOf(*sibling);
         }
@@ -80,7 +86,7 @@ private Q_SLOTS:
         const auto row = table<Samples::Scene, QSize, double>("scene", "size", "points");
         for (const Samples::Scene &scene : Samples::scenes()) {
             for (const QSize &size : { narrow, usual, QSize(1920, 1080) }) {
-                for (const double points : { 8.0, 10.0, 16.0 })
+                for (const double points : { 8.0, 10.0, 16.0, 20.0 })
                     row(qPrintable(u"%1 %2 wide %3 pt"_s.arg(scene.name).arg(size.width()).arg(points)),
                         scene, size, points);
             }
@@ -95,6 +101,117 @@ private Q_SLOTS:
         const Look::Desktop desktop(Look::font(points));
         scene.set(model);
         QCOMPARE(faults(open(size)), QString());
+        verifyThatTheActionStandsInTheMiddle();
+        verifyThatTheFailureShowsFourLines();
+        const QRect column = place(visible<ScrollColumn>()->widget());
+        QCOMPARE(place(button(Button::about)).bottom() + padding, column.bottom());
+        QCOMPARE(place(visible<Banner>()).width() + 2 * padding, column.width());
+    }
+
+    void theUsualWindowShowsAllWithoutScrolling_data()
+    {
+        const auto row = table<Samples::Scene, int>("scene", "pixels");
+        for (const Samples::Scene &scene : Samples::scenes()) {
+            // Too much for any window of this size.
+            if (QStringList { u"everything"_s, u"ready-wordy"_s, u"failure-log"_s }.contains(scene.name))
+                continue;
+            for (const int pixels : { 11, 13 })
+                row(qPrintable(u"%1 %2 px"_s.arg(scene.name).arg(pixels)), scene, pixels);
+        }
+    }
+
+    void theUsualWindowShowsAllWithoutScrolling()
+    {
+        QFETCH(const Samples::Scene, scene);
+        QFETCH(const int, pixels);
+        QFont font = QApplication::font();
+        font.setPixelSize(pixels);
+        const Look::Desktop desktop(font);
+        scene.set(model);
+        open();
+        QCOMPARE(visible<ScrollColumn>()->verticalScrollBar()->maximum(), 0);
+    }
+
+    void aFailureTakesWhatIsLeftAndNoMoreThanItsLines()
+    {
+        model.info = Samples::game();
+        Samples::fail(model, Samples::earlyEnd, 30);
+        open();
+        const auto lines = [this] { return visible<LogText>(*visible<FailureView>()); };
+        QVERIFY(lines()->verticalScrollBar()->maximum() > 0);
+        const int few = lines()->height();
+        window().resize(600, 800);
+        settle();
+        QCOMPARE(lines()->height(), few + 80);
+        window().resize(600, 1600);
+        settle();
+        QCOMPARE(lines()->verticalScrollBar()->maximum(), 0);
+        const int all = lines()->height();
+        window().resize(600, 1700);
+        settle();
+        QCOMPARE(lines()->height(), all);
+        verifyThatTheActionStandsInTheMiddle();
+        // Back in the usual window its end is shown again.
+        window().resize(usual);
+        settle();
+        const auto *bar = lines()->verticalScrollBar();
+        QCOMPARE(bar->value(), bar->maximum());
+    }
+
+    void theFocusIsInViewHoweverLargeTheText()
+    {
+        const Look::Desktop desktop(Look::font(20));
+        model.info = Samples::game();
+        Samples::fail(model, Samples::earlyEnd, 30);
+        model.log.lines = Samples::lines(200);
+        model.showLog = true;
+        open(narrow);
+        for (const Qt::Key key : { Qt::Key_Tab, Qt::Key_Backtab }) {
+            for (int step = 0; step < 8; ++step) {
+                const QWidget *focused = QApplication::focusWidget();
+                constexpr int ring = 5;
+                const QRect ringed = place(focused).adjusted(-ring, -ring, ring, ring);
+                QVERIFY2(window().rect().contains(ringed), qPrintable(nameOf(*focused)));
+                press(key);
+            }
+        }
+        window().resize(560, 660);
+        button(Button::about)->setFocus();
+        window().resize(narrow);
+        settle();
+        QVERIFY(isInView(button(Button::about)));
+    }
+
+    void nothingMovesUnderThePointer()
+    {
+        open(narrow);
+        window().setMinimumSize(0, 0);
+        // The foot is half in view.
+        const auto *about = button(Button::about);
+        window().resize(560, 300);
+        settle();
+        auto *bar = visible<ScrollColumn>()->verticalScrollBar();
+        bar->setValue(bar->maximum() - padding - about->height() / 2);
+        const int value = bar->value();
+        QVERIFY(!isInView(about));
+        const QPoint upperEdge = place(about).topLeft() + QPoint(20, 2);
+        QTest::mousePress(window().windowHandle(), Qt::LeftButton, {}, upperEdge);
+        QCOMPARE(QApplication::focusWidget(), about);
+        QCOMPARE(bar->value(), value);
+        QTest::mouseMove(window().windowHandle(), QPoint(1, 1));
+        QTest::mouseRelease(window().windowHandle(), Qt::LeftButton, {}, QPoint(1, 1));
+    }
+
+    void aDesktopThatReadsFromTheRightMirrorsTheColumn()
+    {
+        QApplication::setLayoutDirection(Qt::RightToLeft);
+        const auto restore = qScopeGuard([] { QApplication::setLayoutDirection(Qt::LeftToRight); });
+        fail(3);
+        QVERIFY(place(button(Button::showLog)).left() > place(button(Button::about)).left());
+        QVERIFY(place(button(Button::copy)).left() > window().width() / 2);
+        const QRect title = place(label(window().windowTitle()));
+        QCOMPARE(title.right(), window().width() - padding - 1);
+        QCOMPARE(faults(window()), QString());
     }
 
     void nothingIsCutInTheSheets_data()
@@ -157,6 +274,41 @@ private Q_SLOTS:
         text.display(Samples::wordyGame().blurb);
         QVERIFY(text.heightForWidth(4000) >= 3 * text.minimumSizeHint().height());
         QCOMPARE(text.heightForWidth(4000), text.heightForWidth(2000));
+    }
+
+private:
+    static constexpr int padding = 20;
+    static constexpr int blockSpacing = 16;
+
+    /// Between the facts and what comes next below it.
+    void verifyThatTheActionStandsInTheMiddle()
+    {
+        QRect action;
+        const auto parts = visible<PlayArea>()->findChildren<QWidget *>();
+        for (const QWidget *part : parts) {
+            if (part->isVisible())
+                action |= place(part);
+        }
+        int next = place(button(model.showLog ? Button::hideLog : Button::showLog)).top();
+        if (model.showLog)
+            next = place(visible<LogView>()).top();
+        if (model.notice->has_value())
+            next = place(label(*model.notice.get())).top();
+        if (model.failureMessage->has_value())
+            next = place(visible<FailureView>()).top();
+        const int above = action.top() - place(visible<HeaderView>()).bottom() - 1;
+        const int below = next - action.bottom() - 1;
+        QCOMPARE_GE(above, blockSpacing);
+        QCOMPARE_LE(std::abs(above - below), 1);
+    }
+
+    void verifyThatTheFailureShowsFourLines()
+    {
+        if (model.failureLines->isEmpty())
+            return;
+        const auto *lines = visible<LogText>(*visible<FailureView>());
+        QCOMPARE_GE(lines->verticalScrollBar()->pageStep(),
+                    std::min<qsizetype>(4, model.failureLines->size()));
     }
 };
 

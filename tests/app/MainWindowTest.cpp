@@ -6,11 +6,38 @@
 #include "ProgressBlock.h"
 #include "Stage.h"
 #include "StateFace.h"
+#include "Table.h"
 
+#include <QAbstractAnimation>
+#include <QGraphicsEffect>
 #include <QProgressBar>
+#include <QProxyStyle>
 #include <QScreen>
 
 static const QString title = u"2D Platformer"_s;
+
+namespace {
+
+/// A desktop whose animations take so long.
+class Motion final : public QProxyStyle {
+public:
+    explicit Motion(int milliseconds)
+        : m_milliseconds(milliseconds)
+    {
+    }
+
+    int styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,
+                  QStyleHintReturn *data) const override
+    {
+        return hint == SH_Widget_Animation_Duration ? m_milliseconds
+                                                    : QProxyStyle::styleHint(hint, option, widget, data);
+    }
+
+private:
+    const int m_milliseconds;
+};
+
+}
 
 class MainWindowTest final : public QObject, private Stage {
     Q_OBJECT
@@ -183,6 +210,51 @@ private Q_SLOTS:
             show(state);
             QCOMPARE(places(), before);
         }
+    }
+
+    void playAndStopTakeEachOthersPlace()
+    {
+        show(AppState::ready());
+        const QPoint play = place(visible<PlayButton>()).center();
+        for (const AppState &state : { AppState::starting(), AppState::playing() }) {
+            show(state);
+            QVERIFY((place(button(Button::stop)).center() - play).manhattanLength() <= 1);
+        }
+    }
+
+    void theNextActionFadesInAndCanBePressedAtOnce_data()
+    {
+        const auto row = table<int>("milliseconds");
+        row("with motion", 160);
+        row("without", 0);
+    }
+
+    void theNextActionFadesInAndCanBePressedAtOnce()
+    {
+        QFETCH(const int, milliseconds);
+        Motion motion(milliseconds);
+        auto *area = visible<PlayArea>();
+        area->setStyle(&motion);
+        show(AppState::ready());
+        model.state = AppState::playing();
+        QTRY_VERIFY(hasButton(Button::stop));
+        QCOMPARE(area->graphicsEffect() != nullptr, milliseconds > 0);
+        const QImage fading = area->grab().toImage();
+        QTRY_VERIFY(!area->graphicsEffect());
+        QCOMPARE(area->grab().toImage() != fading, milliseconds > 0);
+
+        model.state = AppState::ready();
+        QTRY_VERIFY(hasButton(Button::play));
+        QCOMPARE(area->graphicsEffect() != nullptr, milliseconds > 0);
+        const QPoint play = place(visible<PlayButton>()).center();
+        QTest::mousePress(window().windowHandle(), Qt::LeftButton, {}, play);
+        QVERIFY(visible<PlayButton>()->isDown());
+        // Released beside it, so that it is not pressed after all.
+        QTest::mouseRelease(window().windowHandle(), Qt::LeftButton, {}, QPoint(1, 1));
+        // Nothing goes on afterwards.
+        QTRY_VERIFY(!area->graphicsEffect());
+        QVERIFY(area->findChildren<QAbstractAnimation *>().isEmpty());
+        QCOMPARE(place(visible<PlayButton>()).center(), play);
     }
 
     void markupInTheGamesTextsIsShownAsItIs()

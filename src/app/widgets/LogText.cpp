@@ -221,12 +221,17 @@ LogText *LogText::withSelection(const QWidget &window)
     return found;
 }
 
-void LogText::growUpTo(int lines)
+void LogText::limitHeight(int least, int most)
 {
-    m_mostLines = lines;
-    // Spare height in a tall window must not stretch the box.
-    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    m_leastLines = least;
+    m_mostLines = most;
     fitHeight();
+}
+
+QSize LogText::sizeHint() const
+{
+    const QSize usual = QPlainTextEdit::sizeHint();
+    return m_mostLines > 0 ? QSize(usual.width(), minimumHeight()) : usual;
 }
 
 QSize LogText::minimumSizeHint() const { return { 1, fontMetrics().lineSpacing() }; }
@@ -259,8 +264,11 @@ void LogText::followFont()
 
 void LogText::resizeEvent(QResizeEvent *event)
 {
+    const bool wasAtEnd = verticalScrollBar()->value() == verticalScrollBar()->maximum();
     QPlainTextEdit::resizeEvent(event);
     fitHeight();
+    if (wasAtEnd)
+        scrollToEnd();
 }
 
 QMimeData *LogText::createMimeDataFromSelection() const
@@ -386,6 +394,7 @@ void LogText::fitHeight()
     const QTextBlock first = document()->begin();
     const double lineHeight = document()->documentLayout()->blockBoundingRect(first).height()
         / std::max(1, first.layout()->lineCount());
+    const double least = m_leastLines * lineHeight;
     const double most = m_mostLines * lineHeight;
     double wanted = 0;
     // Blocks beyond the maximum height are not laid out.
@@ -393,7 +402,7 @@ void LogText::fitHeight()
         wanted += document()->documentLayout()->blockBoundingRect(block).height();
     // QPlainTextEdit treats a line that ends on its last pixel as one that does not fit.
     constexpr int spare = 2;
-    const int height = static_cast<int>(std::ceil(std::min(wanted, most))) + spare + 2 * padding;
-    if (height != this->height())
-        setFixedHeight(height);
+    const auto height = [](double text) { return static_cast<int>(std::ceil(text)) + spare + 2 * padding; };
+    setMinimumHeight(height(std::min(wanted, least)));
+    setMaximumHeight(height(std::min(wanted, most)));
 }

@@ -25,9 +25,11 @@ public:
     /// The visible text in `window` that has a selection, preferably the one with the focus; otherwise null.
     static LogText *withSelection(const QWidget &window);
 
-    /// Makes the box as high as its text, up to `lines` lines. Without this call the layout decides.
-    void growUpTo(int lines);
+    /// Keeps the layout from making the box higher than its text or than `most` lines, or lower than `least`
+    /// lines of its text. Without this call the layout is free.
+    void limitHeight(int least, int most);
 
+    QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
 
 protected:
@@ -51,5 +53,6 @@ private:
     QList<int> m_blockCounts;
     /// The colours that were needed so far, readable on the ground of now.
     QHash<int, QTextCharFormat> m_formats;
+    int m_leastLines = 0;
     int m_mostLines = 0;
 };

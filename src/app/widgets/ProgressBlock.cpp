@@ -40,7 +40,6 @@ ProgressBlock::ProgressBlock(QWidget *parent)
     column->addWidget(m_bar);
     column->addWidget(m_detail);
     column->addWidget(cancel, 0, Qt::AlignHCenter);
-    column->addStretch();
 }
 
 void ProgressBlock::display(const QString &step, std::optional<double> fraction, const QString &detail)

@@ -124,6 +124,8 @@ double TextLabel::layOut(int width) const
 
     // QLabel's own layout never breaks a word, and clips one that is wider than the window.
     QTextOption option((visibleAlignment() & Qt::AlignHorizontal_Mask) | Qt::AlignAbsolute);
+    // By the text's own direction, not by the desktop's.
+    option.setTextDirection(Qt::LayoutDirectionAuto);
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     m_layout.setFont(m_font);
     m_layout.setText(QString(text()).replace(u'\n', QChar::LineSeparator));

@@ -5,6 +5,7 @@
 #include "FailureView.h"
 #include "HeaderView.h"
 #include "LogView.h"
+#include "Measures.h"
 #include "PlayArea.h"
 #include "PlayButton.h"
 #include "ReportDialog.h"
@@ -19,9 +20,11 @@
 
 namespace {
 
-constexpr int padding = 20;
-constexpr int spacing = 16;
 constexpr QSize idealSize(600, 720);
+
+/// The spare height goes to the failure until it shows all of its lines. What is left surrounds the action.
+constexpr int failureStretch = 1000;
+constexpr int actionStretch = 1;
 
 }
 
@@ -29,7 +32,7 @@ ContentView::ContentView(AppModel &model, Preferences &preferences, QWidget *par
     : QWidget(parent)
     , m_model(model)
     , m_preferences(preferences)
-    , m_column(new ScrollColumn(padding, spacing))
+    , m_column(new ScrollColumn(Measures::padding, Measures::blockSpacing))
     , m_failure(new FailureView(model))
     , m_notice(new TextLabel(TextStyle::Callout, Ink::Secondary))
     , m_log(new LogView(model.log))
@@ -37,12 +40,11 @@ ContentView::ContentView(AppModel &model, Preferences &preferences, QWidget *par
 {
     QVBoxLayout *column = m_column->column();
     column->addWidget(new HeaderView(model));
-    column->addWidget(new PlayArea(model));
-    column->addWidget(m_failure);
+    column->addWidget(new PlayArea(model), actionStretch);
+    // From here on everything stands on the foot of the window, whatever comes and goes above it.
+    column->addWidget(m_failure, failureStretch);
     column->addWidget(m_notice);
     column->addWidget(m_log);
-    // The buttons stay at the foot of the window, whatever comes and goes above them.
-    column->addStretch();
     column->addWidget(makeButtonRow());
 
     auto *layout = new QVBoxLayout(this);
@@ -104,6 +106,7 @@ QWidget *ContentView::makeButtonRow()
     auto *row = new QWidget;
     auto *buttons = new QHBoxLayout(row);
     buttons->setContentsMargins(0, 0, 0, 0);
+    buttons->setSpacing(Measures::neighbourSpacing);
     buttons->addStretch();
     for (QPushButton *button : { m_logButton, settings, about }) {
         button->setAutoDefault(true);
@@ -137,5 +140,5 @@ void ContentView::refresh()
 void ContentView::reveal(QWidget *view)
 {
     // Deferred until the column has laid it out.
-    QTimer::singleShot(0, view, [this, view] { m_column->ensureWidgetVisible(view, 0, padding); });
+    QTimer::singleShot(0, view, [this, view] { m_column->reveal(*view); });
 }

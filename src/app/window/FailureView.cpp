@@ -3,10 +3,12 @@
 #include "Announcement.h"
 #include "AppModel.h"
 #include "LogText.h"
+#include "Measures.h"
 #include "Panel.h"
 #include "TextButton.h"
 #include "TextLabel.h"
 
+#include <QEvent>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -15,9 +17,10 @@
 namespace {
 
 constexpr int panelPadding = 12;
-constexpr int panelSpacing = 8;
-/// The box scrolls beyond this: a failure's thirty lines would push the rest out of the window.
-constexpr int mostLines = 12;
+/// The box scrolls where the window has no room for all lines, but never shows fewer than these.
+constexpr int leastLines = 4;
+/// More than a failure has, unless they are so long that they wrap.
+constexpr int mostLines = 40;
 
 }
 
@@ -30,7 +33,7 @@ FailureView::FailureView(AppModel &model, QWidget *parent)
     , m_refresh(this, [this] { refresh(); })
 {
     m_lines->setAccessibleName(QStringLiteral("Last lines of the log"));
-    m_lines->growUpTo(mostLines);
+    m_lines->limitHeight(leastLines, mostLines);
     auto *inBox = new QVBoxLayout(m_box);
     inBox->setContentsMargins(0, 0, 0, 0);
     inBox->addWidget(m_lines);
@@ -43,9 +46,9 @@ FailureView::FailureView(AppModel &model, QWidget *parent)
     auto *panel = new Panel(Panel::Kind::Failure);
     auto *column = new QVBoxLayout(panel);
     column->setContentsMargins(panelPadding, panelPadding, panelPadding, panelPadding);
-    column->setSpacing(panelSpacing);
+    column->setSpacing(Measures::neighbourSpacing);
     column->addWidget(m_message);
-    column->addWidget(m_box);
+    column->addWidget(m_box, 1);
     column->addWidget(copy, 0, Qt::AlignLeft);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -53,6 +56,22 @@ FailureView::FailureView(AppModel &model, QWidget *parent)
 
     m_refresh.watch(m_model);
     refresh();
+}
+
+bool FailureView::event(QEvent *event)
+{
+    const bool handled = QWidget::event(event);
+    // The width, a text, or the size of the desktop's font has changed.
+    if (isVisible() && (event->type() == QEvent::Resize || event->type() == QEvent::LayoutRequest))
+        limitHeight();
+    return handled;
+}
+
+/// The layout is told the least height that is needed, and by this also the greatest.
+void FailureView::limitHeight()
+{
+    const int hiddenLines = m_box->isHidden() ? 0 : m_lines->maximumHeight() - m_lines->minimumHeight();
+    setMaximumHeight(layout()->totalHeightForWidth(width()) + hiddenLines);
 }
 
 void FailureView::refresh()

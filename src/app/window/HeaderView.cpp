@@ -2,9 +2,19 @@
 
 #include "AppModel.h"
 #include "Banner.h"
+#include "Measures.h"
 #include "TextLabel.h"
 
 #include <QVBoxLayout>
+
+namespace {
+
+/// Narrower than between the window's blocks, since the facts belong to the title and the title to the
+/// picture.
+constexpr int partSpacing = 12;
+constexpr int titleSpacing = 4;
+
+}
 
 HeaderView::HeaderView(AppModel &model, QWidget *parent)
     : QWidget(parent)
@@ -20,10 +30,11 @@ HeaderView::HeaderView(AppModel &model, QWidget *parent)
 
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(8);
+    column->setSpacing(0);
     column->addWidget(new Banner);
-    column->addSpacing(4);
+    column->addSpacing(partSpacing);
     column->addWidget(title);
+    column->addSpacing(titleSpacing);
     column->addWidget(m_facts);
     column->addWidget(m_introduction);
 
@@ -40,14 +51,14 @@ QWidget *HeaderView::makeFacts()
 
     auto *block = new QWidget;
     m_controls = new QVBoxLayout(block);
-    m_controls->setContentsMargins(0, 8, 0, 0);
-    m_controls->setSpacing(2);
+    m_controls->setContentsMargins(0, partSpacing - Measures::lineSpacing, 0, 0);
+    m_controls->setSpacing(Measures::lineSpacing);
     m_controls->addWidget(heading);
 
     auto *facts = new QWidget;
     auto *column = new QVBoxLayout(facts);
     column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(2);
+    column->setSpacing(Measures::lineSpacing);
     column->addWidget(m_blurb);
     column->addWidget(m_licence);
     column->addWidget(block);

@@ -1,7 +1,9 @@
 #include "PlayArea.h"
 
 #include "AppModel.h"
+#include "CrossFade.h"
 #include "HeldKey.h"
+#include "Measures.h"
 #include "PlayButton.h"
 #include "ProgressBlock.h"
 #include "StateDot.h"
@@ -9,12 +11,16 @@
 #include "TextLabel.h"
 
 #include <QHBoxLayout>
-#include <QStackedWidget>
 #include <QVBoxLayout>
+
+#include <utility>
 
 namespace {
 
-int page(StateFace::Action action) { return static_cast<int>(action); }
+/// Between the state and a button, and between Play and its hint.
+constexpr int spacing = 10;
+/// Between the state and texts.
+constexpr int textSpacing = 6;
 
 }
 
@@ -22,20 +28,24 @@ PlayArea::PlayArea(AppModel &model, QWidget *parent)
     : QWidget(parent)
     , m_model(model)
     , m_needs(new TextLabel(TextStyle::Body, Ink::Failure))
-    , m_action(new QStackedWidget)
     , m_refresh(this, [this] { refresh(); })
 {
     m_needs->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
-    m_action->insertWidget(page(StateFace::Action::Play), makePlayPage());
-    m_action->insertWidget(page(StateFace::Action::Progress), makeProgressPage());
-    m_action->insertWidget(page(StateFace::Action::Stop), makeStopPage());
 
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(10);
+    column->setSpacing(textSpacing);
+    column->addStretch();
     column->addWidget(makeStatusLine());
     column->addWidget(m_needs);
-    column->addWidget(m_action);
+    m_pages = { { StateFace::Action::Play, makePlayPage() },
+                { StateFace::Action::Progress, makeProgressPage() },
+                { StateFace::Action::Stop, makeStopPage() } };
+    for (QWidget *page : std::as_const(m_pages)) {
+        page->hide();
+        column->addWidget(page);
+    }
+    column->addStretch();
 
     new HeldKey(this);
     m_refresh.watch(m_model);
@@ -50,7 +60,7 @@ QWidget *PlayArea::makeStatusLine()
     auto *line = new QWidget;
     auto *row = new QHBoxLayout(line);
     row->setContentsMargins(0, 0, 0, 0);
-    row->setSpacing(8);
+    row->setSpacing(Measures::neighbourSpacing);
     row->addStretch();
     row->addWidget(m_dot, 0, Qt::AlignVCenter);
     row->addWidget(m_label, 0, Qt::AlignVCenter);
@@ -69,11 +79,10 @@ QWidget *PlayArea::makePlayPage()
 
     auto *widget = new QWidget;
     auto *column = new QVBoxLayout(widget);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(8);
+    column->setContentsMargins(0, spacing - textSpacing, 0, 0);
+    column->setSpacing(spacing);
     column->addWidget(play, 0, Qt::AlignHCenter);
     column->addWidget(m_hint);
-    column->addStretch();
     return widget;
 }
 
@@ -95,15 +104,22 @@ QWidget *PlayArea::makeStopPage()
 
     auto *widget = new QWidget;
     auto *column = new QVBoxLayout(widget);
-    column->setContentsMargins(0, 0, 0, 0);
+    column->setContentsMargins(0, spacing - textSpacing, 0, 0);
     column->addWidget(button, 0, Qt::AlignHCenter);
-    column->addStretch();
     return widget;
 }
 
 void PlayArea::refresh()
 {
     const StateFace face = stateFace(m_model.state, m_model.failureMessage->has_value());
+    if (!m_page || m_page == m_pages.value(face.action))
+        display(face);
+    else
+        CrossFade::during(*this, [&] { display(face); });
+}
+
+void PlayArea::display(const StateFace &face)
+{
     m_dot->display(face.dot);
     m_label->display(face.label);
     m_needs->display(face.needsText);
@@ -129,17 +145,20 @@ void PlayArea::follow(const QString &step)
 
 void PlayArea::show(StateFace::Action action)
 {
-    QWidget *before = m_action->currentWidget();
-    QWidget *after = m_action->widget(page(action));
+    QWidget *before = std::exchange(m_page, m_pages.value(action));
+    if (m_page == before)
+        return;
     const QWidget *focused = window()->focusWidget();
-    if (after != before && focused && before->isAncestorOf(focused)) {
-        // Move the focus directly. If the old button is hidden first, some other button gets the focus for a
-        // moment and a screen reader announces it.
-        after->setGeometry(before->geometry());
-        after->show();
-        after->findChild<QPushButton *>()->setFocus();
-    }
-    m_action->setCurrentWidget(after);
+    const bool hadFocus = focused && before && before->isAncestorOf(focused);
+    if (before)
+        m_page->setGeometry(before->geometry());
+    m_page->show();
+    // Move the focus directly. If the old button is hidden first, some other button gets the focus for a
+    // moment and a screen reader announces it.
+    if (hadFocus)
+        m_page->findChild<QPushButton *>()->setFocus();
+    if (before)
+        before->hide();
 }
 
 void PlayArea::stop()

@@ -4,18 +4,17 @@
 #include "RemainingTime.h"
 #include "StateFace.h"
 
+#include <QHash>
 #include <QWidget>
 
 class AppModel;
 class PlayButton;
 class ProgressBlock;
-class QStackedWidget;
 class StateDot;
 class TextLabel;
 
-/// The launcher's state and the one action that goes with it: Play, progress with Cancel, or Stop. Keeps the
-/// height of the tallest of the three, so that nothing below it moves when the state changes. The model
-/// outlives it.
+/// The launcher's state and the one action that goes with it: Play, progress with Cancel, or Stop. Stands in
+/// the middle of its place, which can be of any size. The model outlives it.
 class PlayArea final : public QWidget {
     Q_OBJECT
 
@@ -28,6 +27,7 @@ private:
     QWidget *makeProgressPage();
     QWidget *makeStopPage();
     void refresh();
+    void display(const StateFace &face);
     void show(StateFace::Action action);
     void follow(const QString &step);
     void stop();
@@ -36,7 +36,8 @@ private:
     StateDot *m_dot = nullptr;
     TextLabel *m_label = nullptr;
     TextLabel *m_needs = nullptr;
-    QStackedWidget *m_action = nullptr;
+    QHash<StateFace::Action, QWidget *> m_pages;
+    QWidget *m_page = nullptr;
     TextLabel *m_hint = nullptr;
     ProgressBlock *m_progress = nullptr;
     /// The step that was last announced; empty while none runs.

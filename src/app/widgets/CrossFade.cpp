@@ -1,0 +1,53 @@
+#include "CrossFade.h"
+
+#include "Measures.h"
+
+#include <QPainter>
+#include <QStyle>
+#include <QVariantAnimation>
+#include <QWidget>
+
+#include <algorithm>
+
+void CrossFade::during(QWidget &widget, const std::function<void()> &change)
+{
+    const int wanted = widget.style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, &widget);
+    const int duration = std::min(wanted, Measures::longestMotion);
+    if (!widget.isVisible() || duration <= 0) {
+        change();
+        return;
+    }
+
+    auto *fade = new CrossFade(widget.grab());
+    change();
+    widget.setGraphicsEffect(fade);
+
+    auto *animation = new QVariantAnimation(fade);
+    animation->setStartValue(1.0);
+    animation->setEndValue(0.0);
+    animation->setDuration(duration);
+    connect(animation, &QVariantAnimation::valueChanged, fade, [fade](const QVariant &opacity) {
+        fade->m_opacity = opacity.toDouble();
+        fade->update();
+    });
+    // Deferred: this deletes the animation too.
+    connect(
+        animation, &QVariantAnimation::finished, fade, [&widget] { widget.setGraphicsEffect(nullptr); },
+        Qt::QueuedConnection);
+    animation->start();
+}
+
+CrossFade::CrossFade(const QPixmap &before)
+    : m_before(before)
+{
+}
+
+void CrossFade::draw(QPainter *painter)
+{
+    QPoint corner;
+    // Qt crashes if the painter goes on after it has drawn the widget itself.
+    const QPixmap now = sourcePixmap(Qt::LogicalCoordinates, &corner);
+    painter->drawPixmap(corner, now);
+    painter->setOpacity(m_opacity);
+    painter->drawPixmap(0, 0, m_before);
+}
