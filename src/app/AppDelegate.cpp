@@ -3,7 +3,6 @@
 #include "AppModel.h"
 #include "BringForward.h"
 #include "Question.h"
-#include "TextButton.h"
 
 #include <QApplication>
 #include <QDialog>
@@ -54,8 +53,7 @@ bool AppDelegate::eventFilter(QObject *watched, QEvent *event)
 
 void AppDelegate::requestQuit()
 {
-    const bool isAsking = m_question && m_question->isVisible();
-    if (m_isQuitting || isAsking)
+    if (m_isQuitting || isAsking())
         return;
     if (m_model && m_model->runner.isRunning)
         ask();
@@ -73,27 +71,25 @@ void AppDelegate::quitAtOnce()
     quit();
 }
 
-QMessageBox *AppDelegate::makeQuitQuestion()
+Question *AppDelegate::makeQuitQuestion()
 {
-    // Behind an open sheet the question could not be answered.
+    // Behind an open dialog the question could not be answered.
     QWidget *owner = QApplication::activeModalWidget();
     if (!owner)
         owner = m_window;
-    QMessageBox *question = makeQuestion(owner, QStringLiteral("The game is still running"),
-                                         QStringLiteral("Quitting will close the game too. Quit anyway?"));
-    m_quitAnswer = new TextButton(QStringLiteral("Quit"));
-    auto *keep = new TextButton(QStringLiteral("Keep Playing"));
-    question->addButton(m_quitAnswer, QMessageBox::AcceptRole);
-    question->addButton(keep, QMessageBox::RejectRole);
-    question->setDefaultButton(m_quitAnswer);
-    question->setEscapeButton(keep);
-    return question;
+    return new Question({ .title = QStringLiteral("The game is still running"),
+                          .message = QStringLiteral("Quitting will close the game too. Quit anyway?"),
+                          .accepting = QStringLiteral("Quit"),
+                          .rejecting = QStringLiteral("Keep Playing") },
+                        Question::Default::Accept, owner);
 }
+
+bool AppDelegate::isAsking() const { return m_question && !m_question->isHidden(); }
 
 void AppDelegate::ask()
 {
     m_question = makeQuitQuestion();
-    connect(m_quitAnswer, &QPushButton::clicked, this, [this] {
+    connect(m_question, &QDialog::accepted, this, [this] {
         m_model->stopForQuit();
         quit();
     });
@@ -103,8 +99,8 @@ void AppDelegate::ask()
 
 void AppDelegate::answerIfGameEnded()
 {
-    if (m_question && m_question->isVisible() && !m_model->runner.isRunning)
-        m_quitAnswer->click();
+    if (isAsking() && !m_model->runner.isRunning)
+        m_question->accept();
 }
 
 void AppDelegate::answerSession(QSessionManager &manager)
@@ -117,7 +113,7 @@ void AppDelegate::answerSession(QSessionManager &manager)
     m_question->setAttribute(Qt::WA_DeleteOnClose, false);
     bringForward(*m_window);
     m_question->exec(); // gate: allowed, because the session waits inside this call
-    const bool quits = m_question && m_question->clickedButton() == m_quitAnswer;
+    const bool quits = m_question && m_question->result() == QDialog::Accepted;
     delete m_question;
     manager.release();
     if (m_isQuitting)
@@ -135,10 +131,10 @@ void AppDelegate::quit()
     m_isQuitting = true;
     Q_EMIT quitting();
     if (m_window) {
+        m_window->hide();
         const auto dialogs = m_window->findChildren<QDialog *>();
         for (QDialog *dialog : dialogs)
             dialog->hide();
-        m_window->hide();
     }
     if (!m_model) {
         exit();

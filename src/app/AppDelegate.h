@@ -9,10 +9,9 @@
 #include <functional>
 
 class AppModel;
-class QMessageBox;
-class QPushButton;
 class QSessionManager;
 class QWidget;
+class Question;
 
 /// Quits the program when its window is closed, and asks first while the game is running. Every way to quit
 /// comes through here: the window's close button, the shortcuts, the desktop's own Quit and the end of the
@@ -45,7 +44,8 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    QMessageBox *makeQuitQuestion();
+    Question *makeQuitQuestion();
+    bool isAsking() const;
     void ask();
     void answerIfGameEnded();
     void answerSession(QSessionManager &manager);
@@ -58,8 +58,7 @@ private:
     /// Null until the window is first shown.
     AppModel *m_model = nullptr;
     QPointer<QWidget> m_window;
-    QPointer<QMessageBox> m_question;
-    QPushButton *m_quitAnswer = nullptr;
+    QPointer<Question> m_question;
     RefreshOnce m_refresh;
     bool m_isQuitting = false;
     bool m_hasQuit = false;

@@ -43,11 +43,14 @@ private Q_SLOTS:
         close();
         close();
         delegate.requestQuit();
-        QCOMPARE(window().findChildren<QMessageBox *>().size(), 1);
-        QCOMPARE(question()->text(), u"The game is still running"_s);
-        QCOMPARE(question()->windowTitle(), question()->text());
-        QCOMPARE(question()->informativeText(), u"Quitting will close the game too. Quit anyway?"_s);
-        QCOMPARE(question()->defaultButton()->text(), Button::quit);
+        QCOMPARE(window().findChildren<Question *>().size(), 1);
+        QCOMPARE(front(), question());
+        QCOMPARE(texts(),
+                 QStringList({ u"The game is still running"_s,
+                               u"Quitting will close the game too. Quit anyway?"_s }));
+        QCOMPARE(question()->accessibleName(), texts().first());
+        QCOMPARE(window().focusWidget(), button(Button::quit));
+        QVERIFY(qobject_cast<QPushButton *>(button(Button::quit))->isDefault());
         QVERIFY(hasButton(Button::keepPlaying));
         QVERIFY(window().isVisible());
         QCOMPARE(ended, 0);
@@ -96,7 +99,7 @@ private Q_SLOTS:
         close();
         QVERIFY(asks());
         delegate.quitAtOnce();
-        QVERIFY(window().findChildren<QMessageBox *>().isEmpty());
+        QVERIFY(window().findChildren<Question *>().isEmpty());
         QVERIFY(!window().isVisible());
         QTRY_COMPARE(ended, 1);
         QTRY_VERIFY(!gameRuns());
@@ -122,7 +125,8 @@ private Q_SLOTS:
         close();
         QVERIFY(!window().isMinimized());
         QVERIFY(asks());
-        QTRY_VERIFY(question()->isActiveWindow());
+        QTRY_COMPARE(QGuiApplication::focusWindow(), window().windowHandle());
+        QCOMPARE(front(), question());
     }
 
     void theQuestionLiesOverAnOpenSheet()
@@ -130,8 +134,8 @@ private Q_SLOTS:
         play();
         auto *sheet = openSettings();
         close();
-        QCOMPARE(question()->parentWidget(), sheet);
-        QCOMPARE(QApplication::activeModalWidget(), question());
+        QCOMPARE(front(), question());
+        QCOMPARE(Sheet::below(*question()), sheet);
         click(Button::keepPlaying);
         QVERIFY(sheet->isVisible());
         QCOMPARE(ended, 0);

@@ -146,8 +146,8 @@ private Q_SLOTS:
             for (const QString &name : buttons)
                 click(name);
             QCOMPARE(front() == &window(), buttons.isEmpty());
-            front()->activateWindow();
-            QVERIFY(QTest::qWaitForWindowActive(front()));
+            window().activateWindow();
+            QVERIFY(QTest::qWaitForWindowActive(&window()));
             press(key, Qt::ControlModifier);
             QVERIFY(!window().isVisible());
         }

@@ -7,6 +7,7 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QTimer>
 
@@ -238,18 +239,15 @@ private Q_SLOTS:
         QCOMPARE(logged.stage.player.home.read(file) == "older", !replaces);
     }
 
-    void itCanBeSavedWhileASheetIsOpen()
+    void aSheetThatIsOpenComesFirst()
     {
         Logged logged;
-        auto *sheet = logged.stage.openSettings();
+        logged.stage.openSettings();
         choose(logged.stage);
-        QCOMPARE(QApplication::activeModalWidget(), dialog(logged.stage));
-        save(logged.stage, logged.stage.player.home.filePath(u"mine.txt"_s));
-        const QString sentence = u"The report was saved as “mine.txt”."_s;
-        QTRY_VERIFY(Stage::texts(*sheet).contains(sentence));
         QVERIFY(!logged.stage.shows<QFileDialog>());
         logged.stage.click(Button::done);
-        QVERIFY(!logged.stage.shows<Sheet>());
+        choose(logged.stage);
+        QVERIFY(logged.stage.shows<QFileDialog>());
     }
 
     void theLauncherCanBeQuitWhileTheDialogIsOpen_data()
@@ -298,6 +296,7 @@ private Q_SLOTS:
         choose(running);
         running.close();
         QCOMPARE(running.question()->parentWidget(), dialog(running));
+        QCOMPARE(QApplication::activeModalWidget(), running.question());
         running.click(Button::keepPlaying);
         QVERIFY(running.shows<QFileDialog>());
         QCOMPARE(running.ended, 0);

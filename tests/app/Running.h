@@ -1,9 +1,8 @@
 #pragma once
 
 #include "AppDelegate.h"
+#include "Question.h"
 #include "Stage.h"
-
-#include <QMessageBox>
 
 /// A window that is always quit through the delegate.
 class Running : public Stage {
@@ -38,8 +37,8 @@ public:
         settle();
     }
 
-    bool asks() { return shows<QMessageBox>(); }
-    QMessageBox *question() { return visible<QMessageBox>(); }
+    bool asks() { return shows<Question>(); }
+    Question *question() { return visible<Question>(); }
     bool gameRuns() const { return model.runner.isRunning; }
 
     int ended = 0;

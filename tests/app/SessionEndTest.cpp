@@ -96,7 +96,7 @@ private Q_SLOTS:
         answerWith(Button::keepPlaying);
         session.appCommitData();
         QCOMPARE(session.cancelled, 1);
-        QVERIFY(window().findChildren<QMessageBox *>().isEmpty());
+        QVERIFY(window().findChildren<Question *>().isEmpty());
     }
 
     void aLauncherThatQuitsIsNotAskedAgain()

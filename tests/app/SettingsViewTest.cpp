@@ -1,10 +1,11 @@
 #include "FileSizeText.h"
 #include "ProgressBlock.h"
+#include "Question.h"
 #include "Stage.h"
 #include "Table.h"
 
 #include <QComboBox>
-#include <QMessageBox>
+#include <QPushButton>
 
 namespace {
 
@@ -164,14 +165,13 @@ private Q_SLOTS:
     void theRemovalAsksAndShowsTheSizeWhenItIsKnown()
     {
         const auto *question = askToRemove();
-        QCOMPARE(question->windowTitle(), u"Remove the game and the engine?"_s);
-        QCOMPARE(question->text(), question->windowTitle());
-        QCOMPARE(question->informativeText(),
-                 u"This deletes the downloaded game and engine. Save files are kept."_s);
-        QCOMPARE(question->windowModality(), Qt::WindowModal);
+        QCOMPARE(front(), question);
+        QCOMPARE(texts(),
+                 QStringList({ u"Remove the game and the engine?"_s,
+                               u"This deletes the downloaded game and engine. Save files are kept."_s }));
+        QCOMPARE(question->accessibleName(), texts().first());
         QTRY_VERIFY(hasButton(removeForGood(0)));
         auto *remove = button(removeForGood(0));
-        QCOMPARE(question->buttonRole(remove), QMessageBox::DestructiveRole);
         QVERIFY(hasButton(Button::cancel));
 
         set(model.freeableBytes, 187'300'000);
@@ -186,9 +186,9 @@ private Q_SLOTS:
         for (const auto &answer :
              { clicking(Button::cancel), pressing(Qt::Key_Escape), pressing(Qt::Key_Return) }) {
             click(Button::removeEverything);
-            QVERIFY(shows<QMessageBox>());
+            QVERIFY(shows<Question>());
             answer();
-            QVERIFY(!shows<QMessageBox>());
+            QVERIFY(!shows<Question>());
             QVERIFY(shows<SettingsView>());
             QVERIFY(QDir(Paths::gameFolder()).exists());
             QVERIFY(!model.notice->has_value());
@@ -203,7 +203,7 @@ private Q_SLOTS:
         settle();
         click(removeForGood(model.freeableBytes));
         QVERIFY(!QDir(Paths::root()).exists());
-        QVERIFY(!shows<QMessageBox>());
+        QVERIFY(!shows<Question>());
         QVERIFY(!shows<SettingsView>());
         QVERIFY(model.notice->has_value());
     }
@@ -254,11 +254,11 @@ private Q_SLOTS:
 private:
     QComboBox *sizes() { return visible<QComboBox>(); }
 
-    QMessageBox *askToRemove()
+    Question *askToRemove()
     {
         openSettings();
         click(Button::removeEverything);
-        return visible<QMessageBox>();
+        return visible<Question>();
     }
 
     Preferences &stored = player.preferences;

@@ -4,6 +4,7 @@
 #include "SegmentedChoice.h"
 #include "Stage.h"
 #include "Table.h"
+#include "Tokens.h"
 
 #include <QComboBox>
 
@@ -13,6 +14,8 @@
 namespace {
 
 constexpr int padding = 20;
+/// How far the hairline around a sheet reaches into it.
+constexpr int edge = 1;
 
 /// The parts of a row, from left to right.
 using Row = QList<QRect>;
@@ -23,9 +26,9 @@ QRect boundsOf(const Row &row) { return std::accumulate(row.begin(), row.end(), 
 Row dividers(QWidget &sheet)
 {
     const QImage picture = Pixels::of(sheet, sheet);
-    const QColor ground = sheet.palette().color(QPalette::Window);
+    const QColor ground = Tokens::of(sheet).sheet;
     Row found;
-    for (int y = 0; y < picture.height(); ++y) {
+    for (int y = edge; y < picture.height() - edge; ++y) {
         const QColor first = picture.pixelColor(padding, y);
         const QRect line(padding, y, picture.width() - 2 * padding, 1);
         const auto isFirst = [&first](const QColor &pixel) { return pixel == first; };
@@ -114,9 +117,10 @@ private Q_SLOTS:
         }
         // Nor does anything else reach into the padding.
         const QImage picture = Pixels::of(*sheet, *sheet);
-        const QColor ground = sheet->palette().color(QPalette::Window);
-        for (const int left : { 0, picture.width() - padding + 1 }) {
-            const QRect side(left, 0, padding - 1, picture.height());
+        const QColor ground = Tokens::of(*sheet).sheet;
+        const QRect inside = picture.rect().adjusted(edge, padding, -edge, -padding);
+        for (const int left : { inside.left(), picture.width() - padding + 1 }) {
+            const QRect side = inside & QRect(left, 0, padding - 1 - edge, picture.height());
             const auto isOther = [&ground](const QColor &pixel) { return pixel != ground; };
             QCOMPARE(Pixels::find(picture, side, isOther).count, 0);
         }

@@ -69,7 +69,7 @@ public:
         : model(player.startModel())
     {
         if (!qobject_cast<LauncherStyle *>(QApplication::style()))
-            QApplication::setStyle(new LauncherStyle(Appearance()));
+            QApplication::setStyle(new LauncherStyle({ .motion = Appearance::Motion::Reduced }));
     }
 
     ~Stage()
@@ -144,11 +144,13 @@ public:
         }
     }
 
-    /// What the player can use now: the topmost dialog, or else the window.
+    /// What the player can use now: the dialog or the sheet on top, or else the window.
     QWidget *front()
     {
-        QWidget *dialog = QApplication::activeModalWidget();
-        return dialog ? dialog : &window();
+        if (QWidget *dialog = QApplication::activeModalWidget())
+            return dialog;
+        QWidget *sheet = Sheet::topOf(window());
+        return sheet ? sheet : &window();
     }
 
     /// The button with this text that the player can use now.
@@ -173,7 +175,7 @@ public:
     /// Presses a key where the desktop would deliver it.
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {})
     {
-        QTest::keyClick(front()->windowHandle(), key, modifiers);
+        QTest::keyClick(front()->window()->windowHandle(), key, modifiers);
         settle();
     }
 

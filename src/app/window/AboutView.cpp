@@ -14,7 +14,7 @@ constexpr int spacing = 10;
 }
 
 AboutView::AboutView(AppModel &model, QWidget *parent)
-    : Sheet(model, QStringLiteral("About"), spacing, parent)
+    : Sheet(QStringLiteral("About"), spacing, parent)
     , m_model(model)
     , m_credit(new TextLabel(TextStyle::Body))
     , m_refresh(this, [this] { refresh(); })
@@ -49,6 +49,7 @@ AboutView::AboutView(AppModel &model, QWidget *parent)
         QStringLiteral("Nothing is sent anywhere except the downloads from %1.")
             .arg(CodeHost::address().host()));
     addDoneRow();
+    showNoticesOf(model);
 
     m_refresh.watch(m_model);
     refresh();

@@ -5,6 +5,7 @@
 #include "CoveredWindow.h"
 #include "Desktop.h"
 #include "LogText.h"
+#include "Sheet.h"
 
 #include <QAction>
 #include <QDialog>
@@ -36,15 +37,23 @@ MainWindow::MainWindow(AppModel &model, Preferences &preferences)
     m_quit = makeAction(QStringLiteral("Quit"),
                         { QKeySequence(QKeySequence::Quit), QKeySequence(Qt::CTRL | Qt::Key_Q) });
     m_copy = makeAction(QStringLiteral("Copy"), QKeySequence::keyBindings(QKeySequence::Copy));
-    connect(m_about, &QAction::triggered, m_content, &ContentView::showAbout);
-    connect(m_settings, &QAction::triggered, m_content, &ContentView::showSettings);
-    connect(m_saveReport, &QAction::triggered, m_content, &ContentView::saveReport);
+    const auto connectUncovered = [this](const QAction *action, void (ContentView::*verb)()) {
+        connect(action, &QAction::triggered, this, [this, verb] {
+            if (!Sheet::topOf(*this))
+                (m_content->*verb)();
+        });
+    };
+    connectUncovered(m_about, &ContentView::showAbout);
+    connectUncovered(m_settings, &ContentView::showSettings);
+    connectUncovered(m_saveReport, &ContentView::saveReport);
     connect(m_close, &QAction::triggered, this, &QWidget::close);
     connect(m_quit, &QAction::triggered, this, &QWidget::close);
     connect(m_copy, &QAction::triggered, this, [this, &model] {
-        if (LogText *text = LogText::withSelection(*this))
+        const Sheet *sheet = Sheet::topOf(*this);
+        const QWidget &front = sheet ? static_cast<const QWidget &>(*sheet) : *this;
+        if (LogText *text = LogText::withSelection(front))
             text->copy();
-        else if (model.failureMessage->has_value())
+        else if (!sheet && model.failureMessage->has_value())
             model.copyFailure();
     });
 

@@ -15,8 +15,8 @@ class MainWindow final : public QMainWindow {
 public:
     MainWindow(AppModel &model, Preferences &preferences);
 
-    /// Makes the Close and Quit shortcuts work in `dialog` too, which does not inherit them from its window.
-    /// `dialog` must have a parent.
+    /// Makes the Close and Quit shortcuts work in `dialog`, a window of its own, too. `dialog` must have a
+    /// parent.
     static void addWaysOut(QDialog &dialog);
 
 private:

@@ -1,24 +1,30 @@
 #include "Question.h"
 
-#include "MainWindow.h"
-#include "TypeScale.h"
+#include "SteadyButton.h"
+#include "TextLabel.h"
 
-#include <QLabel>
+#include <QVBoxLayout>
 
-QMessageBox *makeQuestion(QWidget *parent, const QString &title, const QString &message)
+namespace {
+
+constexpr int spacing = 10;
+
+}
+
+Question::Question(const Texts &texts, Default byDefault, QWidget *parent)
+    : Sheet(texts.title, spacing, parent)
+    , m_accepting(new SteadyButton(texts.accepting))
+    , m_rejecting(new SteadyButton(texts.rejecting))
 {
-    auto *question = new QMessageBox(parent);
-    question->setAttribute(Qt::WA_DeleteOnClose);
-    question->setWindowModality(Qt::WindowModal);
-    question->setIcon(QMessageBox::Warning);
-    question->setWindowTitle(title);
-    question->setText(title);
-    question->setInformativeText(message);
-    const auto labels = question->findChildren<QLabel *>();
-    for (QLabel *label : labels) {
-        if (label->text() == title)
-            label->setFont(TypeScale::font(TextStyle::Headline));
-    }
-    MainWindow::addWaysOut(*question);
-    return question;
+    setAccessibleDescription(texts.message);
+    auto *title = new TextLabel(TextStyle::Title2);
+    title->display(texts.title);
+    column()->addWidget(title);
+    auto *message = new TextLabel(TextStyle::Body);
+    message->display(texts.message);
+    column()->addWidget(message);
+
+    connect(m_accepting, &QPushButton::clicked, this, &QDialog::accept);
+    connect(m_rejecting, &QPushButton::clicked, this, &QDialog::reject);
+    addLastRow({ m_accepting, m_rejecting }, byDefault == Default::Accept ? m_accepting : m_rejecting);
 }

@@ -1,7 +1,28 @@
 #pragma once
 
-#include <QMessageBox>
+#include "Sheet.h"
 
-/// Makes a window-modal question over `parent`'s window that repeats `title` in its text. The caller adds the
-/// buttons and opens it. `parent` owns it; it deletes itself once answered.
-QMessageBox *makeQuestion(QWidget *parent, const QString &title, const QString &message);
+/// A sheet that asks one question with two answers. The first answer accepts it; the second one rejects it,
+/// as Escape does. Closes before it tells the answer.
+class Question final : public Sheet {
+    Q_OBJECT
+
+public:
+    struct Texts {
+        QString title;
+        QString message;
+        QString accepting;
+        QString rejecting;
+    };
+    enum class Default { Accept, Reject };
+
+    /// Return gives the answer `byDefault`.
+    Question(const Texts &texts, Default byDefault, QWidget *parent);
+
+    QPushButton *accepting() const { return m_accepting; }
+    QPushButton *rejecting() const { return m_rejecting; }
+
+private:
+    QPushButton *m_accepting = nullptr;
+    QPushButton *m_rejecting = nullptr;
+};

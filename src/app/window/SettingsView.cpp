@@ -25,6 +25,13 @@ constexpr int fullscreenEntry = 1;
 /// Keeps the combo box at its usual width, however long a stored size is.
 constexpr int charactersOfSize = 14;
 
+/// Between a choice's label and the choice.
+constexpr int labelGap = 12;
+constexpr int labelWidth = 92;
+
+/// The launcher's style draws such a button so that nobody takes it for a harmless one.
+void markAsDestructive(QPushButton &button) { button.setProperty("destructive", true); }
+
 /// A combo box that ignores the mouse wheel, which scrolls the sheet instead.
 class CalmChoice final : public QComboBox {
 protected:
@@ -34,7 +41,7 @@ protected:
 }
 
 SettingsView::SettingsView(AppModel &model, Preferences &preferences, QWidget *parent)
-    : Sheet(model, QStringLiteral("Settings"), spacing, parent)
+    : Sheet(QStringLiteral("Settings"), spacing, parent)
     , m_model(model)
     , m_preferences(preferences)
     , m_refresh(this, [this] { refresh(); })
@@ -46,6 +53,7 @@ SettingsView::SettingsView(AppModel &model, Preferences &preferences, QWidget *p
     addDivider();
     addMaintenance();
     addDoneRow();
+    showNoticesOf(model);
 
     m_refresh.watch(m_model);
     m_refresh.watch(m_model.runner);
@@ -81,7 +89,8 @@ void SettingsView::addWindowChoices()
     m_sizeLabel = sizeLabel;
 
     m_choices = new QGridLayout;
-    m_choices->setHorizontalSpacing(spacing);
+    m_choices->setHorizontalSpacing(labelGap);
+    m_choices->setColumnMinimumWidth(0, labelWidth);
     m_choices->setVerticalSpacing(spacing);
     m_choices->setColumnStretch(1, 1);
     placeWindowChoices(true);
@@ -111,9 +120,10 @@ void SettingsView::placeWindowChoices(bool sideBySide)
 void SettingsView::arrange(int width)
 {
     Sheet::arrange(width);
-    const int labels = std::max(m_windowLabel->sizeHint().width(), m_sizeLabel->sizeHint().width());
+    const int labels
+        = std::max({ labelWidth, m_windowLabel->sizeHint().width(), m_sizeLabel->sizeHint().width() });
     const int choices = std::max(m_window->minimumSizeHint().width(), m_size->minimumSizeHint().width());
-    const bool fits = labels + spacing + choices <= width;
+    const bool fits = labels + labelGap + choices <= width;
     if (fits != m_isSideBySide)
         placeWindowChoices(fits);
 }
@@ -158,6 +168,7 @@ void SettingsView::addMaintenance()
     addButtons({ reveal, saves });
 
     m_remove = new TextButton(QStringLiteral("Remove everything\u2026"));
+    markAsDestructive(*m_remove);
     connect(m_remove, &QPushButton::clicked, this, &SettingsView::confirmRemove);
     addButtons({ m_remove });
 }
@@ -172,16 +183,14 @@ void SettingsView::closeAnd(void (AppModel::*verb)())
 void SettingsView::confirmRemove()
 {
     m_model.computeFreeableSize();
-    m_question
-        = makeQuestion(this, QStringLiteral("Remove the game and the engine?"),
-                       QStringLiteral("This deletes the downloaded game and engine. Save files are kept."));
-    m_removeForGood = new TextButton;
-    auto *cancel = new TextButton(QStringLiteral("Cancel"));
-    m_question->addButton(m_removeForGood, QMessageBox::DestructiveRole);
-    m_question->addButton(cancel, QMessageBox::RejectRole);
-    m_question->setDefaultButton(cancel);
-    m_question->setEscapeButton(cancel);
-    connect(m_removeForGood, &QPushButton::clicked, this, [this] {
+    m_question = new Question(
+        { .title = QStringLiteral("Remove the game and the engine?"),
+          .message = QStringLiteral("This deletes the downloaded game and engine. Save files are kept."),
+          .accepting = QString(),
+          .rejecting = QStringLiteral("Cancel") },
+        Question::Default::Reject, this);
+    markAsDestructive(*m_question->accepting());
+    connect(m_question, &QDialog::accepted, this, [this] {
         m_model.removeEverything();
         accept();
     });
@@ -195,9 +204,9 @@ void SettingsView::refresh()
     m_update->setEnabled(face.canReplace);
     m_reinstall->setEnabled(face.canReplace);
     m_remove->setEnabled(face.canRemove);
-    if (m_removeForGood) {
-        m_removeForGood->setText(
-            QStringLiteral("Remove (frees %1)").arg(fileSizeText(m_model.freeableBytes)));
-        m_removeForGood->setEnabled(face.canRemove);
+    if (m_question) {
+        QPushButton *remove = m_question->accepting();
+        remove->setText(QStringLiteral("Remove (frees %1)").arg(fileSizeText(m_model.freeableBytes)));
+        remove->setEnabled(face.canRemove);
     }
 }

@@ -11,8 +11,8 @@ class SegmentedChoice;
 class QComboBox;
 class QGridLayout;
 class QLabel;
-class QMessageBox;
 class QPushButton;
+class Question;
 
 /// The sheet with the game's window settings and the maintenance of the downloads. A preference is stored as
 /// soon as it is chosen. The model and the preferences outlive it.
@@ -45,7 +45,6 @@ private:
     QPushButton *m_update = nullptr;
     QPushButton *m_reinstall = nullptr;
     QPushButton *m_remove = nullptr;
-    QPointer<QMessageBox> m_question;
-    QPointer<QPushButton> m_removeForGood;
+    QPointer<Question> m_question;
     RefreshOnce m_refresh;
 };
