@@ -1,6 +1,5 @@
 #include "AppearanceFollower.h"
 #include "LauncherStyle.h"
-#include "Look.h"
 #include "Table.h"
 
 #include <QSignalSpy>
@@ -13,6 +12,10 @@ using Scheme = Appearance::Scheme;
 const QColor violet(120, 0, 140);
 const QColor orange(255, 128, 0);
 constexpr DesktopSettings::Colour violetShares { 120 / 255.0, 0, 140 / 255.0 };
+
+/// What a desktop's theme may bring.
+QPalette light() { return QPalette(QColor(0xe8, 0xe8, 0xe8), QColor(0xef, 0xef, 0xef)); }
+QPalette dark() { return QPalette(QColor(0x3a, 0x3b, 0x3f), QColor(0x2a, 0x2b, 0x2e)); }
 
 /// A desktop's palette with this accent colour.
 QPalette with(const QColor &accent, QPalette palette)
@@ -30,20 +33,18 @@ private Q_SLOTS:
     void theSettingsCountBeforeThePalette_data()
     {
         const auto row = table<DesktopSettings, QPalette, Appearance>("settings", "desktop", "expected");
-        row("a desktop that tells nothing", {}, Look::light(), {});
-        row("a dark palette", {}, Look::dark(), { .scheme = Scheme::Dark });
-        row("the palette's accent colour", {}, with(orange, Look::light()), { .accent = orange });
-        row("dark in the settings", { .scheme = DesktopSettings::Scheme::Dark }, Look::light(),
+        row("a desktop that tells nothing", {}, light(), {});
+        row("a dark palette", {}, dark(), { .scheme = Scheme::Dark });
+        row("the palette's accent colour", {}, with(orange, light()), { .accent = orange });
+        row("dark in the settings", { .scheme = DesktopSettings::Scheme::Dark }, light(),
             { .scheme = Scheme::Dark });
-        row("light in the settings", { .scheme = DesktopSettings::Scheme::Light }, Look::dark(), {});
-        row("an accent colour in both", { .accent = violetShares }, with(orange, Look::light()),
+        row("light in the settings", { .scheme = DesktopSettings::Scheme::Light }, dark(), {});
+        row("an accent colour in both", { .accent = violetShares }, with(orange, light()),
             { .accent = violet });
-        row("high contrast", { .highContrast = true }, Look::light(),
-            { .contrast = Appearance::Contrast::High });
-        row("normal contrast", { .highContrast = false }, Look::light(), {});
-        row("reduced motion", { .reducedMotion = true }, Look::light(),
-            { .motion = Appearance::Motion::Reduced });
-        row("full motion", { .reducedMotion = false }, Look::light(), {});
+        row("high contrast", { .highContrast = true }, light(), { .contrast = Appearance::Contrast::High });
+        row("normal contrast", { .highContrast = false }, light(), {});
+        row("reduced motion", { .reducedMotion = true }, light(), { .motion = Appearance::Motion::Reduced });
+        row("full motion", { .reducedMotion = false }, light(), {});
     }
 
     void theSettingsCountBeforeThePalette()
@@ -51,7 +52,7 @@ private Q_SLOTS:
         QFETCH(const DesktopSettings, settings);
         QFETCH(const QPalette, desktop);
         QFETCH(const Appearance, expected);
-        const Appearance appearance = appearanceOf(settings, desktop, Look::light());
+        const Appearance appearance = appearanceOf(settings, desktop, light());
         QCOMPARE(appearance.scheme, expected.scheme);
         QCOMPARE(appearance.contrast, expected.contrast);
         QCOMPARE(appearance.motion, expected.motion);
@@ -61,10 +62,10 @@ private Q_SLOTS:
 
     void anotherPaletteOfTheDesktopIsFollowed()
     {
-        LauncherStyle style { {} };
-        const AppearanceFollower follower(style, Look::dark());
+        LauncherStyle style(Appearance {});
+        const AppearanceFollower follower(style, dark());
         QCOMPARE(style.tokens().appearance.scheme, Scheme::Dark);
-        QPalette palette = with(orange, Look::light());
+        QPalette palette = with(orange, light());
         style.polish(palette); // as Qt does with the palette of the desktop's theme
         QCOMPARE(palette.color(QPalette::Window), style.standardPalette().color(QPalette::Window));
         QTRY_COMPARE(style.tokens().appearance.scheme, Scheme::Light);

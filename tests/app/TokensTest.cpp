@@ -108,6 +108,7 @@ private Q_SLOTS:
                 return Contrast::between(painted(edge, painted(fill, ground)), ground) >= least.edge;
             };
             QVERIFY(edgeStandsOut(tokens.controlEdge, tokens.control));
+            QVERIFY(edgeStandsOut(tokens.segmentEdge, tokens.segmentTrack));
             QVERIFY(edgeStandsOut(tokens.wellEdge, tokens.well));
             QVERIFY(edgeStandsOut(tokens.divider, Qt::transparent));
         }

@@ -212,8 +212,8 @@ Tokens Tokens::of(const Appearance &appearance)
     tokens.scrollThumbHover = tokens.scrollThumb;
     tokens.scrollThumbHover.setAlphaF(std::min(1.0F, tokens.scrollThumb.alphaF() + 0.2F));
 
-    tokens.segmentEdge
-        = Contrast::visible(translucent(base.tint, base.controlEdge), tokens.segmentTrack, plain, ratios.edge);
+    tokens.segmentEdge = Contrast::visible(translucent(base.tint, base.controlEdge), tokens.segmentTrack,
+                                           plain, ratios.edge);
 
     tokens.greyDot = Contrast::readable(base.grey, plain, ratios.mark);
     tokens.orangeDot = Contrast::readable(base.orange, plain, ratios.mark);
