@@ -12,6 +12,8 @@ public:
         delegate.attach(model, window());
         window().hide();
         window().show();
+        // Off-screen, Qt does not notice that the same window is active again.
+        QApplication::setActiveWindow(&window());
         settle();
     }
 

@@ -277,6 +277,7 @@ private:
             return;
         focus->clearFocus();
         const QImage without = grab();
+        // As the keyboard brings it: the mouse shows no ring.
         focus->setFocus(Qt::TabFocusReason);
         const QImage with = grab();
         const QRect control = areaOf(*focus);
