@@ -26,7 +26,7 @@ private Q_SLOTS:
         QCOMPARE(lines()->font().pointSizeF(), TypeScale::fixedWidth().pointSizeF());
         QVERIFY(QFontInfo(lines()->font()).fixedPitch());
         QCOMPARE(lines()->viewport()->geometry().topLeft(), QPoint(8, 8));
-        QTest::mouseDClick(lines()->viewport(), Qt::LeftButton, {}, QPoint(60, 16));
+        QTest::mouseDClick(lines()->viewport(), Qt::LeftButton, {}, QPoint(60, 12));
         QVERIFY(lines()->textCursor().hasSelection());
         QTest::keyClicks(lines(), u"x"_s);
         QCOMPARE(lines()->toPlainText(), Samples::lines(5).join(u'\n'));

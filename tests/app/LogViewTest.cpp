@@ -8,6 +8,7 @@
 #include "Table.h"
 #include "TypeScale.h"
 
+#include <QAbstractTextDocumentLayout>
 #include <QClipboard>
 #include <QDeadlineTimer>
 #include <QGuiApplication>
@@ -126,6 +127,49 @@ private Q_SLOTS:
         QCOMPARE(inside.bottom() + 1, 180 - 8);
         QVERIFY(text->isReadOnly());
         QVERIFY(text->tabChangesFocus());
+    }
+
+    void theLinesHaveTheirDistance()
+    {
+        append({ u"one"_s, QString(500, u'x'), u"three"_s });
+        const double height = std::round(TypeScale::fixedWidthLineHeight());
+        const QTextDocument *document = text->document();
+        const auto *layout = document->documentLayout();
+        const auto linesOf
+            = [document](int number) { return document->findBlockByNumber(number).layout()->lineCount(); };
+        QCOMPARE_GT(linesOf(1), 1);
+        for (int number = 0; number < 3; ++number) {
+            const QTextBlock block = document->findBlockByNumber(number);
+            QCOMPARE(layout->blockBoundingRect(block).height(), linesOf(number) * height);
+        }
+    }
+
+    void aPressBetweenTwoLinesIsMeantForTheLetterBesideIt()
+    {
+        append({ QString(40, u'x'), QString(40, u'x'), QString(40, u'x') });
+        const int top = text->cursorRect().center().y();
+        // All the way from the first line to the last.
+        QTest::mousePress(text->viewport(), Qt::LeftButton, {}, QPoint(100, top));
+        const int column = text->textCursor().positionInBlock();
+        QVERIFY(column > 0 && column < 40);
+        for (int y = top; y < top + 2 * qRound(TypeScale::fixedWidthLineHeight()); ++y) {
+            QTest::mouseMove(text->viewport(), QPoint(100, y));
+            QTest::qWait(1);
+            QCOMPARE(text->textCursor().positionInBlock(), column);
+        }
+        QTest::mouseRelease(text->viewport(), Qt::LeftButton, {}, QPoint(100, top));
+    }
+
+    void nothingIsLeftWhiteBetweenSelectedLines()
+    {
+        // Read where there are no letters.
+        append(QStringList(3, u"  HHHH"_s));
+        text->selectAll();
+        const QImage picture = text->viewport()->grab().toImage();
+        const QColor selected = picture.pixelColor(1, qRound(TypeScale::fixedWidthLineHeight()) / 2);
+        QCOMPARE(selected, text->palette().color(QPalette::Highlight));
+        for (int y = 0; y < 3 * qRound(TypeScale::fixedWidthLineHeight()); ++y)
+            QCOMPARE(picture.pixelColor(1, y), selected);
     }
 
     void newLinesKeepTheViewAtTheEnd()

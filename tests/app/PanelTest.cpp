@@ -5,25 +5,32 @@
 #include "Pixels.h"
 #include "Stage.h"
 #include "Table.h"
+#include "TypeScale.h"
 
 namespace {
 
 QColor red(double opacity) { return QColor::fromRgbF(1, 0, 0, static_cast<float>(opacity)); }
 QColor black(double opacity) { return QColor::fromRgbF(0, 0, 0, static_cast<float>(opacity)); }
 
-/// A line of one pixel that can be seen on both sides, on all four sides of the picture; inside of it,
+enum class Side { Top, Bottom, Left, Right };
+const QList<Side> allSides { Side::Top, Side::Bottom, Side::Left, Side::Right };
+
+/// A line of one pixel at each side of the picture, which differs from what is `around`; next to it,
 /// `ground`.
-void verifyRim(const QImage &picture, const QColor &around, const QColor &ground)
+void verifyRim(const QImage &picture, const QColor &around, const QColor &ground,
+               const QList<Side> &sides = allSides)
 {
     const QPoint middle = picture.rect().center();
     const QPoint end = picture.rect().bottomRight();
-    const std::pair<QPoint, QPoint> sides[] { { { middle.x(), 0 }, { 0, 1 } },
-                                              { { middle.x(), end.y() }, { 0, -1 } },
-                                              { { 0, middle.y() }, { 1, 0 } },
-                                              { { end.x(), middle.y() }, { -1, 0 } } };
-    for (const auto &[place, inwards] : sides) {
-        const QColor line = picture.pixelColor(place);
-        QCOMPARE_GE(Contrast::between(line, around), 1.3);
+    const QHash<Side, std::pair<QPoint, QPoint>> places {
+        { Side::Top, { { middle.x(), 0 }, { 0, 1 } } },
+        { Side::Bottom, { { middle.x(), end.y() }, { 0, -1 } } },
+        { Side::Left, { { 0, middle.y() }, { 1, 0 } } },
+        { Side::Right, { { end.x(), middle.y() }, { -1, 0 } } }
+    };
+    for (const Side side : sides) {
+        const auto [place, inwards] = places.value(side);
+        QCOMPARE_GE(Contrast::between(picture.pixelColor(place), around), 1.3);
         QCOMPARE_LE(Pixels::distance(picture.pixelColor(place + inwards), ground), 2);
     }
 }
@@ -36,11 +43,12 @@ QRect written(const QImage &image, const QColor &ground)
         .bounds;
 }
 
-/// Eight pixels from the sides of the box to its letters, which have a little space of their own.
+/// Eight pixels from the sides of the box to its first line, and its letters in the middle of that.
 void verifyBeginning(const QRect &letters, const QFontMetrics &metrics)
 {
     QCOMPARE_LE(std::abs(letters.left() - 9), 1);
-    QCOMPARE_LE(std::abs(letters.top() - 8 - (metrics.ascent() - metrics.capHeight())), 2);
+    const double space = std::round(TypeScale::fixedWidthLineHeight()) - metrics.height();
+    QCOMPARE_LE(std::abs(letters.top() - 8 - space / 2 - (metrics.ascent() - metrics.capHeight())), 1.5);
 }
 
 }
@@ -82,8 +90,9 @@ private Q_SLOTS:
         QCOMPARE(log->size(), QSize(600 - 2 * 20, 180));
         const QColor logGround = Contrast::over(black(0.06), ground);
         const QImage picture = Pixels::of(window(), *log);
-        verifyRim(picture, ground, logGround);
-        Pixels::verifyCorners(picture, ground, 6);
+        // On the right the scroll bar stands.
+        verifyRim(picture, ground, logGround, { Side::Top, Side::Bottom, Side::Left });
+        Pixels::verifyCorners(picture, ground, 6, { Qt::TopLeftCorner, Qt::BottomLeftCorner });
         verifyBeginning(written(picture.copy(0, 0, 500, 180), logGround), lines->fontMetrics());
     }
 
@@ -113,7 +122,8 @@ private Q_SLOTS:
         const QFontMetrics metrics = lines->fontMetrics();
         verifyBeginning(letters, metrics);
         const int belowLetters = picture.height() - 1 - letters.bottom();
-        QCOMPARE_LE(std::abs(belowLetters - 8 - metrics.descent()), 4);
+        const double space = std::round(TypeScale::fixedWidthLineHeight()) - metrics.height();
+        QCOMPARE_LE(std::abs(belowLetters - 8 - metrics.descent() - space / 2), 4);
     }
 };
 

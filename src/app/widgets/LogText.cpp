@@ -3,11 +3,14 @@
 #include "ColourCodes.h"
 #include "Contrast.h"
 #include "HarmlessText.h"
+#include "SpacedLayout.h"
 #include "Tokens.h"
 #include "TypeScale.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QMimeData>
+#include <QMouseEvent>
+#include <QPainter>
 #include <QScrollBar>
 #include <QTextBlock>
 #include <QTextDocument>
@@ -154,6 +157,10 @@ QString exactText(const QTextBlock &block, qsizetype begin, qsizetype end)
 LogText::LogText(QWidget *parent)
     : QPlainTextEdit(parent)
 {
+    auto *document = new QTextDocument(this);
+    m_layout = new SpacedLayout(document);
+    document->setDocumentLayout(m_layout);
+    setDocument(document);
     setReadOnly(true);
     setUndoRedoEnabled(false);
     setTabChangesFocus(true);
@@ -161,14 +168,14 @@ LogText::LogText(QWidget *parent)
     setFrameShape(QFrame::NoFrame);
     setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    document()->setDocumentMargin(0);
+    document->setDocumentMargin(0);
     setViewportMargins(padding, padding, padding, padding);
 
     // Right-to-left text is aligned left like all other lines.
-    QTextOption option = document()->defaultTextOption();
+    QTextOption option = document->defaultTextOption();
     option.setAlignment(Qt::AlignLeft);
     option.setTextDirection(Qt::LeftToRight);
-    document()->setDefaultTextOption(option);
+    document->setDefaultTextOption(option);
 
     // The panel behind it paints the background.
     viewport()->setAutoFillBackground(false);
@@ -240,7 +247,7 @@ bool LogText::event(QEvent *event)
 {
     // Only once it is needed: finding and loading the font would delay the window's first picture.
     if (event->type() == QEvent::Polish)
-        setFont(TypeScale::fixedWidth());
+        chooseFont();
     else if (event->type() == QEvent::ApplicationFontChange && testAttribute(Qt::WA_WState_Polished))
         followFont();
     return QPlainTextEdit::event(event);
@@ -256,10 +263,95 @@ void LogText::changeEvent(QEvent *event)
 void LogText::followFont()
 {
     const bool wasAtEnd = verticalScrollBar()->value() == verticalScrollBar()->maximum();
-    setFont(TypeScale::fixedWidth());
+    chooseFont();
     fitHeight();
     if (wasAtEnd)
         scrollToEnd();
+}
+
+void LogText::chooseFont()
+{
+    // Whole pixels, so that every line looks the same.
+    m_layout->setLineHeight(std::round(TypeScale::fixedWidthLineHeight()));
+    setFont(TypeScale::fixedWidth());
+}
+
+void LogText::paintEvent(QPaintEvent *event)
+{
+    if (textCursor().hasSelection())
+        paintSelection();
+    QPlainTextEdit::paintEvent(event);
+}
+
+void LogText::visitVisibleLines(const std::function<void(const VisibleLine &)> &visit) const
+{
+    for (QTextBlock block = firstVisibleBlock(); block.isValid(); block = block.next()) {
+        QPointF place = blockBoundingGeometry(block).translated(contentOffset()).topLeft();
+        for (int index = 0; index < block.layout()->lineCount(); ++index) {
+            if (place.y() > viewport()->height())
+                return;
+            const QTextLine line = block.layout()->lineAt(index);
+            const double height = m_layout->heightOf(line);
+            visit({ block, line, place, height });
+            place.ry() += height;
+        }
+    }
+}
+
+/// Qt paints the ground of selected letters, but leaves stripes between the lines.
+void LogText::paintSelection()
+{
+    const QTextCursor cursor = textCursor();
+    const auto group = hasFocus() ? QPalette::Active : QPalette::Inactive;
+    const QBrush ground = palette().brush(group, QPalette::Highlight);
+    QPainter painter(viewport());
+    visitVisibleLines([&](const VisibleLine &visible) {
+        const QTextLine &line = visible.line;
+        const int start = visible.block.position();
+        const int from = std::max(line.textStart(), cursor.selectionStart() - start);
+        const int to = std::min(line.textStart() + line.textLength(), cursor.selectionEnd() - start);
+        if (from >= to)
+            return;
+        const double left = line.cursorToX(from);
+        painter.fillRect(
+            QRectF(visible.place.x() + left, visible.place.y(), line.cursorToX(to) - left, visible.height),
+            ground);
+    });
+}
+
+bool LogText::viewportEvent(QEvent *event)
+{
+    switch (event->type()) {
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonRelease:
+    case QEvent::MouseButtonDblClick:
+    case QEvent::MouseMove: {
+        const auto *mouse = static_cast<const QMouseEvent *>(event);
+        QMouseEvent onLine(mouse->type(), nearestOnLine(mouse->position()), mouse->scenePosition(),
+                           mouse->globalPosition(), mouse->button(), mouse->buttons(), mouse->modifiers(),
+                           mouse->pointingDevice());
+        onLine.setTimestamp(mouse->timestamp());
+        const bool isHandled = QPlainTextEdit::viewportEvent(&onLine);
+        event->setAccepted(onLine.isAccepted());
+        return isHandled;
+    }
+    default:
+        return QPlainTextEdit::viewportEvent(event);
+    }
+}
+
+/// Qt takes the space between two lines for the end of one or the beginning of the other.
+QPointF LogText::nearestOnLine(const QPointF &place) const
+{
+    QPointF nearest = place;
+    visitVisibleLines([&](const VisibleLine &visible) {
+        if (place.y() < visible.place.y() || place.y() >= visible.place.y() + visible.height)
+            return;
+        const double space = (visible.height - visible.line.height()) / 2;
+        nearest.setY(std::clamp(place.y(), visible.place.y() + std::floor(space),
+                                visible.place.y() + visible.height - std::ceil(space) - 1));
+    });
+    return nearest;
 }
 
 void LogText::resizeEvent(QResizeEvent *event)

@@ -3,7 +3,13 @@
 #include <QHash>
 #include <QPlainTextEdit>
 #include <QStringList>
+#include <QTextBlock>
 #include <QTextCharFormat>
+#include <QTextLayout>
+
+#include <functional>
+
+class SpacedLayout;
 
 /// Log lines that can be read, selected and copied. Harmful characters are shown as visible substitutes,
 /// codes for colours as colours, and very long lines are laid out in pieces; copying yields the exact text.
@@ -34,7 +40,9 @@ public:
 
 protected:
     bool event(QEvent *event) override;
+    bool viewportEvent(QEvent *event) override;
     void changeEvent(QEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     QMimeData *createMimeDataFromSelection() const override;
 
@@ -42,12 +50,25 @@ private:
     void appendLines(const QStringList &lines, qsizetype from, qsizetype end);
     void dropLines(qsizetype count);
     void fitHeight();
+    void chooseFont();
     void followFont();
+    void paintSelection();
+    QPointF nearestOnLine(const QPointF &place) const;
+    /// A line that the player sees, with its share of the space between the lines. In the viewport's
+    /// coordinates.
+    struct VisibleLine {
+        QTextBlock block;
+        QTextLine line;
+        QPointF place;
+        double height = 0;
+    };
+    void visitVisibleLines(const std::function<void(const VisibleLine &)> &visit) const;
 
     void paintColours(const QTextBlock &block);
     void repaintColours();
     const QTextCharFormat &formatOf(int colour);
 
+    SpacedLayout *m_layout = nullptr;
     QStringList m_shown;
     /// How many blocks of the document each shown line takes.
     QList<int> m_blockCounts;
