@@ -10,8 +10,11 @@ namespace {
 
 const QColor violet(120, 0, 140);
 
-/// A colour that occurs nowhere else in the window.
-Appearance colourful(const QColor &accent = violet) { return { .accent = accent }; }
+/// A colour that occurs nowhere else in the window, and no button that is still fading in.
+Appearance colourful(const QColor &accent = violet)
+{
+    return { .motion = Appearance::Motion::Reduced, .accent = accent };
+}
 
 Pixels::Predicate isNear(const QColor &colour)
 {
@@ -55,6 +58,9 @@ private Q_SLOTS:
             const Look::Desktop desktop(colourful(accent));
             constexpr int margin = 6;
             open();
+            // The ring around the focus has the same colour.
+            button(Button::about)->setFocus();
+            settle();
             const QImage picture = Pixels::of(window(), *visible<PlayButton>(), margin);
             const Pixels::Found filled = Pixels::find(picture, picture.rect(), isNear(accent));
             QCOMPARE(filled.bounds, QRect(margin, margin, 260, 56));

@@ -90,6 +90,9 @@ private:
         m_window->show();
         m_choice->show();
         QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+        // Without the ring around the focus.
+        if (QWidget *focused = QApplication::focusWidget())
+            focused->clearFocus();
     }
 
     QList<QAbstractButton *> segments() const { return m_choice->findChildren<QAbstractButton *>(); }
