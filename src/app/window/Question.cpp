@@ -8,6 +8,8 @@
 namespace {
 
 constexpr int spacing = 10;
+/// More between the message and the answers than between the title and the message.
+constexpr int aboveAnswers = 20;
 
 }
 
@@ -23,6 +25,7 @@ Question::Question(const Texts &texts, Default byDefault, QWidget *parent)
     auto *message = new TextLabel(TextStyle::Body);
     message->display(texts.message);
     column()->addWidget(message);
+    column()->addSpacing(aboveAnswers - spacing);
 
     connect(m_accepting, &QPushButton::clicked, this, &QDialog::accept);
     connect(m_rejecting, &QPushButton::clicked, this, &QDialog::reject);

@@ -10,6 +10,7 @@
 #include "Tokens.h"
 #include "Veil.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QEvent>
 #include <QHBoxLayout>
@@ -27,6 +28,8 @@ using Measures::padding;
 
 /// What scrolls ends this far below the sheet's upper edge, clear of its round corners.
 constexpr int topInset = 8;
+/// Below the last of what scrolls, so that the ring around the focus is not cut off.
+constexpr int roomForRing = Measures::focusGap + Measures::focusRing;
 /// How much of the screen's height a sheet with a window of its own may take before it scrolls.
 constexpr double shareOfScreen = 0.9;
 /// A notice with less room than that stands above the buttons, not beside them.
@@ -115,8 +118,8 @@ Sheet::Sheet(const QString &title, int spacing, QWidget *parent)
     layout->setContentsMargins(0, topInset, 0, 0);
     layout->setSpacing(0);
     layout->addWidget(m_column, 1);
-    column()->setContentsMargins(padding, padding - topInset, padding, 0);
-    m_foot->setContentsMargins(padding, spacing, padding, padding);
+    column()->setContentsMargins(padding, padding - topInset, padding, roomForRing);
+    m_foot->setContentsMargins(padding, spacing - roomForRing, padding, padding);
     m_foot->addLayout(m_lastRow);
     layout->addLayout(m_foot);
     m_notice->hide();
@@ -257,7 +260,11 @@ void Sheet::appear()
     m_focusBefore = window()->focusWidget();
     Fade::from(*window());
     m_veil->spread(*this);
-    QDialog::setVisible(true);
+    // QDialog would tell the widget with the focus, below the veil, that it got it, where the window is not
+    // active.
+    QWidget::setVisible(true);
+    QAccessibleEvent start(this, QAccessible::DialogStart);
+    QAccessible::updateAccessibility(&start);
     if (m_default)
         m_default->setFocus();
 }

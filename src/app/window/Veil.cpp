@@ -13,20 +13,23 @@
 
 namespace {
 
-/// How far the shadow reaches beyond the sheet, and how far below it lies.
-constexpr int shadowReach = 36;
-constexpr int shadowOffset = 12;
+/// How far the shadow reaches beyond the sheet, how far below it lies, and its darkness at the sheet's lower
+/// edge compared with its middle, which nobody sees.
+constexpr int shadowReach = 48;
+constexpr int shadowOffset = 18;
+constexpr float shadowShare = 0.75F;
 /// Between two of the outlines that the shadow is made of.
 constexpr int shadowStep = 2;
 
 /// Paints one outline within the other, each a little darker, which costs less than to blur one.
 void paintShadow(QPainter &painter, const QRectF &sheet, const QColor &colour)
 {
-    constexpr int outlines = shadowReach / shadowStep;
+    constexpr int outlines = (shadowReach + shadowOffset) / shadowStep;
     QColor share = colour;
     for (int outline = 0; outline < outlines; ++outline) {
         // The closer to the sheet, the steeper.
-        share.setAlphaF(colour.alphaF() * 2 * static_cast<float>(outline + 1) / (outlines * (outlines + 1)));
+        const float steepness = 2 * static_cast<float>(outline + 1) / (outlines * (outlines + 1));
+        share.setAlphaF(colour.alphaF() * shadowShare * steepness);
         painter.setBrush(share);
         const double distance = shadowReach - outline * shadowStep;
         const double radius = Measures::sheetRadius + distance;
