@@ -76,12 +76,15 @@ function(add_subject_test name)
     # The developer's own settings for Qt's scaling and style must not affect the tests.
     set(desktops_words QT_SCALE_FACTOR QT_SCREEN_SCALE_FACTORS QT_FONT_DPI QT_STYLE_OVERRIDE QT_QPA_PLATFORMTHEME)
     list(TRANSFORM desktops_words APPEND "=unset:" OUTPUT_VARIABLE without_desktop)
+    # On some systems Qt finds the proxy with a library that makes a folder for its cache in the home, and that watches the
+    # network over a socket, which it never closes.
+    set(for_proxies "XDG_CACHE_HOME=${CMAKE_BINARY_DIR}/tests/cache" GIO_USE_NETWORK_MONITOR=base)
     share_processors(${name} ${SUBJECT_WAITS})
     set_tests_properties(${name} PROPERTIES
         TIMEOUT ${SUBJECT_TIMEOUT}
         COST ${SUBJECT_TIMEOUT}
         SKIP_RETURN_CODE 77
         LABELS "${SUBJECT_LABELS}"
-        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;${FONT_ENVIRONMENT};${SUBJECT_ENVIRONMENT}"
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;${for_proxies};${FONT_ENVIRONMENT};${SUBJECT_ENVIRONMENT}"
         ENVIRONMENT_MODIFICATION "${without_desktop}")
 endfunction()

@@ -89,7 +89,28 @@ void Notifier::askServer(const QDBusConnection &bus)
         if (reply.isError())
             m_next.reset();
         if (m_next)
-            send(bus, reply.reply().service(), reply.value());
+            askOwner(bus, reply.value());
+        else
+            finishAsking();
+    });
+}
+
+/// Asks which process owns the server's name: since Qt 6.8 an answer no longer says who sent it.
+void Notifier::askOwner(const QDBusConnection &bus, const QStringList &capabilities)
+{
+    const QString daemon = QStringLiteral("org.freedesktop.DBus");
+    QDBusMessage message = QDBusMessage::createMethodCall(daemon, QStringLiteral("/org/freedesktop/DBus"),
+                                                          daemon, QStringLiteral("GetNameOwner"));
+    message << callTo({}, {}).service();
+    auto *answer
+        = new QDBusPendingCallWatcher(bus.asyncCall(message, static_cast<int>(longestAnswer.count())), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer, bus, capabilities] {
+        answer->deleteLater();
+        const QDBusPendingReply<QString> reply = *answer;
+        if (reply.isError())
+            m_next.reset();
+        if (m_next)
+            send(bus, reply.value(), capabilities);
         else
             finishAsking();
     });

@@ -27,6 +27,7 @@ public:
 private:
     void advance();
     void askServer(const QDBusConnection &bus);
+    void askOwner(const QDBusConnection &bus, const QStringList &capabilities);
     void send(const QDBusConnection &bus, const QString &server, const QStringList &capabilities);
     void finishAsking();
     void close();

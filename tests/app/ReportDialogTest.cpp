@@ -113,6 +113,8 @@ private Q_SLOTS:
         QFETCH(const Way, way);
         // The text cursor is at the beginning, far above what is shown.
         Logged logged(200);
+        // A menu takes a click only after it has seen the mouse move: from where it was when the menu opened.
+        QTest::mouseMove(logged.text->viewport(), QPoint(1, 1));
         if (way == Way::ShiftF10) {
             logged.stage.press(Qt::Key_F10, Qt::ShiftModifier);
         } else {
