@@ -175,18 +175,10 @@ inline QList<std::pair<QString, QString>> references()
     return all;
 }
 
-/// The window as the player sees it, with what lies over it.
+/// The window as the player sees it, with an open menu or list.
 inline QImage picture(Running &stage)
 {
     QPixmap picture = stage.window().grab();
-    if (QWidget *sheet = QApplication::activeModalWidget()) {
-        QPainter painter(&picture);
-        const QRect ground(QPoint(0, 0), stage.window().size());
-        painter.fillRect(ground, QColor(0, 0, 0, 60));
-        QRect place(QPoint(0, 0), sheet->size());
-        place.moveCenter(ground.center());
-        painter.drawPixmap(place, sheet->grab());
-    }
     if (QWidget *popup = QApplication::activePopupWidget()) {
         QPainter painter(&picture);
         painter.drawPixmap(stage.window().mapFromGlobal(popup->mapToGlobal(QPoint(0, 0))), popup->grab());

@@ -14,10 +14,13 @@ namespace Likeness {
 
 /// The side of the squares that are compared, in pixels.
 constexpr int side = 4;
-/// How far a square may have moved. Letters of another renderer lie up to a pixel elsewhere.
+/// How many pixels a square may have moved. Letters of another renderer lie up to a pixel elsewhere.
 constexpr int slack = 1;
-/// How much the mean colour of a square may differ, from 0 to 255.
-constexpr int tolerance = 24;
+/// How much a square's mean colour may differ, from 0 to 255. Measured: letters that were drawn differently
+/// differ by up to 30, the faintest button that moved by four pixels differs by 56.
+constexpr int tolerance = 42;
+/// The same far from letters and edges, where only a colour can have changed, or a renderer have rounded it.
+constexpr int flatTolerance = 5;
 
 /// The mean colours of all squares of a picture, wherever they begin.
 class Means final {
@@ -77,19 +80,38 @@ inline QImage summary(const QImage &picture)
     return result;
 }
 
+inline int distance(const QColor &one, const QColor &other)
+{
+    return std::max({ std::abs(one.red() - other.red()), std::abs(one.green() - other.green()),
+                      std::abs(one.blue() - other.blue()) });
+}
+
+/// Whether all around the pixel at (`x`, `y`) have nearly the same colour.
+inline bool isFlat(const QImage &stored, int x, int y)
+{
+    constexpr int gradient = 3;
+    if (!stored.rect().adjusted(1, 1, -1, -1).contains(x, y))
+        return false;
+    for (int dy = -1; dy <= 1; ++dy) {
+        for (int dx = -1; dx <= 1; ++dx) {
+            if (distance(stored.pixelColor(x + dx, y + dy), stored.pixelColor(x, y)) > gradient)
+                return false;
+        }
+    }
+    return true;
+}
+
 struct Difference {
-    /// How many squares differ, and where they are in the picture.
+    /// How many squares differ too much, and where they are in the picture.
     int count = 0;
     QRect bounds;
-    /// The largest one, from 0 to 255.
-    int largest = 0;
 };
 
 inline Difference between(const QImage &picture, const QImage &stored)
 {
     Difference result;
     if (picture.size() / side != stored.size())
-        return { 1, picture.rect(), 255 };
+        return { 1, picture.rect() };
     const Means means(picture);
     for (int y = 0; y < stored.height(); ++y) {
         for (int x = 0; x < stored.width(); ++x) {
@@ -99,14 +121,10 @@ inline Difference between(const QImage &picture, const QImage &stored)
                 for (int dx = -slack; dx <= slack; ++dx) {
                     const QColor mean = means.of(std::clamp(x * side + dx, 0, picture.width() - side),
                                                  std::clamp(y * side + dy, 0, picture.height() - side));
-                    least = std::min(least,
-                                     std::max({ std::abs(mean.red() - wanted.red()),
-                                                std::abs(mean.green() - wanted.green()),
-                                                std::abs(mean.blue() - wanted.blue()) }));
+                    least = std::min(least, distance(mean, wanted));
                 }
             }
-            result.largest = std::max(result.largest, least);
-            if (least > tolerance) {
+            if (least > (isFlat(stored, x, y) ? flatTolerance : tolerance)) {
                 ++result.count;
                 result.bounds |= QRect(x * side, y * side, side, side);
             }
