@@ -121,7 +121,10 @@ Sheet::Sheet(const QString &title, int spacing, QWidget *parent)
     column()->setContentsMargins(padding, padding - topInset, padding, roomForRing);
     m_foot->setContentsMargins(padding, spacing - roomForRing, padding, padding);
     m_foot->addLayout(m_lastRow);
-    layout->addLayout(m_foot);
+    // QFocusFrame leaves out the children of a sub-window, but not theirs.
+    auto *foot = new QWidget;
+    foot->setLayout(m_foot);
+    layout->addWidget(foot);
     m_notice->hide();
 }
 
