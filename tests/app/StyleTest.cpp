@@ -247,6 +247,16 @@ private Q_SLOTS:
                     Contrast::between(inkBefore, tokens.window) / 2);
     }
 
+    void anEllipsisStaysAtTheEndOnADesktopThatReadsFromTheRight()
+    {
+        Bench bench;
+        QPushButton *button = bench.addButton(u"Settings\u2026"_s);
+        bench.show();
+        const QImage fromLeft = bench.picture(*button);
+        button->setLayoutDirection(Qt::RightToLeft);
+        QCOMPARE(bench.picture(*button), fromLeft);
+    }
+
     void aDestructiveButtonIsWrittenInRed()
     {
         Bench bench;

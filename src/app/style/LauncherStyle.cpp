@@ -344,6 +344,8 @@ void LauncherStyle::drawButtonLabel(const QStyleOptionButton &option, QPainter &
     QStyleOptionButton label = option;
     const bool isEnabled = option.state & State_Enabled;
     painter.save();
+    // On a desktop that reads from the right an ellipsis would move to the front.
+    painter.setLayoutDirection(label.text.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
     if (isProminent(option, widget)) {
         QFont font = painter.font();
         font.setWeight(prominentWeight);

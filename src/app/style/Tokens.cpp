@@ -178,8 +178,9 @@ Tokens Tokens::of(const Appearance &appearance)
     }
 
     tokens.ink = Contrast::readable(base.ink, grounds, ratios.text);
-    tokens.secondary = Contrast::readable(base.secondary, grounds, ratios.text);
-    tokens.link = Contrast::readable(base.link, grounds, ratios.text);
+    // Controls and wells show neither.
+    tokens.secondary = Contrast::readable(base.secondary, plain, ratios.text);
+    tokens.link = Contrast::readable(base.link, plain, ratios.text);
     tokens.failure = Contrast::readable(base.failure, grounds, ratios.text);
     tokens.disabled = translucent(tokens.ink, Measures::disabledOpacity);
 
