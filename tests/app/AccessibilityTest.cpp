@@ -140,7 +140,9 @@ private Q_SLOTS:
     void theSheetsAndTheQuestionHaveNamesAndRoles()
     {
         QCOMPARE(faults(openAbout()), QString());
+        QCOMPARE(namesWithRole(&window(), QAccessible::Dialog), QStringList(u"About"_s));
         click(Button::done);
+        QCOMPARE(namesWithRole(&window(), QAccessible::Dialog), QStringList());
         QCOMPARE(faults(openSettings()), QString());
         QCOMPARE(namesWithRole(front(), QAccessible::RadioButton),
                  QStringList({ Button::windowed, Button::fullscreen }));
@@ -151,6 +153,11 @@ private Q_SLOTS:
         QCOMPARE(relations.first().first->text(QAccessible::Name), u"Window size"_s);
         click(Button::removeEverything);
         QCOMPARE(faults(front()), QString());
+        // The one that can be used is the last.
+        QCOMPARE(namesWithRole(&window(), QAccessible::Dialog),
+                 QStringList({ u"Settings"_s, u"Remove the game and the engine?"_s }));
+        QCOMPARE(QAccessible::queryAccessibleInterface(front())->text(QAccessible::Description),
+                 texts().last());
     }
 
     void theMainActionIsAButtonAndThePictureAPictureWithItsName()

@@ -179,6 +179,22 @@ private Q_SLOTS:
         QVERIFY(remove->width() >= remove->sizeHint().width());
     }
 
+    void onlyWhatRemovesLooksAsIfItDestroys()
+    {
+        const auto destructive = [this] {
+            QStringList names;
+            for (const QPushButton *button : front()->findChildren<QPushButton *>()) {
+                if (button->property("destructive").toBool())
+                    names << button->text();
+            }
+            return names;
+        };
+        openSettings();
+        QCOMPARE(destructive(), QStringList(Button::removeEverything));
+        click(Button::removeEverything);
+        QCOMPARE(destructive(), QStringList(removeForGood(0)));
+    }
+
     void anythingButTheRemovalItselfLeavesTheSheetAndTheFiles()
     {
         QDir().mkpath(Paths::gameFolder());

@@ -1,3 +1,4 @@
+#include "Contrast.h"
 #include "LinkButton.h"
 #include "Look.h"
 #include "Pixels.h"
@@ -88,6 +89,36 @@ private Q_SLOTS:
             }
         }
         QCOMPARE(faults.join(u'\n'), QString());
+    }
+
+    void theVeilDarkensTheWindowOnceAndEachCoveredSheet()
+    {
+        open();
+        const QPoint corner(3, 3);
+        const auto veiled
+            = [this](const QColor &colour) { return Contrast::over(Tokens::of(window()).veil, colour); };
+        const auto at
+            = [this](const QPoint &place) { return QColor(window().grab().toImage().pixelColor(place)); };
+        QCOMPARE(at(corner), Tokens::of(window()).window);
+        auto *settings = openSettings();
+        const QPoint inSheet = Stage::place(settings).topLeft() + QPoint(padding, padding / 2);
+        QCOMPARE_LE(Pixels::distance(at(corner), veiled(Tokens::of(window()).window)), 1);
+        QCOMPARE(at(inSheet), Tokens::of(window()).sheet);
+        click(Button::removeEverything);
+        QVERIFY(!Stage::place(front()).contains(inSheet));
+        QCOMPARE_LE(Pixels::distance(at(corner), veiled(Tokens::of(window()).window)), 1);
+        QCOMPARE_LE(Pixels::distance(at(Stage::place(settings).bottomRight() - QPoint(padding, padding / 2)),
+                                     veiled(Tokens::of(window()).sheet)),
+                    6); // and a trace of the question's shadow
+    }
+
+    void aSheetHasRoundCorners()
+    {
+        QWidget *sheet = openAbout();
+        QImage picture(sheet->size(), QImage::Format_RGB32);
+        picture.fill(Qt::black);
+        sheet->render(&picture, QPoint(), QRegion(), QWidget::DrawChildren);
+        Pixels::verifyCorners(picture, Qt::black, 14);
     }
 
     void nothingIsClippedAtTheSides_data()
