@@ -182,6 +182,23 @@ private Q_SLOTS:
         QVERIFY(isInView(button(Button::about)));
     }
 
+    void theFocusIsInViewInAWindowThatOpensDuringADownload()
+    {
+        const Look::Desktop desktop(Look::font(20));
+        model.info = Samples::game();
+        model.state = AppState::downloading(u"Godot 4.6"_s);
+        open(narrow);
+        button(Button::cancel)->setFocus();
+        window().resize(usual);
+        settle();
+        model.stepText = u"Step 2 of 4: downloading Godot 4.6"_s;
+        model.info = std::nullopt;
+        settle();
+        window().resize(narrow);
+        set(model.info, Samples::game());
+        QVERIFY(isInView(button(Button::cancel)));
+    }
+
     void nothingMovesUnderThePointer()
     {
         open(narrow);

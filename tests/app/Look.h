@@ -8,8 +8,12 @@
 /// What a player may have chosen for the desktop.
 namespace Look {
 
-inline Appearance light() { return {}; }
-inline Appearance dark() { return { .scheme = Appearance::Scheme::Dark }; }
+/// Without motion, so that a picture shows what a change ends in.
+inline Appearance light() { return { .motion = Appearance::Motion::Reduced }; }
+inline Appearance dark()
+{
+    return { .scheme = Appearance::Scheme::Dark, .motion = Appearance::Motion::Reduced };
+}
 
 /// The desktop's font in another size.
 inline QFont font(double points)

@@ -157,9 +157,11 @@ class NewPlayer(LauncherCase):
         lines = self.first(lambda control: "The end of the test game, \u2603 and all." in control.text).text
         self.assertLessEqual(len(lines.split("\n")), 30)
         self.press("Copy")
-        # The window shows a symbol for each control character; the copied text is exact.
+        # The window shows colours for the codes that the engine prints, and a symbol for each other control character;
+        # the copied text is exact.
         copied = wait_for(self.screen.clipboard)
-        self.assertEqual(re.sub("[\0-\x08\x0b-\x1f]", lambda found: chr(0x2400 + ord(found[0])), copied),
+        shown = re.sub(r"\x1b\[[0-?]*[ -/]*[@-~]", "", copied)
+        self.assertEqual(re.sub("[\0-\x08\x0b-\x1f]", lambda found: chr(0x2400 + ord(found[0])), shown),
                          message + "\n" + lines)
         self.assertEqual("\x1b[" in copied, LINE == "4")
 

@@ -61,6 +61,16 @@ void ScrollColumn::reveal(const QWidget &view)
 
 QSize ScrollColumn::minimumSizeHint() const { return { 1, 1 }; }
 
+bool ScrollColumn::eventFilter(QObject *watched, QEvent *event)
+{
+    const bool handled = QScrollArea::eventFilter(watched, event);
+    // Queued, because the views only get their places after this event.
+    if (watched == widget() && event->type() == QEvent::Resize)
+        QMetaObject::invokeMethod(
+            this, [this] { revealFocus(QApplication::focusWidget()); }, Qt::QueuedConnection);
+    return handled;
+}
+
 bool ScrollColumn::focusNextPrevChild(bool next)
 {
     // QScrollArea would scroll to a text's cursor, which may itself be scrolled out of sight.

@@ -24,6 +24,7 @@ public:
     QSize minimumSizeHint() const override;
 
 protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
     bool focusNextPrevChild(bool next) override;
     void resizeEvent(QResizeEvent *event) override;
 
