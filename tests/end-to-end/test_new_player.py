@@ -10,6 +10,7 @@ from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "program"))
 from launcher_process import LONG, PROJECT, LauncherCase, children_of, main, wait_for
+from desktop_services import Bus, GLib, SettingsPortal
 
 LINE = os.environ.get("ENGINE_LINE", "4")
 ENGINE = subprocess.run([PROJECT / "tools" / "get-engine", LINE], stdout=subprocess.PIPE, text=True).stdout.strip()
@@ -164,6 +165,26 @@ class NewPlayer(LauncherCase):
         self.assertEqual(re.sub("[\0-\x08\x0b-\x1f]", lambda found: chr(0x2400 + ord(found[0])), shown),
                          message + "\n" + lines)
         self.assertEqual("\x1b[" in copied, LINE == "4")
+
+
+# Once is enough: the window does not depend on the engine.
+if LINE == "3":
+    class NewPlayerWithHighContrast(NewPlayer):
+        """The same on a dark desktop with high contrast, without motion and with a body text of 20 pixels."""
+
+        def setUp(self):
+            super().setUp()
+            portal = SettingsPortal(Bus(os.environ["DBUS_SESSION_BUS_ADDRESS"]))
+            self.addCleanup(portal.close)
+            for key in ("color-scheme", "contrast", "reduced-motion"):
+                portal.set("org.freedesktop.appearance", key, GLib.Variant("u", 1))
+            self.environment["QT_FONT_DPI"] = "160"     # the body text has 9 points
+
+        def open(self, **how):
+            state = super().open(**how)
+            # At the left edge, below the banner.
+            wait_for(lambda: self.screen.colour(5, 300) == 0x0c0d0f)
+            return state
 
 
 if __name__ == "__main__":

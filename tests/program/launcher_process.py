@@ -103,6 +103,11 @@ class Screen:
             number = window.get_full_property(self.display.get_atom("_NET_WM_PID"), X.AnyPropertyType)
             return number.value[0] if number else None
 
+    def colour(self, x, y):
+        """What is seen there, as 0xrrggbb."""
+        pixel = self.root.get_image(x, y, 1, 1, X.ZPixmap, 0xffffffff).data
+        return int.from_bytes(pixel[:3], "little")
+
     def icon_sizes(self, window):
         """The widths of the pictures that a task bar can show for the window."""
         icon = window.get_full_property(self.display.get_atom("_NET_WM_ICON"), X.AnyPropertyType)
@@ -153,7 +158,8 @@ class Screen:
 
 # What Qt 6.8 says when a screen reader asks for a control that has just been destroyed. Our driver does: it lists the windows,
 # and while it reads the first one the second one may be closed. The next list no longer has it.
-ASKED_TOO_LATE = re.compile(r"^qt\.accessibility\.atspi: Could not find accessible on path: .*\n", re.MULTILINE)
+ASKED_TOO_LATE = re.compile(r"^qt\.accessibility\.atspi: (Could not find accessible on path: "
+                            r"|WARNING Qt AtSpiAdaptor: Accessible invalid: ).*\n", re.MULTILINE)
 
 
 class LauncherCase(unittest.TestCase):
