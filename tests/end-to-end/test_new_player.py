@@ -174,7 +174,7 @@ if LINE == "3":
 
         def setUp(self):
             super().setUp()
-            portal = SettingsPortal(Bus(os.environ["DBUS_SESSION_BUS_ADDRESS"]))
+            portal = SettingsPortal(Bus(os.environ["DBUS_SESSION_BUS_ADDRESS"]), "answers")
             self.addCleanup(portal.close)
             for key in ("color-scheme", "contrast", "reduced-motion"):
                 portal.set("org.freedesktop.appearance", key, GLib.Variant("u", 1))

@@ -156,8 +156,8 @@ class Screen:
         return content.value.decode() if content else None
 
 
-# What Qt 6.8 says when a screen reader asks for a control that has just been destroyed. Our driver does: it lists the windows,
-# and while it reads the first one the second one may be closed. The next list no longer has it.
+# What Qt says, in different versions, when a screen reader asks for a control that has just been destroyed. Our driver does:
+# it lists the windows, and while it reads the first one the second one may be closed. The next list no longer has it.
 ASKED_TOO_LATE = re.compile(r"^qt\.accessibility\.atspi: (Could not find accessible on path: "
                             r"|WARNING Qt AtSpiAdaptor: Accessible invalid: ).*\n", re.MULTILINE)
 
