@@ -65,10 +65,10 @@ std::optional<DesktopSettings::Colour> accent(const SettingsByNamespace &setting
     if (!value || value->currentSignature() != QLatin1StringView("(ddd)"))
         return std::nullopt;
     DesktopSettings::Colour colour;
-    const QDBusArgument copy = *value; // reading moves on in it
-    copy.beginStructure();
-    copy >> colour.red >> colour.green >> colour.blue;
-    copy.endStructure();
+    // Reading moves on in this argument, and not in the one that is kept, since an argument detaches first.
+    value->beginStructure();
+    *value >> colour.red >> colour.green >> colour.blue;
+    value->endStructure();
     const auto isShare = [](double number) { return number >= 0 && number <= 1; };
     if (!isShare(colour.red) || !isShare(colour.green) || !isShare(colour.blue))
         return std::nullopt;

@@ -190,7 +190,10 @@ void Drawing::menuItem(QPainter &painter, const QStyleOptionMenuItem &item, bool
     }
     painter.setFont(item.font);
     painter.setPen(ink);
-    constexpr int flags = Qt::AlignVCenter | Qt::TextShowMnemonic | Qt::TextSingleLine | Qt::TextDontClip;
+    // On a desktop that reads from the right an ellipsis would move to the front.
+    const int direction = item.text.isRightToLeft() ? Qt::TextForceRightToLeft : Qt::TextForceLeftToRight;
+    const int flags
+        = Qt::AlignVCenter | Qt::TextShowMnemonic | Qt::TextSingleLine | Qt::TextDontClip | direction;
     const auto sideOf = [&item](Qt::Alignment side) {
         return static_cast<int>(QStyle::visualAlignment(item.direction, side));
     };

@@ -229,7 +229,7 @@ const Tokens &Tokens::of(const QWidget &widget)
         return style->tokens();
     // A style of the desktop's own: its palette tells all that we can know.
     static Tokens latest = of(Appearance());
-    const QPalette palette = widget.palette();
+    const QPalette &palette = widget.palette();
     const bool isDark
         = palette.color(QPalette::Window).lightness() < palette.color(QPalette::WindowText).lightness();
     const Appearance appearance { .scheme = isDark ? Appearance::Scheme::Dark : Appearance::Scheme::Light,
