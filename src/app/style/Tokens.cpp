@@ -143,19 +143,12 @@ Scheme scheme(const Appearance &appearance)
     return result;
 }
 
-}
+constexpr double moreWhenHovered = 0.04;
+constexpr double moreWhenPressed = 0.08;
 
-Tokens Tokens::of(const Appearance &appearance)
+/// What is painted under everything else.
+void setSurfaces(Tokens &tokens, const Scheme &base)
 {
-    const Scheme base = scheme(appearance);
-    const Ratios least = appearance.contrast == Appearance::Contrast::High ? high : normal;
-    const Ratios ratios = withReserve(least);
-    const QColor none(0, 0, 0, 0);
-    constexpr double moreWhenHovered = 0.04;
-    constexpr double moreWhenPressed = 0.08;
-
-    Tokens tokens;
-    tokens.appearance = appearance;
     tokens.window = base.window;
     tokens.sheet = base.sheet;
     tokens.veil = translucent(Qt::black, base.veil);
@@ -168,58 +161,95 @@ Tokens Tokens::of(const Appearance &appearance)
     tokens.barTrack = translucent(base.tint, base.track);
     tokens.well = translucent(Qt::black, base.well);
     tokens.failurePanel = translucent(rgb(0xff0000), 0.08);
+}
 
-    // Everything that text or a mark may stand on.
-    QList<QColor> plain { tokens.window, tokens.sheet, Contrast::over(tokens.failurePanel, tokens.window) };
+/// What may lie behind anything.
+QList<QColor> plainGrounds(const Tokens &tokens)
+{
+    return { tokens.window, tokens.sheet, Contrast::over(tokens.failurePanel, tokens.window) };
+}
+
+/// The plain grounds, and each of them under each of the `tops`.
+QList<QColor> withTops(const QList<QColor> &plain, const QList<QColor> &tops)
+{
     QList<QColor> grounds = plain;
     for (const QColor &ground : plain) {
-        for (const QColor &top : { tokens.control, tokens.controlHover, tokens.controlPressed, tokens.well })
+        for (const QColor &top : tops)
             grounds.append(Contrast::over(top, ground));
     }
+    return grounds;
+}
 
-    tokens.ink = Contrast::readable(base.ink, grounds, ratios.text);
+void setTextsAndDots(Tokens &tokens, const Scheme &base, const Ratios &ratios)
+{
+    const QList<QColor> plain = plainGrounds(tokens);
+    const QList<QColor> all
+        = withTops(plain, { tokens.control, tokens.controlHover, tokens.controlPressed, tokens.well });
+
+    tokens.ink = Contrast::readable(base.ink, all, ratios.text);
     // Controls and wells show neither.
     tokens.secondary = Contrast::readable(base.secondary, plain, ratios.text);
     tokens.link = Contrast::readable(base.link, plain, ratios.text);
-    tokens.failure = Contrast::readable(base.failure, grounds, ratios.text);
+    tokens.failure = Contrast::readable(base.failure, all, ratios.text);
     tokens.disabled = translucent(tokens.ink, Measures::disabledOpacity);
 
-    QList<QColor> behindFilling = plain;
-    for (const QColor &ground : plain)
-        behindFilling.append(Contrast::over(tokens.segmentTrack, ground));
-    QList<QColor> behindMarks = behindFilling;
-    // No sheet has a bar.
-    behindMarks.append(Contrast::over(tokens.barTrack, tokens.window));
-    const Filling filled = filling(base.accent, behindFilling, least);
+    tokens.greyDot = Contrast::readable(base.grey, plain, ratios.mark);
+    tokens.orangeDot = Contrast::readable(base.orange, plain, ratios.mark);
+    tokens.greenDot = Contrast::readable(base.green, plain, ratios.mark);
+    // Stop has one too.
+    tokens.redDot = Contrast::readable(base.red, all, ratios.mark);
+}
+
+void setAccent(Tokens &tokens, const QColor &accent, const Ratios &least)
+{
+    const QList<QColor> behindFilling = withTops(plainGrounds(tokens), { tokens.segmentTrack });
+    const Filling filled = filling(accent, behindFilling, least);
     tokens.accent = filled.fill;
     tokens.onAccent = filled.text;
     const QColor away = filled.text == QColor(Qt::white) ? Qt::black : Qt::white;
     tokens.accentHover = Contrast::over(translucent(away, moreWhenPressed), tokens.accent);
     tokens.accentPressed = Contrast::over(translucent(away, 2 * moreWhenPressed), tokens.accent);
-    tokens.mark = Contrast::readable(base.accent, behindMarks, ratios.mark);
 
-    tokens.controlEdge
-        = Contrast::visible(translucent(base.tint, base.controlEdge), tokens.control, plain, ratios.edge);
-    tokens.wellEdge
-        = Contrast::visible(translucent(base.tint, base.wellEdge), tokens.well, plain, ratios.edge);
+    QList<QColor> behindMarks = behindFilling;
+    // No sheet has a bar.
+    behindMarks.append(Contrast::over(tokens.barTrack, tokens.window));
+    tokens.mark = Contrast::readable(accent, behindMarks, withReserve(least).mark);
+}
+
+void setEdges(Tokens &tokens, const Scheme &base, const Ratios &ratios)
+{
+    const QColor none(0, 0, 0, 0);
+    const QList<QColor> plain = plainGrounds(tokens);
+    const auto edge = [&](double opacity, const QColor &fill) {
+        return Contrast::visible(translucent(base.tint, opacity), fill, plain, ratios.edge);
+    };
+    tokens.controlEdge = edge(base.controlEdge, tokens.control);
+    tokens.segmentEdge = edge(base.controlEdge, tokens.segmentTrack);
+    tokens.wellEdge = edge(base.wellEdge, tokens.well);
+    tokens.divider = edge(base.wellEdge, none);
     tokens.failureEdge = Contrast::visible(translucent(base.failure, base.failureEdge), tokens.failurePanel,
                                            { tokens.window }, ratios.edge);
-    tokens.divider = Contrast::visible(translucent(base.tint, base.wellEdge), none, plain, ratios.edge);
-    QList<QColor> behindThumb = plain;
-    for (const QColor &ground : plain)
-        behindThumb.append(Contrast::over(tokens.well, ground));
-    tokens.scrollThumb
-        = Contrast::visible(translucent(base.tint, base.thumb), none, behindThumb, ratios.mark);
+
+    tokens.scrollThumb = Contrast::visible(translucent(base.tint, base.thumb), none,
+                                           withTops(plain, { tokens.well }), ratios.mark);
     tokens.scrollThumbHover = tokens.scrollThumb;
     tokens.scrollThumbHover.setAlphaF(std::min(1.0F, tokens.scrollThumb.alphaF() + 0.2F));
+}
 
-    tokens.segmentEdge = Contrast::visible(translucent(base.tint, base.controlEdge), tokens.segmentTrack,
-                                           plain, ratios.edge);
+}
 
-    tokens.greyDot = Contrast::readable(base.grey, plain, ratios.mark);
-    tokens.orangeDot = Contrast::readable(base.orange, plain, ratios.mark);
-    tokens.greenDot = Contrast::readable(base.green, plain, ratios.mark);
-    tokens.redDot = Contrast::readable(base.red, grounds, ratios.mark);
+Tokens Tokens::of(const Appearance &appearance)
+{
+    const Scheme base = scheme(appearance);
+    const Ratios least = appearance.contrast == Appearance::Contrast::High ? high : normal;
+    const Ratios ratios = withReserve(least);
+
+    Tokens tokens;
+    tokens.appearance = appearance;
+    setSurfaces(tokens, base);
+    setTextsAndDots(tokens, base, ratios);
+    setAccent(tokens, base.accent, least);
+    setEdges(tokens, base, ratios);
     return tokens;
 }
 
