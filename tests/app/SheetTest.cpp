@@ -44,6 +44,14 @@ class SheetTest final : public QObject, private Stage {
     Q_OBJECT
 
 private Q_SLOTS:
+    void aWindowMayBeDestroyedWhileSheetsAreOpen()
+    {
+        openSettings();
+        click(Button::removeEverything);
+        QVERIFY(hasButton(Button::cancel));
+        destroyWindow(); // A sanitizer sees what is used too late.
+    }
+
     void aSheetIsOpenOnceInsideItsWindowUntilDoneReturnOrEscape()
     {
         for (const auto &leave : { clicking(Button::done), pressing(Qt::Key_Return), pressing(Qt::Key_Enter),

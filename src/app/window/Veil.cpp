@@ -49,6 +49,12 @@ Veil::Veil(QWidget &window)
     window.installEventFilter(this);
 }
 
+Veil::~Veil()
+{
+    // Not by QWidget's destructor: the sheet still needs its veil.
+    delete findChild<Sheet *>(QString(), Qt::FindDirectChildrenOnly);
+}
+
 void Veil::spread(Sheet &sheet)
 {
     m_sheet = &sheet;

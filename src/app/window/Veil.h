@@ -15,6 +15,7 @@ class Veil final : public QWidget {
 
 public:
     explicit Veil(QWidget &window);
+    ~Veil() override;
 
     /// Covers the window and everything over it.
     void spread(Sheet &sheet);
@@ -32,6 +33,7 @@ protected:
 private:
     void cover();
 
+    /// Null until it has one.
     Sheet *m_sheet = nullptr;
     /// The sheet's upper edge in the window as large as it is now; nothing until it has its first place
     /// there.
