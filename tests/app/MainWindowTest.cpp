@@ -246,6 +246,8 @@ private Q_SLOTS:
         model.state = AppState::ready();
         QTRY_VERIFY(hasButton(Button::play));
         QCOMPARE(area->graphicsEffect() != nullptr, milliseconds > 0);
+        // As happens before the next picture.
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
         const QPoint play = place(visible<PlayButton>()).center();
         QTest::mousePress(window().windowHandle(), Qt::LeftButton, {}, play);
         QVERIFY(visible<PlayButton>()->isDown());
