@@ -81,6 +81,20 @@ private Q_SLOTS:
         QTest::qWait(10);
         QCOMPARE(changes.count(), 0);
     }
+
+    void onADesktopThatTellsNothingTheLooksStayAsTheyAre()
+    {
+        const QPalette desktop = QApplication::palette();
+        auto *style = new LauncherStyle(Appearance());
+        QApplication::setStyle(style);
+        const AppearanceFollower follower(*style, desktop);
+        QTest::qWait(50);
+        QCOMPARE(style->tokens().appearance, Appearance());
+        style->setAppearance({ .scheme = Scheme::Dark });
+        style->setAppearance(Appearance());
+        QTest::qWait(50);
+        QCOMPARE(style->tokens().appearance, Appearance());
+    }
 };
 
 QTEST_MAIN(AppearanceFollowerTest)

@@ -221,7 +221,7 @@ void LauncherStyle::polish(QPalette &palette)
             return palette.color(QPalette::Active, role) != other.color(QPalette::Active, role);
         });
     };
-    if (differs(ours) && differs(m_desktopPalette)) {
+    if (!m_isInstalling && differs(ours) && differs(m_desktopPalette)) {
         m_desktopPalette = palette;
         QMetaObject::invokeMethod(
             this, [this] { Q_EMIT desktopPaletteChanged(m_desktopPalette); }, Qt::QueuedConnection);
@@ -236,14 +236,17 @@ void LauncherStyle::polish(QApplication *application)
     m_focusRing = std::make_unique<FocusRing>();
 }
 
-void LauncherStyle::installPalettes() const
+void LauncherStyle::installPalettes()
 {
+    // Qt has them polished too, and they are nobody's choice.
+    m_isInstalling = true;
     QPalette palette = standardPalette();
     QApplication::setPalette(palette);
     QToolTip::setPalette(palette);
     // The list of a choice fills its rows with the background of a menu, over the panel that we paint.
     palette.setColor(QPalette::Window, Qt::transparent);
     QApplication::setPalette(palette, "QMenu");
+    m_isInstalling = false;
 }
 
 void LauncherStyle::unpolish(QApplication *application)

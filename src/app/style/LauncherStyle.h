@@ -63,13 +63,14 @@ Q_SIGNALS:
     void desktopPaletteChanged(const QPalette &palette);
 
 private:
-    void installPalettes() const;
+    void installPalettes();
     void drawButtonLabel(const QStyleOptionButton &option, QPainter &painter, const QWidget *widget) const;
     void drawProgressBar(const QStyleOptionProgressBar &option, QPainter &painter,
                          const QWidget *widget) const;
 
     Tokens m_tokens;
     QPalette m_desktopPalette;
+    bool m_isInstalling = false;
     std::unique_ptr<FocusRing> m_focusRing;
     /// Drawing is what starts it.
     mutable BusyBars m_busyBars;
