@@ -31,6 +31,11 @@ class Start(LauncherCase):
         self.open()
         wait_for(lambda: sorted(self.screen.icon_sizes(self.window())) == [16, 24, 32, 48, 64, 128, 256])
 
+    def test_on_a_desktop_that_tells_nothing_the_window_is_light(self):
+        self.open()
+        wait_for(lambda: self.screen.colour(5, 300) == 0xf5f6f8)     # below the banner, at the edge
+        self.quit()
+
     def test_a_second_start_brings_the_first_window_to_the_front_and_ends(self):
         self.open()
         window = self.window()
