@@ -184,7 +184,7 @@ private Q_SLOTS:
         const auto destructive = [this] {
             QStringList names;
             for (const QPushButton *button : front()->findChildren<QPushButton *>()) {
-                if (button->property("destructive").toBool())
+                if (button->property(LauncherStyle::destructiveProperty).toBool())
                     names << button->text();
             }
             return names;

@@ -1,5 +1,6 @@
 #include "ActionButton.h"
 
+#include "FocusRing.h"
 #include "Surface.h"
 #include "Tokens.h"
 #include "TypeScale.h"
@@ -23,7 +24,7 @@ ActionButton::ActionButton(const QString &text, const Shape &shape, QWidget *par
     setFixedSize(shape.size);
     setAttribute(Qt::WA_Hover);
     // Where the ring of the keyboard focus is round.
-    setProperty("focusRadius", shape.cornerRadius);
+    setProperty(FocusRing::radiusProperty, shape.cornerRadius);
 }
 
 bool ActionButton::hitButton(const QPoint &position) const { return rect().contains(position); }

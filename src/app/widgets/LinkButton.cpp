@@ -1,5 +1,6 @@
 #include "LinkButton.h"
 
+#include "FocusRing.h"
 #include "Tokens.h"
 
 #include <QPainter>
@@ -19,7 +20,7 @@ LinkButton::LinkButton(const QUrl &address, QWidget *parent)
     setAutoDefault(false);
     setCursor(Qt::PointingHandCursor);
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Minimum);
-    setProperty("focusRadius", cornerRadius);
+    setProperty(FocusRing::radiusProperty, cornerRadius);
     setAccessibleDescription(QStringLiteral("Opens the web page of the game"));
 }
 

@@ -1,5 +1,6 @@
 #include "SegmentedChoice.h"
 
+#include "FocusRing.h"
 #include "Measures.h"
 #include "Surface.h"
 #include "Tokens.h"
@@ -27,7 +28,7 @@ public:
         setAttribute(Qt::WA_Hover);
         setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
         // Where the ring of the keyboard focus is round.
-        setProperty("focusRadius", Measures::segmentRadius);
+        setProperty(FocusRing::radiusProperty, Measures::segmentRadius);
     }
 
     QSize sizeHint() const override

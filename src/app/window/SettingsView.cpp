@@ -3,6 +3,7 @@
 #include "AppModel.h"
 #include "FileSizeText.h"
 #include "HarmlessText.h"
+#include "LauncherStyle.h"
 #include "Preferences.h"
 #include "Question.h"
 #include "SegmentedChoice.h"
@@ -30,7 +31,7 @@ constexpr int labelGap = 12;
 constexpr int labelWidth = 92;
 
 /// The launcher's style draws such a button so that nobody takes it for a harmless one.
-void markAsDestructive(QPushButton &button) { button.setProperty("destructive", true); }
+void markAsDestructive(QPushButton &button) { button.setProperty(LauncherStyle::destructiveProperty, true); }
 
 /// A combo box that ignores the mouse wheel, which scrolls the sheet instead.
 class CalmChoice final : public QComboBox {
