@@ -1,18 +1,14 @@
 #include "CrossFade.h"
 
-#include "Measures.h"
+#include "Motion.h"
 
 #include <QPainter>
-#include <QStyle>
 #include <QVariantAnimation>
 #include <QWidget>
 
-#include <algorithm>
-
 void CrossFade::during(QWidget &widget, const std::function<void()> &change)
 {
-    const int wanted = widget.style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, &widget);
-    const int duration = std::min(wanted, Measures::longestMotion);
+    const int duration = motionDuration(widget);
     if (!widget.isVisible() || duration <= 0) {
         change();
         return;

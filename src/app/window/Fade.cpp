@@ -1,18 +1,14 @@
 #include "Fade.h"
 
-#include "Measures.h"
+#include "Motion.h"
 
 #include <QPainter>
-#include <QStyle>
 #include <QVariantAnimation>
-
-#include <algorithm>
 
 void Fade::from(QWidget &window)
 {
     delete window.findChild<Fade *>(QString(), Qt::FindDirectChildrenOnly);
-    const int wanted = window.style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, &window);
-    const int duration = std::min(wanted, Measures::longestMotion);
+    const int duration = motionDuration(window);
     if (duration > 0 && window.isVisible() && !window.isMinimized())
         new Fade(window, duration);
 }
